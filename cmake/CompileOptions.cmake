@@ -1,0 +1,25 @@
+# Compile and link options of everything that is built here.
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+
+find_package(Threads REQUIRED)
+
+add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wformat=2 -Wnon-virtual-dtor -Woverloaded-virtual
+                    -Werror)
+add_link_options(-Wl,-z,defs -Wl,-z,relro -Wl,-z,now)
+
+if(NOT KESTREL_CXX11_ABI STREQUAL "")
+  add_compile_definitions(_GLIBCXX_USE_CXX11_ABI=${KESTREL_CXX11_ABI})
+endif()
+
+if(KESTREL_SANITIZE)
+  add_compile_options(-fsanitize=${KESTREL_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=${KESTREL_SANITIZE})
+  # A shared library of a sanitizer build leaves the sanitizer's own symbols to the program that loads it.
+  if(CMAKE_CXX_COMPILER_ID MATCHES "Clang")
+    add_link_options(-Wl,-z,undefs)
+  endif()
+endif()
