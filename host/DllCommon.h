@@ -78,8 +78,8 @@ class CFileUtility {
 // System information and processes.
 class CCommon_Information {
  public:
-  // Runs `command` by the shell in `workDir` ("" for the current folder) with its standard output in `outputFile` ("" for
-  // discarded, unless the command redirects it). 0 when the command ran to its end, its exit status is then in
+  // Runs `command` by the shell in `workDir` ("" for the current folder) with its standard output in `outputFile` (""
+  // for discarded, unless the command redirects it). 0 when the command ran to its end, its exit status is then in
   // `*exitCode`; 1 when it could not be run or was ended by a signal; 255 when it ran longer than `timeoutMs`
   // milliseconds (all bits set: no limit) and was ended.
   static int ExecForeignModule(const std::string& command, const std::string& outputFile, const std::string& workDir,

@@ -106,9 +106,9 @@ class CModuleManager {
   virtual int UpdateBackup(std::string backupPath, bool useOldModule);
 
  protected:
-  std::string provider;                      // as given to the constructor
-  std::string operatingVersionCache;         // see GetOperatingVersionCache
-  std::list<CDependencyInfo> dependencies;   // see SetDependencyInfo
+  std::string provider;                     // as given to the constructor
+  std::string operatingVersionCache;        // see GetOperatingVersionCache
+  std::list<CDependencyInfo> dependencies;  // see SetDependencyInfo
 };
 
 // A firmware handler: a module manager whose module is a device's firmware.
@@ -133,7 +133,8 @@ class CFirmware : public CModuleManager {
   // Slot 36. 0 when the device runs the installed module's version, else 1.
   virtual int UpdateApplyCheck(std::string moduleId) = 0;
 
-  // Slot 37. Makes an installed update take effect. Unlike its siblings: 1 when the machine is going down, 0 on failure.
+  // Slot 37. Makes an installed update take effect. Unlike its siblings: 1 when the machine is going down, 0 on
+  // failure.
   virtual int UpdateApply() = 0;
 };
 
@@ -211,8 +212,8 @@ class CVendor {
   virtual void ClearUpdateStatus(std::string moduleKind, bool keepFailure);
 
   // Slots 30 to 32. The device configuration report in three calls. `savePath` is a folder that ends with a separator;
-  // the pointer is the caller's and opaque. 0 success, 1 failure; ExecOutputDeviceConfigInfo: 2048 when this machine has
-  // no report.
+  // the pointer is the caller's and opaque. 0 success, 1 failure; ExecOutputDeviceConfigInfo: 2048 when this machine
+  // has no report.
   virtual int StartOutputDeviceConfigInfo(std::string savePath, void* context) = 0;
   virtual int ExecOutputDeviceConfigInfo(std::string savePath, void* context) = 0;
   virtual int EndOutputDeviceConfigInfo(std::string savePath, void* context) = 0;
