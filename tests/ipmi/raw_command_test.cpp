@@ -1,0 +1,210 @@
+// One raw IPMI request through either tool: its command line, its answer, and every way in which it fails.
+#include "ipmi/raw_command.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <stdexcept>
+
+#include "tests/support/scripted_host.h"
+
+namespace kestrel {
+namespace {
+
+using Bytes = std::list<std::string>;
+
+const std::string kIpmitoolLine = "\"/usr/bin/ipmitool\" raw 0x06 0x01 > \"$I/tmp/KV6KBMC/IPMIResult00001a2b\"";
+const std::string kMakersLine =
+    "echo 18 01 | env -u LD_PRELOAD \"/opt/kestrel/node_keeper/ipmi_tools/ipmicmd\" > "
+    "\"$I/tmp/KV6KBMC/IPMIResult00001a2b\"";
+const Lines kDeleted = "delete $I/tmp/KV6KBMC/IPMIResult00001a2b";
+const Lines kListStart = "4 CBMC_KESTREL_Firmware::ExecIPMICommand_list() [START]";
+const Lines kListEnd = "4 CBMC_KESTREL_Firmware::ExecIPMICommand_list() [END]";
+
+Lines Executed(const std::string& line) {
+  return {kListStart, "1 Execute command [" + line + "]", "exec " + line + " limit 350000"};
+}
+
+class RawCommand : public testing::Test {
+ protected:
+  bool Run(const char* tool, const Bytes& request) { return ExecuteIpmiCommandList(tool, &response_, request); }
+  bool ResultFileIsThere() const {
+    return std::filesystem::exists(host_.InstallPath() / "tmp/KV6KBMC/IPMIResult00001a2b");
+  }
+
+  ScriptedHost host_;
+  Bytes response_;
+};
+
+TEST_F(RawCommand, IpmitoolPrintsOnlyTheDataSoTheCompletionCodeIsAdded) {
+  host_.AnswerRaw("06 01", {0, 0, " 20 01 00\n"});
+  EXPECT_TRUE(Run(kIpmitoolPath, {"06", "01"}));
+  EXPECT_EQ(response_, (Bytes{"00", "20", "01", "00"}));
+  EXPECT_TRUE(SameLines(host_.TakeJournal(), {Executed(kIpmitoolLine), kDeleted, kListEnd}));
+  EXPECT_FALSE(ResultFileIsThere());
+}
+
+TEST_F(RawCommand, IpmitoolWithoutOutputIsACompletionCodeAlone) {
+  host_.AnswerRaw("06 01", {0, 0, ""});
+  EXPECT_TRUE(Run(kIpmitoolPath, {"06", "01"}));
+  EXPECT_EQ(response_, Bytes{"00"});
+  EXPECT_TRUE(SameLines(host_.TakeJournal(), {Executed(kIpmitoolLine), kDeleted, kListEnd}));
+}
+
+TEST_F(RawCommand, IpmitoolAnswerMaySpanLines) {
+  host_.AnswerRaw("06 01", {0, 0, " 20 01\n\t00\r\n 23\n"});
+  EXPECT_TRUE(Run(kIpmitoolPath, {"06", "01"}));
+  EXPECT_EQ(response_, (Bytes{"00", "20", "01", "00", "23"}));
+}
+
+TEST_F(RawCommand, MakersToolAnswersOnItsSecondLineAfterFourWords) {
+  host_.AnswerRaw("06 01", {0, 0, "zz\na b c d 00 11 22\n33 44 55 66 77\n"});
+  EXPECT_TRUE(Run(kMakersToolPath, {"06", "01"}));
+  EXPECT_EQ(response_, (Bytes{"00", "11", "22"}));
+  EXPECT_TRUE(SameLines(host_.TakeJournal(), {Executed(kMakersLine), kDeleted, kListEnd}));
+}
+
+TEST_F(RawCommand, MakersToolTakesTheNetFnShiftedByTheLun) {
+  host_.AnswerRaw("3c 13", {0, 0, "\na b c d 00\n"});
+  host_.AnswerRaw("0c 02 01", {0, 0, "\na b c d 00\n"});
+  EXPECT_TRUE(Run(kMakersToolPath, {"3c", "13"}));
+  response_.clear();
+  EXPECT_TRUE(Run(kMakersToolPath, {"0C", "02", "01"}));
+  const std::vector<std::string> journal = host_.TakeJournal();
+  EXPECT_EQ(journal.at(1).find("1 Execute command [echo f0 13 | env -u LD_PRELOAD \""), 0U) << journal.at(1);
+  EXPECT_EQ(journal.at(6).find("1 Execute command [echo 30 02 01 | env -u LD_PRELOAD \""), 0U) << journal.at(6);
+}
+
+TEST_F(RawCommand, ANetFnThatIsNoNumberCountsAsZero) {
+  host_.Command("echo 00 01 | env -u LD_PRELOAD \"/opt/kestrel/node_keeper/ipmi_tools/ipmicmd\" > \"" +
+                    std::string(kResultFile) + "\"",
+                {1, 0, ""}, 2);
+  EXPECT_FALSE(Run(kMakersToolPath, {"zz", "01"}));
+  EXPECT_FALSE(Run(kMakersToolPath, {"", "01"}));
+}
+
+TEST_F(RawCommand, AWordThatIsNotTwoCharactersIsBroken) {
+  host_.AnswerRaw("06 01", {0, 0, "20 123 00\n"});
+  EXPECT_FALSE(Run(kIpmitoolPath, {"06", "01"}));
+  EXPECT_TRUE(SameLines(host_.TakeJournal(),
+                        {Executed(kIpmitoolLine), std::string("2 [") + kResultFile + "] may be broken", kListEnd}));
+  EXPECT_TRUE(ResultFileIsThere());
+}
+
+TEST_F(RawCommand, ABrokenAnswerOfTheMakersToolIsKept) {
+  host_.AnswerRaw("06 01", {0, 0, "\na b c d 00 1\n"});
+  EXPECT_FALSE(Run(kMakersToolPath, {"06", "01"}));
+  EXPECT_TRUE(SameLines(host_.TakeJournal(),
+                        {Executed(kMakersLine), std::string("2 [") + kResultFile + "] may be broken", kListEnd}));
+  EXPECT_TRUE(ResultFileIsThere());
+}
+
+TEST_F(RawCommand, WithoutACompletionCodeThereIsNoAnswer) {
+  for (const char* output : {"", "one line only\n", "first\n\nthird\n", "first\na b c d\n", "first\na b\n"}) {
+    SCOPED_TRACE(output);
+    response_.clear();
+    host_.AnswerRaw("06 01", {0, 0, output});
+    EXPECT_FALSE(Run(kMakersToolPath, {"06", "01"}));
+    EXPECT_TRUE(SameLines(host_.TakeJournal(), {Executed(kMakersLine), "2 Failed to get completion code", kListEnd}));
+    EXPECT_TRUE(ResultFileIsThere());
+  }
+}
+
+TEST_F(RawCommand, AFailedToolIsReportedByItsExitStatusAndItsFileDeleted) {
+  host_.AnswerRaw("06 01", {0, 1, ""});
+  EXPECT_FALSE(Run(kIpmitoolPath, {"06", "01"}));
+  EXPECT_EQ(response_, Bytes{});
+  EXPECT_TRUE(SameLines(
+      host_.TakeJournal(),
+      {Executed(kIpmitoolLine), "2 Failed to execute command " + kIpmitoolLine + " return 1", kListEnd, kDeleted}));
+  EXPECT_FALSE(ResultFileIsThere());
+}
+
+TEST_F(RawCommand, AToolThatCouldNotBeRunIsReportedWithItsExitStatusToo) {
+  host_.AnswerRaw("06 01", {255, 0, ""});
+  EXPECT_FALSE(Run(kIpmitoolPath, {"06", "01"}));
+  EXPECT_TRUE(SameLines(
+      host_.TakeJournal(),
+      {Executed(kIpmitoolLine), "2 Failed to execute command " + kIpmitoolLine + " return 0", kListEnd, kDeleted}));
+}
+
+TEST_F(RawCommand, AResultFileThatCannotBeDeletedAfterAFailureIsNotMentioned) {
+  host_.undeletableFiles = {kResultFile};
+  host_.AnswerRaw("06 01", {1, 0, ""});
+  EXPECT_FALSE(Run(kIpmitoolPath, {"06", "01"}));
+  EXPECT_TRUE(SameLines(
+      host_.TakeJournal(),
+      {Executed(kIpmitoolLine), "2 Failed to execute command " + kIpmitoolLine + " return 0", kListEnd, kDeleted}));
+}
+
+TEST_F(RawCommand, AMissingResultFileIsAFailure) {
+  std::filesystem::remove_all(host_.InstallPath() / "tmp");
+  host_.AnswerRaw("06 01", {0, 0, "20\n"});
+  EXPECT_FALSE(Run(kIpmitoolPath, {"06", "01"}));
+  EXPECT_TRUE(SameLines(host_.TakeJournal(),
+                        {Executed(kIpmitoolLine), std::string("2 Failed to open file ") + kResultFile, kListEnd}));
+}
+
+TEST_F(RawCommand, AFileThatCannotBeDeletedDoesNotSpoilAGoodAnswer) {
+  host_.undeletableFiles = {kResultFile};
+  host_.AnswerRaw("06 01", {0, 0, "20\n"});
+  EXPECT_TRUE(Run(kIpmitoolPath, {"06", "01"}));
+  EXPECT_EQ(response_, (Bytes{"00", "20"}));
+  EXPECT_TRUE(SameLines(host_.TakeJournal(), {Executed(kIpmitoolLine), kDeleted,
+                                              std::string("2 Failed to delete file ") + kResultFile, kListEnd}));
+}
+
+TEST_F(RawCommand, AnswersAreAppendedToWhatTheListHolds) {
+  response_ = {"c0"};
+  host_.AnswerRaw("06 01", {0, 0, "20\n"});
+  EXPECT_TRUE(Run(kIpmitoolPath, {"06", "01"}));
+  EXPECT_EQ(response_, (Bytes{"c0", "00", "20"}));
+}
+
+TEST_F(RawCommand, TheOldFirstElementIsTakenForTheCompletionCode) {
+  response_ = {""};
+  host_.AnswerRaw("06 01", {0, 0, "20\n"});
+  EXPECT_FALSE(Run(kIpmitoolPath, {"06", "01"}));
+  EXPECT_TRUE(SameLines(host_.TakeJournal(), {Executed(kIpmitoolLine), "2 Failed to get completion code", kListEnd}));
+}
+
+TEST_F(RawCommand, AToolPathShorterThanATailIsNotCaught) {
+  EXPECT_THROW(Run("short", {"06", "01"}), std::out_of_range);
+  EXPECT_TRUE(SameLines(host_.TakeJournal(), kListStart));
+}
+
+TEST_F(RawCommand, ToolPathMayHoldBlanks) {
+  host_.Command("\"/opt/my tools/ipmitool\" raw 0x06 0x01 > \"" + std::string(kResultFile) + "\"", {1, 0, ""});
+  EXPECT_FALSE(Run("/opt/my tools/ipmitool", {"06", "01"}));
+}
+
+TEST_F(RawCommand, TheOuterCommandAddsItsLinesAndCutsElementsToTwoCharacters) {
+  host_.AnswerRaw("06 01", {0, 0, "20\n"});
+  EXPECT_TRUE(ExecuteIpmiCommand(kIpmitoolPath, &response_, {"06x", "01yz"}));
+  EXPECT_TRUE(SameLines(host_.TakeJournal(), Request("06 01")));
+}
+
+TEST_F(RawCommand, TheOuterCommandRefusesAnEmptyToolPath) {
+  EXPECT_FALSE(ExecuteIpmiCommand("", &response_, {"06", "01"}));
+  EXPECT_EQ(response_, Bytes{});
+  EXPECT_TRUE(
+      SameLines(host_.TakeJournal(), {"4 CBMC_KESTREL_Firmware::ExecIPMICommand() [START]", "2 Tool path is empty",
+                                      "4 CBMC_KESTREL_Firmware::ExecIPMICommand() [END]"}));
+}
+
+TEST_F(RawCommand, TheOuterCommandPassesAFailureOn) {
+  host_.Answer("06 01", "c1");
+  EXPECT_FALSE(ExecuteIpmiCommand(kIpmitoolPath, &response_, {"06", "01"}));
+  EXPECT_TRUE(SameLines(host_.TakeJournal(), FailedRequest("06 01")));
+}
+
+TEST_F(RawCommand, TheMakersToolGivesEveryCompletionCode) {
+  host_.Answer("06 01", "c1");
+  EXPECT_TRUE(ExecuteIpmiCommand(kMakersToolPath, &response_, {"06", "01"}));
+  EXPECT_EQ(response_, Bytes{"c1"});
+  EXPECT_TRUE(SameLines(host_.TakeJournal(), MakersRequest("06 01")));
+}
+
+}  // namespace
+}  // namespace kestrel

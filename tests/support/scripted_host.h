@@ -1,0 +1,124 @@
+// The host of the unit tests. It stands in for both host libraries and for the libc calls that reach outside: it
+// answers as the test has scripted and writes everything that the plug-in does into one ordered journal. Nothing
+// sleeps, runs a command or leaves the host's temporary folder.
+//
+// Journal lines:
+//   4 TEXT                          debug line of that level
+//   record MSGID DETAIL...          trace record
+//   show TEXT|CAPTION               debug message
+//   sleep MS
+//   exec COMMAND limit MS           CCommon_Information::ExecForeignModule
+//   line COMMAND                    CCommon_Information::GetResultLine
+//   system COMMAND
+//   ask WHAT                        a question to the host, e.g. "ask server type"
+//   probe PATH                      an fopen
+//   exists PATH                     CFileUtility::IsFileExist, CCommon_Information::MyPathFileExists
+//   delete PATH                     CCommon_Information::RetryDeleteFile
+//   mkdir PATH
+//   delete folder PATH
+//   unpack PACKAGE to PATH
+//   list folder PATH                an opendir
+// "$I" stands for the install path in every line.
+#ifndef TESTS_SUPPORT_SCRIPTED_HOST_H
+#define TESTS_SUPPORT_SCRIPTED_HOST_H
+
+#include <deque>
+#include <filesystem>
+#include <list>
+#include <map>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "host/Records.h"
+#include "tests/support/lines.h"
+
+// How a scripted command ends: what ExecForeignModule returns, the exit status, and what the command prints.
+struct CommandEnd {
+  int result = 0;
+  unsigned long exitCode = 0;
+  std::string output;
+};
+
+class ScriptedHost {
+ public:
+  ScriptedHost();   // the host of this process from here on; one at a time
+  ~ScriptedHost();  // fails the test when a scripted answer was never asked for
+
+  ScriptedHost(const ScriptedHost&) = delete;
+  ScriptedHost& operator=(const ScriptedHost&) = delete;
+
+  static ScriptedHost* Current();
+
+  // --- What the plug-in finds. Set freely, also between calls.
+  std::string serverType = "kv6000";
+  std::string architecture = "x86_64";
+  int ipmiServiceState = 0;
+  std::set<std::string> readableFiles;     // that fopen and the existence tests find, with "$I" for the install path
+  std::set<std::string> undeletableFiles;  // that RetryDeleteFile fails on
+  std::vector<std::string> workFolderEntries;  // what readdir gives, in order
+  bool folderCanBeListed = true;
+  bool packageCanBeUnpacked = true;
+  std::deque<bool> folderDeletions;  // results of the next folder deletions; true when empty
+  std::deque<int> gethostnameResults;
+  std::string hostName = "node7";
+  CManageRepositoryInfo updateModule;
+  CManageRepositoryInfo oldModule;
+  CManageRepositoryInfo operatingModule;
+
+  // --- The BMC. Bytes are hexadecimal texts separated by blanks; a request is NetFn, Cmd, data.
+  // The next call of `request` is answered by completion code and data `answer`. Through ipmitool a completion code
+  // other than 00 becomes what that tool makes of it: exit status 1 and no output.
+  void Answer(const std::string& request, const std::string& answer, int times = 1);
+  // Every call of `request` for which nothing else is scripted.
+  void AnswerAlways(const std::string& request, const std::string& answer);
+  // The next call of `request` ends as told, with this raw output of the tool.
+  void AnswerRaw(const std::string& request, const CommandEnd& end, int times = 1);
+
+  // --- Other commands. Keys are whole command lines with "$I" for the install path.
+  void Command(const std::string& command, const CommandEnd& end, int times = 1);  // ExecForeignModule
+  void ResultLine(const std::string& command, const std::string& line, int times = 1);
+  void System(const std::string& command, int result, int times = 1);
+
+  // --- The journal.
+  void Note(const std::string& line);
+  std::vector<std::string> TakeJournal();  // and starts a new one
+
+  // --- For the services.
+  const std::filesystem::path& InstallPath() const { return installPath_; }
+  std::string Shorten(std::string text) const;  // install path to "$I"
+  CommandEnd RunCommand(const std::string& commandLine);
+  std::string TakeResultLine(const std::string& command);
+  int RunSystem(const std::string& command);
+
+ private:
+  template <typename T>
+  using Script = std::map<std::string, std::deque<T>>;
+
+  CommandEnd RunIpmi(const std::string& request);
+
+  std::filesystem::path installPath_;
+  std::vector<std::string> journal_;
+  Script<CommandEnd> ipmi_;
+  std::map<std::string, CommandEnd> ipmiAlways_;
+  Script<CommandEnd> commands_;
+  Script<std::string> resultLines_;
+  Script<int> systems_;
+};
+
+// The journal of one request through ipmitool, by ExecIPMICommand, that ran and was answered with completion code 00.
+Lines Request(const std::string& request);
+// The same when the tool ended with `exitCode`, as it does for every other completion code.
+Lines FailedRequest(const std::string& request, unsigned long exitCode = 1);
+// Both through the maker's tool, where every completion code is an answer.
+Lines MakersRequest(const std::string& request);
+
+// Journal line of a start or end line etc.: Flow("X() [START]") is "4 X() [START]".
+Lines Flow(const std::string& text);
+
+inline constexpr const char* kIpmitoolPath = "/usr/bin/ipmitool";
+inline constexpr const char* kMakersToolPath = "/opt/kestrel/node_keeper/ipmi_tools/ipmicmd";
+inline constexpr const char* kResultFile = "$I/tmp/KV6KBMC/IPMIResult00001a2b";
+
+#endif  // TESTS_SUPPORT_SCRIPTED_HOST_H

@@ -1,0 +1,87 @@
+// The libc calls of the plug-in that reach outside, answered by the scripted host. The linker puts __wrap_X in the
+// place of every call of X (see tests/CMakeLists.txt); what is not the plug-in's business goes on to the real call.
+#include <dirent.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstring>
+#include <string>
+
+#include "tests/support/scripted_host.h"
+
+namespace {
+
+bool IsScripted(const std::string& path) {
+  const ScriptedHost* host = ScriptedHost::Current();
+  return host != nullptr && (path.starts_with("/usr/bin/") || path.starts_with("/opt/kestrel/") ||
+                             path.starts_with(host->InstallPath().string()));
+}
+
+// Position in the scripted folder; its address is the DIR* that the plug-in sees.
+struct ScriptedFolder {
+  std::size_t next = 0;
+  dirent entry{};
+};
+
+}  // namespace
+
+extern "C" {
+
+std::FILE* __real_fopen(const char* path, const char* mode);
+std::FILE* __wrap_fopen(const char* path, const char* mode) {
+  if (!IsScripted(path)) {
+    return __real_fopen(path, mode);
+  }
+  ScriptedHost& host = *ScriptedHost::Current();
+  host.Note(std::string("probe ") + path);
+  EXPECT_STREQ(mode, "r");
+  return host.readableFiles.contains(host.Shorten(path)) ? __real_fopen("/dev/null", mode) : nullptr;
+}
+
+int __wrap_system(const char* command) {
+  ScriptedHost& host = *ScriptedHost::Current();
+  host.Note(std::string("system ") + command);
+  return host.RunSystem(command);
+}
+
+DIR* __real_opendir(const char* path);
+DIR* __wrap_opendir(const char* path) {
+  if (!IsScripted(path)) {
+    return __real_opendir(path);
+  }
+  ScriptedHost& host = *ScriptedHost::Current();
+  host.Note(std::string("list folder ") + path);
+  return host.folderCanBeListed ? reinterpret_cast<DIR*>(new ScriptedFolder) : nullptr;
+}
+
+dirent* __wrap_readdir(DIR* folder) {
+  auto* scripted = reinterpret_cast<ScriptedFolder*>(folder);
+  const std::vector<std::string>& entries = ScriptedHost::Current()->workFolderEntries;
+  if (scripted->next == entries.size()) {
+    return nullptr;
+  }
+  std::strncpy(scripted->entry.d_name, entries[scripted->next].c_str(), sizeof(scripted->entry.d_name) - 1);
+  ++scripted->next;
+  return &scripted->entry;
+}
+
+int __wrap_closedir(DIR* folder) {
+  delete reinterpret_cast<ScriptedFolder*>(folder);
+  return 0;
+}
+
+int __wrap_gethostname(char* name, std::size_t size) {
+  ScriptedHost& host = *ScriptedHost::Current();
+  host.Note("ask host name");
+  if (!host.gethostnameResults.empty()) {
+    const int result = host.gethostnameResults.front();
+    host.gethostnameResults.pop_front();
+    if (result != 0) {
+      return result;
+    }
+  }
+  std::strncpy(name, host.hostName.c_str(), size);
+  return 0;
+}
+
+}  // extern "C"
