@@ -1,5 +1,7 @@
 #include "tests/support/scripted_host.h"
 
+#include <unistd.h>
+
 #include <fstream>
 #include <sstream>
 #include <stdexcept>
@@ -104,7 +106,7 @@ void ExpectUsedUp(const char* what, const std::map<std::string, std::deque<T>>& 
 
 }  // namespace
 
-ScriptedHost::ScriptedHost() {
+ScriptedHost::ScriptedHost() : process_(getpid()) {
   if (current != nullptr) {
     throw std::logic_error("a scripted host is there already");
   }
@@ -156,7 +158,21 @@ void ScriptedHost::System(const std::string& command, int result, int times) {
 }
 
 void ScriptedHost::Note(const std::string& line) {
-  journal_.push_back(Shorten(line));
+  if (getpid() == process_) {
+    journal_.push_back(Shorten(line));
+  } else {
+    std::ofstream(installPath_ / "child-journal", std::ios::app) << Shorten(line) << "\n";
+  }
+}
+
+std::vector<std::string> ScriptedHost::TakeChildJournal() {
+  std::vector<std::string> lines;
+  std::ifstream journal(installPath_ / "child-journal");
+  for (std::string line; std::getline(journal, line);) {
+    lines.push_back(line);
+  }
+  std::filesystem::remove(installPath_ / "child-journal");
+  return lines;
 }
 
 std::vector<std::string> ScriptedHost::TakeJournal() {

@@ -18,9 +18,12 @@
 //   delete folder PATH
 //   unpack PACKAGE to PATH
 //   list folder PATH                an opendir
+// What a forked child notes goes into a journal of its own. /dev/console is the file "$I/console".
 // "$I" stands for the install path in every line.
 #ifndef TESTS_SUPPORT_SCRIPTED_HOST_H
 #define TESTS_SUPPORT_SCRIPTED_HOST_H
+
+#include <sys/types.h>
 
 #include <deque>
 #include <filesystem>
@@ -67,6 +70,13 @@ class ScriptedHost {
   CManageRepositoryInfo oldModule;
   CManageRepositoryInfo operatingModule;
 
+  // --- Child processes. They are real; what is scripted is the passing of time while one runs.
+  bool forkFails = false;
+  bool waitFails = false;
+  int pollsWhileRunning = 0;      // that find the child still running; the one after them waits for its end
+  std::deque<bool> consoleOpens;  // whether the next opens of /dev/console succeed; true when empty
+  pid_t lastChild = -1;
+
   // --- The BMC. Bytes are hexadecimal texts separated by blanks; a request is NetFn, Cmd, data.
   // The next call of `request` is answered by completion code and data `answer`. Through ipmitool a completion code
   // other than 00 becomes what that tool makes of it: exit status 1 and no output.
@@ -83,7 +93,8 @@ class ScriptedHost {
 
   // --- The journal.
   void Note(const std::string& line);
-  std::vector<std::string> TakeJournal();  // and starts a new one
+  std::vector<std::string> TakeJournal();       // and starts a new one
+  std::vector<std::string> TakeChildJournal();  // what forked children have noted so far
 
   // --- For the services.
   const std::filesystem::path& InstallPath() const { return installPath_; }
@@ -98,6 +109,7 @@ class ScriptedHost {
 
   CommandEnd RunIpmi(const std::string& request);
 
+  const pid_t process_;
   std::filesystem::path installPath_;
   std::vector<std::string> journal_;
   Script<CommandEnd> ipmi_;

@@ -1,8 +1,11 @@
 // The libc calls of the plug-in that reach outside, answered by the scripted host. The linker puts __wrap_X in the
 // place of every call of X (see tests/CMakeLists.txt); what is not the plug-in's business goes on to the real call.
 #include <dirent.h>
+#include <fcntl.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
+#include <cstdarg>
 #include <cstdio>
 #include <cstring>
 #include <string>
@@ -82,6 +85,58 @@ int __wrap_gethostname(char* name, std::size_t size) {
   }
   std::strncpy(name, host.hostName.c_str(), size);
   return 0;
+}
+
+pid_t __real_fork();
+pid_t __wrap_fork() {
+  ScriptedHost& host = *ScriptedHost::Current();
+  if (host.forkFails) {
+    return -1;
+  }
+  const pid_t child = __real_fork();
+  if (child > 0) {
+    host.lastChild = child;
+  }
+  return child;
+}
+
+pid_t __real_waitpid(pid_t child, int* status, int options);
+pid_t __wrap_waitpid(pid_t child, int* status, int options) {
+  ScriptedHost* host = ScriptedHost::Current();
+  if (host == nullptr || child != host->lastChild) {
+    return __real_waitpid(child, status, options);
+  }
+  if (host->waitFails) {
+    int ignored = 0;
+    __real_waitpid(child, &ignored, 0);
+    return -1;
+  }
+  if ((options & WNOHANG) != 0 && host->pollsWhileRunning > 0) {
+    --host->pollsWhileRunning;
+    return 0;
+  }
+  return __real_waitpid(child, status, options & ~WNOHANG);
+}
+
+int __real_open(const char* path, int flags, ...);
+int __wrap_open(const char* path, int flags, ...) {
+  std::va_list arguments;
+  va_start(arguments, flags);
+  const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(arguments, mode_t) : 0;
+  va_end(arguments);
+  ScriptedHost* host = ScriptedHost::Current();
+  if (host == nullptr || std::strcmp(path, "/dev/console") != 0) {
+    return __real_open(path, flags, mode);
+  }
+  if (!host->consoleOpens.empty()) {
+    const bool opens = host->consoleOpens.front();
+    host->consoleOpens.pop_front();
+    if (!opens) {
+      return -1;
+    }
+  }
+  EXPECT_EQ(flags, O_WRONLY);
+  return __real_open((host->InstallPath() / "console").c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600);
 }
 
 }  // extern "C"

@@ -1,0 +1,180 @@
+// Real shell commands with their output on a console that is a file; the passing of time is scripted.
+#include "ipmi/command_runner.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+
+#include <csignal>
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
+
+#include "tests/support/scripted_host.h"
+
+namespace kestrel {
+namespace {
+
+constexpr unsigned long kNoLimit = ~0UL;
+
+class CommandRunner : public testing::Test {
+ protected:
+  int Run(const std::string& command, unsigned long timeoutMs = kNoLimit, const std::string& outputFile = "",
+          const std::string& workDir = "") {
+    return RunToConsole(command, outputFile, workDir, &exitCode_, timeoutMs);
+  }
+  std::string Content(const std::string& name) const {
+    std::ostringstream text;
+    text << std::ifstream(host_.InstallPath() / name).rdbuf();
+    return text.str();
+  }
+  std::string Path(const std::string& name) const { return (host_.InstallPath() / name).string(); }
+
+  ScriptedHost host_;
+  unsigned long exitCode_ = 77;
+};
+
+const Lines kChildLines = {"1 open [/dev/console]", "1 open [/dev/console]"};
+
+TEST_F(CommandRunner, BothOutputsGoToTheConsole) {
+  EXPECT_EQ(Run("echo out; echo err >&2"), 0);
+  EXPECT_EQ(exitCode_, 0U);
+  EXPECT_EQ(Content("console"), "out\nerr\n");
+  EXPECT_TRUE(SameLines(host_.TakeJournal(), {}));
+  EXPECT_TRUE(SameLines(host_.TakeChildJournal(), kChildLines));
+}
+
+TEST_F(CommandRunner, OutputMayGoToAFileWhichIsTruncated) {
+  std::ofstream(Path("output")) << "something longer than the new content";
+  EXPECT_EQ(Run("echo out; echo err >&2", kNoLimit, Path("output")), 0);
+  EXPECT_EQ(Content("output"), "out\n");
+  EXPECT_EQ(Content("console"), "err\n");
+  EXPECT_TRUE(SameLines(host_.TakeChildJournal(), {"1 open [/dev/console]"}));
+}
+
+TEST_F(CommandRunner, AnOutputFileThatCannotBeOpenedIsExitStatusOneWithoutALine) {
+  EXPECT_EQ(Run("echo out", kNoLimit, Path("missing/output")), 0);
+  EXPECT_EQ(exitCode_, 1U);
+  EXPECT_TRUE(SameLines(host_.TakeChildJournal(), {}));
+}
+
+TEST_F(CommandRunner, RunsInTheWorkingDirectory) {
+  EXPECT_EQ(Run("pwd -P", kNoLimit, Path("output"), Path("tmp")), 0);
+  EXPECT_EQ(Content("output"), std::filesystem::canonical(Path("tmp")).string() + "\n");
+  EXPECT_TRUE(SameLines(host_.TakeJournal(), {"exists $I/tmp"}));
+}
+
+TEST_F(CommandRunner, AMissingWorkingDirectoryIsNotRunIn) {
+  EXPECT_EQ(Run("true", kNoLimit, "", Path("missing")), 1);
+  EXPECT_EQ(exitCode_, 255U);
+  EXPECT_TRUE(SameLines(host_.TakeJournal(), {"exists $I/missing"}));
+  EXPECT_TRUE(SameLines(host_.TakeChildJournal(), {}));
+}
+
+TEST_F(CommandRunner, AWorkingDirectoryThatVanishesIsExitStatusOne) {
+  host_.readableFiles = {"$I/vanished"};
+  EXPECT_EQ(Run("true", kNoLimit, "", Path("vanished")), 0);
+  EXPECT_EQ(exitCode_, 1U);
+  EXPECT_TRUE(SameLines(host_.TakeChildJournal(), {}));
+}
+
+TEST_F(CommandRunner, AnEmptyCommandIsNotRun) {
+  EXPECT_EQ(Run(""), 1);
+  EXPECT_EQ(exitCode_, 255U);
+  EXPECT_TRUE(SameLines(host_.TakeJournal(), {}));
+}
+
+TEST_F(CommandRunner, AFailedForkIsNotRun) {
+  host_.forkFails = true;
+  EXPECT_EQ(Run("true"), 1);
+  EXPECT_EQ(exitCode_, 255U);
+  EXPECT_TRUE(SameLines(host_.TakeJournal(), {}));
+}
+
+TEST_F(CommandRunner, AConsoleThatCannotBeOpenedForOutput) {
+  host_.consoleOpens = {false};
+  EXPECT_EQ(Run("true"), 0);
+  EXPECT_EQ(exitCode_, 1U);
+  EXPECT_TRUE(SameLines(host_.TakeChildJournal(), {"1 open [/dev/console]", "2 failed to open [/dev/console] 1 "}));
+}
+
+TEST_F(CommandRunner, AConsoleThatCannotBeOpenedForErrors) {
+  host_.consoleOpens = {true, false};
+  EXPECT_EQ(Run("true"), 0);
+  EXPECT_EQ(exitCode_, 1U);
+  EXPECT_TRUE(SameLines(host_.TakeChildJournal(), {kChildLines, "2 failed to open [/dev/console] 2 "}));
+}
+
+TEST_F(CommandRunner, AShellThatIsNotThereIsExitStatusOne) {
+  const std::string path = std::getenv("PATH");
+  setenv("PATH", Path("tmp").c_str(), 1);
+  EXPECT_EQ(Run("true"), 0);
+  setenv("PATH", path.c_str(), 1);
+  EXPECT_EQ(exitCode_, 1U);
+  EXPECT_TRUE(SameLines(host_.TakeChildJournal(), {kChildLines, "2 failed to exec esxclip [true]"}));
+}
+
+TEST_F(CommandRunner, TheExitStatusIsThatOfTheCommand) {
+  EXPECT_EQ(Run("exit 3"), 0);
+  EXPECT_EQ(exitCode_, 3U);
+  EXPECT_EQ(Run("exit 3", 900000), 0);
+  EXPECT_EQ(exitCode_, 3U);
+}
+
+TEST_F(CommandRunner, ACommandEndedByASignalHasNotRun) {
+  EXPECT_EQ(Run("kill -KILL $$"), 1);
+  EXPECT_EQ(exitCode_, 255U);
+  EXPECT_EQ(Run("kill -KILL $$", 900000), 1);
+  EXPECT_EQ(exitCode_, 255U);
+}
+
+TEST_F(CommandRunner, AStoppedCommandHasNotRun) {
+  EXPECT_EQ(Run("kill -STOP $$", 900000), 1);
+  EXPECT_EQ(exitCode_, 255U);
+  ASSERT_EQ(kill(host_.lastChild, SIGKILL), 0);
+  ASSERT_EQ(waitpid(host_.lastChild, nullptr, 0), host_.lastChild);
+}
+
+TEST_F(CommandRunner, AFailedWaitIsAFailedRunWithAndWithoutALimit) {
+  host_.waitFails = true;
+  EXPECT_EQ(Run("true"), 1);
+  EXPECT_EQ(exitCode_, 255U);
+  EXPECT_EQ(Run("true", 900000), 1);
+  EXPECT_EQ(exitCode_, 255U);
+}
+
+TEST_F(CommandRunner, WaitsInStepsOfASecond) {
+  host_.pollsWhileRunning = 2;
+  EXPECT_EQ(Run("exit 4", 900000), 0);
+  EXPECT_EQ(exitCode_, 4U);
+  EXPECT_TRUE(SameLines(host_.TakeJournal(), {"sleep 1000", "sleep 1000"}));
+}
+
+TEST_F(CommandRunner, ALimitOfZeroPollsOnce) {
+  host_.pollsWhileRunning = 1;
+  EXPECT_EQ(Run("true", 0), 255);
+  EXPECT_EQ(exitCode_, 255U);
+  EXPECT_TRUE(SameLines(host_.TakeJournal(), {"sleep 0"}));
+}
+
+TEST_F(CommandRunner, ALimitWithARemainderSleepsItOffBeforeGivingUp) {
+  host_.pollsWhileRunning = 2;
+  EXPECT_EQ(Run("true", 1500), 255);
+  EXPECT_EQ(exitCode_, 255U);
+  EXPECT_TRUE(SameLines(host_.TakeJournal(), {"sleep 1000", "sleep 500"}));
+}
+
+TEST_F(CommandRunner, ACommandThatOutlivesItsLimitRunsOn) {
+  const std::string gate = Path("gate");
+  ASSERT_EQ(mkfifo(gate.c_str(), 0600), 0);
+  host_.pollsWhileRunning = 1;
+  EXPECT_EQ(Run("read word < \"" + gate + "\"; echo $word", 0, Path("output")), 255);
+  std::ofstream(gate) << "finished\n";
+  int status = -1;
+  ASSERT_EQ(waitpid(host_.lastChild, &status, 0), host_.lastChild);
+  EXPECT_EQ(status, 0);
+  EXPECT_EQ(Content("output"), "finished\n");
+}
+
+}  // namespace
+}  // namespace kestrel

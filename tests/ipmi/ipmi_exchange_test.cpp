@@ -1,0 +1,56 @@
+// Replies as values.
+#include "ipmi/ipmi_exchange.h"
+
+#include <gtest/gtest.h>
+
+#include "tests/support/scripted_host.h"
+
+namespace kestrel {
+namespace {
+
+class IpmiExchange : public testing::Test {
+ protected:
+  ScriptedHost host_;
+};
+
+TEST_F(IpmiExchange, AGoodReplyGivesItsElements) {
+  host_.Answer("34 8d", "00 01 7f");
+  const IpmiReply reply = Exchange(kIpmitoolPath, {"34", "8d"});
+  EXPECT_TRUE(reply.Ran());
+  EXPECT_TRUE(reply.Succeeded());
+  EXPECT_TRUE(reply.Succeeded("01"));
+  EXPECT_FALSE(reply.Succeeded("7f"));
+  EXPECT_EQ(reply.CompletionCode(), "00");
+  EXPECT_EQ(reply.Element(2), "7f");
+  EXPECT_EQ(reply.Element(3), "");
+  EXPECT_TRUE(SameLines(host_.TakeJournal(), Request("34 8d")));
+}
+
+TEST_F(IpmiExchange, ACompletionCodeOtherThanZeroIsNoSuccess) {
+  host_.Answer("34 8d", "c0 01");
+  const IpmiReply reply = Exchange(kMakersToolPath, {"34", "8d"});
+  EXPECT_TRUE(reply.Ran());
+  EXPECT_FALSE(reply.Succeeded());
+  EXPECT_FALSE(reply.Succeeded("01"));
+  EXPECT_EQ(reply.CompletionCode(), "c0");
+}
+
+TEST_F(IpmiExchange, ABrokenAnswerKeepsWhatWasReadOfIt) {
+  host_.AnswerRaw("34 8d", {0, 0, "01 123"});
+  const IpmiReply reply = Exchange(kIpmitoolPath, {"34", "8d"});
+  EXPECT_FALSE(reply.Ran());
+  EXPECT_FALSE(reply.Succeeded());
+  EXPECT_EQ(reply.CompletionCode(), "00");
+  EXPECT_EQ(reply.Element(1), "01");
+}
+
+TEST_F(IpmiExchange, WithoutAnAnswerEveryElementIsEmpty) {
+  host_.Answer("34 8d", "c0");
+  const IpmiReply reply = Exchange(kIpmitoolPath, {"34", "8d"});
+  EXPECT_FALSE(reply.Ran());
+  EXPECT_EQ(reply.CompletionCode(), "");
+  EXPECT_EQ(reply.Element(1), "");
+}
+
+}  // namespace
+}  // namespace kestrel
