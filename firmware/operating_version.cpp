@@ -1,0 +1,66 @@
+#include "firmware/operating_version.h"
+
+#include "firmware/requests.h"
+#include "ipmi/ipmi_exchange.h"
+#include "ipmi/retry.h"
+#include "ipmi/trace.h"
+
+namespace kestrel {
+
+namespace {
+
+bool Contains(const std::string& text, const char* part) {
+  return text.find(part) != std::string::npos;
+}
+
+// These families count their major versions in decimal ("mx400" is part of "mx4000").
+std::string MajorText(const std::string& revision, const std::string& serverType) {
+  if (revision.empty() || !Contains(serverType, "mx400")) {
+    return revision;
+  }
+  const std::string decimal = CStringUtil::xatoa(revision);
+  return decimal.size() == 1 ? "0" + decimal : decimal;
+}
+
+// One attempt. Sets the BMC's version as "MM-mm", and what the attempt saw of the completion code and server type.
+bool AskDevice(const std::string& toolPath, std::string* version, std::string* completionCode,
+               std::string* serverType) {
+  const IpmiReply reply = Exchange(toolPath, kGetDeviceId);
+  *completionCode = reply.CompletionCode();
+  *serverType = CCommon_Information::GetServerType(kChannel);
+  const std::string major = MajorText(reply.Element(3), *serverType);
+  const std::string minor = reply.Element(4);
+  *version = major + "-" + minor;
+  return reply.Succeeded() && !major.empty() && !minor.empty();
+}
+
+}  // namespace
+
+std::string ReadOperatingVersion(const std::string& toolPath) {
+  OperationTrace trace("CBMC_KESTREL_Firmware::GetOperatingVersion() [START]",
+                       "CBMC_KESTREL_Firmware::GetOperatingVersion() [END]");
+  if (toolPath.empty()) {
+    CTraceUtility::WriteDebug(kChannel, kRetry, "No IPMI tool");
+    return kAbnormalVersion;
+  }
+  std::string version;
+  std::string completionCode;
+  std::string serverType;
+  const bool answered = Retry(
+      kBmcRetry, [&] { return AskDevice(toolPath, &version, &completionCode, &serverType); },
+      [&](CTraceUtility::TRACE_DBG_LEVEL level) {
+        CTraceUtility::WriteDebug(kChannel, level, "Failed to execute ipmi command(GetDeviceID) CompletionCode:%s",
+                                  completionCode.c_str());
+      });
+  if (!answered) {
+    return kAbnormalVersion;
+  }
+  CTraceUtility::WriteDebug(kChannel, kFlow, "[%s][%s]", version.c_str(), serverType.c_str());
+  // The end line of a version that could be read carries it; readers of the trace match on it.
+  trace.NoEnd();
+  CTraceUtility::WriteDebug(kChannel, kFlow, "CBMC_KESTREL_Firmware::GetOperatingVersion() [%s] [END]",
+                            version.c_str());
+  return version;
+}
+
+}  // namespace kestrel

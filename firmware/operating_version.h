@@ -1,0 +1,19 @@
+// Asks the BMC which firmware it runs. Nothing is remembered: every call asks anew.
+#ifndef FIRMWARE_OPERATING_VERSION_H
+#define FIRMWARE_OPERATING_VERSION_H
+
+#include <string>
+
+namespace kestrel {
+
+// What stands for a version when the BMC cannot be asked; callers compare the whole text.
+inline constexpr const char* kAbnormalVersion = "abnormal";
+
+// Firmware version of the BMC as "MM-mm", the two revision bytes as the tool prints them; on server types "mx4000" and
+// "mx400" the major one is decimal, of at least two digits. kAbnormalVersion when `toolPath` is empty or the BMC did
+// not answer in three attempts.
+std::string ReadOperatingVersion(const std::string& toolPath);
+
+}  // namespace kestrel
+
+#endif  // FIRMWARE_OPERATING_VERSION_H

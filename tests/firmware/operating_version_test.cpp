@@ -1,0 +1,146 @@
+// The BMC's version: its forms on the server families, its retries, and every way in which it cannot be read.
+#include "firmware/operating_version.h"
+
+#include <gtest/gtest.h>
+
+#include "tests/support/scripted_host.h"
+
+namespace kestrel {
+namespace {
+
+const Lines kStart = "4 CBMC_KESTREL_Firmware::GetOperatingVersion() [START]";
+const Lines kEnd = "4 CBMC_KESTREL_Firmware::GetOperatingVersion() [END]";
+const Lines kAsked = {Request("06 01"), "ask server type"};
+
+// The journal from the tool's answer on when the version was read.
+Lines Read(const std::string& version, const std::string& serverType) {
+  return {"4 [" + version + "][" + serverType + "]",
+          "4 CBMC_KESTREL_Firmware::GetOperatingVersion() [" + version + "] [END]"};
+}
+
+// The lines of a failed attempt, at the level of one that is tried again.
+Lines Retried(const std::string& completionCode) {
+  return {"16 Failed to execute ipmi command(GetDeviceID) CompletionCode:" + completionCode, "sleep 10000"};
+}
+
+// The lines of the last failed attempt.
+Lines GivenUp(const std::string& completionCode) {
+  return {"2 Failed to execute ipmi command(GetDeviceID) CompletionCode:" + completionCode, kEnd};
+}
+
+class OperatingVersion : public testing::Test {
+ protected:
+  ScriptedHost host_;
+};
+
+TEST_F(OperatingVersion, IsTheTwoRevisionBytes) {
+  host_.Answer("06 01", "00 20 01 01 23 02 bf");
+  EXPECT_EQ(ReadOperatingVersion(kIpmitoolPath), "01-23");
+  EXPECT_TRUE(SameLines(host_.TakeJournal(), {kStart, kAsked, Read("01-23", "kv6000")}));
+}
+
+TEST_F(OperatingVersion, ThroughTheMakersToolIsTheSame) {
+  host_.Answer("06 01", "00 20 01 01 23 02 bf");
+  EXPECT_EQ(ReadOperatingVersion(kMakersToolPath), "01-23");
+  EXPECT_TRUE(
+      SameLines(host_.TakeJournal(), {kStart, MakersRequest("06 01"), "ask server type", Read("01-23", "kv6000")}));
+}
+
+TEST_F(OperatingVersion, WithoutAToolIsAbnormalAndNothingIsAsked) {
+  EXPECT_EQ(ReadOperatingVersion(""), "abnormal");
+  EXPECT_TRUE(SameLines(host_.TakeJournal(), {kStart, "16 No IPMI tool", kEnd}));
+}
+
+TEST_F(OperatingVersion, KeepsHexadecimalDigitsAsTheToolPrintsThem) {
+  host_.Answer("06 01", "00 20 01 0a 23");
+  EXPECT_EQ(ReadOperatingVersion(kIpmitoolPath), "0a-23");
+  host_.Answer("06 01", "00 20 01 0A 2F");
+  EXPECT_EQ(ReadOperatingVersion(kIpmitoolPath), "0A-2F");
+}
+
+TEST_F(OperatingVersion, HasADecimalMajorOnTheFamiliesThatCountSo) {
+  const struct {
+    const char* serverType;
+    const char* answer;
+    const char* version;
+  } cases[] = {
+      {"mx4000", "00 20 01 0a 23", "10-23"}, {"mx4000", "00 20 01 05 23", "05-23"},
+      {"mx4000", "00 20 01 00 0a", "00-0a"}, {"mx4000", "00 20 01 ff 23", "255-23"},
+      {"mx400", "00 20 01 0A 23", "10-23"},  {"xmx4002", "00 20 01 63 99", "99-99"},
+      {"mx4000", "00 20 01 09 23", "09-23"}, {"mx40", "00 20 01 0a 23", "0a-23"},
+      {"kv6000", "00 20 01 0a 23", "0a-23"}, {"", "00 20 01 0a 23", "0a-23"},
+  };
+  for (const auto& [serverType, answer, version] : cases) {
+    SCOPED_TRACE(std::string(serverType) + ": " + answer);
+    host_.serverType = serverType;
+    host_.Answer("06 01", answer);
+    EXPECT_EQ(ReadOperatingVersion(kIpmitoolPath), version);
+    EXPECT_TRUE(SameLines(host_.TakeJournal(), {kStart, kAsked, Read(version, serverType)}));
+  }
+}
+
+TEST_F(OperatingVersion, IsReadAtTheSecondAttempt) {
+  host_.AnswerRaw("06 01", {0, 1, ""});
+  host_.Answer("06 01", "00 20 01 01 23");
+  EXPECT_EQ(ReadOperatingVersion(kIpmitoolPath), "01-23");
+  EXPECT_TRUE(SameLines(host_.TakeJournal(), {kStart, FailedRequest("06 01"), "ask server type", Retried(""), kAsked,
+                                              Read("01-23", "kv6000")}));
+}
+
+TEST_F(OperatingVersion, IsReadAtTheThirdAttempt) {
+  host_.Answer("06 01", "c0", 2);
+  host_.Answer("06 01", "00 20 01 01 23");
+  EXPECT_EQ(ReadOperatingVersion(kMakersToolPath), "01-23");
+  EXPECT_TRUE(
+      SameLines(host_.TakeJournal(), {kStart, Lines{MakersRequest("06 01"), "ask server type", Retried("c0")}.Times(2),
+                                      MakersRequest("06 01"), "ask server type", Read("01-23", "kv6000")}));
+}
+
+TEST_F(OperatingVersion, IsAbnormalAfterThreeBadCompletionCodesAndTwoPauses) {
+  host_.Answer("06 01", "c0 20 01 01 23", 3);
+  EXPECT_EQ(ReadOperatingVersion(kMakersToolPath), "abnormal");
+  const Lines asked = {MakersRequest("06 01"), "ask server type"};
+  EXPECT_TRUE(SameLines(host_.TakeJournal(), {kStart, Lines{asked, Retried("c0")}.Times(2), asked, GivenUp("c0")}));
+}
+
+TEST_F(OperatingVersion, IsAbnormalWhenTheToolFailsThreeTimes) {
+  host_.AnswerRaw("06 01", {0, 1, ""}, 3);
+  EXPECT_EQ(ReadOperatingVersion(kIpmitoolPath), "abnormal");
+  const Lines asked = {FailedRequest("06 01"), "ask server type"};
+  EXPECT_TRUE(SameLines(host_.TakeJournal(), {kStart, Lines{asked, Retried("")}.Times(2), asked, GivenUp("")}));
+}
+
+TEST_F(OperatingVersion, WithoutAMinorByteIsAFailedAttempt) {
+  for (const char* answer : {"00 20 01 01", "00 20 01", "00"}) {
+    SCOPED_TRACE(answer);
+    host_.Answer("06 01", answer, 3);
+    EXPECT_EQ(ReadOperatingVersion(kIpmitoolPath), "abnormal");
+    EXPECT_TRUE(SameLines(host_.TakeJournal(), {kStart, Lines{kAsked, Retried("00")}.Times(2), kAsked, GivenUp("00")}));
+  }
+}
+
+TEST_F(OperatingVersion, OfABrokenAnswerIsNotTakenThoughBothBytesAreThere) {
+  host_.AnswerRaw("06 01", {0, 0, "20 01 01 23 broken\n"});
+  host_.Answer("06 01", "00 20 01 02 00");
+  EXPECT_EQ(ReadOperatingVersion(kIpmitoolPath), "02-00");
+  const std::string command = "\"/usr/bin/ipmitool\" raw 0x06 0x01 > \"$I/tmp/KV6KBMC/IPMIResult00001a2b\"";
+  EXPECT_TRUE(SameLines(
+      host_.TakeJournal(),
+      {kStart, "4 CBMC_KESTREL_Firmware::ExecIPMICommand() [START]",
+       "4 CBMC_KESTREL_Firmware::ExecIPMICommand_list() [START]", "1 Execute command [" + command + "]",
+       "exec " + command + " limit 350000", "2 [$I/tmp/KV6KBMC/IPMIResult00001a2b] may be broken",
+       "4 CBMC_KESTREL_Firmware::ExecIPMICommand_list() [END]", "4 CBMC_KESTREL_Firmware::ExecIPMICommand() [END]",
+       "ask server type", Retried("00"), kAsked, Read("02-00", "kv6000")}));
+}
+
+TEST_F(OperatingVersion, OfAFailedAttemptIsForgotten) {
+  host_.Answer("06 01", "c3 20 01 09 99");
+  host_.Answer("06 01", "00 20 01", 2);
+  EXPECT_EQ(ReadOperatingVersion(kMakersToolPath), "abnormal");
+  const Lines asked = {MakersRequest("06 01"), "ask server type"};
+  EXPECT_TRUE(
+      SameLines(host_.TakeJournal(), {kStart, asked, Retried("c3"), asked, Retried("00"), asked, GivenUp("00")}));
+}
+
+}  // namespace
+}  // namespace kestrel
