@@ -1,0 +1,70 @@
+// The machine that the BMC manages: one QEMU process, its power, and its virtual media drive over QMP.
+// Decides nothing; the BMC does.
+#pragma once
+
+#include <sys/types.h>
+
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "lab/bmc/event_loop.h"
+#include "lab/bmc/file_descriptor.h"
+
+namespace kv6000 {
+
+class Machine {
+  public:
+    struct Config {
+        std::vector<std::string> command;  // QEMU and its arguments, without the QMP channel
+        std::string logPath;               // QEMU's own output is appended here
+        std::string mediaPath;             // backing file of the block node "media"
+    };
+
+    // All are called from the event loop.
+    struct Listener {
+        std::function<void()> off;        // the process has ended
+        std::function<void()> rebooted;   // reset without power-off
+        std::function<void()> mediaSeen;  // the guest has read the drive that AttachMedia() plugged in
+    };
+
+    Machine(Config config, Listener listener, EventLoop& loop);
+    ~Machine();
+    Machine(const Machine&) = delete;
+    Machine& operator=(const Machine&) = delete;
+
+    // Powers on. No effect on a running machine. False, with the cause on standard output, when there is no process.
+    bool Start();
+
+    // Cuts the power. Listener::off follows.
+    void Kill();
+
+    [[nodiscard]] bool running() const { return pid_ > 0; }
+
+    void AttachMedia();
+    void DetachMedia();
+
+    // `length` bytes of the media from `offset`, fewer when it ends before or is not attached.
+    [[nodiscard]] std::vector<std::uint8_t> ReadMedia(std::uint32_t offset, std::uint32_t length) const;
+
+  private:
+    void OnExit();
+    void OnQmp();
+    void OnQmpLine(const std::string& line);
+    void Send(const std::string& command);
+    void AskWhetherMediaWasRead();
+
+    Config config_;
+    Listener listener_;
+    EventLoop& loop_;
+    pid_t pid_ = -1;
+    FileDescriptor pidFd_;
+    FileDescriptor qmp_;
+    std::string qmpInput_;
+    bool mediaAttached_ = false;
+    bool mediaWasRead_ = false;
+    unsigned mediaGeneration_ = 0;  // lets a pending question recognise that its drive has gone
+};
+
+}  // namespace kv6000

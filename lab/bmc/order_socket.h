@@ -1,0 +1,36 @@
+// A UNIX socket for orders from outside: a client sends one line and gets one line back. Knows nothing of the orders.
+#pragma once
+
+#include <functional>
+#include <map>
+#include <string>
+
+#include "lab/bmc/event_loop.h"
+#include "lab/bmc/file_descriptor.h"
+
+namespace kv6000 {
+
+class OrderSocket {
+  public:
+    // Takes an order without its newline and returns the answer without one.
+    using Handler = std::function<std::string(const std::string& order)>;
+
+    // Listens at `path`, replacing a file that is there. Throws std::system_error.
+    OrderSocket(const std::string& path, Handler handler, EventLoop& loop);
+
+  private:
+    struct Client {
+        FileDescriptor fd;
+        std::string input;
+    };
+
+    void OnConnect();
+    void OnInput(int fd);
+
+    Handler handler_;
+    EventLoop& loop_;
+    FileDescriptor listener_;
+    std::map<int, Client> clients_;
+};
+
+}  // namespace kv6000

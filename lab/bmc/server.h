@@ -1,0 +1,73 @@
+// The whole server seen from the simulator: the BMC, the machine it manages, the orders from outside and the record of
+// all commands. sim_module.cpp connects it to OpenIPMI.
+#pragma once
+
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <nlohmann/json_fwd.hpp>
+#include <optional>
+#include <span>
+#include <string>
+
+#include "lab/bmc/event_loop.h"
+#include "lab/bmc/fault_plan.h"
+#include "lab/bmc/kv6000_bmc.h"
+#include "lab/bmc/machine.h"
+#include "lab/bmc/order_socket.h"
+
+namespace kv6000 {
+
+class Server : private Outside {
+  public:
+    struct Config {
+        Version running;
+        std::string writeModePhrase;
+        std::string orderPath;
+        Machine::Config machine;
+    };
+
+    // Reads the configuration that the lab's driver wrote for one server. Throws std::exception with a text for people.
+    static Config ReadConfig(const std::string& path);
+
+    // `setVersion` changes what Get Device ID answers.
+    Server(const Config& config, std::function<void(const Version&)> setVersion, EventLoop& loop);
+
+    // One of the BMC's own commands. A call that is ordered to fail or to stay unanswered has no effect.
+    Bytes Handle(std::uint8_t netfn, std::uint8_t cmd, std::span<const std::uint8_t> data);
+
+    // To be called with every answer, own command or not, before it goes to the machine: applies the ordered faults and
+    // keeps the record. False when no answer is to go out.
+    bool Answer(std::uint8_t netfn, std::uint8_t cmd, std::span<const std::uint8_t> data, Bytes& answer);
+
+    // Carries out one order line; see lab/README.md. Returns "ok", "error: ..." or a JSON object.
+    std::string Order(const std::string& line);
+
+    void PowerOn() override;
+
+  private:
+    void AttachMedia() override;
+    void DetachMedia() override;
+    Bytes ReadMedia(std::uint32_t offset, std::uint32_t length) override;
+    void SetRunningVersion(const Version& version) override;
+
+    void OnMachineOff();
+    void StepFlash();
+    void CutPower();
+    std::string OrderFault(Fault::Kind kind, std::span<const std::string> words);
+    std::string OrderPowerLoss(std::span<const std::string> words);
+    [[nodiscard]] nlohmann::json Describe() const;
+
+    EventLoop& loop_;
+    std::function<void(const Version&)> setVersion_;
+    Machine machine_;
+    Bmc bmc_;
+    FaultPlan faults_;
+    OrderSocket orders_;
+    unsigned boots_ = 0;
+    bool stepping_ = false;
+    std::optional<unsigned> powerLossAtPercent_;
+    std::deque<std::string> record_;
+};
+
+}  // namespace kv6000

@@ -1,0 +1,6 @@
+"""The driver of the virtual KV6000 server: builds what its guest needs, starts it, runs commands in it, ends it."""
+
+from kv6000.errors import LabError
+from kv6000.server import Result, Server
+
+__all__ = ["LabError", "Result", "Server"]

@@ -1,0 +1,156 @@
+"""The guest of a running server: waits for its boots and runs commands in it.
+
+A job is a folder on the share: the driver writes `script`, the agent in the guest writes `out`, `err` and, last,
+`exit`. A serial line is only the bell between the two, so that neither has to poll.
+"""
+
+import select
+import shlex
+import socket
+import time
+from pathlib import Path
+from typing import Callable, NamedTuple
+
+from kv6000.errors import LabError, last_lines
+
+
+class Result(NamedTuple):
+    exit: int
+    out: str
+    err: str
+
+
+def as_script(command) -> str:
+    """A command line for `sh`, or a list of words that reach the program unchanged."""
+    return command if isinstance(command, str) else shlex.join(command)
+
+
+class Guest:
+    def __init__(self, folder: Path, bmc: Callable):
+        self._folder = folder
+        self._bmc = bmc
+        self._share = folder / "share"
+        self._bell = None
+        self._next_job = 0
+        self.boot = ""  # the boot that the caller knows of
+
+    def current_boot(self) -> str:
+        """The identity of the last boot that came up, "" before the first."""
+        try:
+            return (self._share / "lab" / "ready").read_text().strip()
+        except OSError:
+            return ""
+
+    def wait_for_new_boot(self, timeout: float):
+        """Waits until the agent of a boot other than `boot` is there."""
+        deadline = time.monotonic() + timeout
+        while self.current_boot() == self.boot:
+            if time.monotonic() > deadline:
+                self._fail(f"The guest is not ready after {timeout:g} s.")
+            if self._has_panicked():
+                self._fail("The guest's kernel panicked.")
+            if self._bmc("state")["power"] == "off":
+                self._fail("The machine is off and nothing powers it on.")
+            self._listen(0.2)
+        self._connect()
+        self.boot = self.current_boot()
+
+    def wait_for_off(self, timeout: float):
+        deadline = time.monotonic() + timeout
+        while self._bmc("state")["power"] != "off":
+            if time.monotonic() > deadline:
+                self._fail(f"The machine is still on after {timeout:g} s.")
+            self._listen(0.2)
+
+    def start(self, command) -> "Job":
+        if not self._connect():
+            self._fail("The machine is off; it cannot run a command.")
+        # Several drivers may use one server: the folder that can be made is the job's own.
+        while True:
+            self._next_job += 1
+            folder = self._share / "lab" / "jobs" / str(self._next_job)
+            try:
+                folder.mkdir()
+                break
+            except FileExistsError:
+                pass
+        (folder / "script").write_text(as_script(command) + "\n")
+        try:
+            self._bell.sendall(f"run {folder.name}\n".encode())
+        except OSError:
+            self.release()
+            self._fail("The machine went off; it cannot run a command.")
+        return Job(self, folder, command)
+
+    def release(self):
+        """Lets go of the bell, which only one driver can hold at a time."""
+        if self._bell:
+            self._bell.close()
+        self._bell = None
+
+    def _connect(self) -> bool:
+        if not self._bell:
+            bell = socket.socket(socket.AF_UNIX)
+            try:
+                bell.connect(str(self._folder / "bell.sock"))
+            except OSError:
+                bell.close()
+                return False
+            self._bell = bell
+        return True
+
+    def _listen(self, seconds: float):
+        """Returns when the bell rings, the machine goes off or the time is over."""
+        if not self._connect():
+            time.sleep(min(seconds, 0.05))
+            return
+        ready, _, _ = select.select([self._bell], [], [], seconds)
+        if ready:
+            try:
+                rung = self._bell.recv(4096)
+            except OSError:
+                rung = b""
+            if not rung:
+                self.release()
+
+    def _has_panicked(self) -> bool:
+        console = self._folder / "console.log"
+        return console.exists() and b"Kernel panic" in console.read_bytes()
+
+    def _fail(self, cause: str):
+        machine = self._folder / "machine.log"
+        evidence = [last_lines(self._folder / "console.log")]
+        if machine.exists() and machine.stat().st_size:
+            evidence.append(last_lines(machine))
+        raise LabError(cause, "\n".join(evidence), f"The run folder is {self._folder}; start the server with keep to "
+                       "look into it afterwards.")
+
+
+class Job:
+    """A command that runs in the guest."""
+
+    def __init__(self, guest: Guest, folder: Path, command):
+        self._guest = guest
+        self._folder = folder
+        self._command = command
+        self._boot = guest.current_boot()
+
+    def done(self) -> bool:
+        return (self._folder / "exit").exists()
+
+    def wait(self, timeout: float = 60) -> Result:
+        """The result of the command; LabError when the time is over or the machine goes down before it ends."""
+        deadline = time.monotonic() + timeout
+        while not self.done():
+            if time.monotonic() > deadline:
+                self._guest._fail(f"No end of '{self._command}' in the guest after {timeout:g} s.")
+            gone = not self._guest._connect() or self._guest.current_boot() != self._boot
+            if gone and not self.done():
+                self._guest._fail(f"The machine went down while it ran '{self._command}'.")
+            self._guest._listen(0.5)
+        return Result(int((self._folder / "exit").read_text()), self.output("out"), self.output("err"))
+
+    def output(self, name: str = "out") -> str:
+        """What the command has written so far: "out" or "err"."""
+        path = self._folder / name
+        return path.read_text(errors="replace") if path.exists() else ""
