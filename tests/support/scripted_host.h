@@ -18,6 +18,7 @@
 //   delete folder PATH
 //   unpack PACKAGE to PATH
 //   list folder PATH                an opendir
+//   write PATH                      COrvXmlWrite::writeXML
 // What a forked child notes goes into a journal of its own. /dev/console is the file "$I/console".
 // "$I" stands for the install path in every line.
 #ifndef TESTS_SUPPORT_SCRIPTED_HOST_H
@@ -64,6 +65,7 @@ class ScriptedHost {
   bool folderCanBeListed = true;
   bool packageCanBeUnpacked = true;
   std::deque<bool> folderDeletions;  // results of the next folder deletions; true when empty
+  bool documentsCanBeWritten = true;
   std::deque<int> gethostnameResults;
   std::string hostName = "node7";
   CManageRepositoryInfo updateModule;
@@ -90,6 +92,10 @@ class ScriptedHost {
   void Command(const std::string& command, const CommandEnd& end, int times = 1);  // ExecForeignModule
   void ResultLine(const std::string& command, const std::string& line, int times = 1);
   void System(const std::string& command, int result, int times = 1);
+
+  // --- The XML documents that the plug-in wrote, the last one at the end: a line per element in document order, two
+  // blanks deeper than its parent, e.g. "  attr name=[BMC Version] value=[01-23]".
+  std::vector<std::vector<std::string>> writtenDocuments;
 
   // --- The journal.
   void Note(const std::string& line);
