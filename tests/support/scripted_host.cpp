@@ -1,5 +1,6 @@
 #include "tests/support/scripted_host.h"
 
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <fstream>
@@ -126,6 +127,9 @@ ScriptedHost::~ScriptedHost() {
   ExpectUsedUp("result lines", resultLines_);
   ExpectUsedUp("system() commands", systems_);
   current = nullptr;
+  if (lastChild > 0) {
+    waitpid(lastChild, nullptr, 0);  // it may still write into the folder, unless the test has waited for it
+  }
   std::filesystem::remove_all(installPath_);
 }
 
