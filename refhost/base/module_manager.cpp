@@ -1,0 +1,248 @@
+// CModuleManager and CFirmware: the records of one module, kept in the state file, and the stages of its update. Every
+// operation reads the file anew, so that what another run of the host recorded is seen.
+#include <chrono>
+#include <functional>
+#include <utility>
+
+#include "refhost/contract.h"
+#include "refhost/module_state.h"
+#include "refhost/package.h"
+
+namespace {
+
+using refhost::ModuleState;
+
+constexpr int kOk = 0;
+constexpr int kFailed = 1;
+constexpr int kDoneAfterTimeout = 1024;
+constexpr const char* kFirmwareKind = "firmware";
+
+void Trace(const std::string& text) {
+  CTraceUtility::WriteDebug("host", CTraceUtility::TRACE_DBG_ERROR, "%s", text.c_str());
+}
+
+ModuleState Load() {
+  ModuleState state;
+  std::string error;
+  if (!refhost::LoadModuleState(refhost::ModuleStateFolder(), &state, &error)) Trace(error);
+  return state;
+}
+
+int Save(const ModuleState& state) {
+  std::string error;
+  if (refhost::SaveModuleState(refhost::ModuleStateFolder(), state, &error)) return kOk;
+  Trace(error);
+  return kFailed;
+}
+
+int Change(const std::function<void(ModuleState*)>& change) {
+  ModuleState state = Load();
+  change(&state);
+  return Save(state);
+}
+
+std::string Today() {
+  const auto now = std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());
+  const auto day = std::chrono::floor<std::chrono::days>(now);
+  const std::chrono::year_month_day date{day};
+  const std::chrono::hh_mm_ss time{now - day};
+  std::string text(sizeof "2000-01-01T00:00:00Z", '\0');
+  const int length = snprintf(text.data(), text.size(), "%04d-%02u-%02uT%02ld:%02ld:%02ldZ",
+                              static_cast<int>(date.year()), static_cast<unsigned>(date.month()),
+                              static_cast<unsigned>(date.day()), static_cast<long>(time.hours().count()),
+                              static_cast<long>(time.minutes().count()), static_cast<long>(time.seconds().count()));
+  text.resize(static_cast<size_t>(length));
+  return text;
+}
+
+const refhost::ModuleRecord& Selected(const ModuleState& state, bool useOldModule) {
+  return useOldModule ? state.previous : state.update;
+}
+
+}  // namespace
+
+CModuleManager::CModuleManager(std::string providerText) : provider(std::move(providerText)) {}
+
+CModuleManager::~CModuleManager() = default;
+
+int CModuleManager::CheckRegisterUpdateModule(CManageRepositoryInfo package) {
+  return package.moduleVersion.empty() ? kFailed : kOk;
+}
+
+int CModuleManager::RegistUpdateModule(std::string moduleId, std::string packagePath) {
+  refhost::PackageManifest manifest;
+  std::string error;
+  if (!refhost::ReadPackageManifest(packagePath, &manifest, &error)) {
+    Trace("Cannot register [" + packagePath + "]: " + error);
+    return kFailed;
+  }
+  refhost::ModuleRecord record;
+  record.info = {moduleId, manifest.name, kFirmwareKind, "", manifest.version, manifest.model};
+  record.packagePath = packagePath;
+  if (CheckRegisterUpdateModule(record.info) != kOk) return kFailed;
+  return Change([&record](ModuleState* state) {
+    state->update = record;
+    state->updateStatus = refhost::kUpdateRegistered;
+    state->updateProgress = 0;
+  });
+}
+
+CManageModuleInfo CModuleManager::GetManageModuleInfo() {
+  return {"", kFirmwareKind, GetOperatingModuleInfo(), GetUpdateModuleInfo()};
+}
+
+CManageRepositoryInfo CModuleManager::GetOldOperatingModuleInfo() {
+  return Load().previous.info;
+}
+
+CManageRepositoryInfo CModuleManager::GetOperatingModuleInfo() {
+  return Load().operating.info;
+}
+
+CManageRepositoryInfo CModuleManager::GetUpdateModuleInfo() {
+  return Load().update.info;
+}
+
+int CModuleManager::GetUpdatePriority() {
+  return Load().updatePriority;
+}
+
+void CModuleManager::SetUpdatePriority(int priority) {
+  Change([priority](ModuleState* state) { state->updatePriority = priority; });
+}
+
+int CModuleManager::InitializeOperatingModuleInfo(std::string version) {
+  ModuleState state = Load();
+  if (!state.operating.info.moduleVersion.empty()) return kOk;
+  state.operating.info.moduleKind = kFirmwareKind;
+  state.operating.info.moduleVersion = std::move(version);
+  return Save(state);
+}
+
+int CModuleManager::CheckDependentInfo(CDependencyInfo dependency, bool useUpdateModule, bool allowEqual) {
+  const CManageRepositoryInfo record = useUpdateModule ? GetUpdateModuleInfo() : GetOperatingModuleInfo();
+  if (!dependency.moduleId.empty() && dependency.moduleId != record.moduleId) return kFailed;
+  if (dependency.version.empty()) return kOk;
+  if (dependency.version == record.moduleVersion) return allowEqual ? kOk : kFailed;
+  return CheckVendorVersion(dependency.version, record.moduleVersion) == 1 ? kOk : kFailed;
+}
+
+int CModuleManager::ApplyUpdatesRepository() {
+  return Change([](ModuleState* state) { state->previous = std::exchange(state->operating, state->update); });
+}
+
+int CModuleManager::RollbackRepository() {
+  return Change([](ModuleState* state) { state->operating = std::exchange(state->previous, {}); });
+}
+
+int CModuleManager::GetUpdateStatus() {
+  return Load().updateStatus;
+}
+
+int CModuleManager::GetUpdateProgress() {
+  return Load().updateProgress;
+}
+
+std::string CModuleManager::GetLatestUpdateDate() {
+  return Load().latestUpdateDate;
+}
+
+std::string CModuleManager::GetPrevVendorVersion() {
+  return Load().previousVersion;
+}
+
+int CModuleManager::ExecuteUpdateBackup(std::string backupPath, bool useOldModule) {
+  return UpdateBackup(backupPath, useOldModule);
+}
+
+int CModuleManager::ExecutePreUpdate(bool useOldModule) {
+  auto* firmware = dynamic_cast<CFirmware*>(this);
+  if (firmware == nullptr) return kFailed;
+  const ModuleState state = Load();
+  const refhost::ModuleRecord& module = Selected(state, useOldModule);
+  std::list<std::string> everything;
+  return firmware->PreUpdate(module.info.moduleId, module.packagePath, &everything, useOldModule);
+}
+
+int CModuleManager::ExecuteUpdate(bool useOldModule) {
+  auto* firmware = dynamic_cast<CFirmware*>(this);
+  if (firmware == nullptr) return kFailed;
+  ModuleState state = Load();
+  const refhost::ModuleRecord module = Selected(state, useOldModule);
+  state.updateStatus = refhost::kUpdateRunning;
+  state.updateProgress = 0;
+  state.previousVersion = operatingVersionCache;
+  // A device is not written to when the host could not remember it afterwards.
+  if (Save(state) != kOk) return kFailed;
+  std::list<std::string> everything;
+  const int result = firmware->Update(module.info.moduleId, module.packagePath, &everything, useOldModule);
+  const bool done = result == kOk || result == kDoneAfterTimeout;
+  Change([done](ModuleState* after) {
+    after->updateStatus = done ? refhost::kUpdateWritten : refhost::kUpdateFailed;
+    if (!done) return;
+    after->updateProgress = 100;
+    after->latestUpdateDate = Today();
+  });
+  return result;
+}
+
+int CModuleManager::ExecuteUpdateRestore(std::string backupPath) {
+  auto* firmware = dynamic_cast<CFirmware*>(this);
+  return firmware != nullptr ? firmware->UpdateRestore(backupPath) : kFailed;
+}
+
+int CModuleManager::ExecuteUpdateApplyCheck() {
+  auto* firmware = dynamic_cast<CFirmware*>(this);
+  if (firmware == nullptr) return kFailed;
+  const int result = firmware->UpdateApplyCheck(GetOperatingModuleInfo().moduleId);
+  if (result == kOk) SetUpdateStatus(refhost::kUpdateVerified);
+  return result;
+}
+
+void CModuleManager::SetUpdateStatus(int status) {
+  Change([status](ModuleState* state) { state->updateStatus = status; });
+}
+
+void CModuleManager::SetUpdateProgress(int progress) {
+  Change([progress](ModuleState* state) { state->updateProgress = progress; });
+}
+
+void CModuleManager::SetLatestUpdateDate(std::string date) {
+  Change([&date](ModuleState* state) { state->latestUpdateDate = date; });
+}
+
+void CModuleManager::SetPrevVendorVersion(std::string version) {
+  Change([&version](ModuleState* state) { state->previousVersion = version; });
+}
+
+int CModuleManager::LoadRepository(std::string path) {
+  ModuleState state;
+  std::string error;
+  if (!refhost::LoadModuleState(path, &state, &error)) {
+    Trace(error);
+    return kFailed;
+  }
+  return path == refhost::ModuleStateFolder() ? kOk : Save(state);
+}
+
+std::string CModuleManager::GetOperatingVersionCache() {
+  if (operatingVersionCache.empty()) operatingVersionCache = GetOperatingVersion();
+  return operatingVersionCache;
+}
+
+// The records of this host name no dependencies.
+void CModuleManager::SetDependencyInfo(CManageRepositoryInfo /*package*/) {
+  dependencies.clear();
+}
+
+// A device's firmware cannot be read back, so the host's own records are what a backup holds.
+int CModuleManager::UpdateBackup(std::string backupPath, bool /*useOldModule*/) {
+  std::string error;
+  if (refhost::SaveModuleState(backupPath, Load(), &error)) return kOk;
+  Trace(error);
+  return kFailed;
+}
+
+CFirmware::CFirmware(std::string providerText) : CModuleManager(std::move(providerText)) {}
+
+CFirmware::~CFirmware() = default;

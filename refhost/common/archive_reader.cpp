@@ -1,0 +1,103 @@
+#include "refhost/common/archive_reader.h"
+
+#include <archive.h>
+#include <archive_entry.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <array>
+#include <system_error>
+
+namespace refhost {
+namespace {
+
+constexpr size_t kBlockSize = 65536;
+constexpr long long kTarRecord = 512;
+
+FileDescriptor OpenFile(const std::string& path) {
+  FileDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+  struct stat status {};
+  if (!file.IsOpen() || fstat(file.Get(), &status) != 0) throw ArchiveError(std::generic_category().message(errno));
+  if (!S_ISREG(status.st_mode)) throw ArchiveError("it is not a file");
+  if (status.st_size == 0) throw ArchiveError("the file is empty");
+  return file;
+}
+
+std::string TextOrEmpty(const char* text) {
+  return text != nullptr ? text : "";
+}
+
+ArchiveMember::Kind KindOf(archive_entry* entry) {
+  if (archive_entry_hardlink(entry) != nullptr) return ArchiveMember::Kind::kHardLink;
+  switch (archive_entry_filetype(entry)) {
+    case AE_IFREG:
+      return ArchiveMember::Kind::kFile;
+    case AE_IFDIR:
+      return ArchiveMember::Kind::kFolder;
+    case AE_IFLNK:
+      return ArchiveMember::Kind::kSymlink;
+    default:
+      return ArchiveMember::Kind::kSpecial;
+  }
+}
+
+ArchiveMember Describe(archive_entry* entry) {
+  ArchiveMember member;
+  member.kind = KindOf(entry);
+  member.name = TextOrEmpty(archive_entry_pathname(entry));
+  if (member.name.empty()) member.name = TextOrEmpty(archive_entry_pathname_utf8(entry));
+  if (member.kind == ArchiveMember::Kind::kHardLink) member.linkTarget = TextOrEmpty(archive_entry_hardlink(entry));
+  if (member.kind == ArchiveMember::Kind::kSymlink) member.linkTarget = TextOrEmpty(archive_entry_symlink(entry));
+  member.permissions = archive_entry_perm(entry);
+  return member;
+}
+
+}  // namespace
+
+ArchiveReader::ArchiveReader(const std::string& path)
+    : file_(OpenFile(path)), archive_(archive_read_new(), archive_read_free) {
+  archive_read_support_format_zip(archive_.get());
+  archive_read_support_format_tar(archive_.get());
+  archive_read_support_filter_gzip(archive_.get());
+  archive_read_support_filter_bzip2(archive_.get());
+  archive_read_support_filter_xz(archive_.get());
+  archive_read_support_filter_zstd(archive_.get());
+  if (archive_read_open_fd(archive_.get(), file_.Get(), kBlockSize) != ARCHIVE_OK) Fail("it is not an archive");
+}
+
+bool ArchiveReader::Next(ArchiveMember* member) {
+  const long long dataEnd = archive_filter_bytes(archive_.get(), 0);
+  archive_entry* entry = nullptr;
+  const int result = archive_read_next_header(archive_.get(), &entry);
+  if (result == ARCHIVE_EOF) {
+    if (LacksTarEnd(dataEnd)) throw ArchiveError("the archive is cut off");
+    return false;
+  }
+  if (result != ARCHIVE_OK && result != ARCHIVE_WARN) Fail("it is not an archive");
+  *member = Describe(entry);
+  return true;
+}
+
+void ArchiveReader::ReadData(const Take& take) {
+  std::array<char, kBlockSize> block{};
+  for (;;) {
+    const la_ssize_t size = archive_read_data(archive_.get(), block.data(), block.size());
+    if (size == 0) return;
+    if (size < 0) Fail("a member cannot be read");
+    take(block.data(), static_cast<size_t>(size));
+  }
+}
+
+void ArchiveReader::Fail(const std::string& fallback) const {
+  const std::string reason = TextOrEmpty(archive_error_string(archive_.get()));
+  throw ArchiveError(reason.empty() ? fallback : reason);
+}
+
+// A tar archive ends with records of zeros. The reader takes a file that was cut off between two members for whole.
+bool ArchiveReader::LacksTarEnd(long long dataEnd) const {
+  if ((archive_format(archive_.get()) & ARCHIVE_FORMAT_BASE_MASK) != ARCHIVE_FORMAT_TAR) return false;
+  const long long membersEnd = (dataEnd + kTarRecord - 1) / kTarRecord * kTarRecord;
+  return archive_filter_bytes(archive_.get(), 0) < membersEnd + kTarRecord;
+}
+
+}  // namespace refhost

@@ -1,0 +1,85 @@
+// The process services of CCommon_Information.
+#include <fcntl.h>
+#include <poll.h>
+
+#include <array>
+#include <cerrno>
+
+#include "refhost/common/shell_process.h"
+#include "refhost/contract.h"
+
+namespace {
+
+using refhost::Deadline;
+using refhost::FileDescriptor;
+using refhost::ShellProcess;
+
+constexpr int kRan = 0;
+constexpr int kNotRun = 1;
+constexpr int kTimedOut = 255;
+
+// A question to the machine that takes longer than this will not be answered.
+constexpr unsigned long kResultLineLimitMs = 60000;
+
+// Appends what can be read without waiting; false at the end of the stream.
+bool ReadAvailable(int descriptor, std::string* text) {
+  std::array<char, 4096> buffer{};
+  for (;;) {
+    const ssize_t size = read(descriptor, buffer.data(), buffer.size());
+    if (size > 0) {
+      text->append(buffer.data(), static_cast<size_t>(size));
+    } else if (size == 0) {
+      return false;
+    } else if (errno != EINTR) {
+      return errno == EAGAIN;
+    }
+  }
+}
+
+// Reads until the stream ends, the shell ends (something that it left behind may hold the stream open for ever) or the
+// deadline passes.
+std::string ReadWhileRunning(const FileDescriptor& stream, const ShellProcess& process, const Deadline& deadline) {
+  std::string text;
+  for (;;) {
+    std::array<pollfd, 2> sources{pollfd{stream.Get(), POLLIN, 0}, pollfd{process.PidDescriptor(), POLLIN, 0}};
+    if (deadline.Poll(sources.data(), sources.size()) <= 0) return text;
+    if (!ReadAvailable(stream.Get(), &text) || sources[1].revents != 0) return text;
+  }
+}
+
+}  // namespace
+
+int CCommon_Information::ExecForeignModule(const std::string& command, const std::string& outputFile,
+                                           const std::string& workDir, unsigned long* exitCode,
+                                           unsigned long timeoutMs) {
+  if (command.empty()) return kNotRun;
+  const Deadline deadline(timeoutMs);
+  auto process = ShellProcess::Start(command, workDir, outputFile.empty() ? "/dev/null" : outputFile, -1);
+  if (!process) return kNotRun;
+  int exitStatus = 0;
+  switch (process->Wait(deadline, &exitStatus)) {
+    case ShellProcess::End::kExited:
+      if (exitCode != nullptr) *exitCode = static_cast<unsigned long>(exitStatus);
+      return kRan;
+    case ShellProcess::End::kTimedOut:
+      return kTimedOut;
+    default:
+      return kNotRun;
+  }
+}
+
+std::string CCommon_Information::GetResultLine(const std::string& command) {
+  std::array<int, 2> ends{};
+  if (command.empty() || pipe2(ends.data(), O_CLOEXEC) != 0) return "";
+  const FileDescriptor readEnd(ends[0]);
+  FileDescriptor writeEnd(ends[1]);
+  fcntl(readEnd.Get(), F_SETFL, O_NONBLOCK);
+  const Deadline deadline(kResultLineLimitMs);
+  auto process = ShellProcess::Start(command, "", "", writeEnd.Get());
+  if (!process) return "";
+  writeEnd.Close();
+  const std::string output = ReadWhileRunning(readEnd, *process, deadline);
+  int exitStatus = 0;
+  if (process->Wait(deadline, &exitStatus) != ShellProcess::End::kExited) return "";
+  return output.substr(0, output.find('\n'));
+}

@@ -1,0 +1,61 @@
+// One shell command as a child process in a process group of its own: started cheaply whatever the size of this
+// process, waited for up to a deadline, and ended with its whole group when the deadline passes.
+#ifndef REFHOST_COMMON_SHELL_PROCESS_H
+#define REFHOST_COMMON_SHELL_PROCESS_H
+
+#include <poll.h>
+#include <sys/types.h>
+
+#include <chrono>
+#include <optional>
+#include <string>
+
+#include "refhost/common/file_descriptor.h"
+
+namespace refhost {
+
+// A point in time up to which something is waited for, or no limit.
+class Deadline {
+ public:
+  static constexpr unsigned long kNoLimit = ~0UL;
+
+  // `milliseconds` from now, scaled as every waiting of this process; kNoLimit for none.
+  explicit Deadline(unsigned long milliseconds);
+
+  // Waits until one of the `count` descriptors is readable or at its end (their number, as poll tells it), or the
+  // deadline passes (0). -1 when waiting itself fails.
+  int Poll(pollfd* descriptors, unsigned long count) const;
+
+ private:
+  std::optional<std::chrono::steady_clock::time_point> end_;
+};
+
+class ShellProcess {
+ public:
+  enum class End { kExited, kSignalled, kTimedOut, kLost };
+
+  // Runs `command` by the shell in `workDir` ("" for the current folder). Its standard input is empty, its standard
+  // output goes to `outputFile`, or to the descriptor `output` when that is not negative. Nothing when it cannot be
+  // run.
+  static std::optional<ShellProcess> Start(const std::string& command, const std::string& workDir,
+                                           const std::string& outputFile, int output);
+
+  // Readable once the shell has ended.
+  int PidDescriptor() const { return pidDescriptor_.Get(); }
+
+  // Waits for the shell to end; its exit status is then in `*exitStatus` when it exited. At the deadline the group is
+  // ended. Call it once: the process is gone afterwards.
+  End Wait(const Deadline& deadline, int* exitStatus);
+
+ private:
+  ShellProcess(pid_t pid, FileDescriptor pidDescriptor) : pid_(pid), pidDescriptor_(std::move(pidDescriptor)) {}
+
+  void EndGroup() const;
+
+  pid_t pid_;
+  FileDescriptor pidDescriptor_;
+};
+
+}  // namespace refhost
+
+#endif  // REFHOST_COMMON_SHELL_PROCESS_H

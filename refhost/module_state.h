@@ -1,0 +1,51 @@
+// What the host remembers about the module between its runs, kept as a small JSON file under the install path.
+#ifndef REFHOST_MODULE_STATE_H
+#define REFHOST_MODULE_STATE_H
+
+#include <string>
+
+#include "host/Records.h"
+#include "refhost/export.h"
+
+namespace refhost {
+
+// Values of CModuleManager::GetUpdateStatus.
+enum UpdateStatus : int {
+  kNoUpdate = 0,
+  kUpdateRegistered = 1,
+  kUpdateRunning = 2,  // found after a restart: the update was cut off
+  kUpdateWritten = 3,  // waits for being applied and verified
+  kUpdateFailed = 4,
+  kUpdateVerified = 5,
+};
+
+struct ModuleRecord {
+  CManageRepositoryInfo info;
+  std::string packagePath;
+};
+
+struct ModuleState {
+  ModuleRecord operating;
+  ModuleRecord update;
+  ModuleRecord previous;
+  int updateStatus = kNoUpdate;
+  int updateProgress = 0;
+  int updatePriority = 0;
+  std::string latestUpdateDate;
+  std::string previousVersion;
+};
+
+// Folder of the state file: "repository" under the install path.
+REFHOST_EXPORT std::string ModuleStateFolder();
+
+// Reads the state file in `folder`; an empty state when there is none. False, with the reason in `*error` and an empty
+// state, when there is one that cannot be used; one that can be read but not understood is then kept beside under
+// another name, which the reason tells.
+REFHOST_EXPORT bool LoadModuleState(const std::string& folder, ModuleState* state, std::string* error);
+
+// Replaces the state file in `folder`, which is made when it is missing. False with the reason in `*error`.
+REFHOST_EXPORT bool SaveModuleState(const std::string& folder, const ModuleState& state, std::string* error);
+
+}  // namespace refhost
+
+#endif  // REFHOST_MODULE_STATE_H
