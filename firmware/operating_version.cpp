@@ -1,6 +1,7 @@
 #include "firmware/operating_version.h"
 
 #include "firmware/requests.h"
+#include "firmware/sdr_version.h"
 #include "ipmi/ipmi_exchange.h"
 #include "ipmi/retry.h"
 #include "ipmi/trace.h"
@@ -56,6 +57,9 @@ std::string ReadOperatingVersion(const std::string& toolPath) {
     return kAbnormalVersion;
   }
   CTraceUtility::WriteDebug(kChannel, kFlow, "[%s][%s]", version.c_str(), serverType.c_str());
+  if (Contains(serverType, "kv6000rt")) {
+    version = "BMC:" + version + "," + "SDR:" + ReadSdrVersion(toolPath);
+  }
   // The end line of a version that could be read carries it; readers of the trace match on it.
   trace.NoEnd();
   CTraceUtility::WriteDebug(kChannel, kFlow, "CBMC_KESTREL_Firmware::GetOperatingVersion() [%s] [END]",

@@ -8,6 +8,7 @@ namespace kestrel {
 
 // Versions (IPMI v2.0, sections 20.1 and 33.9).
 inline const IpmiRequest kGetDeviceId{"06", "01"};
+inline const IpmiRequest kGetSdrRepositoryInfo{"0a", "20"};
 
 }  // namespace kestrel
 

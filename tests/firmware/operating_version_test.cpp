@@ -142,5 +142,31 @@ TEST_F(OperatingVersion, OfAFailedAttemptIsForgotten) {
       SameLines(host_.TakeJournal(), {kStart, asked, Retried("c3"), asked, Retried("00"), asked, GivenUp("00")}));
 }
 
+TEST_F(OperatingVersion, OnARackServerCarriesTheSdrVersionToo) {
+  host_.serverType = "kv6000rt";
+  host_.Answer("06 01", "00 20 01 01 23");
+  host_.Answer("0a 20", "00 51 01 00");
+  host_.Answer("0a 23 00 00 01 00 00 ff", "00 ff ff 01 00 51 c0 11 00 00 00 53 44 52 20 56 65 72 73 69 6f 6e 20 41 31");
+  EXPECT_EQ(ReadOperatingVersion(kIpmitoolPath), "BMC:01-23,SDR:A1");
+  EXPECT_TRUE(
+      SameLines(host_.TakeJournal(),
+                {kStart, kAsked, "4 [01-23][kv6000rt]", "4 CBMC_KESTREL_Firmware::GetSDRVersion() [START]",
+                 Request("0a 20"), "1 Record Count [01][00]", "1 Record Num [01][00]", "1 Exec Get SDR Data",
+                 Request("0a 23 00 00 01 00 00 ff"), "1 Record [FFFF010051C0110000005344522056657273696F6E204131]",
+                 "4 CBMC_KESTREL_Firmware::GetSDRVersion() [A1] [END]",
+                 "4 CBMC_KESTREL_Firmware::GetOperatingVersion() [BMC:01-23,SDR:A1] [END]"}));
+}
+
+TEST_F(OperatingVersion, OnARackServerNamesAnEmptySdrVersionAllTheSame) {
+  host_.serverType = "kv6000rt";
+  host_.Answer("06 01", "00 20 01 0a 23");
+  host_.Answer("0a 20", "00 51 01");
+  EXPECT_EQ(ReadOperatingVersion(kIpmitoolPath), "BMC:0a-23,SDR:");
+  EXPECT_TRUE(SameLines(host_.TakeJournal(),
+                        {kStart, kAsked, "4 [0a-23][kv6000rt]", "4 CBMC_KESTREL_Firmware::GetSDRVersion() [START]",
+                         Request("0a 20"), "2 Failed to get SDR Record Count(Up)",
+                         "4 CBMC_KESTREL_Firmware::GetOperatingVersion() [BMC:0a-23,SDR:] [END]"}));
+}
+
 }  // namespace
 }  // namespace kestrel
