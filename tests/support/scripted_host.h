@@ -68,6 +68,7 @@ class ScriptedHost {
   bool documentsCanBeWritten = true;
   std::deque<int> gethostnameResults;
   std::string hostName = "node7";
+  bool firmwareCanBeMade = true;  // otherwise the CFirmware constructor throws
   CManageRepositoryInfo updateModule;
   CManageRepositoryInfo oldModule;
   CManageRepositoryInfo operatingModule;

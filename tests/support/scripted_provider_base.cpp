@@ -1,4 +1,5 @@
 // liborv_ProviderBase as the scripted host plays it: the module records are the script's, everything else is trivial.
+#include <stdexcept>
 #include <utility>
 
 #include "host/ProviderBase.h"
@@ -89,7 +90,11 @@ int CModuleManager::UpdateBackup(std::string, bool) {
   return 0;
 }
 
-CFirmware::CFirmware(std::string text) : CModuleManager(std::move(text)) {}
+CFirmware::CFirmware(std::string text) : CModuleManager(std::move(text)) {
+  if (!ScriptedHost::Current()->firmwareCanBeMade) {
+    throw std::runtime_error("the scripted host makes no firmware handler");
+  }
+}
 CFirmware::~CFirmware() = default;
 
 CVendor::CVendor(std::string text) : provider(std::move(text)) {}
