@@ -1,25 +1,11 @@
 #include "ipmi/tool_selection.h"
 
-#include <cstdio>
 #include <string_view>
 
+#include "ipmi/file_probe.h"
 #include "ipmi/trace.h"
 
 namespace kestrel {
-
-namespace {
-
-// Readable is all that is asked: whether the tool runs is seen at its first request.
-bool CanBeRead(const char* path) {
-  std::FILE* file = std::fopen(path, "r");
-  if (file == nullptr) {
-    return false;
-  }
-  std::fclose(file);
-  return true;
-}
-
-}  // namespace
 
 std::string SelectIpmiTool(std::string* errorCode) {
   if (CanBeRead(kMakersTool)) {
