@@ -68,10 +68,9 @@ Machine::Machine(Config config, Listener listener, EventLoop& loop)
 
 Machine::~Machine() { Kill(); }
 
-bool Machine::Start() {
-    if (running()) {
-        return true;
-    }
+bool Machine::Start() { return running() || StartProcess(); }
+
+bool Machine::StartProcess() {
     std::array<int, 2> pair{};
     if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, pair.data()) != 0) {
         std::printf("machine: no QMP channel: %s\n", std::strerror(errno));
@@ -80,7 +79,7 @@ bool Machine::Start() {
     FileDescriptor ours(pair[0]);
     const FileDescriptor theirs(pair[1]);
     auto command = config_.command;
-    command.insert(command.end(), {"-chardev", "socket,id=qmp,fd=" + std::to_string(kQmpChildFd), "-mon",
+    command.insert(command.end(), {"-no-reboot", "-chardev", "socket,id=qmp,fd=" + std::to_string(kQmpChildFd), "-mon",
                                    "chardev=qmp,mode=control"});
     std::vector<char*> arguments;
     for (auto& argument : command) {
@@ -115,17 +114,29 @@ void Machine::Kill() {
 }
 
 void Machine::OnExit() {
-    std::printf("machine: off\n");
+    // What QEMU said last may still wait behind the news of its end.
+    while (qmp_.valid()) {
+        OnQmp();
+    }
     loop_.Unwatch(pidFd_.get());
     pidFd_.Reset();
-    if (qmp_.valid()) {
-        loop_.Unwatch(qmp_.get());
-        qmp_.Reset();
-    }
     pid_ = -1;
+    if (std::exchange(resetting_, false) && StartProcess()) {
+        if (mediaAttached_) {
+            PlugMediaIn();
+        }
+        listener_.rebooted();
+        return;
+    }
+    std::printf("machine: off\n");
     mediaAttached_ = false;
     ++mediaGeneration_;
     listener_.off();
+}
+
+void Machine::DropQmp() {
+    loop_.Unwatch(qmp_.get());
+    qmp_.Reset();
 }
 
 void Machine::OnQmp() {
@@ -135,8 +146,7 @@ void Machine::OnQmp() {
         return;
     }
     if (count <= 0) {
-        loop_.Unwatch(qmp_.get());
-        qmp_.Reset();
+        DropQmp();
         return;
     }
     qmpInput_.append(buffer.data(), static_cast<std::size_t>(count));
@@ -154,8 +164,8 @@ void Machine::OnQmpLine(const std::string& line) {
     }
     if (message.contains("error")) {
         std::printf("machine: %s\n", line.c_str());
-    } else if (message.value("event", "") == "RESET") {
-        listener_.rebooted();
+    } else if (message.value("event", "") == "SHUTDOWN") {
+        resetting_ = message.at("data").value("reason", "") == "guest-reset";
     } else if (message.value("id", "") == kMediaQuestion && mediaAttached_ && !mediaWasRead_) {
         mediaWasRead_ = WasRead(message.at("return"));
         if (mediaWasRead_) {
@@ -178,6 +188,10 @@ void Machine::AttachMedia() {
         return;
     }
     mediaAttached_ = true;
+    PlugMediaIn();
+}
+
+void Machine::PlugMediaIn() {
     mediaWasRead_ = false;
     ++mediaGeneration_;
     Send(R"({"execute":"device_add","arguments":{"driver":"usb-bot","id":"media","bus":"usb.0"}})");

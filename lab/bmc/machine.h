@@ -1,4 +1,4 @@
-// The machine that the BMC manages: one QEMU process, its power, and its virtual media drive over QMP.
+// The machine that the BMC manages: a QEMU process for each boot, its power, and its virtual media drive over QMP.
 // Decides nothing; the BMC does.
 #pragma once
 
@@ -17,15 +17,15 @@ namespace kv6000 {
 class Machine {
   public:
     struct Config {
-        std::vector<std::string> command;  // QEMU and its arguments, without the QMP channel
+        std::vector<std::string> command;  // QEMU and its arguments, without QMP channel and reset handling
         std::string logPath;               // QEMU's own output is appended here
         std::string mediaPath;             // backing file of the block node "media"
     };
 
     // All are called from the event loop.
     struct Listener {
-        std::function<void()> off;        // the process has ended
-        std::function<void()> rebooted;   // reset without power-off
+        std::function<void()> off;        // the power is off
+        std::function<void()> rebooted;   // reset without power-off; an attached drive stays attached
         std::function<void()> mediaSeen;  // the guest has read the drive that AttachMedia() plugged in
     };
 
@@ -49,9 +49,12 @@ class Machine {
     [[nodiscard]] std::vector<std::uint8_t> ReadMedia(std::uint32_t offset, std::uint32_t length) const;
 
   private:
+    bool StartProcess();
     void OnExit();
     void OnQmp();
+    void DropQmp();
     void OnQmpLine(const std::string& line);
+    void PlugMediaIn();
     void Send(const std::string& command);
     void AskWhetherMediaWasRead();
 
@@ -62,6 +65,7 @@ class Machine {
     FileDescriptor pidFd_;
     FileDescriptor qmp_;
     std::string qmpInput_;
+    bool resetting_ = false;
     bool mediaAttached_ = false;
     bool mediaWasRead_ = false;
     unsigned mediaGeneration_ = 0;  // lets a pending question recognise that its drive has gone

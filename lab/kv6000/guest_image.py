@@ -6,9 +6,11 @@ open-source IPMI tool and the maker's IPMI tool. An overlay of the product is a 
 
 import fcntl
 import hashlib
+import lzma
 import os
 import re
 import shutil
+import struct
 import subprocess
 import tempfile
 from pathlib import Path
@@ -117,12 +119,29 @@ def pack_overlay(overlay: Path, archive: Path):
         pack(tree, archive)
 
 
+def unpack_kernel(path: Path) -> bytes:
+    """The kernel proper inside a bzImage. QEMU boots it as it is; unpacked by the emulated machine it costs 4 s more."""
+    image = path.read_bytes()
+    # Fields of the boot protocol's header: setup sectors, then offset and length of the compressed kernel behind them.
+    setup = (image[0x1f1] or 4) + 1
+    offset, length = struct.unpack_from("<II", image, 0x248)
+    packed = image[setup * 512 + offset:setup * 512 + offset + length]
+    try:
+        # The last four bytes are the unpacked length, not part of the stream.
+        kernel = lzma.decompress(packed[:-4])
+    except lzma.LZMAError as error:
+        raise LabError(f"{path} holds no xz-compressed kernel.", str(error)) from error
+    if not kernel.startswith(b"\x7fELF"):
+        raise LabError(f"{path} holds something else than a kernel.")
+    return kernel
+
+
 class GuestImage:
     """The kernel and the cpio segments; `ensure()` builds what is missing or stale."""
 
     def __init__(self):
         self.cache = guest_cache()
-        self.kernel = self.cache / "vmlinuz"
+        self.kernel = self.cache / "vmlinux"
         self.base = self.cache / "base.cpio"
         self.ipmitool = self.cache / "ipmitool.cpio"
 
@@ -217,7 +236,7 @@ class GuestImage:
             package = found.group(1)
         unpacked = self._fetch(package, work)
         release = package.removeprefix("linux-image-")
-        shutil.copy(unpacked / "boot" / f"vmlinuz-{release}", self.kernel)
+        self.kernel.write_bytes(unpack_kernel(unpacked / "boot" / f"vmlinuz-{release}"))
         # depmod and modprobe look below lib/modules of the folder they are given.
         run(["/usr/sbin/depmod", "-b", unpacked, release])
         wanted = run(["/usr/sbin/modprobe", "-d", unpacked, "-S", release, "-D", "-a", *MODULES])
