@@ -10,6 +10,10 @@ namespace kestrel {
 inline const IpmiRequest kGetDeviceId{"06", "01"};
 inline const IpmiRequest kGetSdrRepositoryInfo{"0a", "20"};
 
+// Apply (OEM).
+inline const IpmiRequest kSetRebootFlag{"34", "5e", "55", "aa", "01"};
+inline const IpmiRequest kCheckRebootFlag{"34", "5f"};
+
 }  // namespace kestrel
 
 #endif  // FIRMWARE_REQUESTS_H
