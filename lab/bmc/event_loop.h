@@ -8,18 +8,18 @@
 namespace kv6000 {
 
 class EventLoop {
-  public:
-    using Callback = std::function<void()>;
+ public:
+  using Callback = std::function<void()>;
 
-    virtual ~EventLoop() = default;
+  virtual ~EventLoop() = default;
 
-    // Calls `readable` whenever `fd` has something to read. One watch for each descriptor. The descriptor stays the
-    // caller's; Unwatch() it before closing it. Both may be called from inside a callback.
-    virtual void Watch(int fd, Callback readable) = 0;
-    virtual void Unwatch(int fd) = 0;
+  // Calls `readable` whenever `fd` has something to read. One watch for each descriptor. The descriptor stays the
+  // caller's; Unwatch() it before closing it. Both may be called from inside a callback.
+  virtual void Watch(int fd, Callback readable) = 0;
+  virtual void Unwatch(int fd) = 0;
 
-    // Calls `due` once after `delay`.
-    virtual void After(std::chrono::milliseconds delay, Callback due) = 0;
+  // Calls `due` once after `delay`.
+  virtual void After(std::chrono::milliseconds delay, Callback due) = 0;
 };
 
 }  // namespace kv6000

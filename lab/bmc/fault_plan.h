@@ -11,34 +11,34 @@
 namespace kv6000 {
 
 struct Fault {
-    enum class Kind : std::uint8_t { kFail, kShort, kSilent };
+  enum class Kind : std::uint8_t { kFail, kShort, kSilent };
 
-    Kind kind = Kind::kFail;
-    std::uint8_t value = 0;  // kFail: the completion code; kShort: bytes left, completion code included
+  Kind kind = Kind::kFail;
+  std::uint8_t value = 0;  // kFail: the completion code; kShort: bytes left, completion code included
 };
 
 class FaultPlan {
-  public:
-    // The next `count` calls of (netfn, cmd) meet the fault; 0: every call until Clear(). Replaces an earlier order for
-    // the same command.
-    void Order(std::uint8_t netfn, std::uint8_t cmd, const Fault& fault, unsigned count);
+ public:
+  // The next `count` calls of (netfn, cmd) meet the fault; 0: every call until Clear(). Replaces an earlier order for
+  // the same command.
+  void Order(std::uint8_t netfn, std::uint8_t cmd, const Fault& fault, unsigned count);
 
-    void Clear();
+  void Clear();
 
-    // The fault that the next call will meet, without using it up.
-    [[nodiscard]] std::optional<Fault> Next(std::uint8_t netfn, std::uint8_t cmd) const;
+  // The fault that the next call will meet, without using it up.
+  [[nodiscard]] std::optional<Fault> Next(std::uint8_t netfn, std::uint8_t cmd) const;
 
-    // Uses up one call. False when the call is to get no answer at all; otherwise `answer` (completion code first) is
-    // changed as ordered.
-    bool Apply(std::uint8_t netfn, std::uint8_t cmd, std::vector<std::uint8_t>& answer);
+  // Uses up one call. False when the call is to get no answer at all; otherwise `answer` (completion code first) is
+  // changed as ordered.
+  bool Apply(std::uint8_t netfn, std::uint8_t cmd, std::vector<std::uint8_t>& answer);
 
-  private:
-    struct Entry {
-        Fault fault;
-        unsigned left = 0;
-        bool always = false;
-    };
-    std::map<std::pair<std::uint8_t, std::uint8_t>, Entry> entries_;
+ private:
+  struct Entry {
+    Fault fault;
+    unsigned left = 0;
+    bool always = false;
+  };
+  std::map<std::pair<std::uint8_t, std::uint8_t>, Entry> entries_;
 };
 
 }  // namespace kv6000

@@ -12,10 +12,10 @@ namespace kv6000 {
 
 // Firmware revision as Get Device ID carries it: both bytes are shown as two hexadecimal digits, "01-23".
 struct Version {
-    std::uint8_t major = 0;
-    std::uint8_t minor = 0;
+  std::uint8_t major = 0;
+  std::uint8_t minor = 0;
 
-    friend bool operator==(const Version&, const Version&) = default;
+  friend bool operator==(const Version&, const Version&) = default;
 };
 
 // "01-23". Text() and ParseVersion() are inverse.
@@ -32,11 +32,11 @@ struct Version {
 //  16  4  CRC-32 (zlib) of the payload
 //  20 12  zero
 struct ImageHeader {
-    static constexpr std::size_t kSize = 32;
+  static constexpr std::size_t kSize = 32;
 
-    Version version;
-    std::uint32_t payloadLength = 0;
-    std::uint32_t checksum = 0;
+  Version version;
+  std::uint32_t payloadLength = 0;
+  std::uint32_t checksum = 0;
 };
 
 // Why an image was refused, or kNone.

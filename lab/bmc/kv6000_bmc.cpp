@@ -13,237 +13,241 @@ namespace {
 constexpr std::array<std::uint8_t, 2> kSignature = {0x55, 0xaa};
 
 bool IsSigned(std::span<const std::uint8_t> data) {
-    return std::equal(kSignature.begin(), kSignature.end(), data.begin());
+  return std::equal(kSignature.begin(), kSignature.end(), data.begin());
 }
 
 // These majors are write protected: connecting media needs Change Write mode first.
-bool IsWriteProtected(const Version& version) { return version.major == 0x06 || version.major == 0x16; }
+bool IsWriteProtected(const Version& version) {
+  return version.major == 0x06 || version.major == 0x16;
+}
 
 Flash ToFlash(ImageFault fault) {
-    switch (fault) {
-        case ImageFault::kMagic:
-            return Flash::kBadMagic;
-        case ImageFault::kLength:
-            return Flash::kBadLength;
-        case ImageFault::kChecksum:
-            return Flash::kBadChecksum;
-        case ImageFault::kNone:
-            break;
-    }
-    return Flash::kDone;
+  switch (fault) {
+    case ImageFault::kMagic:
+      return Flash::kBadMagic;
+    case ImageFault::kLength:
+      return Flash::kBadLength;
+    case ImageFault::kChecksum:
+      return Flash::kBadChecksum;
+    case ImageFault::kNone:
+      break;
+  }
+  return Flash::kDone;
 }
 
 }  // namespace
 
 struct Bmc::Command {
-    std::uint8_t netfn;
-    std::uint8_t cmd;
-    std::size_t length;  // of the request data
-    Bytes (Bmc::*handler)(std::span<const std::uint8_t>);
+  std::uint8_t netfn;
+  std::uint8_t cmd;
+  std::size_t length;  // of the request data
+  Bytes (Bmc::*handler)(std::span<const std::uint8_t>);
 };
 
 std::span<const Bmc::Command> Bmc::Table() {
-    static constexpr std::array<Command, 9> kTable = {{
-        {0x36, 0x03, 22, &Bmc::ChangeWriteMode},
-        {0x34, 0x8c, 3, &Bmc::ConnectMedia},
-        {0x34, 0x8d, 0, &Bmc::CheckMedia},
-        {0x34, 0x2c, 1, &Bmc::DisableWait},
-        {0x34, 0x2d, 0, &Bmc::CheckWait},
-        {0x34, 0x5e, 3, &Bmc::ArmRebootFlag},
-        {0x34, 0x5f, 0, &Bmc::CheckRebootFlag},
-        {0x34, 0x90, 4, &Bmc::StartFlash},
-        {0x34, 0x91, 0, &Bmc::CheckFlash},
-    }};
-    return kTable;
+  static constexpr std::array<Command, 9> kTable = {{
+      {0x36, 0x03, 22, &Bmc::ChangeWriteMode},
+      {0x34, 0x8c, 3, &Bmc::ConnectMedia},
+      {0x34, 0x8d, 0, &Bmc::CheckMedia},
+      {0x34, 0x2c, 1, &Bmc::DisableWait},
+      {0x34, 0x2d, 0, &Bmc::CheckWait},
+      {0x34, 0x5e, 3, &Bmc::ArmRebootFlag},
+      {0x34, 0x5f, 0, &Bmc::CheckRebootFlag},
+      {0x34, 0x90, 4, &Bmc::StartFlash},
+      {0x34, 0x91, 0, &Bmc::CheckFlash},
+  }};
+  return kTable;
 }
 
 const Bmc::Command* Bmc::Find(std::uint8_t netfn, std::uint8_t cmd) {
-    const auto table = Table();
-    const auto found =
-        std::ranges::find_if(table, [&](const Command& entry) { return entry.netfn == netfn && entry.cmd == cmd; });
-    return found == table.end() ? nullptr : &*found;
+  const auto table = Table();
+  const auto found =
+      std::ranges::find_if(table, [&](const Command& entry) { return entry.netfn == netfn && entry.cmd == cmd; });
+  return found == table.end() ? nullptr : &*found;
 }
 
 Bmc::Bmc(const Version& running, std::string writeModePhrase, Outside& outside)
     : writeModePhrase_(std::move(writeModePhrase)), outside_(outside) {
-    state_.running = running;
+  state_.running = running;
 }
 
-bool Bmc::Knows(std::uint8_t netfn, std::uint8_t cmd) { return Find(netfn, cmd) != nullptr; }
+bool Bmc::Knows(std::uint8_t netfn, std::uint8_t cmd) {
+  return Find(netfn, cmd) != nullptr;
+}
 
 std::vector<std::pair<std::uint8_t, std::uint8_t>> Bmc::Commands() {
-    std::vector<std::pair<std::uint8_t, std::uint8_t>> commands;
-    for (const auto& entry : Table()) {
-        commands.emplace_back(entry.netfn, entry.cmd);
-    }
-    return commands;
+  std::vector<std::pair<std::uint8_t, std::uint8_t>> commands;
+  for (const auto& entry : Table()) {
+    commands.emplace_back(entry.netfn, entry.cmd);
+  }
+  return commands;
 }
 
 Bytes Bmc::Handle(std::uint8_t netfn, std::uint8_t cmd, std::span<const std::uint8_t> data) {
-    const Command* command = Find(netfn, cmd);
-    if (command == nullptr) {
-        return {kInvalidCommand};
-    }
-    if (data.size() != command->length) {
-        return {kWrongLength};
-    }
-    return (this->*command->handler)(data);
+  const Command* command = Find(netfn, cmd);
+  if (command == nullptr) {
+    return {kInvalidCommand};
+  }
+  if (data.size() != command->length) {
+    return {kWrongLength};
+  }
+  return (this->*command->handler)(data);
 }
 
 Bytes Bmc::ChangeWriteMode(std::span<const std::uint8_t> data) {
-    if (!std::ranges::equal(data, writeModePhrase_,
-                            [](std::uint8_t byte, char letter) { return byte == static_cast<std::uint8_t>(letter); })) {
-        return {kInvalidData};
-    }
-    state_.writeMode = true;
-    return {kOk};
+  if (!std::ranges::equal(data, writeModePhrase_,
+                          [](std::uint8_t byte, char letter) { return byte == static_cast<std::uint8_t>(letter); })) {
+    return {kInvalidData};
+  }
+  state_.writeMode = true;
+  return {kOk};
 }
 
 Bytes Bmc::ConnectMedia(std::span<const std::uint8_t> data) {
-    if (!IsSigned(data) || data[2] > 1) {
-        return {kInvalidData};
-    }
-    if (state_.flash == Flash::kRunning) {
-        return {kBusy};
-    }
-    if (data[2] == 0) {
-        LoseMedia();
-        return {kOk};
-    }
-    if (IsWriteProtected(state_.running) && !state_.writeMode) {
-        return {kWrongState};
-    }
-    if (state_.media == Media::kDisconnected) {
-        state_.media = Media::kConnecting;
-        outside_.AttachMedia();
-    }
+  if (!IsSigned(data) || data[2] > 1) {
+    return {kInvalidData};
+  }
+  if (state_.flash == Flash::kRunning) {
+    return {kBusy};
+  }
+  if (data[2] == 0) {
+    LoseMedia();
     return {kOk};
+  }
+  if (IsWriteProtected(state_.running) && !state_.writeMode) {
+    return {kWrongState};
+  }
+  if (state_.media == Media::kDisconnected) {
+    state_.media = Media::kConnecting;
+    outside_.AttachMedia();
+  }
+  return {kOk};
 }
 
 Bytes Bmc::CheckMedia(std::span<const std::uint8_t> /*data*/) {
-    return {kOk, static_cast<std::uint8_t>(state_.media == Media::kConnected)};
+  return {kOk, static_cast<std::uint8_t>(state_.media == Media::kConnected)};
 }
 
 Bytes Bmc::DisableWait(std::span<const std::uint8_t> data) {
-    if (data[0] != 0) {
-        return {kInvalidData};
-    }
-    if (state_.media != Media::kConnected) {
-        return {kWrongState};
-    }
-    state_.waiting = false;
-    return {kOk};
+  if (data[0] != 0) {
+    return {kInvalidData};
+  }
+  if (state_.media != Media::kConnected) {
+    return {kWrongState};
+  }
+  state_.waiting = false;
+  return {kOk};
 }
 
 Bytes Bmc::CheckWait(std::span<const std::uint8_t> /*data*/) {
-    return {kOk, static_cast<std::uint8_t>(state_.waiting)};
+  return {kOk, static_cast<std::uint8_t>(state_.waiting)};
 }
 
 Bytes Bmc::ArmRebootFlag(std::span<const std::uint8_t> data) {
-    if (!IsSigned(data) || data[2] != 1) {
-        return {kInvalidData};
-    }
-    if (!state_.standby) {
-        return {kWrongState};
-    }
-    state_.rebootFlag = true;
-    return {kOk};
+  if (!IsSigned(data) || data[2] != 1) {
+    return {kInvalidData};
+  }
+  if (!state_.standby) {
+    return {kWrongState};
+  }
+  state_.rebootFlag = true;
+  return {kOk};
 }
 
 Bytes Bmc::CheckRebootFlag(std::span<const std::uint8_t> /*data*/) {
-    return {kOk, static_cast<std::uint8_t>(state_.rebootFlag)};
+  return {kOk, static_cast<std::uint8_t>(state_.rebootFlag)};
 }
 
 Bytes Bmc::StartFlash(std::span<const std::uint8_t> data) {
-    const auto length = static_cast<std::uint32_t>(data[0] | data[1] << 8U | data[2] << 16U) |
-                        static_cast<std::uint32_t>(data[3]) << 24U;
-    if (state_.flash == Flash::kRunning) {
-        return {kBusy};
-    }
-    if (state_.media != Media::kConnected || state_.waiting) {
-        return {kWrongState};
-    }
-    if (length <= ImageHeader::kSize || length > kSlotSize) {
-        return {kInvalidData};
-    }
-    // From here on the old content of the standby slot is being overwritten.
-    state_.standby.reset();
-    state_.rebootFlag = false;
-    state_.flash = Flash::kRunning;
-    state_.flashPercent = 0;
-    incoming_.clear();
-    incomingTotal_ = length;
-    return {kOk};
+  const auto length =
+      static_cast<std::uint32_t>(data[0] | data[1] << 8U | data[2] << 16U) | static_cast<std::uint32_t>(data[3]) << 24U;
+  if (state_.flash == Flash::kRunning) {
+    return {kBusy};
+  }
+  if (state_.media != Media::kConnected || state_.waiting) {
+    return {kWrongState};
+  }
+  if (length <= ImageHeader::kSize || length > kSlotSize) {
+    return {kInvalidData};
+  }
+  // From here on the old content of the standby slot is being overwritten.
+  state_.standby.reset();
+  state_.rebootFlag = false;
+  state_.flash = Flash::kRunning;
+  state_.flashPercent = 0;
+  incoming_.clear();
+  incomingTotal_ = length;
+  return {kOk};
 }
 
 Bytes Bmc::CheckFlash(std::span<const std::uint8_t> /*data*/) {
-    return {kOk, static_cast<std::uint8_t>(state_.flash), static_cast<std::uint8_t>(state_.flashPercent)};
+  return {kOk, static_cast<std::uint8_t>(state_.flash), static_cast<std::uint8_t>(state_.flashPercent)};
 }
 
 void Bmc::MediaSeen() {
-    if (state_.media == Media::kConnecting) {
-        state_.media = Media::kConnected;
-    }
+  if (state_.media == Media::kConnecting) {
+    state_.media = Media::kConnected;
+  }
 }
 
 void Bmc::FlashStep() {
-    if (state_.flash != Flash::kRunning) {
-        return;
-    }
-    const auto offset = static_cast<std::uint32_t>(incoming_.size());
-    const auto wanted = std::min(kFlashStep, incomingTotal_ - offset);
-    const Bytes chunk = outside_.ReadMedia(offset, wanted);
-    incoming_.insert(incoming_.end(), chunk.begin(), chunk.end());
-    if (chunk.size() != wanted) {
-        EndFlash(Flash::kMediaLost);
-        return;
-    }
-    if (offset == 0 && !ReadHeader(incoming_)) {
-        EndFlash(Flash::kBadMagic);
-        return;
-    }
-    state_.flashPercent = static_cast<unsigned>(incoming_.size() * 100 / incomingTotal_);
-    if (incoming_.size() == incomingTotal_) {
-        EndFlash(ToFlash(CheckImage(incoming_)));
-    }
+  if (state_.flash != Flash::kRunning) {
+    return;
+  }
+  const auto offset = static_cast<std::uint32_t>(incoming_.size());
+  const auto wanted = std::min(kFlashStep, incomingTotal_ - offset);
+  const Bytes chunk = outside_.ReadMedia(offset, wanted);
+  incoming_.insert(incoming_.end(), chunk.begin(), chunk.end());
+  if (chunk.size() != wanted) {
+    EndFlash(Flash::kMediaLost);
+    return;
+  }
+  if (offset == 0 && !ReadHeader(incoming_)) {
+    EndFlash(Flash::kBadMagic);
+    return;
+  }
+  state_.flashPercent = static_cast<unsigned>(incoming_.size() * 100 / incomingTotal_);
+  if (incoming_.size() == incomingTotal_) {
+    EndFlash(ToFlash(CheckImage(incoming_)));
+  }
 }
 
 void Bmc::EndFlash(Flash result) {
-    state_.flash = result;
-    if (result == Flash::kDone) {
-        state_.standby = ReadHeader(incoming_)->version;
-    }
-    incoming_.clear();
+  state_.flash = result;
+  if (result == Flash::kDone) {
+    state_.standby = ReadHeader(incoming_)->version;
+  }
+  incoming_.clear();
 }
 
 void Bmc::LoseMedia() {
-    if (state_.flash == Flash::kRunning) {
-        EndFlash(Flash::kMediaLost);
-    }
-    if (state_.media != Media::kDisconnected) {
-        state_.media = Media::kDisconnected;
-        outside_.DetachMedia();
-    }
-    state_.waiting = true;
+  if (state_.flash == Flash::kRunning) {
+    EndFlash(Flash::kMediaLost);
+  }
+  if (state_.media != Media::kDisconnected) {
+    state_.media = Media::kDisconnected;
+    outside_.DetachMedia();
+  }
+  state_.waiting = true;
 }
 
 void Bmc::MachineOff() {
-    LoseMedia();
-    state_.writeMode = false;
-    if (!state_.rebootFlag) {
-        return;
-    }
-    state_.running = *state_.standby;
-    state_.standby.reset();
-    state_.rebootFlag = false;
-    outside_.SetRunningVersion(state_.running);
-    outside_.PowerOn();
+  LoseMedia();
+  state_.writeMode = false;
+  if (!state_.rebootFlag) {
+    return;
+  }
+  state_.running = *state_.standby;
+  state_.standby.reset();
+  state_.rebootFlag = false;
+  outside_.SetRunningVersion(state_.running);
+  outside_.PowerOn();
 }
 
 void Bmc::PowerLost() {
-    LoseMedia();
-    state_.writeMode = false;
-    state_.rebootFlag = false;
+  LoseMedia();
+  state_.writeMode = false;
+  state_.rebootFlag = false;
 }
 
 }  // namespace kv6000

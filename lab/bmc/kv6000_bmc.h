@@ -16,115 +16,115 @@ using Bytes = std::vector<std::uint8_t>;
 
 // IPMI completion codes that this BMC answers.
 enum Completion : std::uint8_t {
-    kOk = 0x00,
-    kBusy = 0xc0,
-    kInvalidCommand = 0xc1,
-    kWrongLength = 0xc7,
-    kInvalidData = 0xcc,
-    kWrongState = 0xd5,
+  kOk = 0x00,
+  kBusy = 0xc0,
+  kInvalidCommand = 0xc1,
+  kWrongLength = 0xc7,
+  kInvalidData = 0xcc,
+  kWrongState = 0xd5,
 };
 
 // What the BMC can do to the world around it. Calls come from inside the Bmc operations and must not call back into
 // the Bmc before they return.
 class Outside {
-  public:
-    virtual ~Outside() = default;
+ public:
+  virtual ~Outside() = default;
 
-    // Plugs the virtual media drive in. Bmc::MediaSeen() is expected once the machine's system has taken it up.
-    virtual void AttachMedia() = 0;
-    virtual void DetachMedia() = 0;
+  // Plugs the virtual media drive in. Bmc::MediaSeen() is expected once the machine's system has taken it up.
+  virtual void AttachMedia() = 0;
+  virtual void DetachMedia() = 0;
 
-    // `length` bytes of the media from `offset`; shorter when the media ends before.
-    virtual Bytes ReadMedia(std::uint32_t offset, std::uint32_t length) = 0;
+  // `length` bytes of the media from `offset`; shorter when the media ends before.
+  virtual Bytes ReadMedia(std::uint32_t offset, std::uint32_t length) = 0;
 
-    // The firmware that Get Device ID tells from now on.
-    virtual void SetRunningVersion(const Version& version) = 0;
+  // The firmware that Get Device ID tells from now on.
+  virtual void SetRunningVersion(const Version& version) = 0;
 
-    virtual void PowerOn() = 0;
+  virtual void PowerOn() = 0;
 };
 
 enum class Media : std::uint8_t { kDisconnected, kConnecting, kConnected };
 
 // State of the flash operation as command 34 91 answers it.
 enum class Flash : std::uint8_t {
-    kIdle = 0x00,
-    kRunning = 0x01,
-    kDone = 0x02,
-    kBadMagic = 0x80,
-    kBadLength = 0x81,
-    kBadChecksum = 0x82,
-    kMediaLost = 0x83,
+  kIdle = 0x00,
+  kRunning = 0x01,
+  kDone = 0x02,
+  kBadMagic = 0x80,
+  kBadLength = 0x81,
+  kBadChecksum = 0x82,
+  kMediaLost = 0x83,
 };
 
 class Bmc {
-  public:
-    // Bytes that one step of the flash operation takes from the media.
-    static constexpr std::uint32_t kFlashStep = 16 * 1024;
-    // The largest image that a slot takes, header included.
-    static constexpr std::uint32_t kSlotSize = 8 * 1024 * 1024;
+ public:
+  // Bytes that one step of the flash operation takes from the media.
+  static constexpr std::uint32_t kFlashStep = 16 * 1024;
+  // The largest image that a slot takes, header included.
+  static constexpr std::uint32_t kSlotSize = 8 * 1024 * 1024;
 
-    // Everything a person or a test may want to see.
-    struct State {
-        Version running;
-        std::optional<Version> standby;  // set when the standby slot holds a whole image
-        Media media = Media::kDisconnected;
-        Flash flash = Flash::kIdle;
-        unsigned flashPercent = 0;
-        bool writeMode = false;
-        bool waiting = true;
-        bool rebootFlag = false;
-    };
+  // Everything a person or a test may want to see.
+  struct State {
+    Version running;
+    std::optional<Version> standby;  // set when the standby slot holds a whole image
+    Media media = Media::kDisconnected;
+    Flash flash = Flash::kIdle;
+    unsigned flashPercent = 0;
+    bool writeMode = false;
+    bool waiting = true;
+    bool rebootFlag = false;
+  };
 
-    // `writeModePhrase` is what Change Write mode must carry. `outside` must outlive the object.
-    Bmc(const Version& running, std::string writeModePhrase, Outside& outside);
+  // `writeModePhrase` is what Change Write mode must carry. `outside` must outlive the object.
+  Bmc(const Version& running, std::string writeModePhrase, Outside& outside);
 
-    // True when (netfn, cmd) is one of this BMC's own commands.
-    [[nodiscard]] static bool Knows(std::uint8_t netfn, std::uint8_t cmd);
+  // True when (netfn, cmd) is one of this BMC's own commands.
+  [[nodiscard]] static bool Knows(std::uint8_t netfn, std::uint8_t cmd);
 
-    // All (netfn, cmd) pairs of this BMC's own commands.
-    [[nodiscard]] static std::vector<std::pair<std::uint8_t, std::uint8_t>> Commands();
+  // All (netfn, cmd) pairs of this BMC's own commands.
+  [[nodiscard]] static std::vector<std::pair<std::uint8_t, std::uint8_t>> Commands();
 
-    // Carries the command out. The first byte of the answer is the completion code.
-    Bytes Handle(std::uint8_t netfn, std::uint8_t cmd, std::span<const std::uint8_t> data);
+  // Carries the command out. The first byte of the answer is the completion code.
+  Bytes Handle(std::uint8_t netfn, std::uint8_t cmd, std::span<const std::uint8_t> data);
 
-    // The machine's system has taken up the drive that AttachMedia() plugged in.
-    void MediaSeen();
+  // The machine's system has taken up the drive that AttachMedia() plugged in.
+  void MediaSeen();
 
-    // One step of the flash operation; call it at a steady pace while the state says kRunning.
-    void FlashStep();
+  // One step of the flash operation; call it at a steady pace while the state says kRunning.
+  void FlashStep();
 
-    // The machine went off in whatever way. With the reboot flag armed the standby firmware becomes the running one
-    // and the machine is powered on again.
-    void MachineOff();
+  // The machine went off in whatever way. With the reboot flag armed the standby firmware becomes the running one
+  // and the machine is powered on again.
+  void MachineOff();
 
-    // The mains is gone: everything that is not in a slot is forgotten. MachineOff() follows when the machine is down.
-    void PowerLost();
+  // The mains is gone: everything that is not in a slot is forgotten. MachineOff() follows when the machine is down.
+  void PowerLost();
 
-    [[nodiscard]] const State& state() const { return state_; }
+  [[nodiscard]] const State& state() const { return state_; }
 
-  private:
-    struct Command;
-    static std::span<const Command> Table();
-    static const Command* Find(std::uint8_t netfn, std::uint8_t cmd);
+ private:
+  struct Command;
+  static std::span<const Command> Table();
+  static const Command* Find(std::uint8_t netfn, std::uint8_t cmd);
 
-    Bytes ChangeWriteMode(std::span<const std::uint8_t> data);
-    Bytes ConnectMedia(std::span<const std::uint8_t> data);
-    Bytes CheckMedia(std::span<const std::uint8_t> data);
-    Bytes DisableWait(std::span<const std::uint8_t> data);
-    Bytes CheckWait(std::span<const std::uint8_t> data);
-    Bytes ArmRebootFlag(std::span<const std::uint8_t> data);
-    Bytes CheckRebootFlag(std::span<const std::uint8_t> data);
-    Bytes StartFlash(std::span<const std::uint8_t> data);
-    Bytes CheckFlash(std::span<const std::uint8_t> data);
+  Bytes ChangeWriteMode(std::span<const std::uint8_t> data);
+  Bytes ConnectMedia(std::span<const std::uint8_t> data);
+  Bytes CheckMedia(std::span<const std::uint8_t> data);
+  Bytes DisableWait(std::span<const std::uint8_t> data);
+  Bytes CheckWait(std::span<const std::uint8_t> data);
+  Bytes ArmRebootFlag(std::span<const std::uint8_t> data);
+  Bytes CheckRebootFlag(std::span<const std::uint8_t> data);
+  Bytes StartFlash(std::span<const std::uint8_t> data);
+  Bytes CheckFlash(std::span<const std::uint8_t> data);
 
-    void LoseMedia();
-    void EndFlash(Flash result);
+  void LoseMedia();
+  void EndFlash(Flash result);
 
-    State state_;
-    std::string writeModePhrase_;
-    Outside& outside_;
-    Bytes incoming_;                  // what the flash operation has read so far
-    std::uint32_t incomingTotal_ = 0;
+  State state_;
+  std::string writeModePhrase_;
+  Outside& outside_;
+  Bytes incoming_;  // what the flash operation has read so far
+  std::uint32_t incomingTotal_ = 0;
 };
 
 }  // namespace kv6000

@@ -15,60 +15,60 @@
 namespace kv6000 {
 
 class Machine {
-  public:
-    struct Config {
-        std::vector<std::string> command;  // QEMU and its arguments, without QMP channel and reset handling
-        std::string logPath;               // QEMU's own output is appended here
-        std::string mediaPath;             // backing file of the block node "media"
-    };
+ public:
+  struct Config {
+    std::vector<std::string> command;  // QEMU and its arguments, without QMP channel and reset handling
+    std::string logPath;               // QEMU's own output is appended here
+    std::string mediaPath;             // backing file of the block node "media"
+  };
 
-    // All are called from the event loop.
-    struct Listener {
-        std::function<void()> off;        // the power is off
-        std::function<void()> rebooted;   // reset without power-off; an attached drive stays attached
-        std::function<void()> mediaSeen;  // the guest has read the drive that AttachMedia() plugged in
-    };
+  // All are called from the event loop.
+  struct Listener {
+    std::function<void()> off;        // the power is off
+    std::function<void()> rebooted;   // reset without power-off; an attached drive stays attached
+    std::function<void()> mediaSeen;  // the guest has read the drive that AttachMedia() plugged in
+  };
 
-    Machine(Config config, Listener listener, EventLoop& loop);
-    ~Machine();
-    Machine(const Machine&) = delete;
-    Machine& operator=(const Machine&) = delete;
+  Machine(Config config, Listener listener, EventLoop& loop);
+  ~Machine();
+  Machine(const Machine&) = delete;
+  Machine& operator=(const Machine&) = delete;
 
-    // Powers on. No effect on a running machine. False, with the cause on standard output, when there is no process.
-    bool Start();
+  // Powers on. No effect on a running machine. False, with the cause on standard output, when there is no process.
+  bool Start();
 
-    // Cuts the power. Listener::off follows.
-    void Kill();
+  // Cuts the power. Listener::off follows.
+  void Kill();
 
-    [[nodiscard]] bool running() const { return pid_ > 0; }
+  [[nodiscard]] bool running() const { return pid_ > 0; }
 
-    void AttachMedia();
-    void DetachMedia();
+  void AttachMedia();
+  void DetachMedia();
 
-    // `length` bytes of the media from `offset`, fewer when it ends before or is not attached.
-    [[nodiscard]] std::vector<std::uint8_t> ReadMedia(std::uint32_t offset, std::uint32_t length) const;
+  // `length` bytes of the media from `offset`, fewer when it ends before or is not attached.
+  [[nodiscard]] std::vector<std::uint8_t> ReadMedia(std::uint32_t offset, std::uint32_t length) const;
 
-  private:
-    bool StartProcess();
-    void OnExit();
-    void OnQmp();
-    void DropQmp();
-    void OnQmpLine(const std::string& line);
-    void PlugMediaIn();
-    void Send(const std::string& command);
-    void AskWhetherMediaWasRead();
+ private:
+  bool StartProcess();
+  void OnExit();
+  void OnQmp();
+  void DropQmp();
+  void OnQmpLine(const std::string& line);
+  void PlugMediaIn();
+  void Send(const std::string& command);
+  void AskWhetherMediaWasRead();
 
-    Config config_;
-    Listener listener_;
-    EventLoop& loop_;
-    pid_t pid_ = -1;
-    FileDescriptor pidFd_;
-    FileDescriptor qmp_;
-    std::string qmpInput_;
-    bool resetting_ = false;
-    bool mediaAttached_ = false;
-    bool mediaWasRead_ = false;
-    unsigned mediaGeneration_ = 0;  // lets a pending question recognise that its drive has gone
+  Config config_;
+  Listener listener_;
+  EventLoop& loop_;
+  pid_t pid_ = -1;
+  FileDescriptor pidFd_;
+  FileDescriptor qmp_;
+  std::string qmpInput_;
+  bool resetting_ = false;
+  bool mediaAttached_ = false;
+  bool mediaWasRead_ = false;
+  unsigned mediaGeneration_ = 0;  // lets a pending question recognise that its drive has gone
 };
 
 }  // namespace kv6000

@@ -16,60 +16,62 @@ namespace {
 
 constexpr std::size_t kLongestOrder = 4096;
 
-[[noreturn]] void Throw(const std::string& what) { throw std::system_error(errno, std::generic_category(), what); }
+[[noreturn]] void Throw(const std::string& what) {
+  throw std::system_error(errno, std::generic_category(), what);
+}
 
 FileDescriptor ListenAt(const std::string& path) {
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    if (path.size() >= sizeof(address.sun_path)) {
-        errno = ENAMETOOLONG;
-        Throw(path);
-    }
-    std::memcpy(address.sun_path, path.data(), path.size());
-    FileDescriptor fd(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
-    ::unlink(path.c_str());
-    if (!fd.valid() || ::bind(fd.get(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0 ||
-        ::listen(fd.get(), 16) != 0) {
-        Throw(path);
-    }
-    return fd;
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  if (path.size() >= sizeof(address.sun_path)) {
+    errno = ENAMETOOLONG;
+    Throw(path);
+  }
+  std::memcpy(address.sun_path, path.data(), path.size());
+  FileDescriptor fd(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+  ::unlink(path.c_str());
+  if (!fd.valid() || ::bind(fd.get(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0 ||
+      ::listen(fd.get(), 16) != 0) {
+    Throw(path);
+  }
+  return fd;
 }
 
 }  // namespace
 
 OrderSocket::OrderSocket(const std::string& path, Handler handler, EventLoop& loop)
     : handler_(std::move(handler)), loop_(loop), listener_(ListenAt(path)) {
-    loop_.Watch(listener_.get(), [this] { OnConnect(); });
+  loop_.Watch(listener_.get(), [this] { OnConnect(); });
 }
 
 void OrderSocket::OnConnect() {
-    FileDescriptor fd(::accept4(listener_.get(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
-    if (!fd.valid()) {
-        return;
-    }
-    const int number = fd.get();
-    clients_[number] = Client{std::move(fd), {}};
-    loop_.Watch(number, [this, number] { OnInput(number); });
+  FileDescriptor fd(::accept4(listener_.get(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
+  if (!fd.valid()) {
+    return;
+  }
+  const int number = fd.get();
+  clients_[number] = Client{std::move(fd), {}};
+  loop_.Watch(number, [this, number] { OnInput(number); });
 }
 
 void OrderSocket::OnInput(int fd) {
-    Client& client = clients_.at(fd);
-    std::array<char, 1024> buffer{};
-    const auto count = ::recv(fd, buffer.data(), buffer.size(), 0);
-    if (count < 0 && (errno == EAGAIN || errno == EINTR)) {
-        return;
+  Client& client = clients_.at(fd);
+  std::array<char, 1024> buffer{};
+  const auto count = ::recv(fd, buffer.data(), buffer.size(), 0);
+  if (count < 0 && (errno == EAGAIN || errno == EINTR)) {
+    return;
+  }
+  if (count > 0) {
+    client.input.append(buffer.data(), static_cast<std::size_t>(count));
+    const auto end = client.input.find('\n');
+    if (end == std::string::npos && client.input.size() < kLongestOrder) {
+      return;
     }
-    if (count > 0) {
-        client.input.append(buffer.data(), static_cast<std::size_t>(count));
-        const auto end = client.input.find('\n');
-        if (end == std::string::npos && client.input.size() < kLongestOrder) {
-            return;
-        }
-        const std::string answer = handler_(client.input.substr(0, end)) + "\n";
-        (void)::send(fd, answer.data(), answer.size(), MSG_NOSIGNAL);
-    }
-    loop_.Unwatch(fd);
-    clients_.erase(fd);
+    const std::string answer = handler_(client.input.substr(0, end)) + "\n";
+    (void)::send(fd, answer.data(), answer.size(), MSG_NOSIGNAL);
+  }
+  loop_.Unwatch(fd);
+  clients_.erase(fd);
 }
 
 }  // namespace kv6000

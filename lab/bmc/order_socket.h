@@ -11,26 +11,26 @@
 namespace kv6000 {
 
 class OrderSocket {
-  public:
-    // Takes an order without its newline and returns the answer without one.
-    using Handler = std::function<std::string(const std::string& order)>;
+ public:
+  // Takes an order without its newline and returns the answer without one.
+  using Handler = std::function<std::string(const std::string& order)>;
 
-    // Listens at `path`, replacing a file that is there. Throws std::system_error.
-    OrderSocket(const std::string& path, Handler handler, EventLoop& loop);
+  // Listens at `path`, replacing a file that is there. Throws std::system_error.
+  OrderSocket(const std::string& path, Handler handler, EventLoop& loop);
 
-  private:
-    struct Client {
-        FileDescriptor fd;
-        std::string input;
-    };
+ private:
+  struct Client {
+    FileDescriptor fd;
+    std::string input;
+  };
 
-    void OnConnect();
-    void OnInput(int fd);
+  void OnConnect();
+  void OnInput(int fd);
 
-    Handler handler_;
-    EventLoop& loop_;
-    FileDescriptor listener_;
-    std::map<int, Client> clients_;
+  Handler handler_;
+  EventLoop& loop_;
+  FileDescriptor listener_;
+  std::map<int, Client> clients_;
 };
 
 }  // namespace kv6000

@@ -19,55 +19,55 @@
 namespace kv6000 {
 
 class Server : private Outside {
-  public:
-    struct Config {
-        Version running;
-        std::string writeModePhrase;
-        std::string orderPath;
-        Machine::Config machine;
-    };
+ public:
+  struct Config {
+    Version running;
+    std::string writeModePhrase;
+    std::string orderPath;
+    Machine::Config machine;
+  };
 
-    // Reads the configuration that the lab's driver wrote for one server. Throws std::exception with a text for people.
-    static Config ReadConfig(const std::string& path);
+  // Reads the configuration that the lab's driver wrote for one server. Throws std::exception with a text for people.
+  static Config ReadConfig(const std::string& path);
 
-    // `setVersion` changes what Get Device ID answers.
-    Server(const Config& config, std::function<void(const Version&)> setVersion, EventLoop& loop);
+  // `setVersion` changes what Get Device ID answers.
+  Server(const Config& config, std::function<void(const Version&)> setVersion, EventLoop& loop);
 
-    // One of the BMC's own commands. A call that is ordered to fail or to stay unanswered has no effect.
-    Bytes Handle(std::uint8_t netfn, std::uint8_t cmd, std::span<const std::uint8_t> data);
+  // One of the BMC's own commands. A call that is ordered to fail or to stay unanswered has no effect.
+  Bytes Handle(std::uint8_t netfn, std::uint8_t cmd, std::span<const std::uint8_t> data);
 
-    // To be called with every answer, own command or not, before it goes to the machine: applies the ordered faults and
-    // keeps the record. False when no answer is to go out.
-    bool Answer(std::uint8_t netfn, std::uint8_t cmd, std::span<const std::uint8_t> data, Bytes& answer);
+  // To be called with every answer, own command or not, before it goes to the machine: applies the ordered faults and
+  // keeps the record. False when no answer is to go out.
+  bool Answer(std::uint8_t netfn, std::uint8_t cmd, std::span<const std::uint8_t> data, Bytes& answer);
 
-    // Carries out one order line; see lab/README.md. Returns "ok", "error: ..." or a JSON object.
-    std::string Order(const std::string& line);
+  // Carries out one order line; see lab/README.md. Returns "ok", "error: ..." or a JSON object.
+  std::string Order(const std::string& line);
 
-    void PowerOn() override;
+  void PowerOn() override;
 
-  private:
-    void AttachMedia() override;
-    void DetachMedia() override;
-    Bytes ReadMedia(std::uint32_t offset, std::uint32_t length) override;
-    void SetRunningVersion(const Version& version) override;
+ private:
+  void AttachMedia() override;
+  void DetachMedia() override;
+  Bytes ReadMedia(std::uint32_t offset, std::uint32_t length) override;
+  void SetRunningVersion(const Version& version) override;
 
-    void OnMachineOff();
-    void StepFlash();
-    void CutPower();
-    std::string OrderFault(Fault::Kind kind, std::span<const std::string> words);
-    std::string OrderPowerLoss(std::span<const std::string> words);
-    [[nodiscard]] nlohmann::json Describe() const;
+  void OnMachineOff();
+  void StepFlash();
+  void CutPower();
+  std::string OrderFault(Fault::Kind kind, std::span<const std::string> words);
+  std::string OrderPowerLoss(std::span<const std::string> words);
+  [[nodiscard]] nlohmann::json Describe() const;
 
-    EventLoop& loop_;
-    std::function<void(const Version&)> setVersion_;
-    Machine machine_;
-    Bmc bmc_;
-    FaultPlan faults_;
-    OrderSocket orders_;
-    unsigned boots_ = 0;
-    bool stepping_ = false;
-    std::optional<unsigned> powerLossAtPercent_;
-    std::deque<std::string> record_;
+  EventLoop& loop_;
+  std::function<void(const Version&)> setVersion_;
+  Machine machine_;
+  Bmc bmc_;
+  FaultPlan faults_;
+  OrderSocket orders_;
+  unsigned boots_ = 0;
+  bool stepping_ = false;
+  std::optional<unsigned> powerLossAtPercent_;
+  std::deque<std::string> record_;
 };
 
 }  // namespace kv6000

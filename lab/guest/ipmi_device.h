@@ -11,18 +11,18 @@
 namespace kv6000 {
 
 class IpmiDevice {
-  public:
-    // Opens the first IPMI device of the machine. Throws std::system_error.
-    IpmiDevice();
+ public:
+  // Opens the first IPMI device of the machine. Throws std::system_error.
+  IpmiDevice();
 
-    // Sends a request and waits for its answer, completion code first. The driver itself answers a request that the BMC
-    // leaves unanswered (0xc3 or 0xff). Throws std::system_error.
-    std::vector<std::uint8_t> Exchange(std::uint8_t netfn, std::uint8_t lun, std::uint8_t cmd,
-                                       std::span<const std::uint8_t> data);
+  // Sends a request and waits for its answer, completion code first. The driver itself answers a request that the BMC
+  // leaves unanswered (0xc3 or 0xff). Throws std::system_error.
+  std::vector<std::uint8_t> Exchange(std::uint8_t netfn, std::uint8_t lun, std::uint8_t cmd,
+                                     std::span<const std::uint8_t> data);
 
-  private:
-    FileDescriptor fd_;
-    long lastId_ = 0;
+ private:
+  FileDescriptor fd_;
+  long lastId_ = 0;
 };
 
 }  // namespace kv6000

@@ -11,37 +11,37 @@
 namespace kv6000 {
 
 class VirtualMedia {
-  public:
-    // True when the SCSI generic driver is loaded.
-    static bool HasDriver();
+ public:
+  // True when the SCSI generic driver is loaded.
+  static bool HasDriver();
 
-    // The drive, or nullopt when no /dev/sg* is it.
-    static std::optional<VirtualMedia> Find();
+  // The drive, or nullopt when no /dev/sg* is it.
+  static std::optional<VirtualMedia> Find();
 
-    // Writes `data` from the first block on; the last block is filled with zeros. `onWritten` gets the bytes written so
-    // far. Throws std::runtime_error when the drive refuses or is too small, std::system_error when it is gone.
-    template <typename OnWritten>
-    void Write(std::span<const std::uint8_t> data, OnWritten onWritten) {
-        CheckCapacity(data.size());
-        for (std::size_t offset = 0; offset < data.size(); offset += kChunk) {
-            const auto rest = data.subspan(offset);
-            WriteChunk(offset, rest.first(rest.size() < kChunk ? rest.size() : kChunk));
-            onWritten(offset + (rest.size() < kChunk ? rest.size() : kChunk));
-        }
-        Flush();
+  // Writes `data` from the first block on; the last block is filled with zeros. `onWritten` gets the bytes written so
+  // far. Throws std::runtime_error when the drive refuses or is too small, std::system_error when it is gone.
+  template <typename OnWritten>
+  void Write(std::span<const std::uint8_t> data, OnWritten onWritten) {
+    CheckCapacity(data.size());
+    for (std::size_t offset = 0; offset < data.size(); offset += kChunk) {
+      const auto rest = data.subspan(offset);
+      WriteChunk(offset, rest.first(rest.size() < kChunk ? rest.size() : kChunk));
+      onWritten(offset + (rest.size() < kChunk ? rest.size() : kChunk));
     }
+    Flush();
+  }
 
-  private:
-    static constexpr std::size_t kBlock = 512;
-    static constexpr std::size_t kChunk = 64 * 1024;
+ private:
+  static constexpr std::size_t kBlock = 512;
+  static constexpr std::size_t kChunk = 64 * 1024;
 
-    explicit VirtualMedia(FileDescriptor fd) : fd_(std::move(fd)) {}
+  explicit VirtualMedia(FileDescriptor fd) : fd_(std::move(fd)) {}
 
-    void CheckCapacity(std::size_t wanted);
-    void WriteChunk(std::size_t offset, std::span<const std::uint8_t> chunk);
-    void Flush();
+  void CheckCapacity(std::size_t wanted);
+  void WriteChunk(std::size_t offset, std::span<const std::uint8_t> chunk);
+  void Flush();
 
-    FileDescriptor fd_;
+  FileDescriptor fd_;
 };
 
 }  // namespace kv6000

@@ -1,0 +1,75 @@
+// Faults ordered for coming calls: how often they hit, whom they hit, and what they leave of an answer.
+#include "lab/bmc/fault_plan.h"
+
+#include <gtest/gtest.h>
+
+namespace kv6000 {
+namespace {
+
+using Answer = std::vector<std::uint8_t>;
+
+Answer Apply(FaultPlan& plan, std::uint8_t cmd) {
+  Answer answer = {0x00, 0x01, 0x02};
+  return plan.Apply(0x34, cmd, answer) ? answer : Answer{};
+}
+
+TEST(FaultPlan, WithoutOrdersLeavesAnswersAlone) {
+  FaultPlan plan;
+  EXPECT_EQ(plan.Next(0x34, 0x8c), std::nullopt);
+  EXPECT_EQ(Apply(plan, 0x8c), (Answer{0x00, 0x01, 0x02}));
+}
+
+TEST(FaultPlan, AnswersAnotherCompletionCodeForTheOrderedCount) {
+  FaultPlan plan;
+  plan.Order(0x34, 0x8c, {Fault::Kind::kFail, 0xc0}, 2);
+  EXPECT_EQ(Apply(plan, 0x8c), Answer{0xc0});
+  EXPECT_EQ(Apply(plan, 0x8c), Answer{0xc0});
+  EXPECT_EQ(Apply(plan, 0x8c), (Answer{0x00, 0x01, 0x02}));
+}
+
+TEST(FaultPlan, HitsOnlyItsOwnCommand) {
+  FaultPlan plan;
+  plan.Order(0x34, 0x8c, {Fault::Kind::kFail, 0xc0}, 1);
+  EXPECT_EQ(Apply(plan, 0x8d), (Answer{0x00, 0x01, 0x02}));
+  Answer other = {0x00};
+  EXPECT_TRUE(plan.Apply(0x36, 0x8c, other));
+  EXPECT_EQ(other, Answer{0x00});
+}
+
+TEST(FaultPlan, CutsAnAnswerButNeverLengthensIt) {
+  FaultPlan plan;
+  plan.Order(0x34, 0x8d, {Fault::Kind::kShort, 1}, 1);
+  EXPECT_EQ(Apply(plan, 0x8d), Answer{0x00});
+  plan.Order(0x34, 0x8d, {Fault::Kind::kShort, 9}, 1);
+  EXPECT_EQ(Apply(plan, 0x8d), (Answer{0x00, 0x01, 0x02}));
+}
+
+TEST(FaultPlan, StaysSilentUntilClearedWhenOrderedForAlways) {
+  FaultPlan plan;
+  plan.Order(0x34, 0x8d, {Fault::Kind::kSilent, 0}, 0);
+  for (int call = 0; call < 5; ++call) {
+    EXPECT_EQ(Apply(plan, 0x8d), Answer{});
+  }
+  plan.Clear();
+  EXPECT_EQ(Apply(plan, 0x8d), (Answer{0x00, 0x01, 0x02}));
+}
+
+TEST(FaultPlan, TellsTheNextFaultWithoutUsingItUp) {
+  FaultPlan plan;
+  plan.Order(0x34, 0x8c, {Fault::Kind::kFail, 0xc0}, 1);
+  ASSERT_TRUE(plan.Next(0x34, 0x8c).has_value());
+  EXPECT_EQ(plan.Next(0x34, 0x8c)->value, 0xc0);
+  EXPECT_EQ(Apply(plan, 0x8c), Answer{0xc0});
+  EXPECT_EQ(plan.Next(0x34, 0x8c), std::nullopt);
+}
+
+TEST(FaultPlan, ReplacesAnEarlierOrderForTheSameCommand) {
+  FaultPlan plan;
+  plan.Order(0x34, 0x8c, {Fault::Kind::kFail, 0xc0}, 5);
+  plan.Order(0x34, 0x8c, {Fault::Kind::kFail, 0xd5}, 1);
+  EXPECT_EQ(Apply(plan, 0x8c), Answer{0xd5});
+  EXPECT_EQ(Apply(plan, 0x8c), (Answer{0x00, 0x01, 0x02}));
+}
+
+}  // namespace
+}  // namespace kv6000
