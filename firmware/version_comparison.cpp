@@ -73,8 +73,8 @@ bool CompareBmcVersions(const std::string& first, const std::string& second, int
   CTraceUtility::WriteDebug(kChannel, kFlow, "CBMC_KESTREL_Firmware::CheckBMCVersion() [%s][%s] [START]", first.c_str(),
                             second.c_str());
   *result = 0;
-  const std::optional<BmcVersion> firstVersion = ParseBmcVersion(first);
-  const std::optional<BmcVersion> secondVersion = ParseBmcVersion(second);
+  const std::optional<int> firstVersion = ParseBmcVersion(first);
+  const std::optional<int> secondVersion = ParseBmcVersion(second);
   if (!firstVersion || !secondVersion) {
     ReportMalformed(firstVersion ? kSecond : kFirst);
     return false;  // without an end line, like below; readers of the trace match on it

@@ -8,14 +8,6 @@ namespace kestrel {
 
 namespace {
 
-bool IsDigit(char character) {
-  return character >= '0' && character <= '9';
-}
-
-int TwoDigits(const std::string& text, std::size_t at) {
-  return 10 * (text[at] - '0') + (text[at + 1] - '0');
-}
-
 bool Contains(const std::string& text, const char* part) {
   return text.find(part) != std::string::npos;
 }
@@ -27,16 +19,19 @@ std::string LastPiece(std::string text) {
 
 }  // namespace
 
-std::optional<BmcVersion> ParseBmcVersion(const std::string& text) {
-  if (text.size() != 5 || text[2] != '-') {
+std::optional<int> ParseBmcVersion(const std::string& text) {
+  constexpr std::size_t dash = 2;
+  if (text.size() != 5 || text[dash] != '-') {
     return std::nullopt;
   }
-  for (const std::size_t at : {0, 1, 3, 4}) {
-    if (!IsDigit(text[at])) {
+  int number = 0;
+  for (const char character : text.substr(0, dash) + text.substr(dash + 1)) {
+    if (character < '0' || character > '9') {
       return std::nullopt;
     }
+    number = 10 * number + (character - '0');
   }
-  return BmcVersion{TwoDigits(text, 0), TwoDigits(text, 3)};
+  return number;
 }
 
 CombinedVersion ParseCombinedVersion(const std::string& text) {

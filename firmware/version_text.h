@@ -2,20 +2,14 @@
 #ifndef FIRMWARE_VERSION_TEXT_H
 #define FIRMWARE_VERSION_TEXT_H
 
-#include <compare>
 #include <optional>
 #include <string>
 
 namespace kestrel {
 
-struct BmcVersion {
-  int major;
-  int minor;
-  auto operator<=>(const BmcVersion&) const = default;
-};
-
-// Of exactly two decimal digits, "-" and two decimal digits; nothing for any other text.
-std::optional<BmcVersion> ParseBmcVersion(const std::string& text);
+// Major and minor version of exactly "MM-mm", in decimal digits, as one number of four digits; nothing for any other
+// text.
+std::optional<int> ParseBmcVersion(const std::string& text);
 
 // "BMC:MM-mm,SDR:TEXT", where "*" in the place of either version stands for any.
 struct CombinedVersion {

@@ -7,11 +7,11 @@ namespace kestrel {
 namespace {
 
 TEST(BmcVersionText, IsTwoDecimalNumbersOfTwoDigits) {
-  EXPECT_EQ(ParseBmcVersion("01-23"), (BmcVersion{1, 23}));
-  EXPECT_EQ(ParseBmcVersion("00-00"), (BmcVersion{0, 0}));
-  EXPECT_EQ(ParseBmcVersion("99-99"), (BmcVersion{99, 99}));
-  EXPECT_EQ(ParseBmcVersion("08-09"), (BmcVersion{8, 9}));
-  EXPECT_EQ(ParseBmcVersion("10-70"), (BmcVersion{10, 70}));
+  EXPECT_EQ(ParseBmcVersion("01-23"), 123);
+  EXPECT_EQ(ParseBmcVersion("00-00"), 0);
+  EXPECT_EQ(ParseBmcVersion("99-99"), 9999);
+  EXPECT_EQ(ParseBmcVersion("08-09"), 809);
+  EXPECT_EQ(ParseBmcVersion("10-70"), 1070);
 }
 
 TEST(BmcVersionText, OfAnyOtherShapeIsMalformed) {
