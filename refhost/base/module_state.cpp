@@ -86,14 +86,12 @@ bool LoadModuleState(const std::string& folder, ModuleState* state, std::string*
   const std::string path = FileIn(folder);
   if (!CCommon_Information::MyPathFileExists(path)) return true;
   std::ifstream file(path, std::ios::binary);
-  std::stringstream text;
-  if (!file || !(text << file.rdbuf())) {
-    // An empty file fails here too; it is as damaged as one that holds something else.
-    if (!CFileUtility::IsFileExist(path) || !file.is_open()) {
-      *error = "The state file " + path + " cannot be read";
-      return false;
-    }
+  if (!file.is_open() || !CFileUtility::IsFileExist(path)) {
+    *error = "The state file " + path + " cannot be read";
+    return false;
   }
+  std::stringstream text;
+  text << file.rdbuf();
   try {
     *state = StateFrom(json::parse(text.str()));
     return true;

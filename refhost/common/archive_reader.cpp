@@ -56,7 +56,8 @@ ArchiveMember Describe(archive_entry* entry) {
 
 ArchiveReader::ArchiveReader(const std::string& path)
     : file_(OpenFile(path)), archive_(archive_read_new(), archive_read_free) {
-  archive_read_support_format_zip(archive_.get());
+  // Not the reader that does without the directory at a zip archive's end: it takes one that is cut off for whole.
+  archive_read_support_format_zip_seekable(archive_.get());
   archive_read_support_format_tar(archive_.get());
   archive_read_support_filter_gzip(archive_.get());
   archive_read_support_filter_bzip2(archive_.get());

@@ -1,0 +1,42 @@
+#include "refhost/common/member_path.h"
+
+#include <gtest/gtest.h>
+
+namespace refhost {
+namespace {
+
+TEST(MemberPath, ANameBecomesItsComponents) {
+  EXPECT_EQ(ParseMemberName("a/b"), (MemberPath{"a", "b"}));
+  EXPECT_EQ(ParseMemberName("./a//b/."), (MemberPath{"a", "b"}));
+  EXPECT_EQ(ParseMemberName("./"), MemberPath{});
+  EXPECT_EQ(ParseMemberName("..a/b.."), (MemberPath{"..a", "b.."}));
+}
+
+TEST(MemberPath, ANameThatLeavesTheFolderIsNone) {
+  for (const char* name : {"", "/", "/etc/passwd", "..", "../a", "a/../../b", "a/..", "a/../b"}) {
+    EXPECT_EQ(ParseMemberName(name), std::nullopt) << name;
+  }
+}
+
+TEST(MemberPath, ALinkMayPointIntoTheFolder) {
+  EXPECT_TRUE(IsContainedLink({"link"}, "a/b"));
+  EXPECT_TRUE(IsContainedLink({"d", "link"}, "../a"));
+  EXPECT_TRUE(IsContainedLink({"d", "link"}, "./.././a"));
+  EXPECT_TRUE(IsContainedLink({"d", "e", "link"}, "../.."));
+}
+
+TEST(MemberPath, ALinkMayNotPointOutOfTheFolder) {
+  EXPECT_FALSE(IsContainedLink({"link"}, ""));
+  EXPECT_FALSE(IsContainedLink({"link"}, "/etc"));
+  EXPECT_FALSE(IsContainedLink({"link"}, ".."));
+  EXPECT_FALSE(IsContainedLink({"d", "link"}, "../../a"));
+  EXPECT_FALSE(IsContainedLink({"d", "link"}, "other/../.."));
+}
+
+TEST(MemberPath, ALinkMayNotClimbBehindAnotherComponent) {
+  // "other" could itself be a link to the top, from which ".." leaves the folder.
+  EXPECT_FALSE(IsContainedLink({"link"}, "other/.."));
+}
+
+}  // namespace
+}  // namespace refhost

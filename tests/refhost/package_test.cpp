@@ -1,0 +1,79 @@
+#include "refhost/package.h"
+
+#include <gtest/gtest.h>
+
+#include "tests/refhost/support/archive_builder.h"
+#include "tests/refhost/support/host_test.h"
+
+namespace refhost {
+namespace {
+
+class PackageFile : public HostTest {
+ protected:
+  bool Read(const std::string& bytes) {
+    error_.clear();
+    return ReadPackageManifest(folder_.Write("package.zip", bytes), &manifest_, &error_);
+  }
+  bool ReadManifest(const std::string& text) {
+    return Read(ArchiveBuilder().File("module.json", text).Build(ArchiveBuilder::Format::kTar));
+  }
+
+  PackageManifest manifest_;
+  std::string error_;
+};
+
+TEST_F(PackageFile, TellsWhatItIsAndForWhichServers) {
+  ASSERT_TRUE(Read(Package("01-24", "long/ssd", R"(["KV6000", "kv6000rt"])"))) << error_;
+  EXPECT_EQ(manifest_.name, "KV6000 BMC firmware");
+  EXPECT_EQ(manifest_.version, "01-24");
+  EXPECT_EQ(manifest_.model, "long/ssd");
+  EXPECT_EQ(manifest_.serverTypes, (Lines{"kv6000", "kv6000rt"}));
+}
+
+TEST_F(PackageFile, TheModelMayBeLeftOut) {
+  ASSERT_TRUE(ReadManifest(R"({"name": "n", "version": "01-24", "server_types": ["kv6000"]})")) << error_;
+  EXPECT_EQ(manifest_.model, "");
+}
+
+TEST_F(PackageFile, WhatIsMissingOrWrongIsTold) {
+  const std::pair<const char*, const char*> cases[] = {
+      {R"({"version": "01-24", "server_types": ["kv6000"]})", "key 'name' not found"},
+      {R"({"name": "n", "server_types": ["kv6000"]})", "key 'version' not found"},
+      {R"({"name": "n", "version": "01-24"})", "key 'server_types' not found"},
+      {R"({"name": "n", "version": "", "server_types": ["kv6000"]})", "\"version\" is empty"},
+      {R"({"name": "", "version": "01-24", "server_types": ["kv6000"]})", "\"name\" is empty"},
+      {R"({"name": "n", "version": "01-24", "server_types": []})", "\"server_types\" names no server type"},
+      {R"({"name": "n", "version": 124, "server_types": ["kv6000"]})", "type must be string, but is number"},
+      {R"({"name": "n", "version": "01-24", "server_types": [1]})", "type must be string, but is number"},
+      {R"([])", "cannot use at() with array"},
+      {"", "unexpected end of input"},
+      {"garbage", "parse error"}};
+  for (const auto& [text, reason] : cases) {
+    EXPECT_FALSE(ReadManifest(text)) << text;
+    EXPECT_EQ(error_.find("module.json is not valid: "), 0U) << error_;
+    EXPECT_NE(error_.find(reason), std::string::npos) << error_;
+  }
+}
+
+TEST_F(PackageFile, AnUnusableArchiveIsTold) {
+  EXPECT_FALSE(Read(""));
+  EXPECT_EQ(error_, "the file is empty");
+  EXPECT_FALSE(Read("no archive"));
+  EXPECT_EQ(error_, "Unrecognized archive format");
+  EXPECT_FALSE(Read(ArchiveBuilder().File("fw.ima", "x").Build(ArchiveBuilder::Format::kZip)));
+  EXPECT_EQ(error_, "the archive holds no module.json");
+  EXPECT_FALSE(ReadPackageManifest(folder_ / "missing", &manifest_, &error_));
+  EXPECT_EQ(error_, "No such file or directory");
+}
+
+TEST_F(PackageFile, IsMadeForTheServerTypesThatItLists) {
+  const PackageManifest manifest{"n", "01-24", "", {"kv6000", "mx4000"}};
+  for (const char* type : {"kv6000", "mx4000", "kv6000-2", "kv6000 rev b"})
+    EXPECT_TRUE(IsMadeFor(manifest, type)) << type;
+  for (const char* type : {"", "kv600", "kv6000rt", "kv60001", "mx400", "xkv6000"}) {
+    EXPECT_FALSE(IsMadeFor(manifest, type)) << type;
+  }
+}
+
+}  // namespace
+}  // namespace refhost

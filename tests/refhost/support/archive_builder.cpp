@@ -1,0 +1,80 @@
+#include "tests/refhost/support/archive_builder.h"
+
+#include <archive.h>
+#include <archive_entry.h>
+
+#include <stdexcept>
+
+namespace refhost {
+
+ArchiveBuilder& ArchiveBuilder::File(const std::string& name, const std::string& content, unsigned permissions) {
+  members_.push_back({AE_IFREG, name, content, permissions, false});
+  return *this;
+}
+
+ArchiveBuilder& ArchiveBuilder::Folder(const std::string& name) {
+  members_.push_back({AE_IFDIR, name, "", 0755, false});
+  return *this;
+}
+
+ArchiveBuilder& ArchiveBuilder::Symlink(const std::string& name, const std::string& target) {
+  members_.push_back({AE_IFLNK, name, target, 0777, false});
+  return *this;
+}
+
+ArchiveBuilder& ArchiveBuilder::HardLink(const std::string& name, const std::string& target) {
+  members_.push_back({AE_IFREG, name, target, 0644, true});
+  return *this;
+}
+
+ArchiveBuilder& ArchiveBuilder::Pipe(const std::string& name) {
+  members_.push_back({AE_IFIFO, name, "", 0644, false});
+  return *this;
+}
+
+ArchiveBuilder& ArchiveBuilder::Device(const std::string& name) {
+  members_.push_back({AE_IFCHR, name, "", 0644, false});
+  return *this;
+}
+
+std::string ArchiveBuilder::Build(Format format) const {
+  std::string bytes(1024UL * 1024UL * 8, '\0');
+  size_t used = 0;
+  archive* writer = archive_write_new();
+  if (format == Format::kZip) {
+    archive_write_set_format_zip(writer);
+  } else {
+    archive_write_set_format_pax_restricted(writer);
+  }
+  if (format == Format::kTarGzip) archive_write_add_filter_gzip(writer);
+  archive_write_open_memory(writer, bytes.data(), bytes.size(), &used);
+  for (const Member& member : members_) {
+    archive_entry* entry = archive_entry_new();
+    const bool hasData = member.type == AE_IFREG && !member.isHardLink;
+    archive_entry_set_pathname(entry, member.name.c_str());
+    archive_entry_set_filetype(entry, member.type);
+    archive_entry_set_perm(entry, member.permissions);
+    archive_entry_set_size(entry, hasData ? static_cast<la_int64_t>(member.text.size()) : 0);
+    if (member.isHardLink) archive_entry_set_hardlink(entry, member.text.c_str());
+    if (member.type == AE_IFLNK) archive_entry_set_symlink(entry, member.text.c_str());
+    bool ok = archive_write_header(writer, entry) == ARCHIVE_OK;
+    if (hasData) {
+      ok = ok && archive_write_data(writer, member.text.data(), member.text.size()) ==
+                     static_cast<la_ssize_t>(member.text.size());
+    }
+    archive_entry_free(entry);
+    if (!ok) throw std::runtime_error("cannot build the archive");
+  }
+  archive_write_close(writer);
+  archive_write_free(writer);
+  bytes.resize(used);
+  return bytes;
+}
+
+std::string Package(const std::string& version, const std::string& model, const std::string& serverTypes) {
+  const std::string manifest = R"({"name": "KV6000 BMC firmware", "version": ")" + version + R"(", "model": ")" +
+                               model + R"(", "server_types": )" + serverTypes + "}";
+  return ArchiveBuilder().File("module.json", manifest).File("fw.ima", "image").Build(ArchiveBuilder::Format::kZip);
+}
+
+}  // namespace refhost
