@@ -12,7 +12,7 @@ class LabError(Exception):
 def last_lines(path, count: int = 15) -> str:
     """The end of a log as evidence, headed by its path."""
     try:
-        lines = path.read_text(errors="replace").splitlines()[-count:]
+        lines = [line for line in path.read_text(errors="replace").splitlines() if line.strip()]
     except OSError as error:
         return f"{path}: {error.strerror}"
-    return "\n".join([f"{path} ends with:"] + ["  | " + line for line in lines])
+    return "\n".join([f"{path} ends with:"] + ["  | " + line for line in lines[-count:]])

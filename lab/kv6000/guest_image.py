@@ -186,7 +186,7 @@ class GuestImage:
         with tempfile.TemporaryDirectory(prefix="guest-", dir=self.cache) as folder:
             work = Path(folder)
             tree = work / "tree"
-            for name in ("usr/bin", "usr/sbin", "usr/lib", "usr/lib64", "dev", "etc", "proc", "sys", "run", "tmp",
+            for name in ("usr/bin", "usr/sbin", "usr/lib", "usr/lib64", "dev", "etc/inittab.d", "proc", "sys", "run", "tmp",
                          "root", "share", "srv", "var/log", "var/run"):
                 (tree / name).mkdir(parents=True, exist_ok=True)
             progress("fetching the kernel package")

@@ -59,8 +59,10 @@ def make_packages(folder: Path) -> list:
     # Damage in the middle of the compressed image: the directory of the archive is still readable.
     middle = len(good) // 2
     damaged.write_bytes(good[:middle] + bytes(byte ^ 0xff for byte in good[middle:middle + 64]) + good[middle + 64:])
+    truncated = folder / "truncated.zip"
+    truncated.write_bytes(good[:middle])
     text = folder / "not-an-archive.zip"
     text.write_text("This is not an archive.\n")
     empty = folder / "empty.zip"
     empty.write_bytes(b"")
-    return written + [damaged, text, empty]
+    return written + [damaged, truncated, text, empty]

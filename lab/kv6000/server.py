@@ -2,6 +2,8 @@
 
 import json
 import os
+import re
+import select
 import shutil
 import socket
 import subprocess
@@ -19,6 +21,8 @@ from kv6000.paths import build_folder
 __all__ = ["Result", "Server"]
 
 START_ATTEMPTS = 5
+# The major is seven bits wide in Get Device ID.
+VERSION = re.compile(r"[0-7][0-9a-f]-[0-9a-f]{2}")
 MEDIA_SIZE = 16 * 1024 * 1024
 # The path of a UNIX socket holds 107 characters.
 LONGEST_PARENT = 70
@@ -55,6 +59,10 @@ class Server:
                  serial="KV6K000001", install_path="/srv/orv", overlay=None, keep=False, progress=lambda text: None):
         if tool not in ("ipmitool", "maker", "both", "none"):
             raise LabError(f"There is no tool '{tool}': take ipmitool, maker, both or none.")
+        if not VERSION.fullmatch(firmware):
+            raise LabError(f"'{firmware}' is not a firmware version such as 01-23.")
+        if overlay and not Path(overlay).is_dir():
+            raise LabError(f"There is no folder {overlay} to lay over the guest's root.")
         if not install_path.startswith("/"):
             raise LabError(f"The install path '{install_path}' is not absolute.")
         self._tool = tool
@@ -88,8 +96,10 @@ class Server:
     def start(self, timeout: float = 60):
         image = GuestImage()
         image.ensure(self._progress)
-        self.folder = make_run_folder()
         try:
+            self.folder = make_run_folder()
+            # From here on the folder goes with this process, however it ends.
+            self._start_keeper()
             self._fill_run_folder(image)
             self._start_bmc(image)
             self._guest = guest.Guest(self.folder, self.bmc)
@@ -103,13 +113,24 @@ class Server:
         if self._guest:
             self._guest.release()
             self._guest = None
-        self._end_keeper(self._keep)
+        if self._keeper and self._keep:
+            self._tell_keeper("keep")
+        self._end_keeper()
         if self.folder and not self._keep:
             shutil.rmtree(self.folder, ignore_errors=True)
 
     def bmc(self, order: str):
         """Sends an order to the BMC: a dict for "state", "ok" for the others; LabError when it is refused."""
         return bmc.order(self.folder, order)
+
+    def wait_bmc(self, key: str, value, timeout: float = 30):
+        """Waits until the BMC's state has the value, e.g. ("media", "connected")."""
+        deadline = time.monotonic() + timeout
+        while (state := self.bmc("state"))[key] != value:
+            if time.monotonic() > deadline:
+                raise LabError(f"The BMC's '{key}' is still '{state[key]}', not '{value}', after {timeout:g} s.",
+                               last_lines(self.folder / "bmc.log"))
+            time.sleep(0.02)
 
     def run(self, command, timeout: float = 60) -> Result:
         """Runs a command line (or a list of words) in the guest and waits for its end."""
@@ -155,47 +176,51 @@ class Server:
                 with open(segment, "rb") as source:
                     shutil.copyfileobj(source, initrd, 1024 * 1024)
 
+    def _start_keeper(self):
+        self._keeper = subprocess.Popen(
+            [sys.executable, "-S", "-E", str(Path(__file__).with_name("keeper.py")), str(self.folder),
+             "/usr/bin/ipmi_sim", "-n", "-c", "lan.conf", "-f", "bmc.emu", "-s", "state"],
+            stdin=subprocess.PIPE, stdout=subprocess.PIPE, start_new_session=True)
+
     def _start_bmc(self, image: GuestImage):
         for _ in range(START_ATTEMPTS):
+            # Another process may take the port before the BMC does: then it ends, and another port is tried.
             self._write_bmc_files(image, free_port())
-            self._keeper = subprocess.Popen(
-                [sys.executable, "-S", "-E", str(Path(__file__).with_name("keeper.py")), str(self.folder),
-                 "/usr/bin/ipmi_sim", "-n", "-c", "lan.conf", "-f", "bmc.emu", "-s", "state"],
-                stdin=subprocess.PIPE, start_new_session=True)
+            self._tell_keeper("start")
             if self._wait_for_bmc():
                 return
-            self._end_keeper(keep=True)
         raise LabError("The BMC did not start.", last_lines(self.folder / "bmc.log"),
                        "Check that openipmi is installed and that the lab was built on this machine.")
 
     def _wait_for_bmc(self, timeout: float = 10) -> bool:
+        log = self.folder / "bmc.log"
         deadline = time.monotonic() + timeout
-        while time.monotonic() < deadline and self._keeper.poll() is None:
-            log = self.folder / "bmc.log"
+        while time.monotonic() < deadline:
             if log.exists() and "lab: ready" in log.read_text(errors="replace"):
                 return True
-            time.sleep(0.01)
+            ended, _, _ = select.select([self._keeper.stdout], [], [], 0.01)
+            if ended:
+                os.read(self._keeper.stdout.fileno(), 100)
+                return False
         return False
 
-    def _end_keeper(self, keep: bool):
+    def _tell_keeper(self, word: str):
+        self._keeper.stdin.write(word.encode() + b"\n")
+        self._keeper.stdin.flush()
+
+    def _end_keeper(self):
         if not self._keeper:
             return
         keeper, self._keeper = self._keeper, None
-        try:
-            if keep:
-                keeper.stdin.write(b"keep\n")
-            keeper.stdin.close()
-        except BrokenPipeError:
-            pass
+        keeper.stdin.close()
         keeper.wait()
+        keeper.stdout.close()
 
     def _write_bmc_files(self, image: GuestImage, port: int):
         folder = self.folder
         (folder / "state").mkdir(exist_ok=True)
-        (folder / "bmc.log").unlink(missing_ok=True)
-        major, minor = self._firmware.split("-") if self._firmware.count("-") == 1 else ("", "")
-        if not (len(major) == len(minor) == 2):
-            raise LabError(f"'{self._firmware}' is not a firmware version such as 01-23.")
+        (folder / "bmc.log").unlink(missing_ok=True)  # no "ready" of an earlier attempt
+        major, minor = self._firmware.split("-")
         (folder / "lan.conf").write_text(
             'name "kv6000"\n'
             "set_working_mc 0x20\n"

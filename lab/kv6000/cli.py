@@ -1,0 +1,146 @@
+"""The commands of lab/lab."""
+
+import argparse
+import os
+import signal
+import socket
+import sys
+import tempfile
+import time
+from pathlib import Path
+
+from kv6000 import bmc
+from kv6000.errors import LabError
+from kv6000.guest import Guest, Job
+from kv6000.guest_image import GuestImage
+from kv6000.packages import make_packages
+from kv6000.paths import build_folder
+from kv6000.server import Server
+from kv6000.terminal import attach
+
+
+def say(text: str):
+    print(f"lab: {text}", file=sys.stderr, flush=True)
+
+
+def running_server(chosen: str) -> Path:
+    """The run folder of the named server, or of the only one that runs."""
+    if chosen:
+        return Path(chosen)
+    places = {os.environ.get("TMPDIR") or "/tmp", tempfile.gettempdir(), "/tmp"}
+    found = sorted({path.parent for place in places for path in Path(place).resolve().glob("kv6000-*/bmc.sock")
+                    if takes_orders(path)})
+    if not found:
+        raise LabError("No server runs.", advice="Start one with lab/lab run.")
+    if len(found) > 1:
+        raise LabError("Several servers run: " + ", ".join(map(str, found)), advice="Choose one with --server FOLDER.")
+    return found[0]
+
+
+def takes_orders(path: Path) -> bool:
+    with socket.socket(socket.AF_UNIX) as client:
+        return client.connect_ex(str(path)) == 0
+
+
+def command_build(_):
+    build_folder()
+    image = GuestImage()
+    image.ensure(say)
+    print(image.cache)
+
+
+def command_packages(options):
+    for path in make_packages(options.folder):
+        print(path)
+
+
+def command_run(options):
+    started = time.monotonic()
+    server = Server(tool=options.tool, firmware=options.firmware, product=options.product, serial=options.serial,
+                    version=options.dmi_version, install_path=options.install_path, overlay=options.overlay,
+                    keep=options.keep, progress=say)
+    with server:
+        say(f"ready after {time.monotonic() - started:.1f} s")
+        say(f"run folder {server.folder} (shared with the guest: {server.share} is /share)")
+        server.release()
+        if sys.stdin.isatty():
+            say("Ctrl-] ends the server")
+            attach(server.folder / "shell.sock", say)
+        else:
+            # Without a terminal the server stays until its input ends or it is told to go.
+            while sys.stdin.readline():
+                pass
+    if options.keep:
+        say(f"kept {server.folder}")
+
+
+def command_bmc(options):
+    answer = bmc.order(running_server(options.server), " ".join(options.order))
+    if isinstance(answer, dict):
+        commands = answer.pop("commands")
+        for key, value in answer.items():
+            print(f"{key:13} {value}")
+        print("commands      (the last ones, request -> answer)")
+        for line in commands[-options.commands:]:
+            print("  " + line)
+    else:
+        print(answer)
+
+
+def command_guest(options):
+    folder = running_server(options.server)
+    guest = Guest(folder, lambda order: bmc.order(folder, order))
+    words = options.words
+    job: Job = guest.start(words[0] if len(words) == 1 else words)
+    result = job.wait(options.timeout)
+    sys.stdout.write(result.out)
+    sys.stderr.write(result.err)
+    return result.exit
+
+
+def parser() -> argparse.ArgumentParser:
+    top = argparse.ArgumentParser(prog="lab", description="A virtual KV6000 server that boots and can be updated.")
+    commands = top.add_subparsers(required=True, metavar="COMMAND")
+
+    def add(name, function, text):
+        command = commands.add_parser(name, help=text, description=text)
+        command.set_defaults(function=function)
+        return command
+
+    add("build", command_build, "fetch and pack what the guest needs")
+    packages = add("packages", command_packages, "make the update packages, good and bad")
+    packages.add_argument("folder", type=Path)
+    run = add("run", command_run, "start a server with a shell in this terminal")
+    run.add_argument("--tool", default="ipmitool", choices=("ipmitool", "maker", "both", "none"))
+    run.add_argument("--firmware", default="01-23", help="running BMC firmware (default 01-23)")
+    run.add_argument("--product", default="KV6000", help="product name in DMI")
+    run.add_argument("--serial", default="KV6K000001", help="serial number in DMI")
+    run.add_argument("--dmi-version", default="1.0", help="product version in DMI")
+    run.add_argument("--install-path", default="/srv/orv", help="install path of the host in the guest")
+    run.add_argument("--overlay", help="staged folder tree to lay over the guest's root")
+    run.add_argument("--keep", action="store_true", help="keep the run folder")
+    order = add("bmc", command_bmc, "send an order to the BMC of a running server")
+    order.add_argument("--server", help="run folder, when several servers run")
+    order.add_argument("--commands", type=int, default=20, help="how many commands `state` lists (default 20)")
+    order.add_argument("order", nargs="+", help="fail, short, silent, clear, power-loss, power-on or state")
+    guest = add("guest", command_guest, "run a command in a running server")
+    guest.add_argument("--server", help="run folder, when several servers run")
+    guest.add_argument("--timeout", type=float, default=900, help="seconds (default 900)")
+    guest.add_argument("words", nargs=argparse.REMAINDER, metavar="COMMAND",
+                       help="one word: a line for sh; several: program and arguments")
+    return top
+
+
+def main() -> int:
+    options = parser().parse_args()
+    for number in (signal.SIGTERM, signal.SIGHUP):
+        signal.signal(number, lambda number, _: sys.exit(128 + number))
+    if getattr(options, "words", None) == []:
+        parser().error("guest needs a command")
+    try:
+        return options.function(options) or 0
+    except LabError as error:
+        print(f"lab: {error}", file=sys.stderr)
+        return 1
+    except KeyboardInterrupt:
+        return 130

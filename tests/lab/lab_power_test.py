@@ -1,0 +1,80 @@
+"""A virtual server across its power cycles: flash, reboot flag, halt, reboot and loss of power."""
+
+import unittest
+
+from kv6000 import LabError
+from lab_support import (CHECK_CONNECT, CHECK_REBOOT_FLAG, FLASH, MAKER_TOOL, SET_REBOOT_FLAG, SharedServer)
+
+
+class AnUpdateByHand(SharedServer):
+    """Told in one test: every step stands on the one before."""
+
+    options = {"tool": "both"}
+
+    def test_the_road_from_01_23_to_01_24(self):
+        with self.subTest("the flag cannot be armed without a whole image in standby"):
+            self.assertEqual(self.raw(*SET_REBOOT_FLAG)[0], 1)
+            self.assertEqual(self.raw(*CHECK_REBOOT_FLAG), (0, "00"))
+        with self.subTest("the flash utility names what is missing"):
+            (self.server.install / "image.ima").write_bytes(b"no image")
+            self.assertEqual(self.flash().exit, 4)  # no SCSI generic driver
+            self.assertEqual(self.server.run("modprobe sg").exit, 0)
+            self.assertEqual(self.flash().exit, 5)  # no media
+        with self.subTest("what is not an image is refused"):
+            self.prepare_flash("01-24")
+            (self.server.install / "image.ima").write_bytes(b"not an image" * 100)
+            done = self.flash()
+            self.assertEqual(done.exit, 7)
+            self.assertIn("not a firmware image", done.err)
+        with self.subTest("a power cut in the middle of the flash leaves standby not whole and the media gone"):
+            self.prepare_flash("01-24")
+            self.server.bmc("power-loss 50")
+            with self.assertRaisesRegex(LabError, "The machine went down"):
+                self.flash()
+            self.server.wait_off()
+            state = self.server.bmc("state")
+            self.assertEqual((state["whole"], state["media"], state["flash"]), (False, "disconnected", "media lost"))
+            self.assertGreaterEqual(state["flashPercent"], 50)
+            self.server.power_on()
+            self.assertEqual(self.running_version(), "01-23")
+            self.assertEqual(self.raw(*SET_REBOOT_FLAG)[0], 1)
+        with self.subTest("the clean second run fills the standby slot"):
+            self.prepare_flash("01-24")
+            done = self.flash()
+            self.assertEqual((done.exit, done.err), (0, ""))
+            self.assertIn("flashing 100%", done.out)
+            self.assertEqual(self.server.bmc("state")["standby"], "01-24")
+        with self.subTest("a reboot without the flag comes back on the old firmware"):
+            self.server.run("shutdown -r now")
+            self.server.wait_power_cycle()
+            self.assertEqual(self.running_version(), "01-23")
+            self.assertEqual(self.raw(*CHECK_CONNECT), (0, "01"))  # a reset does not unplug the drive
+        with self.subTest("a halt with the flag armed comes back on the new firmware"):
+            self.assertEqual(self.raw(*SET_REBOOT_FLAG), (0, ""))
+            self.assertEqual(self.raw(*CHECK_REBOOT_FLAG), (0, "01"))
+            self.server.run("shutdown -h now")
+            self.server.wait_power_cycle()
+            self.assertEqual(self.running_version(), "01-24")
+            self.assertEqual(self.server.run(f"echo 18 01 | {MAKER_TOOL}").out.splitlines()[1].split()[7:9],
+                             ["01", "24"])
+            self.assertEqual(self.raw(*CHECK_REBOOT_FLAG), (0, "00"))
+            self.assertEqual(self.server.bmc("state")["boots"], 4)
+        with self.subTest("the share outlives the power cycles"):
+            self.assertEqual(self.server.run("ls /srv/orv").out.split(), ["KV6KBMC", "image.ima"])
+        with self.subTest("a halt without the flag leaves the machine off"):
+            self.server.run("shutdown -h now")
+            self.server.wait_off()
+            with self.assertRaisesRegex(LabError, "off"):
+                self.server.run("true")
+
+
+class AFlashThatHangs(SharedServer):
+    def test_goes_on_until_it_is_ended(self):
+        self.server.plan_flash_exits(["hang"])
+        done = self.server.run(f"timeout 2 {FLASH} /nowhere.ima")
+        self.assertEqual(done.exit, 124)
+        self.assertIn("waiting for ever", done.out)
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,144 @@
+"""The driver of virtual servers as a guest of its machine: several at once, and nothing left behind, however it ends."""
+
+import os
+import signal
+import subprocess
+import sys
+import tempfile
+import time
+import unittest
+from pathlib import Path
+
+from kv6000 import LabError, Server
+from kv6000.paths import LAB
+from lab_support import processes_of
+
+READY = "run folder "
+
+
+def wait_until(condition, what: str, seconds: float = 20):
+    """Waits for something that another process does."""
+    deadline = time.monotonic() + seconds
+    while not condition():
+        if time.monotonic() > deadline:
+            raise AssertionError(f"not within {seconds:g} s: {what}")
+        time.sleep(0.02)
+
+
+def start_driver(parent: str) -> tuple:
+    """`lab run` as a process of its own, once its server is ready: (process, run folder)."""
+    driver = subprocess.Popen([sys.executable, str(LAB / "lab"), "run"], stdin=subprocess.PIPE, stderr=subprocess.PIPE,
+                              text=True, env=dict(os.environ, TMPDIR=parent))
+    for line in driver.stderr:
+        if READY in line:
+            return driver, Path(line.split(READY)[1].split()[0])
+    raise AssertionError(f"lab run ended with {driver.wait()}")
+
+
+class ADriverThatEnds(unittest.TestCase):
+    def setUp(self):
+        self.parent = self.enterContext(tempfile.TemporaryDirectory(prefix="lab-test-"))
+
+    def assert_leaves_nothing(self, number: int):
+        driver, folder = start_driver(self.parent)
+        with driver.stdin, driver.stderr:
+            self.assertEqual(len(processes_of(folder)), 3)
+            driver.send_signal(number)
+            driver.wait()
+            wait_until(lambda: not folder.exists(), "the run folder is removed")
+            self.assertEqual(processes_of(folder), [])
+            self.assertEqual(os.listdir(self.parent), [])
+
+    def test_by_sigint_leaves_no_process_and_no_file(self):
+        self.assert_leaves_nothing(signal.SIGINT)
+
+    def test_by_sigterm_leaves_no_process_and_no_file(self):
+        self.assert_leaves_nothing(signal.SIGTERM)
+
+    def test_by_sigkill_leaves_no_process_and_no_file(self):
+        self.assert_leaves_nothing(signal.SIGKILL)
+
+    def test_by_sigint_during_the_boot_leaves_no_process_and_no_file(self):
+        driver = subprocess.Popen([sys.executable, str(LAB / "lab"), "run"], stdin=subprocess.PIPE,
+                                  stderr=subprocess.PIPE, env=dict(os.environ, TMPDIR=self.parent))
+        with driver.stdin, driver.stderr:
+            wait_until(lambda: list(Path(self.parent).glob("*/console.log")), "the machine is on")
+            folder = next(Path(self.parent).iterdir())
+            driver.send_signal(signal.SIGINT)
+            self.assertEqual(driver.wait(), 130)
+            self.assertEqual(processes_of(folder), [])
+            self.assertEqual(os.listdir(self.parent), [])
+
+    def test_after_its_bmc_was_killed_leaves_no_process_and_no_file(self):
+        driver, folder = start_driver(self.parent)
+        with driver.stdin, driver.stderr:
+            bmc = [path for path in Path("/proc").glob("[0-9]*/cmdline")
+                   if path.read_bytes().startswith(b"/usr/bin/ipmi_sim") and
+                   os.readlink(path.parent / "cwd") == str(folder)]
+            os.kill(int(bmc[0].parent.name), signal.SIGKILL)
+            wait_until(lambda: len(processes_of(folder)) == 1, "the machine's process ends with the BMC's")
+            driver.stdin.close()
+            self.assertEqual(driver.wait(), 0)
+            self.assertEqual(os.listdir(self.parent), [])
+
+
+class TwoServers(unittest.TestCase):
+    def test_run_side_by_side_without_knowing_of_each_other(self):
+        with Server(firmware="01-23") as first, Server(firmware="16-05") as second:
+            self.assertNotEqual(first.folder, second.folder)
+            first.bmc("fail 06 01 C0 always")
+            self.assertEqual(first.run("ipmitool raw 0x06 0x01").exit, 1)
+            self.assertEqual(second.run("ipmitool raw 0x06 0x01").out.split()[2:4], ["16", "05"])
+            second.bmc("power-loss")
+            second.wait_off()
+            self.assertEqual(first.run("true").exit, 0)
+
+
+class AnOverlay(unittest.TestCase):
+    def test_is_laid_over_the_root_with_the_libraries_of_its_programs(self):
+        with tempfile.TemporaryDirectory(prefix="lab-test-") as folder:
+            staged = Path(folder)
+            program = staged / "opt/product/bin/xxd"
+            program.parent.mkdir(parents=True)
+            # A program of this machine whose libraries the guest does not have otherwise.
+            program.write_bytes(Path("/usr/bin/openssl").read_bytes())
+            program.chmod(0o755)
+            (staged / "lib").mkdir()
+            (staged / "lib/marker").write_text("in /usr/lib\n")
+            with Server(tool="none", overlay=staged) as server:
+                done = server.run("/opt/product/bin/xxd version; cat /usr/lib/marker")
+            self.assertEqual(done.exit, 0, done.err)
+            self.assertIn("OpenSSL", done.out)
+            self.assertIn("in /usr/lib", done.out)
+
+
+class ARunFolder(unittest.TestCase):
+    def test_is_kept_when_that_is_asked_for(self):
+        with tempfile.TemporaryDirectory(prefix="lab-test-") as parent:
+            before = os.environ.get("TMPDIR")
+            os.environ["TMPDIR"] = parent
+            try:
+                with Server(keep=True) as server:
+                    folder = server.folder
+            finally:
+                if before is None:
+                    del os.environ["TMPDIR"]
+                else:
+                    os.environ["TMPDIR"] = before
+            self.assertEqual(folder.parent, Path(parent))
+            self.assertTrue((folder / "console.log").exists())
+            self.assertEqual(processes_of(folder), [])
+
+
+class AServerThatCannotBe(unittest.TestCase):
+    def test_is_refused_with_the_reason(self):
+        for options, reason in (({"tool": "hammer"}, "no tool 'hammer'"), ({"firmware": "1.23"}, "'1.23' is not"),
+                                ({"firmware": "zz-23"}, "'zz-23' is not"), ({"firmware": "80-00"}, "'80-00' is not"),
+                                ({"install_path": "srv"}, "not absolute"), ({"overlay": "/nowhere"}, "/nowhere")):
+            with self.subTest(options), self.assertRaisesRegex(LabError, reason):
+                with Server(**options):
+                    self.fail("it started")
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,133 @@
+"""One boot of a virtual server: what a host finds on it, its virtual media, and faults ordered for its BMC."""
+
+import unittest
+
+from kv6000 import LabError
+from lab_support import CHECK_CONNECT, CONNECT, DISCONNECT, FLASH, MAKER_TOOL, SharedServer, processes_of
+
+
+class AFreshlyBootedServer(SharedServer):
+    options = {"tool": "both", "product": "KV6000 R120", "version": "FR2.1", "serial": "A,B-0042"}
+
+    def test_ipmitool_reads_firmware_01_23(self):
+        self.assertEqual(self.raw(0x06, 0x01), (0, "20 01 01 23 02 9f 91 12 00 02 0f 00 00 00 00"))
+
+    def test_the_makers_tool_gives_the_same_answer_behind_four_words_of_its_second_line(self):
+        done = self.server.run(f"echo 18 01 | {MAKER_TOOL}")
+        self.assertEqual((done.exit, done.err), (0, ""))
+        self.assertEqual(done.out.splitlines()[1].split()[4:],
+                         "00 20 01 01 23 02 9f 91 12 00 02 0f 00 00 00 00".split())
+
+    def test_the_makers_tool_tells_a_completion_code_and_ends_with_0(self):
+        done = self.server.run(f"echo d0 5e 55 aa 01 | {MAKER_TOOL}")
+        self.assertEqual((done.exit, done.out.splitlines()[1].split()[4:]), (0, ["d5"]))
+
+    def test_the_makers_tool_refuses_what_is_not_bytes(self):
+        done = self.server.run(f"echo 18 xyz | {MAKER_TOOL}")
+        self.assertEqual((done.exit, done.out), (2, ""))
+        self.assertIn("'18 xyz'", done.err)
+
+    def test_dmidecode_reads_the_product_that_was_asked_for(self):
+        done = self.server.run("for name in product-name version serial-number manufacturer; do "
+                               "/usr/sbin/dmidecode -s system-$name; done")
+        self.assertEqual(done.out.splitlines(), ["KV6000 R120", "FR2.1", "A,B-0042", "KESTREL"])
+
+    def test_the_console_is_writable(self):
+        self.assertEqual(self.server.run("echo a line for the console >/dev/console").exit, 0)
+        self.assertIn("a line for the console", (self.server.folder / "console.log").read_text())
+
+    def test_a_command_gives_exit_code_output_and_errors(self):
+        self.assertEqual(self.server.run("echo out; echo err >&2; exit 7"), (7, "out\n", "err\n"))
+
+    def test_words_reach_a_program_unchanged(self):
+        self.assertEqual(self.server.run(["printf", "%s|", "a b", "$HOME", "'"]).out, "a b|$HOME|'|")
+
+    def test_a_command_that_never_ends_is_told_with_the_console(self):
+        with self.assertRaisesRegex(LabError, r"(?s)No end of 'sleep 1000'.*console\.log ends with"):
+            self.server.start_job("sleep 1000").wait(timeout=0.5)
+
+    def test_the_flash_utility_refuses_other_options(self):
+        for arguments in ("", "-cd -preserve-config -silent", "-silent -cd -preserve-config x", "-cd x y z"):
+            done = self.server.run(f"/srv/orv/KV6KBMC/Yafuflash {arguments}")
+            self.assertEqual((done.exit, done.out), (2, ""), arguments)
+            self.assertIn("usage", done.err)
+
+    def test_the_flash_utility_says_which_image_it_cannot_read(self):
+        done = self.server.run(FLASH + "/nowhere.ima")
+        self.assertEqual(done.exit, 3)
+        self.assertIn("/nowhere.ima", done.err)
+
+    def test_the_flash_utility_ends_as_ordered_for_its_coming_runs(self):
+        self.server.plan_flash_exits([5, 1])
+        self.assertEqual([self.server.run(FLASH + "/nowhere.ima").exit for _ in range(3)], [5, 1, 3])
+
+    def test_a_disk_appears_with_connect_and_goes_with_disconnect(self):
+        self.assertEqual(self.server.run("modprobe sg && lsmod | grep -e '^sg '").exit, 0)
+        self.assertEqual(self.server.run("ls /dev | grep -c -e '^sg'").out, "0\n")
+        self.assertEqual(self.raw(*CHECK_CONNECT), (0, "00"))
+        self.assertEqual(self.raw(*CONNECT), (0, ""))
+        self.server.wait_bmc("media", "connected")
+        self.assertEqual(self.raw(*CHECK_CONNECT), (0, "01"))
+        self.assertEqual(self.server.run("cat /sys/class/scsi_generic/*/device/model").out.strip(), "VirtualMedia")
+        self.assertEqual(self.raw(*DISCONNECT), (0, ""))
+        self.assertEqual(self.raw(*CHECK_CONNECT), (0, "00"))
+        # The kernel needs a moment to notice the unplugging.
+        self.assertEqual(self.server.run("timeout 10 sh -c 'while [ -e /dev/sg0 ]; do sleep 0.05; done'").exit, 0)
+
+    def test_a_command_ordered_to_fail_twice_works_the_third_time(self):
+        self.server.bmc("fail 34 8d C0 2")
+        answers = [self.server.run("ipmitool raw 0x34 0x8d") for _ in range(3)]
+        self.assertEqual([answer.exit for answer in answers], [1, 1, 0])
+        self.assertIn("rsp=0xc0", answers[0].err)
+
+    def test_a_command_ordered_to_fail_has_no_effect(self):
+        self.server.bmc("fail 34 8c C0 1")
+        self.assertEqual(self.raw(*CONNECT)[0], 1)
+        self.assertEqual(self.server.bmc("state")["media"], "disconnected")
+
+    def test_an_answer_ordered_short_lacks_its_data(self):
+        self.server.bmc("short 34 8d 1 1")
+        self.assertEqual(self.raw(*CHECK_CONNECT), (0, ""))
+        self.assertEqual(self.raw(*CHECK_CONNECT), (0, "00"))
+
+    def test_a_standard_command_can_be_cut_short_too(self):
+        self.server.bmc("short 06 01 4 always")
+        self.assertEqual(self.server.run(f"echo 18 01 | {MAKER_TOOL}").out.splitlines()[1].split()[4:],
+                         "00 20 01 01".split())
+
+    def test_a_silent_bmc_ends_in_the_drivers_own_completion_code(self):
+        self.server.bmc("silent 34 8d 1")
+        done = self.server.run(f"echo d0 8d | {MAKER_TOOL}")
+        self.assertIn(done.out.splitlines()[1].split()[4], ("c3", "ff"))
+        self.assertEqual(self.raw(*CHECK_CONNECT), (0, "00"))
+
+    def test_the_state_tells_the_commands_seen(self):
+        self.raw(0x34, 0x5f)
+        self.assertEqual(self.server.bmc("state")["commands"][-1], "34 5f -> 00 00")
+
+    def test_an_unknown_order_is_refused(self):
+        for order in ("explode", "fail 34 8c", "fail 34 8c C0 two", "short 34 8d 0", "silent 35 8d", "state now",
+                      "power-loss 100", ""):
+            with self.assertRaisesRegex(LabError, "refuses"):
+                self.server.bmc(order)
+
+    def test_its_processes_are_found_by_its_run_folder(self):
+        self.assertEqual(len(processes_of(self.server.folder)), 3, processes_of(self.server.folder))
+
+
+class AServerWithoutTools(SharedServer):
+    options = {"tool": "none", "firmware": "06-10", "install_path": "/srv/a folder"}
+
+    def test_has_no_ipmi_tool(self):
+        done = self.server.run(f"ls /usr/bin/ipmitool {MAKER_TOOL}")
+        self.assertEqual((done.exit, done.out), (2, ""))
+
+    def test_has_the_flash_utility_below_an_install_path_with_a_blank(self):
+        self.assertEqual(self.server.run(["ls", "/srv/a folder/KV6KBMC"]).out, "Yafuflash\n")
+
+    def test_runs_the_firmware_that_was_asked_for(self):
+        self.assertEqual(self.server.bmc("state")["running"], "06-10")
+
+
+if __name__ == "__main__":
+    unittest.main()

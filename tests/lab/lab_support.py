@@ -1,0 +1,69 @@
+"""What the tests of whole virtual servers share: one server for the tests of a class, and the steps of an update."""
+
+import os
+import unittest
+from pathlib import Path
+
+from kv6000 import Server
+from kv6000.packages import make_image
+
+MAKER_TOOL = "/opt/kestrel/node_keeper/ipmi_tools/ipmicmd"
+FLASH = "/srv/orv/KV6KBMC/Yafuflash -cd -preserve-config -silent "
+CONNECT = (0x34, 0x8c, 0x55, 0xaa, 0x01)
+CHECK_CONNECT = (0x34, 0x8d)
+DISCONNECT = (0x34, 0x8c, 0x55, 0xaa, 0x00)
+WAIT_DISABLED = (0x34, 0x2c, 0x00)
+CHECK_WAIT = (0x34, 0x2d)
+SET_REBOOT_FLAG = (0x34, 0x5e, 0x55, 0xaa, 0x01)
+CHECK_REBOOT_FLAG = (0x34, 0x5f)
+
+
+def processes_of(folder: Path) -> list:
+    """The processes that work in a run folder or name it in their command line."""
+    found = []
+    for entry in Path("/proc").iterdir():
+        try:
+            words = (entry / "cmdline").read_bytes()
+            where = os.readlink(entry / "cwd")
+        except OSError:
+            continue
+        if str(folder).encode() in words or where == str(folder):
+            found.append(words.replace(b"\0", b" ").decode(errors="replace"))
+    return found
+
+
+class SharedServer(unittest.TestCase):
+    """One server, started with `options`, for all tests of the class; each test finds the BMC without ordered faults."""
+
+    options = {}
+
+    @classmethod
+    def setUpClass(cls):
+        cls.server = cls.enterClassContext(Server(**cls.options))
+
+    def setUp(self):
+        self.server.bmc("clear")
+
+    def raw(self, *request) -> tuple:
+        """Sends a request with ipmitool: (exit code, answered data bytes as text)."""
+        done = self.server.run(["/usr/bin/ipmitool", "raw", *(f"0x{byte:02x}" for byte in request)])
+        return done.exit, done.out.strip()
+
+    def prepare_flash(self, version: str):
+        """An image on the share, the drive connected, the BMC not waiting, the SCSI generic driver loaded."""
+        (self.server.install / "image.ima").write_bytes(make_image(version))
+        self.assertEqual(self.server.run("modprobe sg").exit, 0)
+        self.assertEqual(self.raw(*CONNECT), (0, ""))
+        self.server.wait_bmc("media", "connected")
+        self.assertEqual(self.raw(*WAIT_DISABLED), (0, ""))
+        self.assertEqual(self.raw(*CHECK_WAIT), (0, "00"))
+
+    def flash(self):
+        return self.server.run(FLASH + "/srv/orv/image.ima")
+
+    def running_version(self) -> str:
+        """What Get Device ID tells, in the form 01-23."""
+        code, answer = self.raw(0x06, 0x01)
+        self.assertEqual(code, 0)
+        data = answer.split()
+        return f"{data[2]}-{data[3]}"
