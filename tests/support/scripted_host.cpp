@@ -118,6 +118,7 @@ ScriptedHost::ScriptedHost() : process_(getpid()) {
   installPath_ = folder;
   std::filesystem::create_directories(installPath_ / "tmp" / "KV6KBMC");
   readableFiles = {kIpmitoolPath};
+  managementLibrary.note = [this](const std::string& operation) { Note("library " + operation); };
   current = this;
 }
 
@@ -126,6 +127,7 @@ ScriptedHost::~ScriptedHost() {
   ExpectUsedUp("commands", commands_);
   ExpectUsedUp("result lines", resultLines_);
   ExpectUsedUp("system() commands", systems_);
+  EXPECT_TRUE(openLibraries.empty()) << "a library was left open";
   current = nullptr;
   if (lastChild > 0) {
     waitpid(lastChild, nullptr, 0);  // it may still write into the folder, unless the test has waited for it

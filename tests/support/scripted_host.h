@@ -19,6 +19,9 @@
 //   unpack PACKAGE to PATH
 //   list folder PATH                an opendir
 //   write PATH                      COrvXmlWrite::writeXML
+//   open library PATH               a dlopen below the install path, and the dlclose of what it opened
+//   close library
+//   library OPERATION               the scripted management library is called
 // What a forked child notes goes into a journal of its own. /dev/console is the file "$I/console".
 // "$I" stands for the install path in every line.
 #ifndef TESTS_SUPPORT_SCRIPTED_HOST_H
@@ -37,6 +40,7 @@
 
 #include "host/Records.h"
 #include "tests/support/lines.h"
+#include "tests/support/scripted_management_library.h"
 
 // How a scripted command ends: what ExecForeignModule returns, the exit status, and what the command prints.
 struct CommandEnd {
@@ -48,7 +52,7 @@ struct CommandEnd {
 class ScriptedHost {
  public:
   ScriptedHost();   // the host of this process from here on; one at a time
-  ~ScriptedHost();  // fails the test when a scripted answer was never asked for
+  ~ScriptedHost();  // fails the test when a scripted answer was never asked for or a library is still open
 
   ScriptedHost(const ScriptedHost&) = delete;
   ScriptedHost& operator=(const ScriptedHost&) = delete;
@@ -72,6 +76,11 @@ class ScriptedHost {
   CManageRepositoryInfo updateModule;
   CManageRepositoryInfo oldModule;
   CManageRepositoryInfo operatingModule;
+
+  // --- Libraries and memory. Libraries are real; those that play the management library follow this script.
+  ScriptedManagementLibrary managementLibrary;
+  std::optional<int> closeLibraryError;  // errno of a dlclose that fails
+  bool memoryForNextNothrowNew = true;
 
   // --- Child processes. They are real; what is scripted is the passing of time while one runs.
   bool forkFails = false;
@@ -109,6 +118,7 @@ class ScriptedHost {
   CommandEnd RunCommand(const std::string& commandLine);
   std::string TakeResultLine(const std::string& command);
   int RunSystem(const std::string& command);
+  std::multiset<void*> openLibraries;  // handles, once for each time that the plug-in opened one
 
  private:
   template <typename T>

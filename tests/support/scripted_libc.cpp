@@ -1,13 +1,16 @@
 // The libc calls of the plug-in that reach outside, answered by the scripted host. The linker puts __wrap_X in the
 // place of every call of X (see tests/CMakeLists.txt); what is not the plug-in's business goes on to the real call.
 #include <dirent.h>
+#include <dlfcn.h>
 #include <fcntl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
+#include <new>
 #include <string>
 
 #include "tests/support/scripted_host.h"
@@ -28,6 +31,7 @@ struct ScriptedFolder {
 
 }  // namespace
 
+// NOLINTBEGIN(bugprone-reserved-identifier): the linker makes up these names.
 extern "C" {
 
 std::FILE* __real_fopen(const char* path, const char* mode);
@@ -139,4 +143,51 @@ int __wrap_open(const char* path, int flags, ...) {
   return __real_open((host->InstallPath() / "console").c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600);
 }
 
+void* __real_dlopen(const char* path, int mode);
+void* __wrap_dlopen(const char* path, int mode) {
+  ScriptedHost* host = ScriptedHost::Current();
+  if (host == nullptr || path == nullptr || !std::string(path).starts_with(host->InstallPath().string())) {
+    return __real_dlopen(path, mode);
+  }
+  host->Note(std::string("open library ") + path);
+  EXPECT_EQ(mode, RTLD_LAZY);
+  void* library = __real_dlopen(path, mode);
+  if (library != nullptr) {
+    host->openLibraries.insert(library);
+    if (void* play = dlsym(library, "PlayScript"); play != nullptr) {
+      reinterpret_cast<void (*)(ScriptedManagementLibrary*)>(play)(&host->managementLibrary);
+    } else {
+      dlerror();  // the plug-in does not see this look-up
+    }
+  }
+  return library;
+}
+
+int __real_dlclose(void* library);
+int __wrap_dlclose(void* library) {
+  if (ScriptedHost::Current() == nullptr || !ScriptedHost::Current()->openLibraries.contains(library)) {
+    return __real_dlclose(library);
+  }
+  ScriptedHost& host = *ScriptedHost::Current();
+  host.openLibraries.extract(library);
+  host.Note("close library");
+  const int result = __real_dlclose(library);
+  if (host.closeLibraryError) {
+    errno = *host.closeLibraryError;
+    return -1;
+  }
+  return result;
+}
+
+void* __real__ZnwmRKSt9nothrow_t(std::size_t size, const std::nothrow_t& tag);
+void* __wrap__ZnwmRKSt9nothrow_t(std::size_t size, const std::nothrow_t& tag) {
+  ScriptedHost* host = ScriptedHost::Current();
+  if (host != nullptr && !host->memoryForNextNothrowNew) {
+    host->memoryForNextNothrowNew = true;
+    return nullptr;
+  }
+  return __real__ZnwmRKSt9nothrow_t(size, tag);
+}
+
 }  // extern "C"
+// NOLINTEND(bugprone-reserved-identifier)

@@ -1,0 +1,99 @@
+// A management library for the tests: a real shared library that answers as the script says. Built several times, with
+// one or all of the entry points left out (LACKS_CREATE_LIB_IF, LACKS_DELETE_ITEM_DISP, LACKS_ALL).
+#include <stdexcept>
+
+#include "svp/management_interface.h"
+#include "tests/support/scripted_management_library.h"
+
+namespace {
+
+ScriptedManagementLibrary* script = nullptr;
+
+// Its code is gone when the library is unloaded.
+struct OwnException {
+  virtual ~OwnException() { script->note("~OwnException"); }
+};
+
+void Enter(const char* operation) {
+  script->note(operation);
+}
+
+void Leave(const char* operation) {
+  if (script->throwsFrom != operation) {
+    return;
+  }
+  if (script->throwsOwnClass) {
+    throw OwnException();
+  }
+  throw std::runtime_error("no such disk");
+}
+
+class Interface final : public kestrel::ManagementInterface {
+ public:
+  ~Interface() = default;
+
+  void Position1() override { script->note("Position1"); }
+  void Position2() override { script->note("Position2"); }
+  void Position3() override { script->note("Position3"); }
+  bool GetRAIDInfo(std::list<CItemDisp*>* items, std::string* errorCode, std::string* warningCode) override {
+    Enter("GetRAIDInfo");
+    items->push_back(nullptr);
+    *errorCode = script->errorCode;
+    *warningCode = script->warningCode;
+    Leave("GetRAIDInfo");
+    return script->succeeds;
+  }
+  void Position5() override { script->note("Position5"); }
+  void Position6() override { script->note("Position6"); }
+  void Position7() override { script->note("Position7"); }
+  bool GetHddInfoToSVP(std::string* info, std::string* errorCode, std::string* warningCode) override {
+    Enter("GetHddInfoToSVP");
+    *info = script->info;
+    *errorCode = script->errorCode;
+    *warningCode = script->warningCode;
+    Leave("GetHddInfoToSVP");
+    return script->succeeds;
+  }
+  void Position9() override { script->note("Position9"); }
+  void ExecFreeItemList(std::list<CItemDisp*>* items) override {
+    Enter("ExecFreeItemList");
+    items->clear();
+    Leave("ExecFreeItemList");
+  }
+};
+
+}  // namespace
+
+extern "C" {
+
+void PlayScript(ScriptedManagementLibrary* played) {
+  script = played;
+}
+
+#ifndef LACKS_ALL
+#ifndef LACKS_CREATE_LIB_IF
+kestrel::ManagementInterface* CreateLibIF() {
+  Enter("CreateLibIF");
+  Leave("CreateLibIF");
+  return script->hasInterface ? new Interface : nullptr;
+}
+#endif
+
+void DeleteLibIF(kestrel::ManagementInterface* interface) {
+  Enter("DeleteLibIF");
+  delete static_cast<Interface*>(interface);
+  Leave("DeleteLibIF");
+}
+
+void CreateItemDisp() {
+  script->note("CreateItemDisp");
+}
+
+#ifndef LACKS_DELETE_ITEM_DISP
+void DeleteItemDisp() {
+  script->note("DeleteItemDisp");
+}
+#endif
+#endif
+
+}  // extern "C"
