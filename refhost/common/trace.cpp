@@ -41,7 +41,7 @@ std::string EscapeControls(std::string_view text) {
   return line;
 }
 
-std::string FormatText(const char* format, va_list arguments) {
+__attribute__((format(printf, 1, 0))) std::string FormatText(const char* format, va_list arguments) {
   std::array<char, 1024> buffer{};
   va_list again;
   va_copy(again, arguments);
