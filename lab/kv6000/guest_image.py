@@ -66,6 +66,11 @@ def libraries(program: Path, search=()) -> list:
     return [Path(path) for path in re.findall(r"(/\S+) \(0x", done.stdout)]
 
 
+def is_elf(path: Path) -> bool:
+    with open(path, "rb") as file:
+        return file.read(4) == b"\x7fELF"
+
+
 def place(source: Path, tree: Path, target: Path = None):
     """Copies a file under its own absolute path (or `target`) into a tree whose /bin, /sbin and /lib are in /usr."""
     name = str(target or source).lstrip("/")
@@ -100,7 +105,7 @@ def pack(tree: Path, archive: Path):
 
 def pack_overlay(overlay: Path, archive: Path):
     """Packs a staged tree, as `cmake --install` leaves it, with the libraries that its programs need beside it."""
-    with tempfile.TemporaryDirectory(prefix="kv6000-overlay-") as folder:
+    with tempfile.TemporaryDirectory(prefix="overlay-", dir=archive.parent) as folder:
         tree = Path(folder)
         for entry in sorted(overlay.iterdir()):
             merged = entry.name in ("bin", "sbin", "lib", "lib64")
@@ -110,7 +115,7 @@ def pack_overlay(overlay: Path, archive: Path):
             else:
                 shutil.copy(entry, target, follow_symlinks=False)
         files = [path for path in tree.rglob("*") if path.is_file() and not path.is_symlink()]
-        binaries = [path for path in files if path.open("rb").read(4) == b"\x7fELF"]
+        binaries = [path for path in files if is_elf(path)]
         folders = sorted({path.parent for path in binaries if ".so" in path.name})
         for binary in binaries:
             for library in libraries(binary, folders):
@@ -154,6 +159,8 @@ class GuestImage:
             if stamp.exists() and stamp.read_text() == inputs:
                 return
             stamp.unlink(missing_ok=True)
+            for rest in self.cache.glob("guest-*"):  # of a build that was killed
+                shutil.rmtree(rest)
             self._build(progress)
             stamp.write_text(inputs)
 
