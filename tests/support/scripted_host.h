@@ -68,8 +68,8 @@ class ScriptedHost {
   std::vector<std::string> workFolderEntries;  // what readdir gives, in order
   bool folderCanBeListed = true;
   bool packageCanBeUnpacked = true;
-  std::deque<bool> folderDeletions;  // results of the next folder deletions; true when empty
   bool documentsCanBeWritten = true;
+  std::deque<bool> folderDeletions;  // results of the next folder deletions; true when empty
   std::deque<int> gethostnameResults;
   std::string hostName = "node7";
   bool firmwareCanBeMade = true;  // otherwise the CFirmware constructor throws
