@@ -1,0 +1,22 @@
+// The device configuration report: whether there can be one, its document and its file. What stands in the sections is
+// theirs.
+#ifndef REPORT_DEVICE_REPORT_H
+#define REPORT_DEVICE_REPORT_H
+
+#include <string>
+
+#include "host/ProviderBase.h"
+
+namespace kestrel {
+
+// 0 when the BMC can be read, 1 when not. Prepares nothing.
+int CheckReportPossible(CFirmware& firmware);
+
+// Writes the report to the file "Kestrel_BmcConfigInfo.xml" in the folder `savePath`, which ends with a separator. 0 on
+// success; 1 on failure, and then no file was written; 2048 when there is no report for this type of server. Throws
+// what FillWebConsoleSection throws.
+int WriteDeviceReport(CFirmware& firmware, const std::string& savePath);
+
+}  // namespace kestrel
+
+#endif  // REPORT_DEVICE_REPORT_H
