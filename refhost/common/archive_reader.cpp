@@ -13,6 +13,7 @@ namespace {
 
 constexpr size_t kBlockSize = 65536;
 constexpr long long kTarRecord = 512;
+constexpr size_t kMostBytes = 1024UL * 1024UL * 1024UL;
 
 FileDescriptor OpenFile(const std::string& path) {
   FileDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
@@ -85,6 +86,8 @@ void ArchiveReader::ReadData(const Take& take) {
     const la_ssize_t size = archive_read_data(archive_.get(), block.data(), block.size());
     if (size == 0) return;
     if (size < 0) Fail("a member cannot be read");
+    bytesRead_ += static_cast<size_t>(size);
+    if (bytesRead_ > kMostBytes) throw ArchiveError("it unpacks to more than 1 GiB");
     take(block.data(), static_cast<size_t>(size));
   }
 }

@@ -39,7 +39,8 @@ class ArchiveReader {
   // Goes to the next member, whose data is then to be read once; false behind the last one.
   bool Next(ArchiveMember* member);
 
-  // Hands the member's data to `take` in pieces and checks it against the archive's own checksums.
+  // Hands the member's data to `take` in pieces and checks it against the archive's own checksums. All members together
+  // may hold 1 GiB: a few bytes can stand for more than any disk holds.
   void ReadData(const Take& take);
 
  private:
@@ -48,6 +49,7 @@ class ArchiveReader {
 
   FileDescriptor file_;
   std::unique_ptr<archive, int (*)(archive*)> archive_;
+  size_t bytesRead_ = 0;
 };
 
 }  // namespace refhost

@@ -2,6 +2,8 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <array>
+#include <cstdio>
 
 #include "host/DllCommon.h"
 #include "refhost/archive_member.h"
@@ -210,6 +212,37 @@ TEST_F(Unzip, DevicesAndPipesAreRefused) {
 TEST_F(Unzip, AFileMayNotTakeThePlaceOfAFolder) {
   EXPECT_FALSE(Unpack(ArchiveBuilder().File("a/b", "1").File("a", "2").Build(Format::kTar)));
   EXPECT_EQ(folder_.Read("work/a/b"), "1");
+}
+
+// A tar archive of 2 KiB with one file of 8 GiB, all of it a hole but its last block.
+std::string TarWithAHole() {
+  std::string header(512, '\0');
+  const auto put = [&header](size_t at, const std::string& text) { header.replace(at, text.size(), text); };
+  put(0, "hole");
+  put(100, "0000644");
+  put(124, "00000001000");  // bytes that are there
+  put(156, "S");
+  put(257, "ustar  ");
+  put(386, "77777776000");  // where they belong
+  put(398, "00000001000");
+  put(483, "77777777000");  // size of the file
+  put(148, "        ");     // the checksum counts itself as blanks
+  unsigned sum = 0;
+  for (const char byte : header) sum += static_cast<unsigned char>(byte);
+  std::array<char, 8> checksum{};
+  snprintf(checksum.data(), checksum.size(), "%06o", sum);
+  put(148, checksum.data());
+  return header + std::string(512, 'x') + std::string(1024, '\0');
+}
+
+TEST_F(Unzip, AFewBytesThatStandForMoreThanADiskHoldsAreRefused) {
+  EXPECT_FALSE(Unpack(TarWithAHole()));
+  EXPECT_EQ(reason_, "it unpacks to more than 1 GiB");
+  EXPECT_EQ(Unpacked(), Lines{});
+  std::string content;
+  std::string error;
+  EXPECT_FALSE(ReadArchiveMember(folder_ / "package", "module.json", &content, &error));
+  EXPECT_EQ(error, "it unpacks to more than 1 GiB");
 }
 
 TEST_F(Unzip, ASingleMemberIsReadWithoutUnpacking) {

@@ -6,6 +6,14 @@
 #include <stdexcept>
 
 namespace refhost {
+namespace {
+
+la_ssize_t Append(archive* /*writer*/, void* bytes, const void* block, size_t size) {
+  static_cast<std::string*>(bytes)->append(static_cast<const char*>(block), size);
+  return static_cast<la_ssize_t>(size);
+}
+
+}  // namespace
 
 ArchiveBuilder& ArchiveBuilder::File(const std::string& name, const std::string& content, unsigned permissions) {
   members_.push_back({AE_IFREG, name, content, permissions, false});
@@ -38,8 +46,7 @@ ArchiveBuilder& ArchiveBuilder::Device(const std::string& name) {
 }
 
 std::string ArchiveBuilder::Build(Format format) const {
-  std::string bytes(1024UL * 1024UL * 8, '\0');
-  size_t used = 0;
+  std::string bytes;
   archive* writer = archive_write_new();
   if (format == Format::kZip) {
     archive_write_set_format_zip(writer);
@@ -47,7 +54,8 @@ std::string ArchiveBuilder::Build(Format format) const {
     archive_write_set_format_pax_restricted(writer);
   }
   if (format == Format::kTarGzip) archive_write_add_filter_gzip(writer);
-  archive_write_open_memory(writer, bytes.data(), bytes.size(), &used);
+  archive_write_set_bytes_in_last_block(writer, 1);
+  archive_write_open(writer, &bytes, nullptr, Append, nullptr);
   for (const Member& member : members_) {
     archive_entry* entry = archive_entry_new();
     const bool hasData = member.type == AE_IFREG && !member.isHardLink;
@@ -63,11 +71,13 @@ std::string ArchiveBuilder::Build(Format format) const {
                      static_cast<la_ssize_t>(member.text.size());
     }
     archive_entry_free(entry);
-    if (!ok) throw std::runtime_error("cannot build the archive");
+    if (!ok) {
+      archive_write_free(writer);
+      throw std::runtime_error("cannot build the archive");
+    }
   }
   archive_write_close(writer);
   archive_write_free(writer);
-  bytes.resize(used);
   return bytes;
 }
 
