@@ -16,6 +16,9 @@ struct PackageManifest {
   std::vector<std::string> serverTypes;  // server types that the package is made for, lower case
 };
 
+// Reads the content of a module.json. False, with the reason in `*error`, when it is not valid. Pure.
+REFHOST_EXPORT bool ParsePackageManifest(const std::string& text, PackageManifest* manifest, std::string* error);
+
 // False, with the reason in `*error`, when the archive is unusable or its module.json is missing or not valid.
 REFHOST_EXPORT bool ReadPackageManifest(const std::string& packagePath, PackageManifest* manifest, std::string* error);
 

@@ -36,9 +36,7 @@ std::string Shortcoming(const PackageManifest& manifest) {
 
 }  // namespace
 
-bool ReadPackageManifest(const std::string& packagePath, PackageManifest* manifest, std::string* error) {
-  std::string text;
-  if (!ReadArchiveMember(packagePath, kManifestName, &text, error)) return false;
+bool ParsePackageManifest(const std::string& text, PackageManifest* manifest, std::string* error) {
   try {
     *manifest = Parse(text);
     *error = Shortcoming(*manifest);
@@ -48,6 +46,11 @@ bool ReadPackageManifest(const std::string& packagePath, PackageManifest* manife
   if (error->empty()) return true;
   *error = std::string(kManifestName) + " is not valid: " + *error;
   return false;
+}
+
+bool ReadPackageManifest(const std::string& packagePath, PackageManifest* manifest, std::string* error) {
+  std::string text;
+  return ReadArchiveMember(packagePath, kManifestName, &text, error) && ParsePackageManifest(text, manifest, error);
 }
 
 bool IsMadeFor(const PackageManifest& manifest, const std::string& serverType) {
