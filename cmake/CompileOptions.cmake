@@ -15,6 +15,13 @@ if(NOT KESTREL_CXX11_ABI STREQUAL "")
   add_compile_definitions(_GLIBCXX_USE_CXX11_ABI=${KESTREL_CXX11_ABI})
 endif()
 
+if(KESTREL_FUZZ)
+  if(NOT CMAKE_CXX_COMPILER_ID MATCHES "Clang")
+    message(FATAL_ERROR "KESTREL_FUZZ needs clang: configure with the preset fuzz.")
+  endif()
+  add_compile_options(-fsanitize=fuzzer-no-link)
+endif()
+
 if(KESTREL_SANITIZE)
   add_compile_options(-fsanitize=${KESTREL_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
   add_link_options(-fsanitize=${KESTREL_SANITIZE})
