@@ -26,11 +26,10 @@ namespace kv6000 {
 namespace {
 
 using Json = nlohmann::json;
-using std::chrono_literals::operator""ms;
 
 // The descriptor under which QEMU finds its end of the QMP channel.
 constexpr int kQmpChildFd = 3;
-constexpr auto kMediaQuestionPace = 50ms;
+constexpr std::chrono::milliseconds kMediaQuestionPace(50);
 constexpr const char* kMediaQuestion = "media-was-read";
 
 // In the child between fork and exec. Never returns.
@@ -86,6 +85,7 @@ bool Machine::StartProcess() {
   command.insert(command.end(), {"-no-reboot", "-chardev", "socket,id=qmp,fd=" + std::to_string(kQmpChildFd), "-mon",
                                  "chardev=qmp,mode=control"});
   std::vector<char*> arguments;
+  arguments.reserve(command.size() + 1);
   for (auto& argument : command) {
     arguments.push_back(argument.data());
   }

@@ -18,10 +18,9 @@ namespace kv6000 {
 namespace {
 
 using Json = nlohmann::json;
-using std::chrono_literals::operator""ms;
 
 // One image of a megabyte takes about a second and a half: long enough for a power cut to hit the middle.
-constexpr auto kFlashPace = 20ms;
+constexpr std::chrono::milliseconds kFlashPace(20);
 constexpr std::size_t kLongestRecord = 500;
 
 std::optional<unsigned> ParseNumber(const std::string& text, int base, unsigned most) {

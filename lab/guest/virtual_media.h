@@ -2,6 +2,7 @@
 // driver.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <optional>
 #include <span>
@@ -24,16 +25,16 @@ class VirtualMedia {
   void Write(std::span<const std::uint8_t> data, OnWritten onWritten) {
     CheckCapacity(data.size());
     for (std::size_t offset = 0; offset < data.size(); offset += kChunk) {
-      const auto rest = data.subspan(offset);
-      WriteChunk(offset, rest.first(rest.size() < kChunk ? rest.size() : kChunk));
-      onWritten(offset + (rest.size() < kChunk ? rest.size() : kChunk));
+      const auto chunk = data.subspan(offset, std::min(kChunk, data.size() - offset));
+      WriteChunk(offset, chunk);
+      onWritten(offset + chunk.size());
     }
     Flush();
   }
 
  private:
   static constexpr std::size_t kBlock = 512;
-  static constexpr std::size_t kChunk = 64 * 1024;
+  static constexpr std::size_t kChunk = 128 * kBlock;
 
   explicit VirtualMedia(FileDescriptor fd) : fd_(std::move(fd)) {}
 

@@ -3,14 +3,16 @@
 import os
 import shutil
 import signal
+import socket
 import subprocess
 import sys
 import tempfile
 import time
 import unittest
 from pathlib import Path
+from unittest import mock
 
-from kv6000 import LabError, Server
+from kv6000 import LabError, Server, server
 from kv6000.paths import LAB
 from lab_support import processes_of
 
@@ -47,7 +49,7 @@ class ADriverThatEnds(unittest.TestCase):
             driver.send_signal(number)
             driver.wait()
             wait_until(lambda: not folder.exists(), "the run folder is removed")
-            self.assertEqual(processes_of(folder), [])
+            wait_until(lambda: not processes_of(folder), "its processes end")
             self.assertEqual(os.listdir(self.parent), [])
 
     def test_by_sigint_leaves_no_process_and_no_file(self):
@@ -95,6 +97,17 @@ class TwoServers(unittest.TestCase):
             self.assertEqual(first.run("true").exit, 0)
 
 
+class AServerWhosePortWasTaken(unittest.TestCase):
+    def test_tries_another_one(self):
+        with socket.socket() as other:
+            other.bind(("127.0.0.1", 0))
+            other.listen()
+            taken = other.getsockname()[1]
+            ports = iter([taken, taken, server.free_port()])
+            with mock.patch.object(server, "free_port", lambda: next(ports)), Server() as started:
+                self.assertEqual(started.run("ipmitool raw 0x06 0x01").exit, 0)
+
+
 class AnOverlay(unittest.TestCase):
     def test_is_laid_over_the_root_with_the_libraries_of_its_programs(self):
         with tempfile.TemporaryDirectory(prefix="lab-test-") as folder:
@@ -105,8 +118,8 @@ class AnOverlay(unittest.TestCase):
             shutil.copy("/usr/bin/ninja", program)
             (staged / "lib").mkdir()
             (staged / "lib/marker").write_text("in /usr/lib\n")
-            with Server(tool="none", overlay=staged) as server:
-                done = server.run("/opt/product/bin/program --version && cat /usr/lib/marker")
+            with Server(tool="none", overlay=staged) as started:
+                done = started.run("/opt/product/bin/program --version && cat /usr/lib/marker")
             self.assertEqual((done.exit, done.err), (0, ""))
             self.assertRegex(done.out, r"^\d+\.\d+.*\nin /usr/lib\n$")
 
@@ -117,8 +130,8 @@ class ARunFolder(unittest.TestCase):
             before = os.environ.get("TMPDIR")
             os.environ["TMPDIR"] = parent
             try:
-                with Server(keep=True) as server:
-                    folder = server.folder
+                with Server(keep=True) as started:
+                    folder = started.folder
             finally:
                 if before is None:
                     del os.environ["TMPDIR"]
