@@ -70,6 +70,10 @@ class DeviceReport : public testing::Test {
     EXPECT_EQ(WriteDeviceReport(firmware_, savePath), result);
     EXPECT_TRUE(SameLines(host_.TakeJournal(), journal));
   }
+  void ExpectDocument(const Lines& lines) {
+    ASSERT_FALSE(host_.writtenDocuments.empty());
+    EXPECT_TRUE(SameLines(host_.writtenDocuments.back(), lines));
+  }
   void ExpectNoFile() { EXPECT_EQ(host_.writtenDocuments.size(), 0U); }
 
   ScriptedHost host_;
@@ -105,7 +109,7 @@ TEST_F(DeviceReport, HoldsThreeSectionsInOrder) {
     Expect(0, "/out/",
            {kStart, "ask server type", std::string("4 ServerType:[") + serverType + "]", kGeneralRead, kVersionRead,
             kWebConsoleRead, "write /out/Kestrel_BmcConfigInfo.xml", kEnd});
-    EXPECT_TRUE(SameLines(host_.writtenDocuments.back(), {"data", kGeneralItems, kVersionItems, kWebConsoleItems}));
+    ExpectDocument({"data", kGeneralItems, kVersionItems, kWebConsoleItems});
   }
   EXPECT_EQ(host_.writtenDocuments.size(), 5U);
 }
@@ -121,9 +125,8 @@ TEST_F(DeviceReport, HoldsNoWebConsoleSectionForRackServers) {
            {kStart, "ask server type", std::string("4 ServerType:[") + serverType + "]", kGeneralRead, kVersionStart,
             "ask operating version", DmiRead(kBiosVersionLine), "1 BMC Version [01-23]", "1 BIOS Version [V3.4]",
             "1 SDR Version [A1]", kVersionEnd, "write /out/Kestrel_BmcConfigInfo.xml", kEnd});
-    EXPECT_TRUE(SameLines(host_.writtenDocuments.back(),
-                          {"data", kGeneralItems, "  version-inf", "    attr name=[BMC Version] value=[01-23]",
-                           "    attr name=[SDR Version] value=[A1]", "    attr name=[BIOS Version] value=[V3.4]"}));
+    ExpectDocument({"data", kGeneralItems, "  version-inf", "    attr name=[BMC Version] value=[01-23]",
+                    "    attr name=[SDR Version] value=[A1]", "    attr name=[BIOS Version] value=[V3.4]"});
   }
   EXPECT_EQ(host_.writtenDocuments.size(), 3U);
 }
