@@ -1,0 +1,42 @@
+// orvhost apply: puts the firmware that "update" wrote into operation, which takes the machine down.
+#include "refhost/driver/commands.h"
+#include "refhost/driver/shutdown.h"
+#include "refhost/module_state.h"
+
+namespace refhost {
+namespace {
+
+// True when a written update waits; otherwise false with a complete outcome.
+bool IsWaiting(const Run& run, const Session& session, Outcome* outcome) {
+  const int status = session.Firmware().GetUpdateStatus();
+  if (status == kUpdateWritten) return true;
+  if (status == kUpdateRunning || status == kUpdateFailed) {
+    Fail(run, outcome, ExitCode::kFailedUntouched, "not-written",
+         status == kUpdateFailed ? "The last update failed." : "The last update was cut off while it was written.",
+         "Run \"orvhost update\" again before anything is put into operation.");
+    return false;
+  }
+  outcome->verdict = "nothing-to-do";
+  outcome->summary = "Nothing to do: no written update waits for being put into operation.";
+  return false;
+}
+
+Outcome Apply(const Run& run) {
+  Outcome outcome;
+  outcome.phase = "plug-in";
+  const std::unique_ptr<Session> session = OpenSession(run, &outcome);
+  if (!session || !IsWaiting(run, *session, &outcome)) return outcome;
+  outcome.phase = "confirm";
+  if (!MayHalt(run, &outcome)) return outcome;
+  outcome.phase = "apply";
+  outcome.before = session->Firmware().GetPrevVendorVersion();
+  PutIntoOperation(run, *session, &outcome);
+  if (!outcome.failure) outcome.after = session->Firmware().GetOperatingModuleInfo().moduleVersion;
+  return outcome;
+}
+
+}  // namespace
+
+const Command kApplyCommand = {"apply", "Put written firmware into operation; halts the machine", nullptr, Apply};
+
+}  // namespace refhost

@@ -1,0 +1,35 @@
+// The subcommands of orvhost, one source file each. A new one is a new file and a new line in the table.
+#ifndef REFHOST_DRIVER_COMMANDS_H
+#define REFHOST_DRIVER_COMMANDS_H
+
+#include <array>
+
+#include "refhost/driver/run.h"
+
+namespace CLI {
+class App;
+}
+
+namespace refhost {
+
+struct Command {
+  const char* name;
+  const char* description;
+  void (*addArguments)(CLI::App* subcommand, Options* options);  // null for none of its own
+  Outcome (*run)(const Run& run);
+};
+
+extern const Command kIdentifyCommand;
+extern const Command kUpdateCommand;
+extern const Command kApplyCommand;
+extern const Command kVerifyCommand;
+extern const Command kMethodsCommand;
+
+// In the order of the road of an update.
+inline std::array<const Command*, 5> AllCommands() {
+  return {&kIdentifyCommand, &kUpdateCommand, &kApplyCommand, &kVerifyCommand, &kMethodsCommand};
+}
+
+}  // namespace refhost
+
+#endif  // REFHOST_DRIVER_COMMANDS_H

@@ -1,0 +1,34 @@
+#include "refhost/driver/console.h"
+
+#include <unistd.h>
+
+#include <iostream>
+
+namespace refhost {
+
+void Console::Say(const std::string& step, const std::string& text) const {
+  if (!quiet_) std::cout << step << ": " << text << std::endl;
+}
+
+bool Console::CanAsk() const {
+  return !quiet_ && isatty(STDIN_FILENO) != 0 && isatty(STDOUT_FILENO) != 0;
+}
+
+bool Console::Ask(const std::string& question) const {
+  std::cout << question << " [y/N] " << std::flush;
+  std::string answer;
+  std::getline(std::cin, answer);
+  return answer == "y" || answer == "Y" || answer == "yes";
+}
+
+void Console::Report(const Outcome& outcome) const {
+  if (json_) {
+    std::cout << ToJson(outcome) << std::flush;
+  } else if (outcome.failure) {
+    std::cerr << ToErrorText(outcome) << std::flush;
+  } else if (!quiet_) {
+    std::cout << ToText(outcome) << std::flush;
+  }
+}
+
+}  // namespace refhost

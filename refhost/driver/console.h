@@ -1,0 +1,36 @@
+// Speaks with the person at the terminal while a run goes on. Says nothing with --quiet or --json.
+#ifndef REFHOST_DRIVER_CONSOLE_H
+#define REFHOST_DRIVER_CONSOLE_H
+
+#include <string>
+
+#include "refhost/driver/options.h"
+#include "refhost/driver/outcome.h"
+
+namespace refhost {
+
+class Console {
+ public:
+  explicit Console(const Options& options) : json_(options.json), quiet_(options.quiet || options.json) {}
+
+  // One line about a step, on the standard output.
+  void Say(const std::string& step, const std::string& text) const;
+
+  // True when a question can be asked: somebody sits at a terminal and did not ask for quiet or JSON.
+  bool CanAsk() const;
+
+  // Asks; true only for a clear yes.
+  bool Ask(const std::string& question) const;
+
+  // Tells how the run ended: a failure on the standard error, a success on the standard output, or for programs one
+  // JSON object on the standard output whatever happened.
+  void Report(const Outcome& outcome) const;
+
+ private:
+  bool json_;
+  bool quiet_;
+};
+
+}  // namespace refhost
+
+#endif  // REFHOST_DRIVER_CONSOLE_H

@@ -1,0 +1,53 @@
+// orvhost identify: which device this is and what it runs.
+#include "host/DllCommon.h"
+#include "refhost/driver/commands.h"
+#include "refhost/module_state.h"
+
+namespace refhost {
+namespace {
+
+std::string InWords(int updateStatus) {
+  switch (updateStatus) {
+    case kUpdateRegistered:
+      return "a package is registered, nothing is written";
+    case kUpdateRunning:
+      return "cut off while it was written";
+    case kUpdateWritten:
+      return "written, waits for \"orvhost apply\" and \"orvhost verify\"";
+    case kUpdateFailed:
+      return "failed";
+    case kUpdateVerified:
+      return "verified";
+    default:
+      return "none";
+  }
+}
+
+Outcome Identify(const Run& run) {
+  Outcome outcome;
+  outcome.phase = "plug-in";
+  const std::unique_ptr<Session> session = OpenSession(run, &outcome);
+  if (!session) return outcome;
+  outcome.phase = "prerequisites";
+  if (!HasPrerequisites(run, *session, &outcome)) return outcome;
+  outcome.phase = "identify";
+  const CManageModuleInfo device = session->Vendor().GetDeviceInfo();
+  outcome.facts = {{"Device", device.operating.deviceName}, {"Server type", CCommon_Information::GetServerType("bmc")}};
+  std::list<std::pair<std::string, std::string>> extended;
+  session->Vendor().GetExtendedInfo(&extended);
+  outcome.facts.insert(outcome.facts.end(), extended.begin(), extended.end());
+  outcome.facts.emplace_back("Recorded version", device.operating.moduleVersion);
+  outcome.facts.emplace_back("Last update", InWords(session->Firmware().GetUpdateStatus()));
+  if (!ReadRunningVersion(run, *session, &outcome)) return outcome;
+  outcome.verdict = "identified";
+  outcome.after = outcome.before;
+  outcome.summary = "The BMC runs firmware version " + outcome.before + ".";
+  return outcome;
+}
+
+}  // namespace
+
+const Command kIdentifyCommand = {"identify", "Tell which device this is and which firmware it runs", nullptr,
+                                  Identify};
+
+}  // namespace refhost

@@ -1,0 +1,78 @@
+// orvhost: drives a plug-in through the reference host's libraries.
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <exception>
+
+#include "host/DllCommon.h"
+#include "refhost/driver/command_line.h"
+#include "refhost/driver/line_sink.h"
+#include "refhost/settings.h"
+
+namespace refhost {
+namespace {
+
+// All that -v shows: the start and end lines of operations are for the log file only.
+constexpr int kVerboseLevels = kAllTraceLevels & ~CTraceUtility::TRACE_DBG_FLOW;
+
+// Where the trace of this run goes. False with the failure in `*outcome` when the log file cannot be opened.
+bool AddSinks(const Run& run, TeeSink* tee, Outcome* outcome) {
+  if (!run.options.logFile.empty()) {
+    std::string error;
+    auto file = LineSink::OpenFile(run.options.logFile, &error);
+    if (!file) {
+      Fail(run, outcome, ExitCode::kUsage, "log-file-unusable", error, "Give --log-file a path that can be written.");
+      return false;
+    }
+    tee->Add(std::move(file));
+  }
+  if (run.options.verbose) {
+    FileDescriptor standardError(fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
+    tee->Add(std::make_unique<LineSink>(std::move(standardError), kVerboseLevels));
+  }
+  return true;
+}
+
+Outcome RunCommand(const Command& command, const Run& run) {
+  try {
+    return command.run(run);
+  } catch (const std::exception& error) {
+    Outcome outcome;
+    outcome.phase = "unexpected";
+    Fail(run, &outcome, run.watch.FlashBegan() ? ExitCode::kFailedFlashBegun : ExitCode::kUnexpected, "unexpected",
+         std::string("An unexpected error ended the run: ") + error.what(),
+         "Keep the log of a run with --log-file and report it.");
+    return outcome;
+  }
+}
+
+int Main(int argc, const char* const* argv) {
+  const ParsedCommandLine parsed = ParseCommandLine(argc, argv);
+  const Console console(parsed.options);
+  Outcome outcome = parsed.outcome;
+  if (parsed.command != nullptr) {
+    Configure({parsed.options.installPath, parsed.options.serverType, ""});
+    TeeSink tee;
+    auto watch = std::make_unique<TraceWatch>();
+    const Run run{parsed.options, console, *watch};
+    tee.Add(std::move(watch));
+    if (AddSinks(run, &tee, &outcome)) {
+      SetTraceSink(&tee);
+      outcome = RunCommand(*parsed.command, run);
+      outcome.command = parsed.command->name;
+      SetTraceSink(nullptr);
+    }
+  }
+  if (parsed.command != nullptr || outcome.failure) console.Report(outcome);
+  return static_cast<int>(outcome.exitCode);
+}
+
+}  // namespace
+}  // namespace refhost
+
+int main(int argc, char** argv) {
+  // A reader of the output that goes away must not end a run that writes to a device.
+  signal(SIGPIPE, SIG_IGN);
+  return refhost::Main(argc, argv);
+}

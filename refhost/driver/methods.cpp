@@ -1,0 +1,48 @@
+// orvhost methods: runs one of the plug-in's own methods by its name.
+#include <CLI/CLI.hpp>
+
+#include "refhost/driver/commands.h"
+#include "refhost/driver/shutdown.h"
+
+namespace refhost {
+namespace {
+
+void RunMethod(const Run& run, const Session& session, Outcome* outcome) {
+  const std::string& name = run.options.methodName;
+  if (name == kRebootMethod) {
+    PutIntoOperation(run, session, outcome);
+    return;
+  }
+  if (session.Vendor().ExecVendorMethod(name) != 0) {
+    Fail(run, outcome, FailedExitCode(run), "method-failed",
+         "The plug-in does not know the method or it failed: " + name + ".",
+         "Check the name (it is case-sensitive) and mend what the evidence names.");
+    return;
+  }
+  outcome->verdict = "done";
+  outcome->changed = true;
+  outcome->summary = "The method " + name + " is done.";
+}
+
+Outcome Methods(const Run& run) {
+  Outcome outcome;
+  outcome.facts = {{"Method", run.options.methodName}};
+  outcome.phase = "confirm";
+  if (run.options.methodName == kRebootMethod && !MayHalt(run, &outcome)) return outcome;
+  outcome.phase = "plug-in";
+  const std::unique_ptr<Session> session = OpenSession(run, &outcome);
+  if (!session) return outcome;
+  outcome.phase = "method";
+  RunMethod(run, *session, &outcome);
+  return outcome;
+}
+
+void AddArguments(CLI::App* subcommand, Options* options) {
+  subcommand->add_option("name", options->methodName, "Name of the method, e.g. SendInfoToSVP")->required();
+}
+
+}  // namespace
+
+const Command kMethodsCommand = {"methods", "Run one of the plug-in's own methods", AddArguments, Methods};
+
+}  // namespace refhost

@@ -1,0 +1,27 @@
+// What the command line of one run asks for. Filled once, never changed afterwards.
+#ifndef REFHOST_DRIVER_OPTIONS_H
+#define REFHOST_DRIVER_OPTIONS_H
+
+#include <string>
+
+namespace refhost {
+
+struct Options {
+  // Of every subcommand.
+  std::string pluginPath;
+  std::string installPath;
+  std::string serverType;  // "" for the one that the machine tells
+  std::string logFile;     // "" for none
+  bool verbose = false;
+  bool quiet = false;
+  bool yes = false;
+  bool json = false;
+
+  // Of one subcommand each.
+  std::string packagePath;
+  std::string methodName;
+};
+
+}  // namespace refhost
+
+#endif  // REFHOST_DRIVER_OPTIONS_H

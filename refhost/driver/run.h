@@ -1,0 +1,44 @@
+// One run of a subcommand: what it was asked for and what it has at hand. Every subcommand gets one and answers an
+// Outcome.
+#ifndef REFHOST_DRIVER_RUN_H
+#define REFHOST_DRIVER_RUN_H
+
+#include <memory>
+#include <string>
+
+#include "refhost/driver/console.h"
+#include "refhost/driver/options.h"
+#include "refhost/driver/outcome.h"
+#include "refhost/driver/session.h"
+#include "refhost/driver/trace_watch.h"
+
+namespace refhost {
+
+struct Run {
+  const Options& options;
+  const Console& console;
+  const TraceWatch& watch;
+};
+
+// Makes `*outcome` a failure: with what the trace gathered as evidence and what it tells about the flash.
+void Fail(const Run& run, Outcome* outcome, ExitCode exitCode, const std::string& verdict, const std::string& cause,
+          const std::string& nextStep);
+
+// kFailedFlashBegun or kFailedUntouched, as the trace tells.
+ExitCode FailedExitCode(const Run& run);
+
+// Checks the kept records and opens the plug-in; null with the failure in `*outcome`.
+std::unique_ptr<Session> OpenSession(const Run& run, Outcome* outcome);
+
+// False, with the failure in `*outcome`, when something that the plug-in needs is missing on this machine.
+bool HasPrerequisites(const Run& run, const Session& session, Outcome* outcome);
+
+// Reads the running version into `outcome->before`. False with the failure in `*outcome` when the BMC does not tell it.
+bool ReadRunningVersion(const Run& run, const Session& session, Outcome* outcome);
+
+// What a plug-in answers for the version of a device that it cannot ask.
+inline constexpr const char* kUnreadableVersion = "abnormal";
+
+}  // namespace refhost
+
+#endif  // REFHOST_DRIVER_RUN_H

@@ -1,0 +1,36 @@
+// A loaded plug-in with its vendor object, linked to the device: everything between GetVendorFactory and ReleaseVendor.
+#ifndef REFHOST_DRIVER_SESSION_H
+#define REFHOST_DRIVER_SESSION_H
+
+#include <memory>
+#include <string>
+#include <utility>
+
+#include "host/ProviderBase.h"
+#include "refhost/driver/plugin.h"
+
+namespace refhost {
+
+class Session {
+ public:
+  // Loads the plug-in at `pluginPath`, takes its vendor object and links it. Null, with the reason in `*error`, when
+  // any of that fails.
+  static std::unique_ptr<Session> Open(const std::string& pluginPath, std::string* error);
+
+  Session(const Session&) = delete;
+  Session& operator=(const Session&) = delete;
+  ~Session();
+
+  CVendor& Vendor() const { return *vendor_; }
+  CFirmware& Firmware() const { return *vendor_->GetFirmwareHandler(); }
+
+ private:
+  Session(std::unique_ptr<Plugin> plugin, CVendor* vendor) : plugin_(std::move(plugin)), vendor_(vendor) {}
+
+  std::unique_ptr<Plugin> plugin_;
+  CVendor* vendor_;
+};
+
+}  // namespace refhost
+
+#endif  // REFHOST_DRIVER_SESSION_H

@@ -1,0 +1,53 @@
+// orvhost verify: whether the device runs the version that was installed.
+#include "refhost/driver/commands.h"
+
+namespace refhost {
+namespace {
+
+constexpr const char* kModuleKind = "firmware";
+constexpr const char* kMismatchMessage = "MSGID_BMC_0015_F";  // carries the running version
+
+void Explain(const Run& run, const std::string& recorded, Outcome* outcome) {
+  if (run.watch.LastMessageId() != kMismatchMessage) {
+    Fail(run, outcome, FailedExitCode(run), "bmc-unreadable", "The BMC does not tell its firmware version.",
+         "Wait a minute in case the BMC is restarting, then run \"orvhost verify\" again.");
+    return;
+  }
+  outcome->before = run.watch.LastDetail();
+  outcome->after = outcome->before;
+  Fail(run, outcome, ExitCode::kVersionNotExpected, "version-not-expected",
+       "The BMC runs version " + outcome->before + ", but version " + recorded + " was installed.",
+       "If the new firmware was not put into operation yet, run \"orvhost apply\"; otherwise run \"orvhost update\" "
+       "again.");
+}
+
+Outcome Verify(const Run& run) {
+  Outcome outcome;
+  outcome.phase = "plug-in";
+  const std::unique_ptr<Session> session = OpenSession(run, &outcome);
+  if (!session) return outcome;
+  outcome.phase = "verify";
+  const std::string recorded = session->Firmware().GetOperatingModuleInfo().moduleVersion;
+  if (recorded.empty()) {
+    Fail(run, &outcome, ExitCode::kFailedUntouched, "nothing-recorded",
+         "No version is recorded under " + run.options.installPath + ", so there is nothing to compare with.",
+         "Run \"orvhost identify\" to see what the BMC runs.");
+    return outcome;
+  }
+  outcome.facts = {{"Recorded version", recorded}};
+  if (session->Vendor().ExecuteUpdateApplyCheck(kModuleKind) != 0) {
+    Explain(run, recorded, &outcome);
+    return outcome;
+  }
+  outcome.verdict = "verified";
+  outcome.before = recorded;
+  outcome.after = recorded;
+  outcome.summary = "The BMC runs version " + recorded + ", the one that was installed.";
+  return outcome;
+}
+
+}  // namespace
+
+const Command kVerifyCommand = {"verify", "Check that the BMC runs the version that was installed", nullptr, Verify};
+
+}  // namespace refhost

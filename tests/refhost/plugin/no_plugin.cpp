@@ -1,0 +1,4 @@
+// A shared library that is no plug-in.
+extern "C" int SomethingElse() {
+  return 0;
+}

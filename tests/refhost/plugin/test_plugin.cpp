@@ -1,0 +1,152 @@
+// A plug-in that answers as its environment asks, for the tests of the driver. It writes the trace lines by which the
+// driver recognises what happened, as the real plug-in does.
+//
+//   TEST_PLUGIN          what is out of the ordinary, words separated by blanks; see Asked()
+//   TEST_PLUGIN_VERSION  version that runs, 01-23 without it
+#include <cstdlib>
+#include <sstream>
+#include <stdexcept>
+
+#include "host/DllCommon.h"
+#include "host/ProviderBase.h"
+
+namespace {
+
+bool Asked(const std::string& wanted) {
+  const char* text = getenv("TEST_PLUGIN");
+  std::istringstream words(text != nullptr ? text : "");
+  for (std::string word; words >> word;) {
+    if (word == wanted) return true;
+  }
+  return false;
+}
+
+void Trace(CTraceUtility::TRACE_DBG_LEVEL level, const std::string& text) {
+  CTraceUtility::WriteDebug("bmc", level, "%s", text.c_str());
+}
+
+class TestFirmware : public CFirmware {
+ public:
+  using CFirmware::CFirmware;
+
+  std::string GetOperatingVersion() override {
+    Trace(CTraceUtility::TRACE_DBG_INFO, "Execute command [tool raw 0x06 0x01 > result]");
+    if (Asked("unreadable")) {
+      Trace(CTraceUtility::TRACE_DBG_ERROR, "Failed to execute ipmi command(GetDeviceID) CompletionCode:C3");
+      return "abnormal";
+    }
+    const char* version = getenv("TEST_PLUGIN_VERSION");
+    return version != nullptr ? version : "01-23";
+  }
+
+  int CheckVendorVersion(std::string /*first*/, std::string /*second*/) override { return 0; }
+
+  int PreUpdate(std::string /*moduleId*/, std::string /*package*/, std::list<std::string>* /*files*/,
+                bool /*old*/) override {
+    if (!Asked("unprepared")) return 0;
+    CTraceUtility::WriteTrace("bmc", "MSGID_BMC_0016_F", "0B");
+    return 1;
+  }
+
+  int Update(std::string /*moduleId*/, std::string /*package*/, std::list<std::string>* /*files*/,
+             bool /*old*/) override {
+    if (Asked("throws")) throw std::out_of_range("basic_string::substr");
+    if (Asked("connect-fails")) {
+      Trace(CTraceUtility::TRACE_DBG_INFO, "Execute command [tool raw 0x34 0x8c 0x55 0xaa 0x01 > result]");
+      CTraceUtility::WriteTrace("bmc", "MSGID_BMC_0012_F", "14");
+      Trace(CTraceUtility::TRACE_DBG_ERROR,
+            "Failed to execute ipmi command (Connect to virtual media) CompletionCode:C0");
+      return 1;
+    }
+    Trace(CTraceUtility::TRACE_DBG_INFO, "Execute:\"/opt/orv/KV6KBMC/Yafuflash\"  -cd  \"image.ima\"");
+    if (Asked("throws-late")) throw std::out_of_range("basic_string::substr");
+    if (Asked("flash-fails")) {
+      CTraceUtility::WriteTrace("bmc", "MSGID_BMC_0013_F", "161616");
+      Trace(CTraceUtility::TRACE_DBG_ERROR, "Failed to execute update command \"/opt/orv/KV6KBMC/Yafuflash\"");
+      return 1;
+    }
+    return Asked("overruns") ? 1024 : 0;
+  }
+
+  int UpdateRestore(std::string /*backup*/) override { return 0; }
+
+  int UpdateApplyCheck(std::string /*moduleId*/) override {
+    const std::string running = GetOperatingVersion();
+    const std::string recorded = GetOperatingModuleInfo().moduleVersion;
+    if (running == recorded) return 0;
+    if (running == "abnormal") {
+      CTraceUtility::WriteTrace("bmc", "MSGID_BMC_0014_F", "1C");
+    } else {
+      CTraceUtility::WriteTrace("bmc", "MSGID_BMC_0015_F", running.c_str(), recorded.c_str());
+    }
+    return 1;
+  }
+
+  int UpdateApply() override {
+    if (Asked("unarmed")) {
+      CTraceUtility::WriteTrace("bmc", "MSGID_BMC_0003_F", "18");
+      return 0;
+    }
+    if (Asked("stays-up")) {
+      Trace(CTraceUtility::TRACE_DBG_ERROR, "Failed to delete ExistUpdate.txt");
+      return 1;
+    }
+    Trace(CTraceUtility::TRACE_DBG_INFO, "shutdown -h now");
+    return 1;
+  }
+};
+
+class TestVendor : public CVendor {
+ public:
+  explicit TestVendor(const std::string& providerText) : CVendor(providerText) {
+    vendorClassName = "CBMC_KESTREL_Vendor";
+    deviceName = "KV6KBmc";
+  }
+
+  std::string GetHardwareVersion() override { return ""; }
+  int CheckHardwareVersion(std::string /*first*/, std::string /*second*/) override { return 0; }
+
+  void LinkDevice() override {
+    Trace(CTraceUtility::TRACE_DBG_FLOW, "LinkDevice [START]");
+    if (!Asked("no-handler")) firmwareHandler = new TestFirmware(provider);
+  }
+
+  long ExecVendorMethod(std::string name, ...) override {
+    if (name == "Reboot") return firmwareHandler->UpdateApply() != 0 ? 0 : -1;
+    if (name == "SendInfoToSVP") return 0;
+    Trace(CTraceUtility::TRACE_DBG_ERROR, "Invalid function name");
+    return -1;
+  }
+
+  void GetExtendedInfo(std::list<std::pair<std::string, std::string>>* info) override {
+    *info = {{"Serial Number", "0123456789ABC"}};
+  }
+
+  int StartOutputDeviceConfigInfo(std::string /*path*/, void* /*context*/) override { return 0; }
+  int ExecOutputDeviceConfigInfo(std::string /*path*/, void* /*context*/) override { return 0; }
+  int EndOutputDeviceConfigInfo(std::string /*path*/, void* /*context*/) override { return 0; }
+
+  void GetShortageOfNecessaryApplicationInfo(std::list<CNecessaryComponentInfo>& missing) override {
+    if (Asked("no-tool")) missing.push_back({"IPMI tool", ""});
+  }
+
+  bool CheckUpdateConditionByDevicevendor(std::string /*kind*/, CManageRepositoryInfo* repository) override {
+    if (firmwareHandler->GetOperatingVersion() == "abnormal") return true;
+    return repository->moduleVersion.compare(0, 2, "01") != 0;
+  }
+};
+
+}  // namespace
+
+extern "C" __attribute__((visibility("default"))) CVendor* GetVendorFactory(const char* className,
+                                                                            const char* provider) {
+  if (Asked("no-vendor") || std::string(className) != "CBMC_KESTREL_Vendor") return nullptr;
+  return new TestVendor(provider);
+}
+
+#ifndef TEST_PLUGIN_WITHOUT_RELEASE
+extern "C" __attribute__((visibility("default"))) void ReleaseVendor(CVendor* vendor) {
+  Trace(CTraceUtility::TRACE_DBG_FLOW, "ReleaseVendor");
+  delete vendor;
+}
+#endif
