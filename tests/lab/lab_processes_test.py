@@ -142,6 +142,24 @@ class ARunFolder(unittest.TestCase):
             self.assertEqual(processes_of(folder), [])
 
 
+class AServerThatDoesNotComeUp(unittest.TestCase):
+    def assert_told(self, kernel_line: str, pattern: str):
+        with mock.patch.object(server, "KERNEL_LINE", kernel_line):
+            started = Server()
+            with self.assertRaisesRegex(LabError, pattern), started:
+                self.fail("it started")
+        self.assertFalse(started.folder.exists())
+
+    def test_because_its_kernel_panicked_is_told_with_the_console(self):
+        self.assert_told("console=ttyS0 rdinit=/nowhere init=/nowhere panic=0",
+                         r"(?s)kernel panicked.*console\.log ends with.*Kernel panic")
+
+    def test_because_its_emulator_ended_is_told_with_what_that_said(self):
+        command = Server._machine_command
+        with mock.patch.object(Server, "_machine_command", lambda *args: command(*args) + ["-no-such-option"]):
+            self.assert_told(server.KERNEL_LINE, r"(?s)machine is off.*machine\.log ends with.*no-such-option")
+
+
 class AServerThatCannotBe(unittest.TestCase):
     def test_is_refused_with_the_reason(self):
         for options, reason in (({"tool": "hammer"}, "no tool 'hammer'"), ({"firmware": "1.23"}, "'1.23' is not"),
