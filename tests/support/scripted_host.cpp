@@ -206,6 +206,9 @@ CommandEnd ScriptedHost::RunCommand(const std::string& commandLine) {
   CommandEnd end;
   const std::string key = Shorten(commandLine);
   if (Take(&commands_, key, &end)) {
+    if (end.effect) {
+      end.effect();
+    }
     return end;
   }
   const std::string request = RequestOf(commandLine);

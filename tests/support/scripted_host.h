@@ -31,6 +31,7 @@
 
 #include <deque>
 #include <filesystem>
+#include <functional>
 #include <list>
 #include <map>
 #include <optional>
@@ -42,11 +43,13 @@
 #include "tests/support/lines.h"
 #include "tests/support/scripted_management_library.h"
 
-// How a scripted command ends: what ExecForeignModule returns, the exit status, and what the command prints.
+// How a scripted command ends: what ExecForeignModule returns, the exit status, what the command prints, and what it
+// changes in the host, if anything.
 struct CommandEnd {
   int result = 0;
   unsigned long exitCode = 0;
   std::string output;
+  std::function<void()> effect = nullptr;
 };
 
 class ScriptedHost {
@@ -69,7 +72,8 @@ class ScriptedHost {
   bool folderCanBeListed = true;
   bool packageCanBeUnpacked = true;
   bool documentsCanBeWritten = true;
-  std::deque<bool> folderDeletions;  // results of the next folder deletions; true when empty
+  std::deque<bool> folderDeletions;                          // results of the next folder deletions; true when empty
+  const std::list<std::string>* unpackedFileList = nullptr;  // that the last unpacking was given
   std::deque<int> gethostnameResults;
   std::string hostName = "node7";
   bool firmwareCanBeMade = true;  // otherwise the CFirmware constructor throws

@@ -193,11 +193,12 @@ bool CCommon_Information::MyPathFileExists(const std::string& path) {
   return Host().readableFiles.contains(Host().Shorten(path)) || std::filesystem::exists(path);
 }
 
-bool CUnzip_Utility::UpdateModuleUnzip(std::string package, std::list<std::string>* /*fileList*/, std::string folder,
+bool CUnzip_Utility::UpdateModuleUnzip(std::string package, std::list<std::string>* fileList, std::string folder,
                                        std::string* message, std::string module) {
   EXPECT_EQ(module, "bmc");
   EXPECT_EQ(*message, "");
   Host().Note("unpack " + package + " to " + folder);
+  Host().unpackedFileList = fileList;
   return Host().packageCanBeUnpacked;
 }
 
