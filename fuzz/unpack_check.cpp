@@ -18,6 +18,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
+constexpr std::uintmax_t kMostBytes = 1024UL * 1024UL * 1024UL;
+
 // A folder with the package, the folder to unpack into, and nothing else; gone when the process ends in peace.
 class Place {
  public:
@@ -77,6 +79,7 @@ void CheckEntry(const fs::directory_entry& entry, const fs::path& folder) {
   Require(fs::is_regular_file(status) || fs::is_directory(status), "only files, folders and links are unpacked");
   const fs::perms risky = fs::perms::set_uid | fs::perms::set_gid | fs::perms::group_write | fs::perms::others_write;
   Require((status.permissions() & risky) == fs::perms::none, "nobody else may write, and nothing is set-id");
+  Require(!fs::is_regular_file(status) || entry.file_size() <= kMostBytes, "nothing unpacks to more than 1 GiB");
 }
 
 }  // namespace
