@@ -136,7 +136,8 @@ class Job:
         self._boot = guest.current_boot()
 
     def done(self) -> bool:
-        return (self._folder / "exit").exists()
+        # The code is written with its newline at once, but the file is there a moment before.
+        return self.output("exit").endswith("\n")
 
     def wait(self, timeout: float = 60) -> Result:
         """The result of the command; LabError when the time is over or the machine goes down before it ends."""
@@ -148,9 +149,9 @@ class Job:
             if gone and not self.done():
                 self._guest._fail(f"The machine went down while it ran '{self._command}'.")
             self._guest._listen(0.5)
-        return Result(int((self._folder / "exit").read_text()), self.output("out"), self.output("err"))
+        return Result(int(self.output("exit")), self.output("out"), self.output("err"))
 
     def output(self, name: str = "out") -> str:
-        """What the command has written so far: "out" or "err"."""
+        """What the command has written so far to "out" or "err"."""
         path = self._folder / name
         return path.read_text(errors="replace") if path.exists() else ""
