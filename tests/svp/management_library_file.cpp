@@ -19,8 +19,10 @@ std::filesystem::path Place(const ScriptedHost& host) {
 }  // namespace
 
 void InstallManagementLibrary(const ScriptedHost& host, const std::string& kind) {
-  std::filesystem::create_symlink(
-      std::filesystem::path(MANAGEMENT_LIBRARIES) / ("libmanagement_library_" + kind + ".so"), Place(host));
+  const std::filesystem::path built =
+      std::filesystem::path(MANAGEMENT_LIBRARIES) / ("libmanagement_library_" + kind + ".so");
+  std::filesystem::remove(Place(host));
+  std::filesystem::create_symlink(built, Place(host));
 }
 
 void InstallNoLibrary(const ScriptedHost& host, const std::string& content) {

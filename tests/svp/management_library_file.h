@@ -11,8 +11,8 @@ namespace kestrel {
 // Path of the management library, with "$I" for the install path.
 inline constexpr const char* kManagementLibrary = "$I/kind4/liborv_MngSrv_OrvLib.so";
 
-// Installs one of the libraries built for the tests: "whole", "without_create_lib_if", "without_delete_item_disp",
-// "without_entries".
+// Installs one of the libraries built for the tests (see CMakeLists.txt): "whole", "without_entries", or without one of
+// the entry points. A library that is there already is replaced.
 void InstallManagementLibrary(const ScriptedHost& host, const std::string& kind);
 
 // Installs a file with this content in its place.

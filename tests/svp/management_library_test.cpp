@@ -133,10 +133,14 @@ TEST_F(ManagementLibrary, LackingAnEntryPointIsRefusedThoughItIsNeverCalled) {
   EXPECT_FALSE(ManagementLibraryIsLoaded(host_));
 }
 
-TEST_F(ManagementLibrary, LackingOnlyItsFirstEntryPointLeavesTheLoaderNothingToSay) {
-  InstallManagementLibrary(host_, "without_create_lib_if");
-  EXPECT_TRUE(ConstructorThrowsFalse());
-  EXPECT_TRUE(SameLines(host_.TakeJournal(), NotLoaded("Failed to load MngSrv_OrvLib Library() .", kUnloaded)));
+TEST_F(ManagementLibrary, LackingOnlyAnEarlierEntryPointLeavesTheLoaderNothingToSay) {
+  for (const char* lacking : {"without_create_lib_if", "without_delete_lib_if", "without_create_item_disp"}) {
+    SCOPED_TRACE(lacking);
+    InstallManagementLibrary(host_, lacking);
+    EXPECT_TRUE(ConstructorThrowsFalse());
+    EXPECT_TRUE(SameLines(host_.TakeJournal(), NotLoaded("Failed to load MngSrv_OrvLib Library() .", kUnloaded)));
+    EXPECT_FALSE(ManagementLibraryIsLoaded(host_));
+  }
 }
 
 TEST_F(ManagementLibrary, LackingAllEntryPointsIsToldByTheLast) {

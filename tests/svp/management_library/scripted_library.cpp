@@ -1,5 +1,5 @@
 // A management library for the tests: a real shared library that answers as the script says. Built several times, with
-// one or all of the entry points left out (LACKS_CREATE_LIB_IF, LACKS_DELETE_ITEM_DISP, LACKS_ALL).
+// entry points left out (LACKS_...).
 #include <stdexcept>
 
 #include "svp/management_interface.h"
@@ -70,7 +70,6 @@ void PlayScript(ScriptedManagementLibrary* played) {
   script = played;
 }
 
-#ifndef LACKS_ALL
 #ifndef LACKS_CREATE_LIB_IF
 kestrel::ManagementInterface* CreateLibIF() {
   Enter("CreateLibIF");
@@ -79,21 +78,24 @@ kestrel::ManagementInterface* CreateLibIF() {
 }
 #endif
 
+#ifndef LACKS_DELETE_LIB_IF
 void DeleteLibIF(kestrel::ManagementInterface* interface) {
   Enter("DeleteLibIF");
   delete static_cast<Interface*>(interface);
   Leave("DeleteLibIF");
 }
+#endif
 
+#ifndef LACKS_CREATE_ITEM_DISP
 void CreateItemDisp() {
   script->note("CreateItemDisp");
 }
+#endif
 
 #ifndef LACKS_DELETE_ITEM_DISP
 void DeleteItemDisp() {
   script->note("DeleteItemDisp");
 }
-#endif
 #endif
 
 }  // extern "C"

@@ -1,0 +1,40 @@
+// The IPMI requests of this room, all OEM commands of the service processor. What differs between two files stands as
+// an argument: `fileId`, the server config file's id byte.
+#ifndef SVP_REQUESTS_H
+#define SVP_REQUESTS_H
+
+#include <string>
+
+#include "ipmi/ipmi_exchange.h"
+
+namespace kestrel {
+
+inline const IpmiRequest kGetCapability{"3c", "04"};
+
+// The answer is 00, or 01 for a lock that is not ours alone and may be used all the same.
+inline IpmiRequest LockRequest(const std::string& fileId) {
+  return {"3c", "6a", "05", fileId, "01", "00", "00", "00", "00", "00"};
+}
+
+// To be followed by four offset bytes, least significant first, and 1 to 32 data bytes.
+inline IpmiRequest WriteRequestHead(const std::string& fileId) {
+  return {"3c", "69", "05", fileId, "00", "00"};
+}
+
+// Written at offset 0 behind the data, it makes the file valid.
+inline IpmiRequest WriteSignatureRequest(const std::string& fileId) {
+  return {"3c", "69", "05", fileId, "00", "00", "00", "00", "00", "00", "51", "54", "4c", "4d", "50"};
+}
+
+inline IpmiRequest UnlockRequest(const std::string& fileId) {
+  return {"3c", "6b", "05", fileId, "00", "00", "00", "00", "00", "00"};
+}
+
+// Tells the service processor that a file is new; `event` names which.
+inline IpmiRequest NotifyRequest(const std::string& event) {
+  return {"34", "39", event};
+}
+
+}  // namespace kestrel
+
+#endif  // SVP_REQUESTS_H

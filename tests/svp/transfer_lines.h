@@ -1,0 +1,63 @@
+// What the tests of the senders and of their transfer share: a test's IPMI tool, the lines of requests that are taken
+// or refused through it, and of steps that are tried again.
+#ifndef TESTS_SVP_TRANSFER_LINES_H
+#define TESTS_SVP_TRANSFER_LINES_H
+
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include "tests/support/scripted_host.h"
+
+namespace kestrel {
+
+// One of the two IPMI tools, as a test parameter.
+struct Tool {
+  const char* name;
+  const char* path;
+  bool isMakers;
+  // What the trace shows as the completion code of a request that the BMC refuses with c1: ipmitool gives none away.
+  const char* refusal;
+
+  // The journal of a request that the BMC takes.
+  Lines Taken(const std::string& request) const;
+  // The journal of a request that the BMC refuses with c1.
+  Lines Refused(const std::string& request) const;
+};
+
+inline const Tool kThroughIpmitool{"Ipmitool", kIpmitoolPath, false, ""};
+inline const Tool kThroughMakersTool{"MakersTool", kMakersToolPath, true, "c1"};
+
+// How a failed test names its tool.
+inline void PrintTo(const Tool& tool, std::ostream* out) {
+  *out << tool.name;
+}
+
+// Makes the BMC refuse the next `failures` calls of `request`, and take the one after them when there is a third.
+void RefuseThenTake(ScriptedHost* host, const std::string& request, int failures);
+
+// The journal of a step up to its last answer: `failures` (0 to 3) attempts are refused, and told by `message` when
+// they are tried again. `message` goes up to the completion code.
+Lines Attempts(const Tool& tool, const std::string& request, const std::string& message, int failures);
+
+// One step of a transfer.
+struct Step {
+  const char* name;  // as a part of a test's name
+  std::string request;
+  std::string message;  // of a failed attempt, up to the completion code
+};
+
+// Makes the BMC refuse step `failing` of `steps` (an index) `failures` times and take all before it, and all behind it
+// unless it has failed three times. Gives the journal up to the last answer.
+Lines PlaySteps(ScriptedHost* host, const Tool& tool, const std::vector<Step>& steps, int failing, int failures);
+
+// An answer of Get Capability that ends with the support flags, and the journal of asking for it.
+std::string CapabilityAnswer(const std::string& flags);
+Lines CapabilityLines(const Tool& tool, const std::string& flags);
+
+// The requests that write `record`, byte texts separated by blanks, into the file `fileId` in pieces of 32 bytes.
+std::vector<std::string> WriteRequests(const std::string& fileId, const std::string& record);
+
+}  // namespace kestrel
+
+#endif  // TESTS_SVP_TRANSFER_LINES_H
