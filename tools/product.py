@@ -1,0 +1,25 @@
+"""What is needed to run the product in a virtual server: the installed tree and update packages."""
+
+import os
+import subprocess
+import sys
+from pathlib import Path
+
+REPOSITORY = Path(__file__).resolve().parent.parent
+sys.path.insert(0, str(REPOSITORY / "lab"))
+
+PLUGIN = "/usr/lib/orv/liborvp_KESTREL_BMC.so"
+
+
+def build_folder() -> Path:
+    """The CMake build folder that is installed: $KESTREL_BUILD_DIR, else the release build."""
+    return Path(os.environ.get("KESTREL_BUILD_DIR") or REPOSITORY / "build" / "release").resolve()
+
+
+def install(folder: Path) -> Path:
+    """Installs plug-in and reference host below `folder` as a package would, without debug information."""
+    for component in ("plugin", "refhost"):
+        subprocess.run(["cmake", "--install", str(build_folder()), "--prefix", "/usr", "--strip",
+                        "--component", component],
+                       check=True, stdout=subprocess.DEVNULL, env=dict(os.environ, DESTDIR=str(folder)))
+    return folder
