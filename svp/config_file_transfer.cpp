@@ -21,7 +21,7 @@ bool IsDone(const IpmiReply& reply) {
   return reply.Succeeded();
 }
 
-// The lock alone may be answered by 01 too.
+// 01 is good for the lock alone.
 bool IsLocked(const IpmiReply& reply) {
   return reply.Succeeded() || (reply.Ran() && reply.CompletionCode() == "01");
 }

@@ -11,7 +11,7 @@ namespace kestrel {
 
 inline const IpmiRequest kGetCapability{"3c", "04"};
 
-// The answer is 00, or 01 for a lock that is not ours alone and may be used all the same.
+// Two completion codes mean that the file is locked: 00 and 01.
 inline IpmiRequest LockRequest(const std::string& fileId) {
   return {"3c", "6a", "05", fileId, "01", "00", "00", "00", "00", "00"};
 }
@@ -21,7 +21,7 @@ inline IpmiRequest WriteRequestHead(const std::string& fileId) {
   return {"3c", "69", "05", fileId, "00", "00"};
 }
 
-// Written at offset 0 behind the data, it makes the file valid.
+// Ends the writing: five bytes for offset 0, sent after all data. What they mean is the BMC's.
 inline IpmiRequest WriteSignatureRequest(const std::string& fileId) {
   return {"3c", "69", "05", fileId, "00", "00", "00", "00", "00", "00", "51", "54", "4c", "4d", "50"};
 }

@@ -122,7 +122,7 @@ TEST_F(Transfer, CountsOffsetsInFourBytes) {
   EXPECT_EQ(journal, commands);
 }
 
-TEST_F(Transfer, MayFindTheFileLockedAlready) {
+TEST_F(Transfer, TakesTheCode01ForALock) {
   host_.Answer(kLock, "01");
   for (const std::string& request : {kSignature, kUnlock, kNotify}) {
     Take(request);
@@ -132,7 +132,7 @@ TEST_F(Transfer, MayFindTheFileLockedAlready) {
                                               MakersRequest(kUnlock), MakersRequest(kNotify), kEnd}));
 }
 
-TEST_F(Transfer, CannotSeeThroughIpmitoolThatTheFileIsLockedAlready) {
+TEST_F(Transfer, CannotSeeThatCodeThroughIpmitool) {
   host_.Answer(kLock, "01", 3);
   EXPECT_EQ(Run(kThroughIpmitool, {}), -1);
   EXPECT_TRUE(SameLines(host_.TakeJournal(), {kStart, Attempts(kThroughIpmitool, kLock, kLockFailed, 3),
@@ -169,7 +169,7 @@ TEST_F(Transfer, TakesABrokenAnswerForNoLock) {
   }
 }
 
-TEST_F(Transfer, TriesAgainWhenAnyStepButTheLockIsAnsweredByTheCodeOfALock) {
+TEST_F(Transfer, TriesAgainWhenAnyOtherStepIsAnsweredByThatCode) {
   const std::string write = "3c 69 05 40 00 00 00 00 00 00 a5";
   Take(kLock);
   for (const std::string& request : {write, kSignature, kUnlock, kNotify}) {
