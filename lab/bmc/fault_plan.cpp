@@ -1,6 +1,8 @@
 // See fault_plan.h.
 #include "lab/bmc/fault_plan.h"
 
+#include <algorithm>
+
 namespace kv6000 {
 
 void FaultPlan::Order(std::uint8_t netfn, std::uint8_t cmd, const Fault& fault, unsigned count) {
@@ -30,9 +32,10 @@ bool FaultPlan::Apply(std::uint8_t netfn, std::uint8_t cmd, std::vector<std::uin
       answer.assign(1, fault.value);
       return true;
     case Fault::Kind::kShort:
-      if (answer.size() > fault.value) {
-        answer.resize(fault.value);
-      }
+      answer.resize(std::min<std::size_t>(answer.size(), fault.value));
+      return true;
+    case Fault::Kind::kLong:
+      answer.resize(std::max<std::size_t>(answer.size(), fault.value));
       return true;
     case Fault::Kind::kSilent:
       break;

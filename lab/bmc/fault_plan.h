@@ -1,5 +1,5 @@
-// Faults that a test orders for the coming calls of a command: another completion code, a shortened answer, or none.
-// Only keeps the plan and cuts answers; who asks and answers is not its business.
+// Faults that a test orders for the coming calls of a command: another completion code, an answer that is too short or
+// too long, or none. Only keeps the plan and cuts answers; who asks and answers is not its business.
 #pragma once
 
 #include <cstdint>
@@ -11,10 +11,15 @@
 namespace kv6000 {
 
 struct Fault {
-  enum class Kind : std::uint8_t { kFail, kShort, kSilent };
+  enum class Kind : std::uint8_t { kFail, kShort, kLong, kSilent };
 
   Kind kind = Kind::kFail;
-  std::uint8_t value = 0;  // kFail: the completion code; kShort: bytes left, completion code included
+  // kFail: the completion code. kShort: the bytes left. kLong: the bytes to fill up to, with zeros. Both count the
+  // completion code.
+  std::uint8_t value = 0;
+
+  // Whether the command is carried out all the same.
+  [[nodiscard]] bool HasEffect() const { return kind == Kind::kShort || kind == Kind::kLong; }
 };
 
 class FaultPlan {

@@ -37,61 +37,46 @@ Flash ToFlash(ImageFault fault) {
 
 }  // namespace
 
-struct Bmc::Command {
-  std::uint8_t netfn;
-  std::uint8_t cmd;
-  std::size_t length;  // of the request data
-  Bytes (Bmc::*handler)(std::span<const std::uint8_t>);
-};
-
-std::span<const Bmc::Command> Bmc::Table() {
-  static constexpr std::array<Command, 9> kTable = {{
-      {0x36, 0x03, 22, &Bmc::ChangeWriteMode},
-      {0x34, 0x8c, 3, &Bmc::ConnectMedia},
-      {0x34, 0x8d, 0, &Bmc::CheckMedia},
-      {0x34, 0x2c, 1, &Bmc::DisableWait},
-      {0x34, 0x2d, 0, &Bmc::CheckWait},
-      {0x34, 0x5e, 3, &Bmc::ArmRebootFlag},
-      {0x34, 0x5f, 0, &Bmc::CheckRebootFlag},
-      {0x34, 0x90, 4, &Bmc::StartFlash},
-      {0x34, 0x91, 0, &Bmc::CheckFlash},
+std::span<const Command<Bmc>> Bmc::Table() {
+  static constexpr std::array<Command<Bmc>, 9> kTable = {{
+      {0x36, 0x03, 22, 22, &Bmc::ChangeWriteMode},
+      {0x34, 0x8c, 3, 3, &Bmc::ConnectMedia},
+      {0x34, 0x8d, 0, 0, &Bmc::CheckMedia},
+      {0x34, 0x2c, 1, 1, &Bmc::DisableWait},
+      {0x34, 0x2d, 0, 0, &Bmc::CheckWait},
+      {0x34, 0x5e, 3, 3, &Bmc::ArmRebootFlag},
+      {0x34, 0x5f, 0, 0, &Bmc::CheckRebootFlag},
+      {0x34, 0x90, 4, 4, &Bmc::StartFlash},
+      {0x34, 0x91, 0, 0, &Bmc::CheckFlash},
   }};
   return kTable;
 }
 
-const Bmc::Command* Bmc::Find(std::uint8_t netfn, std::uint8_t cmd) {
-  const auto table = Table();
-  const auto found =
-      std::ranges::find_if(table, [&](const Command& entry) { return entry.netfn == netfn && entry.cmd == cmd; });
-  return found == table.end() ? nullptr : &*found;
-}
-
-Bmc::Bmc(const Version& running, std::string writeModePhrase, Outside& outside)
-    : writeModePhrase_(std::move(writeModePhrase)), outside_(outside) {
-  state_.running = running;
+Bmc::Bmc(const Config& config, Outside& outside)
+    : writeModePhrase_(config.writeModePhrase), outside_(outside), network_(config.lan) {
+  state_.running = config.running;
 }
 
 bool Bmc::Knows(std::uint8_t netfn, std::uint8_t cmd) {
-  return Find(netfn, cmd) != nullptr;
+  return std::ranges::count(Commands(), std::pair(netfn, cmd)) != 0;
 }
 
 std::vector<std::pair<std::uint8_t, std::uint8_t>> Bmc::Commands() {
   std::vector<std::pair<std::uint8_t, std::uint8_t>> commands;
-  for (const auto& entry : Table()) {
-    commands.emplace_back(entry.netfn, entry.cmd);
-  }
+  const auto add = [&commands](const auto& table) {
+    for (const auto& entry : table) {
+      commands.emplace_back(entry.netfn, entry.cmd);
+    }
+  };
+  add(Table());
+  add(Network::Table());
   return commands;
 }
 
 Bytes Bmc::Handle(std::uint8_t netfn, std::uint8_t cmd, std::span<const std::uint8_t> data) {
-  const Command* command = Find(netfn, cmd);
-  if (command == nullptr) {
-    return {kInvalidCommand};
-  }
-  if (data.size() != command->length) {
-    return {kWrongLength};
-  }
-  return (this->*command->handler)(data);
+  auto answer = RunCommand(*this, netfn, cmd, data);
+  answer = answer ? answer : RunCommand(network_, netfn, cmd, data);
+  return answer.value_or(Bytes{kInvalidCommand});
 }
 
 Bytes Bmc::ChangeWriteMode(std::span<const std::uint8_t> data) {

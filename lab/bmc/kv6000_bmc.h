@@ -6,23 +6,14 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <utility>
 #include <vector>
 
+#include "lab/bmc/command_table.h"
 #include "lab/bmc/firmware_image.h"
+#include "lab/bmc/network.h"
 
 namespace kv6000 {
-
-using Bytes = std::vector<std::uint8_t>;
-
-// IPMI completion codes that this BMC answers.
-enum Completion : std::uint8_t {
-  kOk = 0x00,
-  kBusy = 0xc0,
-  kInvalidCommand = 0xc1,
-  kWrongLength = 0xc7,
-  kInvalidData = 0xcc,
-  kWrongState = 0xd5,
-};
 
 // What the BMC can do to the world around it. Calls come from inside the Bmc operations and must not call back into
 // the Bmc before they return.
@@ -75,8 +66,15 @@ class Bmc {
     bool rebootFlag = false;
   };
 
-  // `writeModePhrase` is what Change Write mode must carry. `outside` must outlive the object.
-  Bmc(const Version& running, std::string writeModePhrase, Outside& outside);
+  // What a server's BMC is made with.
+  struct Config {
+    Version running;
+    std::string writeModePhrase;  // what Change Write mode must carry
+    LanConfig lan;
+  };
+
+  // `outside` must outlive the object.
+  Bmc(const Config& config, Outside& outside);
 
   // True when (netfn, cmd) is one of this BMC's own commands.
   [[nodiscard]] static bool Knows(std::uint8_t netfn, std::uint8_t cmd);
@@ -102,11 +100,14 @@ class Bmc {
 
   [[nodiscard]] const State& state() const { return state_; }
 
- private:
-  struct Command;
-  static std::span<const Command> Table();
-  static const Command* Find(std::uint8_t netfn, std::uint8_t cmd);
+  // The parts that have commands and a state of their own.
+  Network& network() { return network_; }
+  [[nodiscard]] const Network& network() const { return network_; }
 
+  // The commands of the update; each part has a table of its own.
+  static std::span<const Command<Bmc>> Table();
+
+ private:
   Bytes ChangeWriteMode(std::span<const std::uint8_t> data);
   Bytes ConnectMedia(std::span<const std::uint8_t> data);
   Bytes CheckMedia(std::span<const std::uint8_t> data);
@@ -123,6 +124,7 @@ class Bmc {
   State state_;
   std::string writeModePhrase_;
   Outside& outside_;
+  Network network_;
   Bytes incoming_;  // what the flash operation has read so far
   std::uint32_t incomingTotal_ = 0;
 };

@@ -1,101 +1,42 @@
 // See server.h.
 #include "lab/bmc/server.h"
 
-#include <algorithm>
-#include <charconv>
+#include <array>
 #include <chrono>
-#include <fstream>
 #include <iterator>
 #include <nlohmann/json.hpp>
 #include <sstream>
-#include <stdexcept>
 #include <utility>
+#include <vector>
 
+#include "lab/bmc/description.h"
 #include "lab/bmc/hex_bytes.h"
+#include "lab/bmc/order_words.h"
 
 namespace kv6000 {
 
 namespace {
 
-using Json = nlohmann::json;
-
+constexpr const char* kDone = "ok";
 // One image of a megabyte takes about a second and a half: long enough for a power cut to hit the middle.
 constexpr std::chrono::milliseconds kFlashPace(20);
 constexpr std::size_t kLongestRecord = 500;
 
-std::optional<unsigned> ParseNumber(const std::string& text, int base, unsigned most) {
-  unsigned value = 0;
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value, base);
-  if (error != std::errc{} || end != text.data() + text.size() || value > most) {
-    return std::nullopt;
-  }
-  return value;
-}
-
-const char* Text(Media media) {
-  switch (media) {
-    case Media::kDisconnected:
-      return "disconnected";
-    case Media::kConnecting:
-      return "connecting";
-    case Media::kConnected:
-      break;
-  }
-  return "connected";
-}
-
-const char* Text(Flash flash) {
-  switch (flash) {
-    case Flash::kIdle:
-      return "idle";
-    case Flash::kRunning:
-      return "running";
-    case Flash::kDone:
-      return "done";
-    case Flash::kBadMagic:
-      return "bad magic";
-    case Flash::kBadLength:
-      return "bad length";
-    case Flash::kBadChecksum:
-      return "bad checksum";
-    case Flash::kMediaLost:
-      break;
-  }
-  return "media lost";
-}
-
 }  // namespace
 
-Server::Config Server::ReadConfig(const std::string& path) {
-  std::ifstream file(path);
-  if (!file) {
-    throw std::runtime_error("cannot read " + path);
-  }
-  const Json json = Json::parse(file);
-  const auto running = ParseVersion(json.at("running").get<std::string>());
-  if (!running) {
-    throw std::runtime_error(path + ": \"running\" is not a version such as 01-23");
-  }
-  return {*running,
-          json.at("writeModePhrase").get<std::string>(),
-          json.at("orders").get<std::string>(),
-          {json.at("machine").get<std::vector<std::string>>(), json.at("machineLog").get<std::string>(),
-           json.at("media").get<std::string>()}};
-}
-
-Server::Server(const Config& config, std::function<void(const Version&)> setVersion, EventLoop& loop)
+Server::Server(const ServerConfig& config, std::function<void(const Version&)> setVersion, EventLoop& loop)
     : loop_(loop),
       setVersion_(std::move(setVersion)),
       machine_(config.machine, {[this] { OnMachineOff(); }, [this] { ++boots_; }, [this] { bmc_.MediaSeen(); }}, loop),
-      bmc_(config.running, config.writeModePhrase, *this),
+      bmc_(config.bmc, *this),
       orders_(
           config.orderPath, [this](const std::string& line) { return Order(line); }, loop) {
-  setVersion_(config.running);
+  setVersion_(config.bmc.running);
 }
 
 Bytes Server::Handle(std::uint8_t netfn, std::uint8_t cmd, std::span<const std::uint8_t> data) {
   const auto fault = faults_.Next(netfn, cmd);
-  if (fault && fault->kind != Fault::Kind::kShort) {
+  if (fault && !fault->HasEffect()) {
     return {kBusy};  // Answer() puts the ordered answer in its place
   }
   Bytes answer = bmc_.Handle(netfn, cmd, data);
@@ -161,92 +102,87 @@ void Server::CutPower() {
   machine_.Kill();
 }
 
+std::span<const Server::OrderEntry> Server::Orders() {
+  static constexpr std::array<OrderEntry, 9> kOrders = {{
+      {"fail", &Server::OrderFault<Fault::Kind::kFail>},
+      {"short", &Server::OrderFault<Fault::Kind::kShort>},
+      {"long", &Server::OrderFault<Fault::Kind::kLong>},
+      {"silent", &Server::OrderFault<Fault::Kind::kSilent>},
+      {"clear", &Server::OrderClear, true},
+      {"power-loss", &Server::OrderPowerLoss},
+      {"power-on", &Server::OrderPowerOn, true},
+      {"dhcp", &Server::OrderDhcp},
+      {"state", &Server::OrderState, true},
+  }};
+  return kOrders;
+}
+
 std::string Server::Order(const std::string& line) {
   std::istringstream stream(line);
   const std::vector<std::string> words{std::istream_iterator<std::string>(stream), {}};
   const std::string name = words.empty() ? "" : words[0];
   const auto rest = std::span(words).subspan(words.empty() ? 0 : 1);
-  if (name == "fail") {
-    return OrderFault(Fault::Kind::kFail, rest);
+  std::string names;
+  for (const auto& entry : Orders()) {
+    if (name == entry.name) {
+      return entry.plain && !rest.empty() ? "error: '" + name + "' takes no words behind it"
+                                          : (this->*entry.handler)(rest);
+    }
+    names += (names.empty() ? "" : ", ") + std::string(entry.name);
   }
-  if (name == "short") {
-    return OrderFault(Fault::Kind::kShort, rest);
-  }
-  if (name == "silent") {
-    return OrderFault(Fault::Kind::kSilent, rest);
-  }
-  if (name == "power-loss") {
-    return OrderPowerLoss(rest);
-  }
-  if (!rest.empty()) {
-    return "error: '" + name + "' takes no words behind it";
-  }
-  if (name == "clear") {
-    faults_.Clear();
-    powerLossAtPercent_.reset();
-    return "ok";
-  }
-  if (name == "power-on") {
-    PowerOn();
-    return machine_.running() ? "ok" : "error: the machine does not start";
-  }
-  if (name == "state") {
-    return Describe().dump();
-  }
-  return "error: no order '" + name + "'; there are fail, short, silent, clear, power-loss, power-on, state";
+  return "error: no order '" + name + "'; there are " + names;
 }
 
-std::string Server::OrderFault(Fault::Kind kind, std::span<const std::string> words) {
-  const bool hasValue = kind != Fault::Kind::kSilent;
-  const std::size_t least = hasValue ? 3 : 2;
-  if (words.size() < least || words.size() > least + 1) {
-    return hasValue ? "error: expected NETFN CMD VALUE [COUNT|always]" : "error: expected NETFN CMD [COUNT|always]";
+template <Fault::Kind kind>
+std::string Server::OrderFault(Words words) {
+  std::string error;
+  const auto order = ParseFaultOrder(kind, words, &error);
+  if (!order) {
+    return "error: " + error;
   }
-  const auto netfn = ParseNumber(words[0], 16, 0x3e);
-  const auto cmd = ParseNumber(words[1], 16, 0xff);
-  const auto value = hasValue ? ParseNumber(words[2], kind == Fault::Kind::kFail ? 16 : 10, 0xff) : 0U;
-  std::optional<unsigned> count = 1;
-  if (words.size() > least) {
-    count = words[least] == "always" ? 0 : ParseNumber(words[least], 10, 1000000);
-  }
-  if (!netfn || *netfn % 2 != 0 || !cmd || !value || !count) {
-    return "error: NETFN (even) and CMD are hexadecimal, so is a completion code; a length and a count are decimal";
-  }
-  if (hasValue && kind == Fault::Kind::kShort && *value == 0) {
-    return "error: an answer has at least its completion code; use 'silent' for none";
-  }
-  faults_.Order(static_cast<std::uint8_t>(*netfn), static_cast<std::uint8_t>(*cmd),
-                {kind, static_cast<std::uint8_t>(*value)}, *count);
-  return "ok";
+  faults_.Order(order->netfn, order->cmd, order->fault, order->count);
+  return kDone;
 }
 
-std::string Server::OrderPowerLoss(std::span<const std::string> words) {
+std::string Server::OrderClear(Words /*words*/) {
+  faults_.Clear();
+  powerLossAtPercent_.reset();
+  return kDone;
+}
+
+std::string Server::OrderPowerLoss(Words words) {
   if (words.empty()) {
     CutPower();
-    return "ok";
+    return kDone;
   }
   const auto percent = ParseNumber(words[0], 10, 99);
   if (words.size() > 1 || !percent) {
     return "error: expected nothing or the percentage of the flash (0 to 99) at which the power goes";
   }
   powerLossAtPercent_ = percent;
-  return "ok";
+  return kDone;
 }
 
-Json Server::Describe() const {
-  const auto& state = bmc_.state();
-  return {{"running", kv6000::Text(state.running)},
-          {"standby", state.standby ? Json(kv6000::Text(*state.standby)) : Json()},
-          {"whole", state.standby.has_value()},
-          {"flag", state.rebootFlag},
-          {"media", Text(state.media)},
-          {"waiting", state.waiting},
-          {"writeMode", state.writeMode},
-          {"flash", Text(state.flash)},
-          {"flashPercent", state.flashPercent},
-          {"power", machine_.running() ? "on" : "off"},
-          {"boots", boots_},
-          {"commands", record_}};
+std::string Server::OrderPowerOn(Words /*words*/) {
+  PowerOn();
+  return machine_.running() ? kDone : "error: the machine does not start";
+}
+
+std::string Server::OrderDhcp(Words words) {
+  const auto flag = words.size() == 1 ? ParseNumber(words[0], 16, 0xff) : std::nullopt;
+  if (!flag) {
+    return "error: expected the DHCP flag, one hexadecimal byte";
+  }
+  bmc_.network().SetDhcp(static_cast<std::uint8_t>(*flag));
+  return kDone;
+}
+
+std::string Server::OrderState(Words /*words*/) {
+  nlohmann::json state = DescribeState(bmc_);
+  state["power"] = machine_.running() ? "on" : "off";
+  state["boots"] = boots_;
+  state["commands"] = record_;
+  return state.dump();
 }
 
 }  // namespace kv6000

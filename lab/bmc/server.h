@@ -5,7 +5,6 @@
 #include <cstdint>
 #include <deque>
 #include <functional>
-#include <nlohmann/json_fwd.hpp>
 #include <optional>
 #include <span>
 #include <string>
@@ -15,23 +14,14 @@
 #include "lab/bmc/kv6000_bmc.h"
 #include "lab/bmc/machine.h"
 #include "lab/bmc/order_socket.h"
+#include "lab/bmc/server_config.h"
 
 namespace kv6000 {
 
 class Server : private Outside {
  public:
-  struct Config {
-    Version running;
-    std::string writeModePhrase;
-    std::string orderPath;
-    Machine::Config machine;
-  };
-
-  // Reads the configuration that the lab's driver wrote for one server. Throws std::exception with a text for people.
-  static Config ReadConfig(const std::string& path);
-
   // `setVersion` changes what Get Device ID answers.
-  Server(const Config& config, std::function<void(const Version&)> setVersion, EventLoop& loop);
+  Server(const ServerConfig& config, std::function<void(const Version&)> setVersion, EventLoop& loop);
 
   // One of the BMC's own commands. A call that is ordered to fail or to stay unanswered has no effect.
   Bytes Handle(std::uint8_t netfn, std::uint8_t cmd, std::span<const std::uint8_t> data);
@@ -54,9 +44,23 @@ class Server : private Outside {
   void OnMachineOff();
   void StepFlash();
   void CutPower();
-  std::string OrderFault(Fault::Kind kind, std::span<const std::string> words);
-  std::string OrderPowerLoss(std::span<const std::string> words);
-  [[nodiscard]] nlohmann::json Describe() const;
+
+  // What follows the name of an order, and what carries it out. A plain order takes no words.
+  using Words = std::span<const std::string>;
+  struct OrderEntry {
+    const char* name;
+    std::string (Server::*handler)(Words words);
+    bool plain = false;
+  };
+  static std::span<const OrderEntry> Orders();
+
+  template <Fault::Kind kind>
+  std::string OrderFault(Words words);
+  std::string OrderClear(Words words);
+  std::string OrderPowerLoss(Words words);
+  std::string OrderPowerOn(Words words);
+  std::string OrderDhcp(Words words);
+  std::string OrderState(Words words);
 
   EventLoop& loop_;
   std::function<void(const Version&)> setVersion_;

@@ -22,8 +22,8 @@ namespace {
 constexpr unsigned kBmcAddress = 0x20;
 // The channel to the machine.
 constexpr unsigned kSystemChannel = 15;
-// Room of the buffer that the simulator hands to a command handler.
-constexpr std::size_t kLongestAnswer = 36;
+// Room of the buffer that the simulator hands to a command handler. What leaves to the machine may be longer.
+constexpr std::size_t kHandlerRoom = 36;
 
 class SimLoop : public kv6000::EventLoop {
  public:
@@ -80,6 +80,8 @@ struct Module {
   std::string configPath;
   std::unique_ptr<SimLoop> loop;
   std::unique_ptr<kv6000::Server> server;
+  kv6000::Bytes whole;    // the answer that OnCommand() had to cut for the simulator, else empty
+  kv6000::Bytes leaving;  // what the simulator sends, until the next answer
 };
 
 Module& TheModule() {
@@ -88,28 +90,34 @@ Module& TheModule() {
 }
 
 void OnCommand(lmc_data_t* /*mc*/, msg_t* message, unsigned char* answer, unsigned int* length, void* /*data*/) {
-  const auto bytes = TheModule().server->Handle(message->netfn, message->cmd, {message->data, message->len});
-  const auto count = std::min(bytes.size(), kLongestAnswer);
+  auto bytes = TheModule().server->Handle(message->netfn, message->cmd, {message->data, message->len});
+  const auto count = std::min(bytes.size(), kHandlerRoom);
   std::memcpy(answer, bytes.data(), count);
   *length = static_cast<unsigned int>(count);
+  if (count < bytes.size()) {
+    TheModule().whole = std::move(bytes);
+  }
 }
 
-// Called before a response leaves; non-zero keeps it back.
+// Called before a response leaves, which for the command in hand is at once; non-zero keeps it back.
 int OnResponse(channel_t* channel, msg_t* message, rsp_msg_t* response) {
-  kv6000::Bytes answer(response->data, response->data + response->data_len);
-  if (!TheModule().server->Answer(message->netfn, message->cmd, {message->data, message->len}, answer)) {
+  Module& module = TheModule();
+  module.leaving = std::exchange(module.whole, {});
+  if (module.leaving.empty()) {
+    module.leaving.assign(response->data, response->data + response->data_len);
+  }
+  if (!module.server->Answer(message->netfn, message->cmd, {message->data, message->len}, module.leaving)) {
     channel->free(channel, message);
     return 1;
   }
-  // A fault never makes an answer longer.
-  std::copy(answer.begin(), answer.end(), response->data);
-  response->data_len = static_cast<unsigned short>(answer.size());
+  response->data = module.leaving.data();
+  response->data_len = static_cast<unsigned short>(module.leaving.size());
   return 0;
 }
 
 int Start(sys_data_t& sys) {
   Module& module = TheModule();
-  const auto config = kv6000::Server::ReadConfig(module.configPath);
+  const auto config = kv6000::ReadServerConfig(module.configPath);
   lmc_data_t* mc = sys.ipmb_addrs[kBmcAddress];
   channel_t** channels = mc == nullptr ? nullptr : sys.mc_get_channelset(mc);
   if (channels == nullptr || channels[kSystemChannel] == nullptr) {

@@ -57,7 +57,7 @@ def command_packages(options):
 def command_run(options):
     started = time.monotonic()
     server = Server(tool=options.tool, firmware=options.firmware, product=options.product, serial=options.serial,
-                    version=options.dmi_version, install_path=options.install_path, overlay=options.overlay,
+                    version=options.dmi_version, bios_version=options.bios_version, install_path=options.install_path, overlay=options.overlay,
                     keep=options.keep, progress=say)
     with server:
         say(f"ready after {time.monotonic() - started:.1f} s")
@@ -116,13 +116,14 @@ def parser() -> argparse.ArgumentParser:
     run.add_argument("--product", default="KV6000", help="product name in DMI")
     run.add_argument("--serial", default="KV6K000001", help="serial number in DMI")
     run.add_argument("--dmi-version", default="1.0", help="product version in DMI")
+    run.add_argument("--bios-version", default="V1.2.0", help="BIOS version in DMI")
     run.add_argument("--install-path", default="/srv/orv", help="install path of the host in the guest")
     run.add_argument("--overlay", help="staged folder tree to lay over the guest's root")
     run.add_argument("--keep", action="store_true", help="keep the run folder")
     order = add("bmc", command_bmc, "send an order to the BMC of a running server")
     order.add_argument("--server", help="run folder, when several servers run")
     order.add_argument("--commands", type=int, default=20, help="how many commands `state` lists (default 20)")
-    order.add_argument("order", nargs="+", help="fail, short, silent, clear, power-loss, power-on or state")
+    order.add_argument("order", nargs="+", help="one of the orders that lab/README.md lists, e.g. state")
     guest = add("guest", command_guest, "run a command in a running server")
     guest.add_argument("--server", help="run folder, when several servers run")
     guest.add_argument("--timeout", type=float, default=900, help="seconds (default 900)")

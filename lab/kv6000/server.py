@@ -16,6 +16,7 @@ from kv6000 import bmc, guest
 from kv6000.errors import LabError, last_lines
 from kv6000.guest import Result
 from kv6000.guest_image import GuestImage, pack_overlay
+from kv6000.hardware import Dmi, lan_settings
 from kv6000.paths import build_folder
 
 __all__ = ["Result", "Server"]
@@ -49,14 +50,17 @@ class Server:
 
     tool          the IPMI tool in the guest: "ipmitool", "maker", "both" or "none"
     firmware      the running BMC firmware, "01-23"
-    manufacturer, product, version, serial    what dmidecode reads
+    manufacturer, product, version, serial, bios_version    what dmidecode reads; "Not Specified" for ""
+    bare_tables   the DMI tables that lack all their fields: "system", "bios"
+    lan           the BMC's network settings: mac, address, netmask, gateway, dhcp; what is left out has a default
     install_path  where the host is installed in the guest; a folder of the share, so that it survives power cycles
     overlay       a staged folder tree that is laid over the guest's root, libraries of its programs included
     keep          spare the run folder when the server ends
     """
 
     def __init__(self, tool="ipmitool", firmware="01-23", manufacturer="KESTREL", product="KV6000", version="1.0",
-                 serial="KV6K000001", install_path="/srv/orv", overlay=None, keep=False, progress=lambda text: None):
+                 serial="KV6K000001", bios_version="V1.2.0", bare_tables=(), lan=None, install_path="/srv/orv",
+                 overlay=None, keep=False, progress=lambda text: None):
         if tool not in ("ipmitool", "maker", "both", "none"):
             raise LabError(f"There is no tool '{tool}': take ipmitool, maker, both or none.")
         if not VERSION.fullmatch(firmware):
@@ -67,7 +71,9 @@ class Server:
             raise LabError(f"The install path '{install_path}' is not absolute.")
         self._tool = tool
         self._firmware = firmware
-        self._smbios = {"manufacturer": manufacturer, "product": product, "version": version, "serial": serial}
+        self._dmi = Dmi({"manufacturer": manufacturer, "product": product, "version": version, "serial": serial},
+                        bios_version, bare_tables)
+        self._lan = lan_settings(lan)
         self.install_path = install_path
         self._overlay = Path(overlay) if overlay else None
         self._keep = keep
@@ -233,13 +239,12 @@ class Server:
             "mc_enable 0x20\n")
         phrase = (build_folder() / "lab" / "write-mode-phrase").read_text()
         (folder / "bmc.json").write_text(json.dumps({
-            "running": self._firmware, "writeModePhrase": phrase, "orders": str(folder / "bmc.sock"),
+            "running": self._firmware, "writeModePhrase": phrase, "lan": self._lan, "orders": str(folder / "bmc.sock"),
             "machineLog": str(folder / "machine.log"), "media": str(folder / "media.img"),
             "machine": self._machine_command(image, port)}, indent=1))
 
     def _machine_command(self, image: GuestImage, port: int) -> list:
         folder = self.folder
-        smbios = ",".join(f"{key}={value.replace(',', ',,')}" for key, value in self._smbios.items())
         return ["qemu-system-x86_64", "-name", "kv6000", "-accel", "tcg", "-m", "512", "-nodefaults",
                 "-no-user-config", "-display", "none",
                 "-kernel", str(image.kernel), "-initrd", f"{folder}/initrd", "-append", KERNEL_LINE,
@@ -251,4 +256,4 @@ class Server:
                 "-blockdev", f"driver=raw,node-name=media,file.driver=file,file.filename={folder}/media.img",
                 "-chardev", f"socket,id=ipmi,host=127.0.0.1,port={port},reconnect=1",
                 "-device", "ipmi-bmc-extern,id=bmc,chardev=ipmi", "-device", "isa-ipmi-kcs,bmc=bmc",
-                "-smbios", f"type=1,{smbios}"]
+                *self._dmi.write(folder)]

@@ -44,6 +44,21 @@ TEST(FaultPlan, CutsAnAnswerButNeverLengthensIt) {
   EXPECT_EQ(Apply(plan, 0x8d), (Answer{0x00, 0x01, 0x02}));
 }
 
+TEST(FaultPlan, FillsAnAnswerUpWithZerosButNeverCutsIt) {
+  FaultPlan plan;
+  plan.Order(0x34, 0x8d, {Fault::Kind::kLong, 5}, 1);
+  EXPECT_EQ(Apply(plan, 0x8d), (Answer{0x00, 0x01, 0x02, 0x00, 0x00}));
+  plan.Order(0x34, 0x8d, {Fault::Kind::kLong, 2}, 1);
+  EXPECT_EQ(Apply(plan, 0x8d), (Answer{0x00, 0x01, 0x02}));
+}
+
+TEST(FaultPlan, CarriesOutACommandOnlyWhenItsAnswerIsCutOrFilledUp) {
+  EXPECT_TRUE((Fault{Fault::Kind::kShort, 1}).HasEffect());
+  EXPECT_TRUE((Fault{Fault::Kind::kLong, 9}).HasEffect());
+  EXPECT_FALSE((Fault{Fault::Kind::kFail, 0xc0}).HasEffect());
+  EXPECT_FALSE((Fault{Fault::Kind::kSilent, 0}).HasEffect());
+}
+
 TEST(FaultPlan, StaysSilentUntilClearedWhenOrderedForAlways) {
   FaultPlan plan;
   plan.Order(0x34, 0x8d, {Fault::Kind::kSilent, 0}, 0);

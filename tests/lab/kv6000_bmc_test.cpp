@@ -59,7 +59,7 @@ class Kv6000Bmc : public ::testing::Test {
   }
 
   RecordingOutside outside_;
-  Bmc bmc_{kOld, std::string(kPhrase), outside_};
+  Bmc bmc_{{kOld, std::string(kPhrase), {}}, outside_};
   const Bytes image_ = MakeImage(kNew, 100000);
 };
 
@@ -150,7 +150,7 @@ class ProtectedBmc : public ::testing::TestWithParam<std::uint8_t> {};
 
 TEST_P(ProtectedBmc, ConnectsOnlyInWriteMode) {
   RecordingOutside outside;
-  Bmc bmc({GetParam(), 0x10}, std::string(kPhrase), outside);
+  Bmc bmc({{GetParam(), 0x10}, std::string(kPhrase), {}}, outside);
   const Bytes connect = {0x55, 0xaa, 0x01};
   EXPECT_EQ(bmc.Handle(0x34, 0x8c, connect), Bytes{kWrongState});
   EXPECT_TRUE(outside.calls.empty());
@@ -163,7 +163,7 @@ TEST_P(ProtectedBmc, ConnectsOnlyInWriteMode) {
 
 TEST_P(ProtectedBmc, ForgetsTheWriteModeWhenTheMachineGoesOff) {
   RecordingOutside outside;
-  Bmc bmc({GetParam(), 0x10}, std::string(kPhrase), outside);
+  Bmc bmc({{GetParam(), 0x10}, std::string(kPhrase), {}}, outside);
   bmc.Handle(0x36, 0x03, TextBytes(kPhrase));
   bmc.MachineOff();
   EXPECT_EQ(bmc.Handle(0x34, 0x8c, Bytes{0x55, 0xaa, 0x01}), Bytes{kWrongState});

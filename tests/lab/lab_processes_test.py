@@ -164,7 +164,11 @@ class AServerThatCannotBe(unittest.TestCase):
     def test_is_refused_with_the_reason(self):
         for options, reason in (({"tool": "hammer"}, "no tool 'hammer'"), ({"firmware": "1.23"}, "'1.23' is not"),
                                 ({"firmware": "zz-23"}, "'zz-23' is not"), ({"firmware": "80-00"}, "'80-00' is not"),
-                                ({"install_path": "srv"}, "not absolute"), ({"overlay": "/nowhere"}, "/nowhere")):
+                                ({"install_path": "srv"}, "not absolute"), ({"overlay": "/nowhere"}, "/nowhere"),
+                                ({"lan": {"adress": "10.0.0.1"}}, "no network setting 'adress'"),
+                                ({"lan": {"address": "10.0.0.256"}}, "address '10.0.0.256' is not"),
+                                ({"lan": {"mac": "02:4b"}}, "'02:4b' is not a MAC"),
+                                ({"bare_tables": ("chassis",)}, "no DMI table 'chassis'")):
             with self.subTest(options), self.assertRaisesRegex(LabError, reason):
                 with Server(**options):
                     self.fail("it started")

@@ -1,13 +1,16 @@
 """One boot of a virtual server: what a host finds on it, its virtual media, and faults ordered for its BMC."""
 
+import re
 import unittest
 
 from kv6000 import LabError
-from lab_support import CHECK_CONNECT, CONNECT, DISCONNECT, FLASH, MAKER_TOOL, SharedServer, processes_of
+from lab_support import (CHECK_CONNECT, CONNECT, DISCONNECT, FLASH, MAKER_TOOL, TCPIP_INFO, SharedServer,
+                         processes_of)
 
 
 class AFreshlyBootedServer(SharedServer):
-    options = {"tool": "both", "product": "KV6000 R120", "version": "FR2.1", "serial": "A,B-0042"}
+    options = {"tool": "both", "product": "KV6000 R120", "version": "FR2.1", "serial": "A,B-0042",
+               "bios_version": "V5.0, R1", "lan": {"mac": "02:4B:45:53:0A:0b", "address": "10.1.2.3", "dhcp": True}}
 
     def test_ipmitool_reads_firmware_01_23(self):
         self.assertEqual(self.raw(0x06, 0x01), (0, "20 01 01 23 02 9f 91 12 00 02 0f 00 00 00 00"))
@@ -31,6 +34,34 @@ class AFreshlyBootedServer(SharedServer):
         done = self.server.run("for name in product-name version serial-number manufacturer; do "
                                "/usr/sbin/dmidecode -s system-$name; done")
         self.assertEqual(done.out.splitlines(), ["KV6000 R120", "FR2.1", "A,B-0042", "KESTREL"])
+
+    def test_dmidecode_reads_the_bios_version_that_was_asked_for(self):
+        done = self.server.run('/usr/sbin/dmidecode --type bios  | grep "Version"')
+        self.assertEqual(done.out, "\tVersion: V5.0, R1\n")
+
+    def test_ipmitool_reads_the_network_settings_that_were_asked_for(self):
+        done = self.server.run("ipmitool lan print 1")
+        self.assertEqual(done.exit, 0, done.err)
+        printed = dict(re.findall(r"^(\S.*?) +: (.*)$", done.out, re.MULTILINE))
+        self.assertEqual([printed.get(name) for name in ("IP Address Source", "IP Address", "Subnet Mask", "MAC Address",
+                                                         "Default Gateway IP")],
+                         ["DHCP Address", "10.1.2.3", "255.255.255.0", "02:4b:45:53:0a:0b", "192.168.10.1"])
+
+    def test_tcpip_info_tells_the_same_in_15_bytes(self):
+        self.assertEqual(self.raw(*TCPIP_INFO), (0, "0a 01 02 03 ff ff ff 00 c0 a8 0a 01 00 00 01"))
+
+    def test_the_dhcp_flag_can_be_any_byte(self):
+        self.server.bmc("dhcp 02")
+        self.assertEqual(self.raw(*TCPIP_INFO)[1][-2:], "02")
+        self.server.bmc("dhcp 01")
+        self.assertEqual(self.raw(*TCPIP_INFO)[1][-2:], "01")
+
+    def test_an_answer_can_be_of_any_length_with_both_tools(self):
+        for length in (13, 14, 15, 40, 199):
+            self.server.bmc(f"{'short' if length < 15 else 'long'} 3c 13 {1 + length} 2")
+            self.assertEqual(len(self.raw(*TCPIP_INFO)[1].split()), length)
+            done = self.server.run(f"echo f0 13 | {MAKER_TOOL}")
+            self.assertEqual(len(done.out.splitlines()[1].split()), 4 + 1 + length)
 
     def test_the_console_is_writable(self):
         self.assertEqual(self.server.run("echo a line for the console >/dev/console").exit, 0)
@@ -106,8 +137,8 @@ class AFreshlyBootedServer(SharedServer):
         self.assertEqual(self.server.bmc("state")["commands"][-1], "34 5f -> 00 00")
 
     def test_an_unknown_order_is_refused(self):
-        for order in ("explode", "fail 34 8c", "fail 34 8c C0 two", "short 34 8d 0", "silent 35 8d", "state now",
-                      "power-loss 100", ""):
+        for order in ("explode", "fail 34 8c", "fail 34 8c C0 two", "short 34 8d 0", "long 34 8d 201", "silent 35 8d",
+                      "state now", "power-loss 100", "dhcp", "dhcp 100", ""):
             with self.assertRaisesRegex(LabError, "refuses"):
                 self.server.bmc(order)
 
@@ -116,11 +147,17 @@ class AFreshlyBootedServer(SharedServer):
 
 
 class AServerWithoutTools(SharedServer):
-    options = {"tool": "none", "firmware": "06-10", "install_path": "/srv/a folder"}
+    options = {"tool": "none", "firmware": "06-10", "install_path": "/srv/a folder", "bare_tables": ("system", "bios")}
 
     def test_has_no_ipmi_tool(self):
         done = self.server.run(f"ls /usr/bin/ipmitool {MAKER_TOOL}")
         self.assertEqual((done.exit, done.out), (2, ""))
+
+    def test_has_dmi_tables_without_a_product_and_without_a_version(self):
+        done = self.server.run("/usr/sbin/dmidecode --type 0,1; ls /sys/class/dmi/id")
+        self.assertIn("BIOS Information", done.out)
+        self.assertIn("System Information", done.out)
+        self.assertNotRegex(done.out, "(?i)product|[^_]version")
 
     def test_has_the_flash_utility_below_an_install_path_with_a_blank(self):
         self.assertEqual(self.server.run(["ls", "/srv/a folder/KV6KBMC"]).out, "Yafuflash\n")

@@ -1,0 +1,31 @@
+// The words of an order line: numbers, and the faults that a line can order. Pure; carries nothing out.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+
+#include "lab/bmc/fault_plan.h"
+
+namespace kv6000 {
+
+// The longest answer of the BMC, completion code included.
+inline constexpr unsigned kLongestAnswer = 200;
+
+// nullopt unless the whole text is a number of the base and not above `most`.
+[[nodiscard]] std::optional<unsigned> ParseNumber(const std::string& text, int base, unsigned most);
+
+struct FaultOrder {
+  std::uint8_t netfn = 0;
+  std::uint8_t cmd = 0;
+  Fault fault;
+  unsigned count = 1;  // 0: always
+};
+
+// Reads NETFN CMD VALUE [COUNT|always], without VALUE for kSilent. nullopt, with the reason in `*error`, when the words
+// are something else.
+[[nodiscard]] std::optional<FaultOrder> ParseFaultOrder(Fault::Kind kind, std::span<const std::string> words,
+                                                        std::string* error);
+
+}  // namespace kv6000
