@@ -181,7 +181,8 @@ TEST_F(Driver, APackageThatCannotBeUsedIsToldBeforeThePluginIsLoaded) {
       {folder_.Write("bad.zip", Package("")), "module.json is not valid: \"version\" is empty"}};
   for (const auto& [path, reason] : cases) {
     EXPECT_EQ(Run(Update(path)), 5);
-    EXPECT_EQ(err_.find("orvhost update: The package " + path + " cannot be used: " + reason + ".\n"), 0U) << err_;
+    const std::string cause = std::string("The package ").append(path).append(" cannot be used: ").append(reason);
+    EXPECT_EQ(err_.find("orvhost update: " + cause + ".\n"), 0U) << err_;
     EXPECT_NE(err_.find("flash:           not touched"), std::string::npos);
   }
 }

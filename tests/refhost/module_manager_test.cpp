@@ -11,7 +11,7 @@ namespace {
 class ModuleManager : public HostTest {
  protected:
   std::string Register(const std::string& version) {
-    const std::string path = folder_.Write("package-" + version + ".zip", Package(version, "long/ssd"));
+    std::string path = folder_.Write("package-" + version + ".zip", Package(version, "long/ssd"));
     EXPECT_EQ(firmware_.RegistUpdateModule("kestrel", path), 0);
     return path;
   }

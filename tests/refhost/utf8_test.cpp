@@ -7,7 +7,7 @@
 namespace refhost {
 namespace {
 
-using std::string_literals::operator""s;
+using namespace std::string_literals;
 
 TEST(Utf8, TextsThatXmlCanCarry) {
   for (const std::string& text : {""s, "KV6000 <\"&>"s, "a\tb\nc\r"s, "\xc3\xa4"s, "\xe6\x97\xa5"s, "\xf0\x9f\x98\x80"s,

@@ -1,0 +1,17 @@
+# Installs the reference host into a folder, moves the folder, and runs the moved program: it must find its libraries
+# and its plug-in where it is now.
+#
+#   cmake -DBUILD=build folder -DWORK=scratch folder -DPLUGIN=plug-in -DLIBDIR=lib -P install_test.cmake
+function(run)
+  execute_process(COMMAND ${ARGV} RESULT_VARIABLE result OUTPUT_VARIABLE output ERROR_VARIABLE output)
+  if(NOT result EQUAL 0)
+    message(FATAL_ERROR "${ARGV} failed (${result}):\n${output}")
+  endif()
+endfunction()
+
+file(REMOVE_RECURSE ${WORK})
+run(${CMAKE_COMMAND} --install ${BUILD} --component refhost --prefix ${WORK}/first)
+file(RENAME ${WORK}/first ${WORK}/moved)
+configure_file(${PLUGIN} ${WORK}/moved/${LIBDIR}/orv/liborvp_KESTREL_BMC.so COPYONLY)
+run(${WORK}/moved/bin/orvhost identify --install-path ${WORK}/path --server-type kv6000)
+file(REMOVE_RECURSE ${WORK})
