@@ -27,11 +27,14 @@ std::string FlashTool() {
 
 // Writes `text` as a format rather than as the argument of one. A percent sign in a path must not be taken for a
 // conversion, hence the doubling.
-void TraceAsFormat(std::string text) {
-  CStringUtil::strReplace(text, "%", "%%");
+void TraceAsFormat(const std::string& text) {
+  std::string format;
+  for (const char character : text) {
+    format.append(character == '%' ? 2 : 1, character);
+  }
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-security"
-  CTraceUtility::WriteDebug(kChannel, kInfo, text.c_str());
+  CTraceUtility::WriteDebug(kChannel, kInfo, format.c_str());
 #pragma GCC diagnostic pop
 }
 

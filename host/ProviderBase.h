@@ -150,7 +150,7 @@ class CVendor {
   CVendor& operator=(const CVendor&) = delete;
 
   // Name by which the host and the plug-in recognise the derived class; "" until the derived class sets it.
-  std::string GetVendorClassName() const;
+  std::string GetVendorClassName();
 
   // The firmware handler that LinkDevice made; null before that, or when LinkDevice failed. Stays the vendor's.
   CFirmware* GetFirmwareHandler() const;

@@ -4,6 +4,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cstdlib>
+
 #include "ipmi/trace.h"
 
 namespace kestrel {
@@ -16,9 +18,9 @@ constexpr int kNotRun = 1;
 constexpr int kTimedOut = 255;
 constexpr unsigned long kNoLimit = ~0UL;
 
-// The exit handlers and buffers of the host process are not the child's to run or flush.
+// Not _exit: a host's logger may hold the child's lines back until then.
 [[noreturn]] void EndChild() {
-  _exit(1);
+  std::exit(1);
 }
 
 bool Redirect(int descriptor, int target) {

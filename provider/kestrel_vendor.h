@@ -37,7 +37,7 @@ class CBMC_KESTREL_Vendor : public CVendor {
   int ExecOutputDeviceConfigInfo(std::string savePath, void*) override;
   int EndOutputDeviceConfigInfo(std::string, void*) override;
 
-  // --- Steps of the above.
+  // --- The same units as above use, under their own names.
   bool GetDmiDecodeInfo(std::string command, std::string property, std::string* value);
   int CreateGeneralInfoNode(COrvXmlNode* section);
   int CreateVersionInfoNode(COrvXmlNode* section);

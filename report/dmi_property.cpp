@@ -1,31 +1,28 @@
 #include "report/dmi_property.h"
 
-#include "ipmi/retry.h"
 #include "ipmi/trace.h"
 
 namespace kestrel {
 
 namespace {
 
-// Nothing printed counts as a failed run.
+constexpr int kRuns = 3;
+
+// Nothing printed counts as a failed run. Other than with a request to the BMC, the line comes after the pause; readers
+// of the trace match on the order.
 bool RunCommand(const std::string& command, std::string* line) {
-  bool again = false;
-  return Retry(
-      kLocalRetry,
-      [&] {
-        if (again) {
-          // Other than with a BMC request, this line comes after the pause; readers of the trace match on the order.
-          CTraceUtility::WriteDebug(kChannel, kRetry, "Failed to execute command [%s]", command.c_str());
-        }
-        again = true;
-        *line = CCommon_Information::GetResultLine(command);
-        return !line->empty();
-      },
-      [&](CTraceUtility::TRACE_DBG_LEVEL level) {
-        if (level == kError) {
-          CTraceUtility::WriteDebug(kChannel, kError, "Failed to execute command [%s]", command.c_str());
-        }
-      });
+  for (int run = 1;; ++run) {
+    *line = CCommon_Information::GetResultLine(command);
+    if (!line->empty()) {
+      return true;
+    }
+    if (run == kRuns) {
+      CTraceUtility::WriteDebug(kChannel, kError, "Failed to execute command [%s]", command.c_str());
+      return false;
+    }
+    Sleep(1000);
+    CTraceUtility::WriteDebug(kChannel, kRetry, "Failed to execute command [%s]", command.c_str());
+  }
 }
 
 }  // namespace

@@ -25,7 +25,7 @@ CVendor::~CVendor() {
   delete firmwareHandler;
 }
 
-std::string CVendor::GetVendorClassName() const {
+std::string CVendor::GetVendorClassName() {
   return vendorClassName;
 }
 

@@ -46,7 +46,7 @@ class KestrelVendor : public testing::Test {
 
 TEST_F(KestrelVendor, AFailedCleanUpIsOnlyNoted) {
   host_.System(kCleanUp, 256);
-  const CBMC_KESTREL_Vendor vendor("host text");
+  CBMC_KESTREL_Vendor vendor("host text");
   EXPECT_EQ(vendor.GetVendorClassName(), "CBMC_KESTREL_Vendor");
   EXPECT_TRUE(
       SameLines(host_.TakeJournal(),

@@ -101,7 +101,7 @@ CVendor::CVendor(std::string text) : provider(std::move(text)) {}
 CVendor::~CVendor() {
   delete firmwareHandler;
 }
-std::string CVendor::GetVendorClassName() const {
+std::string CVendor::GetVendorClassName() {
   return vendorClassName;
 }
 CFirmware* CVendor::GetFirmwareHandler() const {
