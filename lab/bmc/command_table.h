@@ -15,10 +15,12 @@ using Bytes = std::vector<std::uint8_t>;
 // IPMI completion codes that this BMC answers.
 enum Completion : std::uint8_t {
   kOk = 0x00,
+  kAlreadyLocked = 0x01,     // of the lock of a config file
   kUnknownParameter = 0x80,  // of Get LAN Configuration Parameters
   kBusy = 0xc0,
   kInvalidCommand = 0xc1,
   kWrongLength = 0xc7,
+  kOutOfRange = 0xc9,
   kInvalidData = 0xcc,
   kWrongState = 0xd5,
 };

@@ -1,9 +1,11 @@
 // See description.h.
 #include "lab/bmc/description.h"
 
+#include <array>
 #include <nlohmann/json.hpp>
 
 #include "lab/bmc/hex_bytes.h"
+#include "lab/bmc/os_record.h"
 
 namespace kv6000 {
 
@@ -51,15 +53,51 @@ Json DescribeLan(const LanConfig& lan) {
           {"dhcp", lan.dhcp}};
 }
 
+Json DescribeOsRecord(const OsRecord& record) {
+  Json described = Json::object();
+  for (const auto& [name, value] : record.items) {
+    described[name] = value;
+  }
+  if (!record.fault.empty()) {
+    described["fault"] = record.fault;
+  }
+  return described;
+}
+
 }  // namespace
 
 Json DescribeState(const Bmc& bmc) {
   const auto& state = bmc.state();
-  return {{"running", Text(state.running)},     {"standby", state.standby ? Json(Text(*state.standby)) : Json()},
-          {"whole", state.standby.has_value()}, {"flag", state.rebootFlag},
-          {"media", Name(state.media)},         {"waiting", state.waiting},
-          {"writeMode", state.writeMode},       {"flash", Name(state.flash)},
-          {"flashPercent", state.flashPercent}, {"lan", DescribeLan(bmc.network().config())}};
+  Json described;
+  described["running"] = Text(state.running);
+  described["standby"] = state.standby ? Json(Text(*state.standby)) : Json();
+  described["whole"] = state.standby.has_value();
+  described["flag"] = state.rebootFlag;
+  described["media"] = Name(state.media);
+  described["waiting"] = state.waiting;
+  described["writeMode"] = state.writeMode;
+  described["flash"] = Name(state.flash);
+  described["flashPercent"] = state.flashPercent;
+  described["lan"] = DescribeLan(bmc.network().config());
+  described["capability"] = bmc.files().support();
+  return described;
+}
+
+Json DescribeFiles(const ConfigFiles& files) {
+  Json all = Json::object();
+  for (const auto& [number, file] : files.files()) {
+    Json described;
+    described["locked"] = file.locked;
+    described["signed"] = file.hasSignature;
+    described["incoming"] = FormatHex(file.incoming);
+    described["stored"] = file.stored ? Json(FormatHex(*file.stored)) : Json();
+    described["announced"] = file.announced;
+    if (number == ConfigFiles::kOsFile && file.stored) {
+      described["decoded"] = DescribeOsRecord(ReadOsRecord(*file.stored));
+    }
+    all[FormatHex(std::array{number})] = described;
+  }
+  return all;
 }
 
 }  // namespace kv6000

@@ -10,4 +10,7 @@ namespace kv6000 {
 // Everything that the order "state" tells of the BMC itself; see lab/README.md.
 [[nodiscard]] nlohmann::json DescribeState(const Bmc& bmc);
 
+// What the order "files" tells: by file number, the bytes and how they came there.
+[[nodiscard]] nlohmann::json DescribeFiles(const ConfigFiles& files);
+
 }  // namespace kv6000

@@ -53,7 +53,7 @@ std::span<const Command<Bmc>> Bmc::Table() {
 }
 
 Bmc::Bmc(const Config& config, Outside& outside)
-    : writeModePhrase_(config.writeModePhrase), outside_(outside), network_(config.lan) {
+    : writeModePhrase_(config.writeModePhrase), outside_(outside), network_(config.lan), files_(config.fileSupport) {
   state_.running = config.running;
 }
 
@@ -70,12 +70,14 @@ std::vector<std::pair<std::uint8_t, std::uint8_t>> Bmc::Commands() {
   };
   add(Table());
   add(Network::Table());
+  add(ConfigFiles::Table());
   return commands;
 }
 
 Bytes Bmc::Handle(std::uint8_t netfn, std::uint8_t cmd, std::span<const std::uint8_t> data) {
   auto answer = RunCommand(*this, netfn, cmd, data);
   answer = answer ? answer : RunCommand(network_, netfn, cmd, data);
+  answer = answer ? answer : RunCommand(files_, netfn, cmd, data);
   return answer.value_or(Bytes{kInvalidCommand});
 }
 
@@ -216,8 +218,13 @@ void Bmc::LoseMedia() {
   state_.waiting = true;
 }
 
+void Bmc::MachineReset() {
+  files_.MachineDown();
+}
+
 void Bmc::MachineOff() {
   LoseMedia();
+  files_.MachineDown();
   state_.writeMode = false;
   if (!state_.rebootFlag) {
     return;

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "lab/bmc/command_table.h"
+#include "lab/bmc/config_files.h"
 #include "lab/bmc/firmware_image.h"
 #include "lab/bmc/network.h"
 
@@ -71,6 +72,7 @@ class Bmc {
     Version running;
     std::string writeModePhrase;  // what Change Write mode must carry
     LanConfig lan;
+    std::uint8_t fileSupport = 0x03;  // which config files Get Capability tells
   };
 
   // `outside` must outlive the object.
@@ -95,6 +97,9 @@ class Bmc {
   // and the machine is powered on again.
   void MachineOff();
 
+  // The machine was reset without going off.
+  void MachineReset();
+
   // The mains is gone: everything that is not in a slot is forgotten. MachineOff() follows when the machine is down.
   void PowerLost();
 
@@ -103,6 +108,8 @@ class Bmc {
   // The parts that have commands and a state of their own.
   Network& network() { return network_; }
   [[nodiscard]] const Network& network() const { return network_; }
+  ConfigFiles& files() { return files_; }
+  [[nodiscard]] const ConfigFiles& files() const { return files_; }
 
   // The commands of the update; each part has a table of its own.
   static std::span<const Command<Bmc>> Table();
@@ -125,6 +132,7 @@ class Bmc {
   std::string writeModePhrase_;
   Outside& outside_;
   Network network_;
+  ConfigFiles files_;
   Bytes incoming_;  // what the flash operation has read so far
   std::uint32_t incomingTotal_ = 0;
 };

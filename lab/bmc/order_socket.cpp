@@ -1,12 +1,15 @@
 // See order_socket.h.
 #include "lab/bmc/order_socket.h"
 
+#include <fcntl.h>
 #include <sys/socket.h>
+#include <sys/time.h>
 #include <sys/un.h>
 
 #include <array>
 #include <cerrno>
 #include <cstring>
+#include <string_view>
 #include <system_error>
 #include <utility>
 
@@ -35,6 +38,20 @@ FileDescriptor ListenAt(const std::string& path) {
     Throw(path);
   }
   return fd;
+}
+
+// An answer may be longer than the socket's buffer, but a client that does not read must not stop the BMC for long.
+void SendAll(int fd, std::string_view text) {
+  const timeval patience{2, 0};
+  (void)::setsockopt(fd, SOL_SOCKET, SO_SNDTIMEO, &patience, sizeof(patience));
+  (void)::fcntl(fd, F_SETFL, 0);
+  while (!text.empty()) {
+    const auto count = ::send(fd, text.data(), text.size(), MSG_NOSIGNAL);
+    if (count <= 0) {
+      return;
+    }
+    text.remove_prefix(static_cast<std::size_t>(count));
+  }
 }
 
 }  // namespace
@@ -67,8 +84,7 @@ void OrderSocket::OnInput(int fd) {
     if (end == std::string::npos && client.input.size() < kLongestOrder) {
       return;
     }
-    const std::string answer = handler_(client.input.substr(0, end)) + "\n";
-    (void)::send(fd, answer.data(), answer.size(), MSG_NOSIGNAL);
+    SendAll(fd, handler_(client.input.substr(0, end)) + "\n");
   }
   loop_.Unwatch(fd);
   clients_.erase(fd);

@@ -27,7 +27,8 @@ constexpr std::size_t kLongestRecord = 500;
 Server::Server(const ServerConfig& config, std::function<void(const Version&)> setVersion, EventLoop& loop)
     : loop_(loop),
       setVersion_(std::move(setVersion)),
-      machine_(config.machine, {[this] { OnMachineOff(); }, [this] { ++boots_; }, [this] { bmc_.MediaSeen(); }}, loop),
+      machine_(config.machine, {[this] { OnMachineOff(); }, [this] { OnMachineReset(); }, [this] { bmc_.MediaSeen(); }},
+               loop),
       bmc_(config.bmc, *this),
       orders_(
           config.orderPath, [this](const std::string& line) { return Order(line); }, loop) {
@@ -84,6 +85,11 @@ void Server::OnMachineOff() {
   bmc_.MachineOff();
 }
 
+void Server::OnMachineReset() {
+  ++boots_;
+  bmc_.MachineReset();
+}
+
 void Server::StepFlash() {
   bmc_.FlashStep();
   if (bmc_.state().flash == Flash::kRunning && powerLossAtPercent_ &&
@@ -103,7 +109,7 @@ void Server::CutPower() {
 }
 
 std::span<const Server::OrderEntry> Server::Orders() {
-  static constexpr std::array<OrderEntry, 9> kOrders = {{
+  static constexpr std::array<OrderEntry, 11> kOrders = {{
       {"fail", &Server::OrderFault<Fault::Kind::kFail>},
       {"short", &Server::OrderFault<Fault::Kind::kShort>},
       {"long", &Server::OrderFault<Fault::Kind::kLong>},
@@ -112,6 +118,8 @@ std::span<const Server::OrderEntry> Server::Orders() {
       {"power-loss", &Server::OrderPowerLoss},
       {"power-on", &Server::OrderPowerOn, true},
       {"dhcp", &Server::OrderDhcp},
+      {"capability", &Server::OrderCapability},
+      {"files", &Server::OrderFiles, true},
       {"state", &Server::OrderState, true},
   }};
   return kOrders;
@@ -175,6 +183,20 @@ std::string Server::OrderDhcp(Words words) {
   }
   bmc_.network().SetDhcp(static_cast<std::uint8_t>(*flag));
   return kDone;
+}
+
+std::string Server::OrderCapability(Words words) {
+  const auto flags = words.size() == 1 ? ParseNumber(words[0], 16, 0xff) : std::nullopt;
+  if (!flags) {
+    return "error: expected the support flags, one hexadecimal byte";
+  }
+  bmc_.files().SetSupport(static_cast<std::uint8_t>(*flags));
+  return kDone;
+}
+
+std::string Server::OrderFiles(Words /*words*/) {
+  // The names in a record are the host's and may be anything.
+  return DescribeFiles(bmc_.files()).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
 }
 
 std::string Server::OrderState(Words /*words*/) {

@@ -42,6 +42,7 @@ class Server : private Outside {
   void SetRunningVersion(const Version& version) override;
 
   void OnMachineOff();
+  void OnMachineReset();
   void StepFlash();
   void CutPower();
 
@@ -60,6 +61,8 @@ class Server : private Outside {
   std::string OrderPowerLoss(Words words);
   std::string OrderPowerOn(Words words);
   std::string OrderDhcp(Words words);
+  std::string OrderCapability(Words words);
+  std::string OrderFiles(Words words);
   std::string OrderState(Words words);
 
   EventLoop& loop_;

@@ -43,7 +43,8 @@ Version ReadVersion(const Json& text) {
 }
 
 ServerConfig Read(const Json& json) {
-  return {{ReadVersion(json.at("running")), json.at("writeModePhrase").get<std::string>(), ReadLan(json.at("lan"))},
+  return {{ReadVersion(json.at("running")), json.at("writeModePhrase").get<std::string>(), ReadLan(json.at("lan")),
+           json.at("capability").get<std::uint8_t>()},
           json.at("orders").get<std::string>(),
           {json.at("machine").get<std::vector<std::string>>(), json.at("machineLog").get<std::string>(),
            json.at("media").get<std::string>()}};

@@ -9,7 +9,7 @@ import tempfile
 import time
 from pathlib import Path
 
-from kv6000 import bmc
+from kv6000 import bmc, management
 from kv6000.errors import LabError
 from kv6000.guest import Guest, Job
 from kv6000.guest_image import GuestImage
@@ -74,17 +74,35 @@ def command_run(options):
         say(f"kept {server.folder}")
 
 
+def show(answer: dict, indent=""):
+    for key, value in answer.items():
+        if isinstance(value, dict):
+            print(f"{indent}{key}")
+            show(value, indent + "  ")
+        else:
+            print(f"{indent}{key:13} {value}")
+
+
 def command_bmc(options):
     answer = bmc.order(running_server(options.server), " ".join(options.order))
-    if isinstance(answer, dict):
-        commands = answer.pop("commands")
-        for key, value in answer.items():
-            print(f"{key:13} {value}")
+    if not isinstance(answer, dict):
+        print(answer)
+        return
+    commands = answer.pop("commands", None)
+    show(answer)
+    if commands is not None:
         print("commands      (the last ones, request -> answer)")
         for line in commands[-options.commands:]:
             print("  " + line)
+
+
+def command_library(options):
+    folder = running_server(options.server) / "share" / "install" / "MngSrv"
+    if options.absent:
+        management.remove(folder)
     else:
-        print(answer)
+        management.install(folder, options.info, options.error, options.warning, options.fails, options.null,
+                           options.throws, options.without)
 
 
 def command_guest(options):
@@ -124,6 +142,16 @@ def parser() -> argparse.ArgumentParser:
     order.add_argument("--server", help="run folder, when several servers run")
     order.add_argument("--commands", type=int, default=20, help="how many commands `state` lists (default 20)")
     order.add_argument("order", nargs="+", help="one of the orders that lab/README.md lists, e.g. state")
+    library = add("library", command_library, "give the guest of a running server a management library")
+    library.add_argument("--server", help="run folder, when several servers run")
+    library.add_argument("--info", default="", help="the disk record as hexadecimal digits")
+    library.add_argument("--error", default="", help="error code, e.g. 02")
+    library.add_argument("--warning", default="", help="warning code, e.g. 01")
+    library.add_argument("--fails", action="store_true", help="its queries fail")
+    library.add_argument("--null", action="store_true", help="it gives no interface object")
+    library.add_argument("--throws", metavar="TEXT", help="its queries throw")
+    library.add_argument("--without", metavar="ENTRY", help="it lacks this entry point")
+    library.add_argument("--absent", action="store_true", help="take it away")
     guest = add("guest", command_guest, "run a command in a running server")
     guest.add_argument("--server", help="run folder, when several servers run")
     guest.add_argument("--timeout", type=float, default=900, help="seconds (default 900)")

@@ -12,7 +12,7 @@ import tempfile
 import time
 from pathlib import Path
 
-from kv6000 import bmc, guest
+from kv6000 import bmc, guest, management
 from kv6000.errors import LabError, last_lines
 from kv6000.guest import Result
 from kv6000.guest_image import GuestImage, pack_overlay
@@ -53,14 +53,15 @@ class Server:
     manufacturer, product, version, serial, bios_version    what dmidecode reads; "Not Specified" for ""
     bare_tables   the DMI tables that lack all their fields: "system", "bios"
     lan           the BMC's network settings: mac, address, netmask, gateway, dhcp; what is left out has a default
+    capability    the support flags that Get Capability ends with: bit 0 the OS file, bit 1 the disk file
     install_path  where the host is installed in the guest; a folder of the share, so that it survives power cycles
     overlay       a staged folder tree that is laid over the guest's root, libraries of its programs included
     keep          spare the run folder when the server ends
     """
 
     def __init__(self, tool="ipmitool", firmware="01-23", manufacturer="KESTREL", product="KV6000", version="1.0",
-                 serial="KV6K000001", bios_version="V1.2.0", bare_tables=(), lan=None, install_path="/srv/orv",
-                 overlay=None, keep=False, progress=lambda text: None):
+                 serial="KV6K000001", bios_version="V1.2.0", bare_tables=(), lan=None, capability=0x03,
+                 install_path="/srv/orv", overlay=None, keep=False, progress=lambda text: None):
         if tool not in ("ipmitool", "maker", "both", "none"):
             raise LabError(f"There is no tool '{tool}': take ipmitool, maker, both or none.")
         if not VERSION.fullmatch(firmware):
@@ -74,6 +75,9 @@ class Server:
         self._dmi = Dmi({"manufacturer": manufacturer, "product": product, "version": version, "serial": serial},
                         bios_version, bare_tables)
         self._lan = lan_settings(lan)
+        if capability not in range(256):
+            raise LabError(f"The support flags {capability} are not one byte.")
+        self._capability = capability
         self.install_path = install_path
         self._overlay = Path(overlay) if overlay else None
         self._keep = keep
@@ -126,7 +130,7 @@ class Server:
             shutil.rmtree(self.folder, ignore_errors=True)
 
     def bmc(self, order: str):
-        """Sends an order to the BMC: a dict for "state", "ok" for the others; LabError when it is refused."""
+        """Sends an order to the BMC: a dict for "state" and "files", "ok" for the others; LabError when it is refused."""
         return bmc.order(self.folder, order)
 
     def wait_bmc(self, key: str, value, timeout: float = 30):
@@ -160,6 +164,18 @@ class Server:
     def plan_flash_exits(self, exits):
         """What the coming runs of Yafuflash do: an exit code, "hang" or "ok" for each; the flash itself after that."""
         (self.share / "lab" / "flash-exits").write_text("".join(f"{word}\n" for word in exits))
+
+    def put_management_library(self, **answer):
+        """Puts the management library where the host looks for it; see management.install() for what it can answer."""
+        management.install(self.install / "MngSrv", **answer)
+
+    def remove_management_library(self):
+        management.remove(self.install / "MngSrv")
+
+    def stored_file(self, number: str):
+        """The bytes of a config file ("40", "41") in the BMC, None when none were ever stored."""
+        stored = self.bmc("files")[number]["stored"]
+        return None if stored is None else bytes.fromhex(stored)
 
     def release(self):
         """Lets another driver run commands in the guest; the next command of this one takes hold again."""
@@ -239,7 +255,8 @@ class Server:
             "mc_enable 0x20\n")
         phrase = (build_folder() / "lab" / "write-mode-phrase").read_text()
         (folder / "bmc.json").write_text(json.dumps({
-            "running": self._firmware, "writeModePhrase": phrase, "lan": self._lan, "orders": str(folder / "bmc.sock"),
+            "running": self._firmware, "writeModePhrase": phrase, "lan": self._lan,
+            "capability": self._capability, "orders": str(folder / "bmc.sock"),
             "machineLog": str(folder / "machine.log"), "media": str(folder / "media.img"),
             "machine": self._machine_command(image, port)}, indent=1))
 

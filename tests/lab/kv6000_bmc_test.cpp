@@ -70,9 +70,9 @@ TEST_F(Kv6000Bmc, RefusesACommandItDoesNotKnow) {
 }
 
 TEST_F(Kv6000Bmc, RefusesEveryCommandOfAWrongLength) {
-  const Bytes longest(40, 0x55);
+  const Bytes tooLong(100, 0x55);
   for (const auto& [netfn, cmd] : Bmc::Commands()) {
-    EXPECT_EQ(bmc_.Handle(netfn, cmd, longest), Bytes{kWrongLength}) << int{cmd};
+    EXPECT_EQ(bmc_.Handle(netfn, cmd, tooLong), Bytes{kWrongLength}) << int{cmd};
   }
   EXPECT_EQ(Send(0x36, 0x03, Bytes(21, 'A')), Bytes{kWrongLength});
   EXPECT_EQ(Send(0x34, 0x8c, {0x55, 0xaa}), Bytes{kWrongLength});
@@ -285,6 +285,16 @@ TEST_F(Kv6000Bmc, StaysOffOnTheOldFirmwareWithTheFlagNotArmed) {
   EXPECT_EQ(outside_.calls, std::vector<std::string>{"detach"});
   EXPECT_EQ(bmc_.state().running, kOld);
   EXPECT_EQ(bmc_.state().standby, kNew);
+}
+
+TEST_F(Kv6000Bmc, EndsAConfigFilesTransferWhenTheMachineGoesOffOrIsReset) {
+  const Bytes lock = {0x05, 0x40, 0x01, 0, 0, 0, 0, 0};
+  EXPECT_EQ(Send(0x3c, 0x6a, lock), Bytes{kOk});
+  EXPECT_EQ(Send(0x3c, 0x6a, lock), Bytes{kAlreadyLocked});
+  bmc_.MachineReset();
+  EXPECT_EQ(Send(0x3c, 0x6a, lock), Bytes{kOk});
+  bmc_.MachineOff();
+  EXPECT_EQ(Send(0x3c, 0x6a, lock), Bytes{kOk});
 }
 
 TEST_F(Kv6000Bmc, APowerCutInTheMiddleOfAFlashLeavesStandbyNotWholeAndACleanSecondRunWorks) {

@@ -3,7 +3,8 @@
 import unittest
 
 from kv6000 import LabError
-from lab_support import (CHECK_CONNECT, CHECK_REBOOT_FLAG, FLASH, MAKER_TOOL, SET_REBOOT_FLAG, SharedServer)
+from lab_support import (CHECK_CONNECT, CHECK_REBOOT_FLAG, FLASH, MAKER_TOOL, SET_REBOOT_FLAG, SIGNATURE,
+                         SharedServer)
 
 
 class AnUpdateByHand(SharedServer):
@@ -15,6 +16,10 @@ class AnUpdateByHand(SharedServer):
         with self.subTest("the flag cannot be armed without a whole image in standby"):
             self.assertEqual(self.raw(*SET_REBOOT_FLAG)[0], 1)
             self.assertEqual(self.raw(*CHECK_REBOOT_FLAG), (0, "00"))
+        with self.subTest("a config file is stored, and another transfer of it is begun"):
+            for step in (self.lock_file(0x40), self.write_file(0x40, 0, b"old"), self.write_file(0x40, 0, SIGNATURE),
+                         self.unlock_file(0x40), self.lock_file(0x40), self.write_file(0x40, 0, b"new")):
+                self.assertEqual(step, (0, ""))
         with self.subTest("the flash utility names what is missing"):
             (self.server.install / "image.ima").write_bytes(b"no image")
             self.assertEqual(self.flash().exit, 4)  # no SCSI generic driver
@@ -59,6 +64,9 @@ class AnUpdateByHand(SharedServer):
                              ["01", "24"])
             self.assertEqual(self.raw(*CHECK_REBOOT_FLAG), (0, "00"))
             self.assertEqual(self.server.bmc("state")["boots"], 4)
+        with self.subTest("the stored config file outlives them too, the lock does not"):
+            self.assertEqual(self.server.stored_file("40"), b"old")
+            self.assertEqual(self.unlock_file(0x40)[0], 1)
         with self.subTest("the share outlives the power cycles"):
             self.assertEqual(self.server.run("ls /srv/orv").out.split(), ["KV6KBMC", "image.ima"])
         with self.subTest("a halt without the flag leaves the machine off"):

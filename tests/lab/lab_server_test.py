@@ -4,13 +4,14 @@ import re
 import unittest
 
 from kv6000 import LabError
-from lab_support import (CHECK_CONNECT, CONNECT, DISCONNECT, FLASH, MAKER_TOOL, TCPIP_INFO, SharedServer,
-                         processes_of)
+from lab_support import (CHECK_CONNECT, CONNECT, DISCONNECT, FLASH, GET_CAPABILITY, MAKER_TOOL, SIGNATURE, TCPIP_INFO,
+                         SharedServer, processes_of)
 
 
 class AFreshlyBootedServer(SharedServer):
     options = {"tool": "both", "product": "KV6000 R120", "version": "FR2.1", "serial": "A,B-0042",
-               "bios_version": "V5.0, R1", "lan": {"mac": "02:4B:45:53:0A:0b", "address": "10.1.2.3", "dhcp": True}}
+               "bios_version": "V5.0, R1", "lan": {"mac": "02:4B:45:53:0A:0b", "address": "10.1.2.3", "dhcp": True},
+               "capability": 0x02}
 
     def test_ipmitool_reads_firmware_01_23(self):
         self.assertEqual(self.raw(0x06, 0x01), (0, "20 01 01 23 02 9f 91 12 00 02 0f 00 00 00 00"))
@@ -62,6 +63,42 @@ class AFreshlyBootedServer(SharedServer):
             self.assertEqual(len(self.raw(*TCPIP_INFO)[1].split()), length)
             done = self.server.run(f"echo f0 13 | {MAKER_TOOL}")
             self.assertEqual(len(done.out.splitlines()[1].split()), 4 + 1 + length)
+
+    def test_the_capability_ends_with_the_support_flags(self):
+        self.assertEqual(self.raw(*GET_CAPABILITY)[1].split(), ["00"] * 16 + ["02"])
+        self.server.bmc("capability 03")
+        self.assertEqual(self.raw(*GET_CAPABILITY)[1].split()[16], "03")
+        self.server.bmc("capability 02")
+
+    def test_a_file_that_is_written_in_pieces_is_in_the_bmc_byte_for_byte(self):
+        record = bytes(range(40))
+        self.assertEqual(self.lock_file(0x41), (0, ""))
+        self.assertEqual(self.write_file(0x41, 0, record[:32]), (0, ""))
+        self.assertEqual(self.write_file(0x41, 32, record[32:]), (0, ""))
+        self.assertEqual(self.write_file(0x41, 0, SIGNATURE), (0, ""))
+        self.assertIsNone(self.server.stored_file("41"))
+        self.assertEqual(self.unlock_file(0x41), (0, ""))
+        self.assertEqual(self.server.stored_file("41"), record)
+        self.assertEqual(self.raw(0x34, 0x39, 2), (0, ""))
+        self.assertEqual(self.server.bmc("files")["41"]["announced"], 1)
+
+    def test_a_write_without_the_lock_is_refused_with_d5(self):
+        self.assertEqual(self.write_file(0x40, 0, b"x")[0], 1)
+        self.assertEqual(self.server.bmc("state")["commands"][-1], "3c 69 05 40 00 00 00 00 00 00 78 -> d5")
+
+    def test_the_management_library_stands_where_the_host_looks_for_it(self):
+        self.server.put_management_library(info="00ff")
+        self.assertEqual(self.server.run("ls /srv/orv/MngSrv").out.split(),
+                         ["liborv_MngSrv_OrvLib.answer", "liborv_MngSrv_OrvLib.so"])
+        self.server.put_management_library(content=b"not a library\n")
+        self.assertEqual(self.server.run("cat /srv/orv/MngSrv/*").out, "not a library\n")
+        self.server.remove_management_library()
+        self.assertEqual(self.server.run("ls /srv/orv/MngSrv").out, "")
+
+    def test_a_management_library_that_cannot_be_is_refused(self):
+        for answer in ({"without": "Unload"}, {"info": "00\nff"}):
+            with self.assertRaises(LabError):
+                self.server.put_management_library(**answer)
 
     def test_the_console_is_writable(self):
         self.assertEqual(self.server.run("echo a line for the console >/dev/console").exit, 0)
@@ -138,7 +175,7 @@ class AFreshlyBootedServer(SharedServer):
 
     def test_an_unknown_order_is_refused(self):
         for order in ("explode", "fail 34 8c", "fail 34 8c C0 two", "short 34 8d 0", "long 34 8d 201", "silent 35 8d",
-                      "state now", "power-loss 100", "dhcp", "dhcp 100", ""):
+                      "state now", "power-loss 100", "dhcp", "dhcp 100", "capability", "files 40", ""):
             with self.assertRaisesRegex(LabError, "refuses"):
                 self.server.bmc(order)
 

@@ -17,6 +17,8 @@ CHECK_WAIT = (0x34, 0x2d)
 SET_REBOOT_FLAG = (0x34, 0x5e, 0x55, 0xaa, 0x01)
 CHECK_REBOOT_FLAG = (0x34, 0x5f)
 TCPIP_INFO = (0x3c, 0x13)
+GET_CAPABILITY = (0x3c, 0x04)
+SIGNATURE = bytes.fromhex("51544c4d50")
 
 
 def processes_of(folder: Path) -> list:
@@ -49,6 +51,15 @@ class SharedServer(unittest.TestCase):
         """Sends a request with ipmitool: (exit code, answered data bytes as text)."""
         done = self.server.run(["/usr/bin/ipmitool", "raw", *(f"0x{byte:02x}" for byte in request)])
         return done.exit, done.out.strip()
+
+    def lock_file(self, file: int) -> tuple:
+        return self.raw(0x3c, 0x6a, 5, file, 1, 0, 0, 0, 0, 0)
+
+    def write_file(self, file: int, offset: int, piece: bytes) -> tuple:
+        return self.raw(0x3c, 0x69, 5, file, 0, 0, *offset.to_bytes(4, "little"), *piece)
+
+    def unlock_file(self, file: int) -> tuple:
+        return self.raw(0x3c, 0x6b, 5, file, 0, 0, 0, 0, 0, 0)
 
     def prepare_flash(self, version: str):
         """An image on the share, the drive connected, the BMC not waiting, the SCSI generic driver loaded."""

@@ -1,0 +1,57 @@
+// The service processor's config files: Get Capability, lock, write, signature, unlock, and the event that announces a
+// file. What the files mean is not decided here.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <span>
+
+#include "lab/bmc/command_table.h"
+
+namespace kv6000 {
+
+class ConfigFiles {
+ public:
+  static constexpr std::uint8_t kOsFile = 0x40;
+  static constexpr std::uint8_t kDiskFile = 0x41;
+  static constexpr std::size_t kLongestFile = 64 * 1024;
+
+  // A transfer collects its bytes while the file is locked; with its signature they replace the stored ones at the
+  // unlock, without it they are dropped.
+  struct File {
+    bool locked = false;
+    bool hasSignature = false;
+    Bytes incoming;
+    std::optional<Bytes> stored;
+    unsigned announced = 0;  // events since the bytes were stored
+  };
+
+  // `support` are the flags that Get Capability ends with: bit 0 for the OS file, bit 1 for the disk file.
+  explicit ConfigFiles(std::uint8_t support) : support_(support) {}
+
+  static std::span<const Command<ConfigFiles>> Table();
+
+  // By file number.
+  [[nodiscard]] const std::map<std::uint8_t, File>& files() const { return files_; }
+
+  [[nodiscard]] std::uint8_t support() const { return support_; }
+  void SetSupport(std::uint8_t support) { support_ = support; }
+
+  // The machine went off or was reset: transfers end without an unlock, stored bytes stay.
+  void MachineDown();
+
+ private:
+  Bytes GetCapability(std::span<const std::uint8_t> data);
+  Bytes Lock(std::span<const std::uint8_t> data);
+  Bytes Write(std::span<const std::uint8_t> data);
+  Bytes Unlock(std::span<const std::uint8_t> data);
+  Bytes Notify(std::span<const std::uint8_t> data);
+
+  File* Find(std::span<const std::uint8_t> data);
+
+  std::uint8_t support_;
+  std::map<std::uint8_t, File> files_ = {{kOsFile, {}}, {kDiskFile, {}}};
+};
+
+}  // namespace kv6000
