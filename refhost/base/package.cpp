@@ -20,8 +20,8 @@ PackageManifest Parse(const std::string& text) {
   document.at("name").get_to(manifest.name);
   document.at("version").get_to(manifest.version);
   manifest.model = document.value("model", "");
-  for (const json& type : document.at("server_types")) {
-    manifest.serverTypes.push_back(CStringUtil::StringToLowerCase(type.get<std::string>()));
+  for (const auto& type : document.at("server_types").get<std::vector<std::string>>()) {
+    manifest.serverTypes.push_back(CStringUtil::StringToLowerCase(type));
   }
   return manifest;
 }

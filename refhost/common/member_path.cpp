@@ -1,6 +1,8 @@
 #include "refhost/common/member_path.h"
 
+#include <algorithm>
 #include <sstream>
+#include <string_view>
 
 namespace refhost {
 namespace {
@@ -43,6 +45,14 @@ bool IsContainedLink(const MemberPath& link, const std::string& target) {
     }
   }
   return climbs < link.size();
+}
+
+bool IsShellSafe(const std::string& name) {
+  constexpr std::string_view kSpecial = "\"\\`$";
+  return std::none_of(name.begin(), name.end(), [kSpecial](char character) {
+    const auto byte = static_cast<unsigned char>(character);
+    return byte < 0x20 || byte == 0x7f || kSpecial.find(character) != std::string_view::npos;
+  });
 }
 
 }  // namespace refhost

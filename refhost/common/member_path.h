@@ -18,6 +18,10 @@ std::optional<MemberPath> ParseMemberName(const std::string& name);
 // not oftener than the link lies deep. Behind any other component ".." could climb out through a second link.
 bool IsContainedLink(const MemberPath& link, const std::string& target);
 
+// True when the name can stand between double quotes in a shell line: it holds no control character, double quote,
+// backslash, backquote or dollar sign. Unpacked files are named in command lines.
+bool IsShellSafe(const std::string& name);
+
 }  // namespace refhost
 
 #endif  // REFHOST_COMMON_MEMBER_PATH_H

@@ -29,6 +29,9 @@ MemberPath CheckedPath(const ArchiveMember& member) {
 
 void CheckMember(const ArchiveMember& member) {
   const MemberPath path = CheckedPath(member);
+  if (!IsShellSafe(member.name)) {
+    Refuse(member, "the name holds a character that is unsafe in a command line (control character, \", \\, ` or $)");
+  }
   if (member.kind == Kind::kSpecial) Refuse(member, "devices and pipes are not unpacked");
   if (member.kind == Kind::kSymlink && !IsContainedLink(path, member.linkTarget)) {
     Refuse(member, "the link to [" + member.linkTarget + "] leaves the folder");

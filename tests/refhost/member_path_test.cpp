@@ -38,5 +38,15 @@ TEST(MemberPath, ALinkMayNotClimbBehindAnotherComponent) {
   EXPECT_FALSE(IsContainedLink({"link"}, "other/.."));
 }
 
+TEST(MemberPath, ANameThatAShellWouldReadOtherwiseIsUnsafe) {
+  for (const char* name : {"a\nb", "\t", "a\x1b[2J", "\x7f", "\x01", "a\"b", "a\\b", "`id`", "$(id)", "$HOME.ima"}) {
+    EXPECT_FALSE(IsShellSafe(name)) << name;
+  }
+  for (const char* name :
+       {"", "a b", "kv6000_0124.ima", "x64/run.sh", "a'b", "*?[a]", "~!#&;|<>()", "f\xc3\xbcr.ima"}) {
+    EXPECT_TRUE(IsShellSafe(name)) << name;
+  }
+}
+
 }  // namespace
 }  // namespace refhost

@@ -45,6 +45,10 @@ TEST_F(PackageFile, WhatIsMissingOrWrongIsTold) {
       {R"({"name": "n", "version": "01-24", "server_types": []})", "\"server_types\" names no server type"},
       {R"({"name": "n", "version": 124, "server_types": ["kv6000"]})", "type must be string, but is number"},
       {R"({"name": "n", "version": "01-24", "server_types": [1]})", "type must be string, but is number"},
+      {R"({"name": "n", "version": "01-24", "server_types": ["kv6000", null]})", "type must be string, but is null"},
+      {R"({"name": "n", "version": "01-24", "server_types": "kv6000"})", "type must be array, but is string"},
+      {R"({"name": "n", "version": "01-24", "server_types": {"a": "kv6000"}})", "type must be array, but is object"},
+      {R"({"name": "n", "version": "01-24", "server_types": null})", "type must be array, but is null"},
       {R"([])", "cannot use at() with array"},
       {"", "unexpected end of input"},
       {"garbage", "parse error"}};

@@ -149,6 +149,24 @@ TEST_F(Unzip, NamesThatLeaveTheFolderAreRefused) {
   EXPECT_FALSE(folder_.Has("evil"));
 }
 
+TEST_F(Unzip, NamesThatACommandLineCannotCarryAreRefused) {
+  const std::string why =
+      "the name holds a character that is unsafe in a command line (control character, \", \\, ` or $)";
+  for (const Format format : {Format::kZip, Format::kTar}) {
+    for (const std::string name : {"x\".ima", "`id`.ima", "$(id).ima", "d$/x.ima", "a/b\\c.ima"}) {
+      EXPECT_FALSE(Unpack(ArchiveBuilder().File("good", "1").File(name, "x").Build(format))) << name;
+      EXPECT_EQ(reason_, "member [" + name + "]: " + why);
+    }
+    folder_.Write("package", ArchiveBuilder().File("good", "1").File("x\nid.ima", "x").Build(format));
+    EXPECT_FALSE(CUnzip_Utility::UpdateModuleUnzip(folder_ / "package", nullptr, folder_ / "work", nullptr, "bmc"));
+    EXPECT_EQ(TakeLines(), Lines{"2 Cannot unpack [" + (folder_ / "package") + "]: member [x\\nid.ima]: " + why});
+  }
+  EXPECT_FALSE(Unpack(ArchiveBuilder().Folder("a`b").Build(Format::kTar)));
+  EXPECT_FALSE(Unpack(ArchiveBuilder().File("good", "1").Symlink("a$b", "good").Build(Format::kTar)));
+  EXPECT_FALSE(Unpack(ArchiveBuilder().File("good", "1").HardLink("a\"b", "good").Build(Format::kTar)));
+  EXPECT_EQ(Unpacked(), Lines{});
+}
+
 TEST_F(Unzip, LinksWithinTheFolderAreUnpacked) {
   ASSERT_TRUE(Unpack(ArchiveBuilder()
                          .File("d/file", "x")
