@@ -98,13 +98,16 @@ std::string Sentence(const Message& message, const std::vector<std::string>& ins
 
 std::string DetailMeaning(std::string_view detail) {
   std::string meaning;
-  for (size_t i = 0; i < detail.size(); i += 2) {
+  for (size_t i = 0; i < detail.size();) {
     const std::string_view code = detail.substr(i, 2);
     const auto* found =
         std::find_if(kDetails.begin(), kDetails.end(), [code](const Detail& d) { return d.code == code; });
     if (found == kDetails.end()) return "";
+    int times = 0;
+    for (; detail.substr(i, 2) == code; i += 2) ++times;
     if (!meaning.empty()) meaning += "; ";
     meaning += found->meaning;
+    if (times > 1) meaning += " (" + std::to_string(times) + " times)";
   }
   return meaning;
 }

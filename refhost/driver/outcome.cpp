@@ -63,7 +63,8 @@ std::string ToErrorText(const Outcome& outcome) {
   for (const std::string& line : failure.evidence.trace) AppendItem(&text, "trace", line, kWidth);
   AppendItem(&text, "command", failure.evidence.command, kWidth);
   AppendItem(&text, "completion code", failure.evidence.completionCode, kWidth);
-  AppendItem(&text, "flash", outcome.flashTouched ? "writing it had begun" : "not touched", kWidth);
+  const bool workBegan = outcome.exitCode != ExitCode::kUsage;
+  if (workBegan) AppendItem(&text, "flash", outcome.flashTouched ? "writing it had begun" : "not touched", kWidth);
   AppendItem(&text, "next step", failure.nextStep, kWidth);
   return text;
 }

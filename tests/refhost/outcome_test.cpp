@@ -35,6 +35,13 @@ TEST(OutcomeText, WithoutASubcommandTheProgramSpeaksForItself) {
   EXPECT_EQ(ToErrorText(outcome).find("orvhost: It failed.\n"), 0U);
 }
 
+TEST(OutcomeText, BadUsageSaysNothingOfTheFlash) {
+  Outcome outcome;
+  outcome.exitCode = ExitCode::kUsage;
+  outcome.failure = Failure{"A subcommand is required", {}, "Do this."};
+  EXPECT_EQ(ToErrorText(outcome), "orvhost: A subcommand is required\n  next step:       Do this.\n");
+}
+
 TEST(OutcomeText, ASuccessTellsItsFacts) {
   Outcome outcome;
   outcome.summary = "Done.";

@@ -65,6 +65,15 @@ TEST_F(Trace, ARecordTakesAsManyTextsAsItsMessageNeeds) {
                    "reports error 01."}));
 }
 
+TEST_F(Trace, ADetailThatRepeatsIsCounted) {
+  EXPECT_EQ(
+      DetailMeaning("161E1616"),
+      "the flash tool reported an error; the flash tool could not work with the device; the flash tool reported an "
+      "error (2 times)");
+  EXPECT_EQ(DetailMeaning("16161"), "");
+  EXPECT_EQ(DetailMeaning(""), "");
+}
+
 TEST_F(Trace, AnUnknownDetailStandsAsItIs) {
   CTraceUtility::WriteTrace("bmc", "MSGID_BMC_0013_F", "16ZZ");
   CTraceUtility::WriteTrace("bmc", "MSGID_BMC_0013_F", static_cast<const char*>(nullptr));
