@@ -24,7 +24,8 @@ REFHOST_EXPORT const Message* FindMessage(std::string_view id);
 REFHOST_EXPORT std::string Sentence(const Message& message, const std::vector<std::string>& inserts);
 
 // The meaning of a detail code, which is one or more two-character codes run together, newest first: the meanings
-// joined by "; ", one that repeats with its number of times. "" when the text is not such a code or holds an unknown one.
+// joined by "; ", one that repeats with its number of times. "" when the text is not such a code or holds an unknown
+// one.
 REFHOST_EXPORT std::string DetailMeaning(std::string_view detail);
 
 }  // namespace refhost
