@@ -39,8 +39,10 @@ struct ModuleState {
 REFHOST_EXPORT std::string ModuleStateFolder();
 
 // Reads the state file in `folder`; an empty state when there is none. False, with the reason in `*error` and an empty
-// state, when there is one that cannot be used; one that can be read but not understood is then kept beside under
-// another name, which the reason tells.
+// state, when there is one that cannot be used. Changes nothing.
+REFHOST_EXPORT bool ReadModuleState(const std::string& folder, ModuleState* state, std::string* error);
+
+// The same, but a file that can be read and not understood is kept beside under another name, which the reason tells.
 REFHOST_EXPORT bool LoadModuleState(const std::string& folder, ModuleState* state, std::string* error);
 
 // Replaces the state file in `folder`, which is made when it is missing. False with the reason in `*error`.

@@ -66,6 +66,27 @@ ModuleState StateFrom(const json& value) {
   return state;
 }
 
+enum class FileState { kUsable, kUnreadable, kDamaged };
+
+FileState Read(const std::string& path, ModuleState* state, std::string* error) {
+  *state = {};
+  if (!CCommon_Information::MyPathFileExists(path)) return FileState::kUsable;
+  std::ifstream file(path, std::ios::binary);
+  if (!file.is_open() || !CFileUtility::IsFileExist(path)) {
+    *error = "The state file " + path + " cannot be read";
+    return FileState::kUnreadable;
+  }
+  std::stringstream text;
+  text << file.rdbuf();
+  try {
+    *state = StateFrom(json::parse(text.str()));
+    return FileState::kUsable;
+  } catch (const std::exception& failure) {
+    *error = "The state file " + path + " is damaged (" + failure.what() + ")";
+    return FileState::kDamaged;
+  }
+}
+
 // Renames the file to a name that is not taken and tells it; "" when that fails.
 std::string KeepAside(const std::string& path) {
   for (int number = 1;; ++number) {
@@ -81,26 +102,18 @@ std::string ModuleStateFolder() {
   return CFileUtility::GetInstallPath(0) + "/repository";
 }
 
+bool ReadModuleState(const std::string& folder, ModuleState* state, std::string* error) {
+  return Read(FileIn(folder), state, error) == FileState::kUsable;
+}
+
 bool LoadModuleState(const std::string& folder, ModuleState* state, std::string* error) {
-  *state = {};
   const std::string path = FileIn(folder);
-  if (!CCommon_Information::MyPathFileExists(path)) return true;
-  std::ifstream file(path, std::ios::binary);
-  if (!file.is_open() || !CFileUtility::IsFileExist(path)) {
-    *error = "The state file " + path + " cannot be read";
-    return false;
-  }
-  std::stringstream text;
-  text << file.rdbuf();
-  try {
-    *state = StateFrom(json::parse(text.str()));
-    return true;
-  } catch (const std::exception& failure) {
+  const FileState found = Read(path, state, error);
+  if (found == FileState::kDamaged) {
     const std::string aside = KeepAside(path);
-    *error = "The state file " + path + " is damaged (" + failure.what() + ")" +
-             (aside.empty() ? "; it could not be renamed" : "; it is kept as " + aside);
-    return false;
+    *error += aside.empty() ? "; it could not be renamed" : "; it is kept as " + aside;
   }
+  return found == FileState::kUsable;
 }
 
 bool SaveModuleState(const std::string& folder, const ModuleState& state, std::string* error) {

@@ -1,5 +1,6 @@
 // orvhost apply: puts the firmware that "update" wrote into operation, which takes the machine down.
 #include "refhost/driver/commands.h"
+#include "refhost/driver/dry_run.h"
 #include "refhost/driver/shutdown.h"
 #include "refhost/module_state.h"
 
@@ -24,19 +25,26 @@ bool IsWaiting(const Run& run, const Session& session, Outcome* outcome) {
 Outcome Apply(const Run& run) {
   Outcome outcome;
   outcome.phase = "plug-in";
-  const std::unique_ptr<Session> session = OpenSession(run, &outcome);
+  const std::unique_ptr<Session> session = OpenSession(run, DamagedRecordsOf(run.options), &outcome);
   if (!session || !IsWaiting(run, *session, &outcome)) return outcome;
+  outcome.before = session->Firmware().GetPrevVendorVersion();
+  const std::string written = session->Firmware().GetOperatingModuleInfo().moduleVersion;
   outcome.phase = "confirm";
+  if (run.options.dryRun) {
+    EndDryRun("\"orvhost apply\" would halt the machine at once, and the BMC would start version " + written +
+                  " in the place of " + outcome.before + ".",
+              &outcome);
+    return outcome;
+  }
   if (!MayHalt(run, &outcome)) return outcome;
   outcome.phase = "apply";
-  outcome.before = session->Firmware().GetPrevVendorVersion();
   PutIntoOperation(run, *session, &outcome);
-  if (!outcome.failure) outcome.after = session->Firmware().GetOperatingModuleInfo().moduleVersion;
+  if (!outcome.failure) outcome.after = written;
   return outcome;
 }
 
 }  // namespace
 
-const Command kApplyCommand = {"apply", "Put written firmware into operation; halts the machine", nullptr, Apply};
+const Command kApplyCommand = {"apply", "Put written firmware into operation; halts the machine", AddDryRunFlag, Apply};
 
 }  // namespace refhost

@@ -20,14 +20,15 @@ struct Command {
 };
 
 extern const Command kIdentifyCommand;
+extern const Command kCheckCommand;
 extern const Command kUpdateCommand;
 extern const Command kApplyCommand;
 extern const Command kVerifyCommand;
 extern const Command kMethodsCommand;
 
 // In the order of the road of an update.
-inline std::array<const Command*, 5> AllCommands() {
-  return {&kIdentifyCommand, &kUpdateCommand, &kApplyCommand, &kVerifyCommand, &kMethodsCommand};
+inline std::array<const Command*, 6> AllCommands() {
+  return {&kIdentifyCommand, &kCheckCommand, &kUpdateCommand, &kApplyCommand, &kVerifyCommand, &kMethodsCommand};
 }
 
 }  // namespace refhost

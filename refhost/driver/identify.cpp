@@ -26,7 +26,7 @@ std::string InWords(int updateStatus) {
 Outcome Identify(const Run& run) {
   Outcome outcome;
   outcome.phase = "plug-in";
-  const std::unique_ptr<Session> session = OpenSession(run, &outcome);
+  const std::unique_ptr<Session> session = OpenSession(run, DamagedRecords::kKeepAside, &outcome);
   if (!session) return outcome;
   outcome.phase = "prerequisites";
   if (!HasPrerequisites(run, *session, &outcome)) return outcome;

@@ -2,6 +2,7 @@
 #include <CLI/CLI.hpp>
 
 #include "refhost/driver/commands.h"
+#include "refhost/driver/dry_run.h"
 #include "refhost/driver/shutdown.h"
 
 namespace refhost {
@@ -24,21 +25,32 @@ void RunMethod(const Run& run, const Session& session, Outcome* outcome) {
   outcome->summary = "The method " + name + " is done.";
 }
 
+std::string WhatWouldBe(const std::string& name) {
+  return "The plug-in would be told to run its method " + name + ". " +
+         (name == kRebootMethod ? "That halts the machine at once."
+                                : "Whether it knows that method shows only when it is told to.");
+}
+
 Outcome Methods(const Run& run) {
   Outcome outcome;
   outcome.facts = {{"Method", run.options.methodName}};
   outcome.phase = "confirm";
-  if (run.options.methodName == kRebootMethod && !MayHalt(run, &outcome)) return outcome;
+  if (run.options.methodName == kRebootMethod && !run.options.dryRun && !MayHalt(run, &outcome)) return outcome;
   outcome.phase = "plug-in";
-  const std::unique_ptr<Session> session = OpenSession(run, &outcome);
+  const std::unique_ptr<Session> session = OpenSession(run, DamagedRecordsOf(run.options), &outcome);
   if (!session) return outcome;
   outcome.phase = "method";
+  if (run.options.dryRun) {
+    EndDryRun(WhatWouldBe(run.options.methodName), &outcome);
+    return outcome;
+  }
   RunMethod(run, *session, &outcome);
   return outcome;
 }
 
 void AddArguments(CLI::App* subcommand, Options* options) {
   subcommand->add_option("name", options->methodName, "Name of the method, e.g. SendInfoToSVP")->required();
+  AddDryRunFlag(subcommand, options);
 }
 
 }  // namespace

@@ -17,8 +17,11 @@ struct Options {
   bool yes = false;
   bool json = false;
 
-  // Of one subcommand each.
+  // Of some subcommands.
+  bool dryRun = false;  // tell what would be done and change nothing
   std::string packagePath;
+
+  // Of one subcommand each.
   std::string methodName;
 };
 

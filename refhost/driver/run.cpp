@@ -16,12 +16,16 @@ ExitCode FailedExitCode(const Run& run) {
   return run.watch.FlashBegan() ? ExitCode::kFailedFlashBegun : ExitCode::kFailedUntouched;
 }
 
-std::unique_ptr<Session> OpenSession(const Run& run, Outcome* outcome) {
+std::unique_ptr<Session> OpenSession(const Run& run, DamagedRecords damaged, Outcome* outcome) {
   ModuleState state;
   std::string error;
-  if (!LoadModuleState(ModuleStateFolder(), &state, &error)) {
+  const bool leave = damaged == DamagedRecords::kLeave;
+  if (!(leave ? ReadModuleState : LoadModuleState)(ModuleStateFolder(), &state, &error)) {
     Fail(run, outcome, ExitCode::kFailedUntouched, "records-damaged", error + ".",
-         "Look at the kept file if its records matter; run the same command again to go on with empty records.");
+         leave ? "Run \"orvhost identify\": it keeps a damaged file under another name, and the next run goes on with "
+                 "empty records."
+               : "Look at the kept file if its records matter; run the same command again to go on with empty "
+                 "records.");
     return nullptr;
   }
   std::unique_ptr<Session> session = Session::Open(run.options.pluginPath, &error);

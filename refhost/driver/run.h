@@ -27,8 +27,11 @@ void Fail(const Run& run, Outcome* outcome, ExitCode exitCode, const std::string
 // kFailedFlashBegun or kFailedUntouched, as the trace tells.
 ExitCode FailedExitCode(const Run& run);
 
+// What becomes of kept records that cannot be understood, which is a failure either way.
+enum class DamagedRecords { kKeepAside, kLeave };
+
 // Checks the kept records and opens the plug-in; null with the failure in `*outcome`.
-std::unique_ptr<Session> OpenSession(const Run& run, Outcome* outcome);
+std::unique_ptr<Session> OpenSession(const Run& run, DamagedRecords damaged, Outcome* outcome);
 
 // False, with the failure in `*outcome`, when something that the plug-in needs is missing on this machine.
 bool HasPrerequisites(const Run& run, const Session& session, Outcome* outcome);

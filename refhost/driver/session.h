@@ -11,6 +11,9 @@
 
 namespace refhost {
 
+// The one kind of module that the plug-in's device has.
+inline constexpr const char* kModuleKind = "firmware";
+
 class Session {
  public:
   // Loads the plug-in at `pluginPath`, takes its vendor object and links it. Null, with the reason in `*error`, when

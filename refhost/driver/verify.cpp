@@ -4,7 +4,6 @@
 namespace refhost {
 namespace {
 
-constexpr const char* kModuleKind = "firmware";
 constexpr const char* kMismatchMessage = "MSGID_BMC_0015_F";  // carries the running version
 
 void Explain(const Run& run, const std::string& recorded, Outcome* outcome) {
@@ -24,7 +23,7 @@ void Explain(const Run& run, const std::string& recorded, Outcome* outcome) {
 Outcome Verify(const Run& run) {
   Outcome outcome;
   outcome.phase = "plug-in";
-  const std::unique_ptr<Session> session = OpenSession(run, &outcome);
+  const std::unique_ptr<Session> session = OpenSession(run, DamagedRecords::kKeepAside, &outcome);
   if (!session) return outcome;
   outcome.phase = "verify";
   const std::string recorded = session->Firmware().GetOperatingModuleInfo().moduleVersion;

@@ -4,73 +4,10 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <algorithm>
-#include <nlohmann/json.hpp>
-
-#include "host/DllCommon.h"
-#include "refhost/module_state.h"
-#include "tests/refhost/support/archive_builder.h"
-#include "tests/refhost/support/host_test.h"
+#include "tests/refhost/support/driver_fixture.h"
 
 namespace refhost {
 namespace {
-
-using nlohmann::json;
-
-class Driver : public HostTest {
- protected:
-  Driver() {
-    unsetenv("TEST_PLUGIN");
-    unsetenv("TEST_PLUGIN_VERSION");
-    good_ = folder_.Write("good.zip", Package("01-24"));
-  }
-  ~Driver() override {
-    unsetenv("TEST_PLUGIN");
-    unsetenv("TEST_PLUGIN_VERSION");
-  }
-
-  std::string CommandLine(const std::string& arguments) const {
-    return "\"" ORVHOST_PROGRAM "\" --install-path \"" + folder_.Path() + "\" --plugin \"" + plugin_ +
-           "\" --server-type kv6000 " + arguments;
-  }
-
-  // Runs the driver and returns its exit code; its outputs are then in out_ and err_.
-  int Run(const std::string& arguments) {
-    unsigned long exitCode = 99;
-    const std::string command = CommandLine(arguments) + " 2> \"" + (folder_ / "err") + "\"";
-    EXPECT_EQ(CCommon_Information::ExecForeignModule(command, folder_ / "out", "", &exitCode, ~0UL), 0);
-    out_ = folder_.Read("out");
-    err_ = folder_.Read("err");
-    return static_cast<int>(exitCode);
-  }
-
-  // The same with --json; exactly one object on the standard output and nothing beside it.
-  json RunJson(const std::string& arguments) {
-    const int exitCode = Run(arguments + " --json");
-    EXPECT_EQ(std::count(out_.begin(), out_.end(), '\n'), 1) << out_;
-    EXPECT_EQ(err_, "");
-    json object = json::parse(out_);
-    EXPECT_EQ(object["schema"], 1);
-    EXPECT_EQ(object["exit_code"], exitCode);
-    EXPECT_EQ(object["error"].is_null(), exitCode == 0);
-    return object;
-  }
-
-  static void Ask(const std::string& words) { setenv("TEST_PLUGIN", words.c_str(), 1); }
-  std::string Update(const std::string& package) const { return "update \"" + package + "\""; }
-
-  ModuleState State() const {
-    ModuleState state;
-    std::string error;
-    EXPECT_TRUE(LoadModuleState(ModuleStateFolder(), &state, &error)) << error;
-    return state;
-  }
-
-  std::string plugin_ = TEST_PLUGIN_PATH;
-  std::string good_;
-  std::string out_;
-  std::string err_;
-};
 
 TEST_F(Driver, IdentifyTellsTheDevice) {
   EXPECT_EQ(Run("identify"), 0);

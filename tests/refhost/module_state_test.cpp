@@ -97,5 +97,15 @@ TEST_F(StateFile, AFolderThatCannotBeMadeIsTold) {
   EXPECT_EQ(folder_.Read("repository"), "a file");
 }
 
+TEST_F(StateFile, ReadingADamagedFileLeavesItWhereItIs) {
+  folder_.Write("repository/state.json", "garbage");
+  ModuleState state;
+  std::string error;
+  EXPECT_FALSE(ReadModuleState(ModuleStateFolder(), &state, &error));
+  EXPECT_EQ(error.find("The state file " + (folder_ / "repository/state.json") + " is damaged ("), 0U) << error;
+  EXPECT_EQ(error.find("kept"), std::string::npos) << error;
+  EXPECT_EQ(folder_.Read("repository/state.json"), "garbage");
+}
+
 }  // namespace
 }  // namespace refhost

@@ -39,7 +39,13 @@ class TestFirmware : public CFirmware {
     return version != nullptr ? version : "01-23";
   }
 
-  int CheckVendorVersion(std::string /*first*/, std::string /*second*/) override { return 0; }
+  int CheckVendorVersion(std::string first, std::string second) override {
+    Trace(CTraceUtility::TRACE_DBG_FLOW, "CheckVendorVersion [" + first + "] [" + second + "]");
+    if (Asked("no-difference")) return 0;
+    if (first.size() == 5 && second.size() == 5) return first < second ? 1 : -1;
+    CTraceUtility::WriteTrace("bmc", "MSGID_BMC_0008_F", first.size() == 5 ? "0A" : "09");
+    return 0;
+  }
 
   int PreUpdate(std::string /*moduleId*/, std::string /*package*/, std::list<std::string>* /*files*/,
                 bool /*old*/) override {
@@ -112,6 +118,7 @@ class TestVendor : public CVendor {
   }
 
   long ExecVendorMethod(std::string name, ...) override {
+    Trace(CTraceUtility::TRACE_DBG_FLOW, "ExecVendorMethod [START]");
     if (name == "Reboot") return firmwareHandler->UpdateApply() != 0 ? 0 : -1;
     if (name == "SendInfoToSVP") return 0;
     Trace(CTraceUtility::TRACE_DBG_ERROR, "Invalid function name");

@@ -1,0 +1,29 @@
+// A road of steps, each of which answers whether the road goes on. One that ends it leaves the outcome complete.
+#ifndef REFHOST_DRIVER_STEPS_H
+#define REFHOST_DRIVER_STEPS_H
+
+#include <array>
+
+#include "refhost/driver/outcome.h"
+
+namespace refhost {
+
+template <typename Road>
+struct Step {
+  const char* phase;  // told as the phase that the run ended in
+  bool (Road::*take)();
+};
+
+// Takes the steps in order until one answers false; true when none did.
+template <typename Road, size_t size>
+bool TakeSteps(Road* road, const std::array<Step<Road>, size>& steps, Outcome* outcome) {
+  for (const auto& step : steps) {
+    outcome->phase = step.phase;
+    if (!(road->*step.take)()) return false;
+  }
+  return true;
+}
+
+}  // namespace refhost
+
+#endif  // REFHOST_DRIVER_STEPS_H
