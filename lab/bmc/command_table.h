@@ -19,9 +19,13 @@ enum Completion : std::uint8_t {
   kUnknownParameter = 0x80,  // of Get LAN Configuration Parameters
   kBusy = 0xc0,
   kInvalidCommand = 0xc1,
+  kNoSpace = 0xc4,
+  kReservationLost = 0xc5,
   kWrongLength = 0xc7,
   kOutOfRange = 0xc9,
+  kNoSuchRecord = 0xcb,
   kInvalidData = 0xcc,
+  kCannotAnswer = 0xce,
   kWrongState = 0xd5,
 };
 

@@ -53,6 +53,13 @@ Json DescribeLan(const LanConfig& lan) {
           {"dhcp", lan.dhcp}};
 }
 
+Json DescribeSdr(const SdrRepository& sdr) {
+  return {{"version", SdrVersion(sdr.records())},
+          {"records", sdr.records().size()},
+          {"standby", sdr.standby() ? Json(SdrVersion(*sdr.standby())) : Json()},
+          {"updating", sdr.updating()}};
+}
+
 Json DescribeOsRecord(const OsRecord& record) {
   Json described = Json::object();
   for (const auto& [name, value] : record.items) {
@@ -73,6 +80,7 @@ Json DescribeState(const Bmc& bmc) {
   described["standby"] = state.standby ? Json(Text(*state.standby)) : Json();
   described["whole"] = state.standby.has_value();
   described["flag"] = state.rebootFlag;
+  described["flagMindsReset"] = state.rebootFlag && state.flagMindsReset;
   described["media"] = Name(state.media);
   described["waiting"] = state.waiting;
   described["writeMode"] = state.writeMode;
@@ -80,6 +88,7 @@ Json DescribeState(const Bmc& bmc) {
   described["flashPercent"] = state.flashPercent;
   described["lan"] = DescribeLan(bmc.network().config());
   described["capability"] = bmc.files().support();
+  described["sdr"] = DescribeSdr(bmc.sdr());
   return described;
 }
 

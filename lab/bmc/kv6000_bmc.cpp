@@ -12,6 +12,10 @@ namespace {
 // Commands that change the machine carry these two bytes in front.
 constexpr std::array<std::uint8_t, 2> kSignature = {0x55, 0xaa};
 
+// What the reboot flag is armed for.
+constexpr std::uint8_t kAtPowerOff = 0x01;
+constexpr std::uint8_t kAlsoAtReset = 0x02;
+
 bool IsSigned(std::span<const std::uint8_t> data) {
   return std::equal(kSignature.begin(), kSignature.end(), data.begin());
 }
@@ -53,7 +57,11 @@ std::span<const Command<Bmc>> Bmc::Table() {
 }
 
 Bmc::Bmc(const Config& config, Outside& outside)
-    : writeModePhrase_(config.writeModePhrase), outside_(outside), network_(config.lan), files_(config.fileSupport) {
+    : writeModePhrase_(config.writeModePhrase),
+      outside_(outside),
+      network_(config.lan),
+      files_(config.fileSupport),
+      sdr_(config.sdr, config.unreadableSdr) {
   state_.running = config.running;
 }
 
@@ -71,6 +79,7 @@ std::vector<std::pair<std::uint8_t, std::uint8_t>> Bmc::Commands() {
   add(Table());
   add(Network::Table());
   add(ConfigFiles::Table());
+  add(SdrRepository::Table());
   return commands;
 }
 
@@ -78,6 +87,10 @@ Bytes Bmc::Handle(std::uint8_t netfn, std::uint8_t cmd, std::span<const std::uin
   auto answer = RunCommand(*this, netfn, cmd, data);
   answer = answer ? answer : RunCommand(network_, netfn, cmd, data);
   answer = answer ? answer : RunCommand(files_, netfn, cmd, data);
+  answer = answer ? answer : RunCommand(sdr_, netfn, cmd, data);
+  if (sdr_.updating()) {
+    state_.rebootFlag = false;  // as at the start of a flash: what stands by is being replaced
+  }
   return answer.value_or(Bytes{kInvalidCommand});
 }
 
@@ -131,18 +144,20 @@ Bytes Bmc::CheckWait(std::span<const std::uint8_t> /*data*/) {
 }
 
 Bytes Bmc::ArmRebootFlag(std::span<const std::uint8_t> data) {
-  if (!IsSigned(data) || data[2] != 1) {
+  if (!IsSigned(data) || (data[2] != kAtPowerOff && data[2] != kAlsoAtReset)) {
     return {kInvalidData};
   }
-  if (!state_.standby) {
+  if (!state_.standby && !sdr_.standby()) {
     return {kWrongState};
   }
   state_.rebootFlag = true;
+  state_.flagMindsReset = data[2] == kAlsoAtReset;
   return {kOk};
 }
 
 Bytes Bmc::CheckRebootFlag(std::span<const std::uint8_t> /*data*/) {
-  return {kOk, static_cast<std::uint8_t>(state_.rebootFlag)};
+  const std::uint8_t armed = state_.flagMindsReset ? kAlsoAtReset : kAtPowerOff;
+  return {kOk, state_.rebootFlag ? armed : std::uint8_t{0}};
 }
 
 Bytes Bmc::StartFlash(std::span<const std::uint8_t> data) {
@@ -220,20 +235,32 @@ void Bmc::LoseMedia() {
 
 void Bmc::MachineReset() {
   files_.MachineDown();
+  sdr_.EndUpdate();
+  if (state_.rebootFlag && state_.flagMindsReset) {
+    LoseMedia();
+    TakeStandby();
+  }
 }
 
 void Bmc::MachineOff() {
   LoseMedia();
   files_.MachineDown();
+  sdr_.EndUpdate();
   state_.writeMode = false;
   if (!state_.rebootFlag) {
     return;
   }
-  state_.running = *state_.standby;
-  state_.standby.reset();
-  state_.rebootFlag = false;
-  outside_.SetRunningVersion(state_.running);
+  TakeStandby();
   outside_.PowerOn();
+}
+
+void Bmc::TakeStandby() {
+  state_.rebootFlag = false;
+  if (state_.standby) {
+    state_.running = *std::exchange(state_.standby, std::nullopt);
+    outside_.SetRunningVersion(state_.running);
+  }
+  sdr_.TakeStandby();
 }
 
 void Bmc::PowerLost() {

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <set>
 #include <span>
 #include <string>
 #include <utility>
@@ -13,6 +14,7 @@
 #include "lab/bmc/config_files.h"
 #include "lab/bmc/firmware_image.h"
 #include "lab/bmc/network.h"
+#include "lab/bmc/sdr_repository.h"
 
 namespace kv6000 {
 
@@ -65,6 +67,7 @@ class Bmc {
     bool writeMode = false;
     bool waiting = true;
     bool rebootFlag = false;
+    bool flagMindsReset = false;  // the flag is armed for a reset as well
   };
 
   // What a server's BMC is made with.
@@ -73,6 +76,8 @@ class Bmc {
     std::string writeModePhrase;  // what Change Write mode must carry
     LanConfig lan;
     std::uint8_t fileSupport = 0x03;  // which config files Get Capability tells
+    SdrRepository::Records sdr = {};
+    std::set<unsigned> unreadableSdr = {};
   };
 
   // `outside` must outlive the object.
@@ -93,11 +98,11 @@ class Bmc {
   // One step of the flash operation; call it at a steady pace while the state says kRunning.
   void FlashStep();
 
-  // The machine went off in whatever way. With the reboot flag armed the standby firmware becomes the running one
-  // and the machine is powered on again.
+  // The machine went off in whatever way. With the reboot flag armed what stands by is taken, firmware and SDR, and the
+  // machine is powered on again.
   void MachineOff();
 
-  // The machine was reset without going off.
+  // The machine was reset without going off. With the reboot flag armed for that, what stands by is taken.
   void MachineReset();
 
   // The mains is gone: everything that is not in a slot is forgotten. MachineOff() follows when the machine is down.
@@ -110,6 +115,7 @@ class Bmc {
   [[nodiscard]] const Network& network() const { return network_; }
   ConfigFiles& files() { return files_; }
   [[nodiscard]] const ConfigFiles& files() const { return files_; }
+  [[nodiscard]] const SdrRepository& sdr() const { return sdr_; }
 
   // The commands of the update; each part has a table of its own.
   static std::span<const Command<Bmc>> Table();
@@ -125,6 +131,7 @@ class Bmc {
   Bytes StartFlash(std::span<const std::uint8_t> data);
   Bytes CheckFlash(std::span<const std::uint8_t> data);
 
+  void TakeStandby();
   void LoseMedia();
   void EndFlash(Flash result);
 
@@ -133,6 +140,7 @@ class Bmc {
   Outside& outside_;
   Network network_;
   ConfigFiles files_;
+  SdrRepository sdr_;
   Bytes incoming_;  // what the flash operation has read so far
   std::uint32_t incomingTotal_ = 0;
 };

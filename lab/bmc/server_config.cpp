@@ -42,9 +42,22 @@ Version ReadVersion(const Json& text) {
   return *version;
 }
 
+SdrRepository::Records ReadRecords(const Json& texts) {
+  SdrRepository::Records records;
+  for (const Json& text : texts) {
+    const auto record = ParseHex(text.get<std::string>());
+    if (!record || record->size() < 2 || record->size() > SdrRepository::kLongestRecord) {
+      throw std::runtime_error("expected a sensor data record, not " + text.dump());
+    }
+    records.push_back(*record);
+  }
+  return records;
+}
+
 ServerConfig Read(const Json& json) {
   return {{ReadVersion(json.at("running")), json.at("writeModePhrase").get<std::string>(), ReadLan(json.at("lan")),
-           json.at("capability").get<std::uint8_t>()},
+           json.at("capability").get<std::uint8_t>(), ReadRecords(json.at("sdr")),
+           json.at("sdrUnreadable").get<std::set<unsigned>>()},
           json.at("orders").get<std::string>(),
           {json.at("machine").get<std::vector<std::string>>(), json.at("machineLog").get<std::string>(),
            json.at("media").get<std::string>()}};

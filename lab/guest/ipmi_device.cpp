@@ -8,6 +8,9 @@
 
 #include <array>
 #include <cerrno>
+#include <cstdio>
+#include <stdexcept>
+#include <string>
 #include <system_error>
 
 namespace kv6000 {
@@ -65,6 +68,17 @@ std::vector<std::uint8_t> IpmiDevice::Exchange(std::uint8_t netfn, std::uint8_t 
       return {buffer.begin(), buffer.begin() + answer.msg.data_len};
     }
   }
+}
+
+std::vector<std::uint8_t> IpmiDevice::Demand(const std::string& name, std::uint8_t netfn, std::uint8_t cmd,
+                                             std::span<const std::uint8_t> data) {
+  const auto answer = Exchange(netfn, 0, cmd, data);
+  if (answer.empty() || answer[0] != 0) {
+    std::array<char, 40> code{};
+    std::snprintf(code.data(), code.size(), "completion code %02x", answer.empty() ? 0xffU : answer[0]);
+    throw std::runtime_error("the BMC refuses \"" + name + "\", " + code.data());
+  }
+  return {answer.begin() + 1, answer.end()};
 }
 
 }  // namespace kv6000

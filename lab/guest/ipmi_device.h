@@ -20,6 +20,11 @@ class IpmiDevice {
   std::vector<std::uint8_t> Exchange(std::uint8_t netfn, std::uint8_t lun, std::uint8_t cmd,
                                      std::span<const std::uint8_t> data);
 
+  // The data of the answer to a request that must succeed. Throws std::runtime_error, with `name` and the completion
+  // code, when the BMC refuses it.
+  std::vector<std::uint8_t> Demand(const std::string& name, std::uint8_t netfn, std::uint8_t cmd,
+                                   std::span<const std::uint8_t> data);
+
  private:
   FileDescriptor fd_;
   long lastId_ = 0;

@@ -6,16 +6,12 @@
 #include <cstdlib>
 #include <exception>
 #include <fstream>
-#include <iterator>
 #include <string>
 #include <vector>
 
-#include "lab/guest/ipmi_device.h"
-#include "lab/guest/virtual_media.h"
+#include "lab/guest/flash.h"
 
 namespace {
-
-using Bytes = std::vector<std::uint8_t>;
 
 enum Exit : int {
   kExitUsage = 2,
@@ -28,12 +24,6 @@ enum Exit : int {
 };
 
 constexpr const char* kOrders = "/share/lab/flash-exits";
-constexpr std::uint8_t kNetFn = 0x34;
-constexpr std::uint8_t kStart = 0x90;
-constexpr std::uint8_t kProgress = 0x91;
-constexpr std::uint8_t kRunning = 0x01;
-constexpr std::uint8_t kDone = 0x02;
-constexpr useconds_t kPollMicroseconds = 100 * 1000;
 
 // The first ordered end, taken off the list; "ok" when none is ordered.
 std::string TakeOrder() {
@@ -72,58 +62,9 @@ int Fail(Exit code, const std::string& text) {
   return code;
 }
 
-void ShowProgress(const char* step, std::size_t done, std::size_t total) {
-  std::printf("%s %3zu%%\n", step, done * 100 / total);
-  std::fflush(stdout);
-}
-
-std::string WhyFailed(std::uint8_t state) {
-  switch (state) {
-    case 0x80:
-      return "the image is not a firmware image of this server";
-    case 0x81:
-      return "the image is not as long as its header says";
-    case 0x82:
-      return "the image's checksum is wrong";
-    case 0x83:
-      return "the BMC lost the virtual media";
-    default:
-      return "the BMC answers state " + std::to_string(state);
-  }
-}
-
-int FlashFromMedia(std::size_t length) {
-  kv6000::IpmiDevice bmc;
-  const Bytes lengthBytes = {static_cast<std::uint8_t>(length), static_cast<std::uint8_t>(length >> 8U),
-                             static_cast<std::uint8_t>(length >> 16U), static_cast<std::uint8_t>(length >> 24U)};
-  const Bytes started = bmc.Exchange(kNetFn, 0, kStart, lengthBytes);
-  if (started.empty() || started[0] != 0) {
-    char text[100];
-    std::snprintf(text, sizeof(text), "the BMC refuses to flash, completion code %02x",
-                  started.empty() ? 0xffU : started[0]);
-    return Fail(kExitRefused, text);
-  }
-  while (true) {
-    const Bytes answer = bmc.Exchange(kNetFn, 0, kProgress, {});
-    if (answer.size() < 3 || answer[0] != 0) {
-      return Fail(kExitFlash, "the BMC does not tell its progress");
-    }
-    ShowProgress("flashing", answer[2], 100);
-    if (answer[1] == kDone) {
-      std::printf("the firmware is in the standby slot\n");
-      return 0;
-    }
-    if (answer[1] != kRunning) {
-      return Fail(kExitFlash, WhyFailed(answer[1]));
-    }
-    ::usleep(kPollMicroseconds);
-  }
-}
-
 int Run(const std::string& imagePath) {
-  std::ifstream file(imagePath, std::ios::binary);
-  const Bytes image{std::istreambuf_iterator<char>(file), {}};
-  if (!file.good() && image.empty()) {
+  const auto image = kv6000::ReadFile(imagePath);
+  if (!image) {
     return Fail(kExitImage, "cannot read the image " + imagePath);
   }
   if (!kv6000::VirtualMedia::HasDriver()) {
@@ -133,8 +74,18 @@ int Run(const std::string& imagePath) {
   if (!media) {
     return Fail(kExitMedia, "no /dev/sg* is the BMC's virtual media; it is not connected");
   }
-  media->Write(image, [&](std::size_t written) { ShowProgress("writing ", written, image.size()); });
-  return FlashFromMedia(image.size());
+  kv6000::WriteImage(*media, *image);
+  kv6000::IpmiDevice bmc;
+  const auto result = kv6000::FlashFromMedia(bmc, image->size());
+  switch (result.end) {
+    case kv6000::FlashResult::End::kRefused:
+      return Fail(kExitRefused, result.why);
+    case kv6000::FlashResult::End::kFailed:
+      return Fail(kExitFlash, result.why);
+    case kv6000::FlashResult::End::kDone:
+      break;
+  }
+  return 0;
 }
 
 }  // namespace

@@ -15,6 +15,7 @@ from kv6000.guest import Guest, Job
 from kv6000.guest_image import GuestImage
 from kv6000.packages import make_packages
 from kv6000.paths import build_folder
+from kv6000.rack_packages import make_rack_packages
 from kv6000.server import Server
 from kv6000.terminal import attach
 
@@ -50,14 +51,15 @@ def command_build(_):
 
 
 def command_packages(options):
-    for path in make_packages(options.folder):
+    for path in make_packages(options.folder) + make_rack_packages(options.folder):
         print(path)
 
 
 def command_run(options):
     started = time.monotonic()
     server = Server(tool=options.tool, firmware=options.firmware, product=options.product, serial=options.serial,
-                    version=options.dmi_version, bios_version=options.bios_version, install_path=options.install_path, overlay=options.overlay,
+                    version=options.dmi_version, bios_version=options.bios_version,
+                    sdr={"version": options.sdr_version, "records": options.sdr_records}, install_path=options.install_path, overlay=options.overlay,
                     keep=options.keep, progress=say)
     with server:
         say(f"ready after {time.monotonic() - started:.1f} s")
@@ -135,6 +137,8 @@ def parser() -> argparse.ArgumentParser:
     run.add_argument("--serial", default="KV6K000001", help="serial number in DMI")
     run.add_argument("--dmi-version", default="1.0", help="product version in DMI")
     run.add_argument("--bios-version", default="V1.2.0", help="BIOS version in DMI")
+    run.add_argument("--sdr-version", default="A1", help="version in the SDR repository (default A1)")
+    run.add_argument("--sdr-records", type=int, default=20, help="records in it (default 20)")
     run.add_argument("--install-path", default="/srv/orv", help="install path of the host in the guest")
     run.add_argument("--overlay", help="staged folder tree to lay over the guest's root")
     run.add_argument("--keep", action="store_true", help="keep the run folder")

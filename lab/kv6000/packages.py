@@ -21,17 +21,21 @@ def make_image(version: str, payload_size: int = PAYLOAD_SIZE) -> bytes:
     return struct.pack("<8sBBHII12x", MAGIC, major, minor, 0, len(payload), zlib.crc32(payload)) + payload
 
 
-def module_json(version: str) -> str:
-    return json.dumps({"name": "KV6000 BMC firmware", "version": version, "model": "KV6000",
-                       "server_types": ["kv6000"]}, indent=2) + "\n"
+def module_json(version: str, model: str, server_types) -> str:
+    return json.dumps({"name": "KV6000 BMC firmware", "version": version, "model": model,
+                       "server_types": list(server_types)}, indent=2) + "\n"
 
 
-def write_package(path: Path, version: str, files: dict) -> Path:
-    """A package with its module.json and `files` (name in the archive: content), names taken as they are."""
+def write_package(path: Path, version: str, files: dict, model="KV6000", server_types=("kv6000",),
+                  executable=()) -> Path:
+    """A package with its module.json and `files` (name in the archive: content), names taken as they are; those that
+    `executable` names have that permission."""
     with zipfile.ZipFile(path, "w", zipfile.ZIP_DEFLATED) as archive:
-        for name, content in {"module.json": module_json(version), **files}.items():
+        for name, content in {"module.json": module_json(version, model, server_types), **files}.items():
             # A fixed date keeps the same package the same bytes.
-            archive.writestr(zipfile.ZipInfo(name), content)
+            entry = zipfile.ZipInfo(name)
+            entry.external_attr = (0o100755 if name in executable else 0o100644) << 16
+            archive.writestr(entry, content, zipfile.ZIP_DEFLATED)
     return path
 
 

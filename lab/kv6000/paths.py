@@ -7,7 +7,8 @@ from kv6000.errors import LabError
 
 REPOSITORY = Path(__file__).resolve().parents[2]
 LAB = REPOSITORY / "lab"
-BUILT = ("kv6000_sim.so", "Yafuflash", "ipmicmd", "management/whole/liborv_MngSrv_OrvLib.so", "write-mode-phrase")
+BUILT = ("kv6000_sim.so", "Yafuflash", "ipmicmd", "BmcFlash", "sdronup",
+         "management/whole/liborv_MngSrv_OrvLib.so", "write-mode-phrase")
 
 
 def build_folder() -> Path:

@@ -18,6 +18,7 @@ from kv6000.guest import Result
 from kv6000.guest_image import GuestImage, pack_overlay
 from kv6000.hardware import Dmi, lan_settings
 from kv6000.paths import build_folder
+from kv6000.sdr import repository
 
 __all__ = ["Result", "Server"]
 
@@ -54,13 +55,15 @@ class Server:
     bare_tables   the DMI tables that lack all their fields: "system", "bios"
     lan           the BMC's network settings: mac, address, netmask, gateway, dhcp; what is left out has a default
     capability    the support flags that Get Capability ends with: bit 0 the OS file, bit 1 the disk file
+    sdr           the SDR repository: version (None for no version record), records, version_record (its number),
+                  length_byte (what it says as its length), unreadable (numbers); what is left out has a default
     install_path  where the host is installed in the guest; a folder of the share, so that it survives power cycles
     overlay       a staged folder tree that is laid over the guest's root, libraries of its programs included
     keep          spare the run folder when the server ends
     """
 
     def __init__(self, tool="ipmitool", firmware="01-23", manufacturer="KESTREL", product="KV6000", version="1.0",
-                 serial="KV6K000001", bios_version="V1.2.0", bare_tables=(), lan=None, capability=0x03,
+                 serial="KV6K000001", bios_version="V1.2.0", bare_tables=(), lan=None, capability=0x03, sdr=None,
                  install_path="/srv/orv", overlay=None, keep=False, progress=lambda text: None):
         if tool not in ("ipmitool", "maker", "both", "none"):
             raise LabError(f"There is no tool '{tool}': take ipmitool, maker, both or none.")
@@ -78,6 +81,7 @@ class Server:
         if capability not in range(256):
             raise LabError(f"The support flags {capability} are not one byte.")
         self._capability = capability
+        self._sdr, self._unreadable_sdr = repository(sdr)
         self.install_path = install_path
         self._overlay = Path(overlay) if overlay else None
         self._keep = keep
@@ -256,7 +260,8 @@ class Server:
         phrase = (build_folder() / "lab" / "write-mode-phrase").read_text()
         (folder / "bmc.json").write_text(json.dumps({
             "running": self._firmware, "writeModePhrase": phrase, "lan": self._lan,
-            "capability": self._capability, "orders": str(folder / "bmc.sock"),
+            "capability": self._capability, "sdr": [record.hex(" ") for record in self._sdr],
+            "sdrUnreadable": self._unreadable_sdr, "orders": str(folder / "bmc.sock"),
             "machineLog": str(folder / "machine.log"), "media": str(folder / "media.img"),
             "machine": self._machine_command(image, port)}, indent=1))
 

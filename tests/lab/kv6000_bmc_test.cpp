@@ -70,7 +70,7 @@ TEST_F(Kv6000Bmc, RefusesACommandItDoesNotKnow) {
 }
 
 TEST_F(Kv6000Bmc, RefusesEveryCommandOfAWrongLength) {
-  const Bytes tooLong(100, 0x55);
+  const Bytes tooLong(200, 0x55);
   for (const auto& [netfn, cmd] : Bmc::Commands()) {
     EXPECT_EQ(bmc_.Handle(netfn, cmd, tooLong), Bytes{kWrongLength}) << int{cmd};
   }
@@ -295,6 +295,57 @@ TEST_F(Kv6000Bmc, EndsAConfigFilesTransferWhenTheMachineGoesOffOrIsReset) {
   EXPECT_EQ(Send(0x3c, 0x6a, lock), Bytes{kOk});
   bmc_.MachineOff();
   EXPECT_EQ(Send(0x3c, 0x6a, lock), Bytes{kOk});
+}
+
+TEST_F(Kv6000Bmc, TakesWhatStandsByAtAResetOnlyWhenTheFlagIsArmedForIt) {
+  FlashImage(image_);
+  Arm();
+  outside_.calls.clear();
+  bmc_.MachineReset();
+  EXPECT_EQ(bmc_.state().running, kOld);
+  EXPECT_TRUE(outside_.calls.empty());
+  EXPECT_EQ(Send(0x34, 0x5f), (Bytes{kOk, 0x01}));
+  EXPECT_EQ(Send(0x34, 0x5e, {0x55, 0xaa, 0x02}), Bytes{kOk});
+  EXPECT_EQ(Send(0x34, 0x5f), (Bytes{kOk, 0x02}));
+  bmc_.MachineReset();
+  EXPECT_EQ(outside_.calls, (std::vector<std::string>{"detach", "running 01-24"}));
+  EXPECT_EQ(bmc_.state().running, kNew);
+  EXPECT_EQ(Send(0x34, 0x5f), (Bytes{kOk, 0x00}));
+}
+
+TEST_F(Kv6000Bmc, TakesAStandbySdrWithOrWithoutAFirmware) {
+  const Bytes record = {0x00, 0x00, 0x51, 0x03, 0x01, 'x'};
+  Send(0x0a, 0x2a);
+  Send(0x0a, 0x24, record);
+  EXPECT_EQ(Arm(), Bytes{kWrongState});
+  EXPECT_EQ(Send(0x0a, 0x2b), Bytes{kOk});
+  EXPECT_EQ(Arm(), Bytes{kOk});
+  bmc_.MachineOff();
+  EXPECT_EQ(outside_.calls, std::vector<std::string>{"power on"});
+  EXPECT_EQ(bmc_.state().running, kOld);
+  EXPECT_EQ(bmc_.sdr().records().size(), 1U);
+
+  FlashImage(image_);
+  Send(0x0a, 0x2a);
+  Send(0x0a, 0x24, record);
+  Send(0x0a, 0x24, record);
+  Send(0x0a, 0x2b);
+  Arm();
+  bmc_.MachineOff();
+  EXPECT_EQ(bmc_.state().running, kNew);
+  EXPECT_EQ(bmc_.sdr().records().size(), 2U);
+}
+
+TEST_F(Kv6000Bmc, ASecondSdrUpdateInvalidatesTheStandbySdrAndTheFlagAtOnce) {
+  Send(0x0a, 0x2a);
+  Send(0x0a, 0x24, {0x00, 0x00, 0x51, 0x03, 0x01, 'x'});
+  Send(0x0a, 0x2b);
+  Arm();
+  Send(0x0a, 0x2a);
+  EXPECT_EQ(Send(0x34, 0x5f), (Bytes{kOk, 0x00}));
+  bmc_.MachineOff();
+  EXPECT_TRUE(outside_.calls.empty());
+  EXPECT_TRUE(bmc_.sdr().records().empty());
 }
 
 TEST_F(Kv6000Bmc, APowerCutInTheMiddleOfAFlashLeavesStandbyNotWholeAndACleanSecondRunWorks) {

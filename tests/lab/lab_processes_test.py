@@ -168,6 +168,11 @@ class AServerThatCannotBe(unittest.TestCase):
                                 ({"lan": {"adress": "10.0.0.1"}}, "no network setting 'adress'"),
                                 ({"lan": {"address": "10.0.0.256"}}, "address '10.0.0.256' is not"),
                                 ({"lan": {"mac": "02:4b"}}, "'02:4b' is not a MAC"),
+                                ({"capability": 256}, "256 are not one byte"),
+                                ({"sdr": {"size": 3}}, "no SDR setting 'size'"),
+                                ({"sdr": {"records": 2001}}, "not 2001"),
+                                ({"sdr": {"records": 5, "version_record": 6}}, "Of 5 records none has the number 6"),
+                                ({"sdr": {"version": "x" * 109}}, "does not fit into a record"),
                                 ({"bare_tables": ("chassis",)}, "no DMI table 'chassis'")):
             with self.subTest(options), self.assertRaisesRegex(LabError, reason):
                 with Server(**options):
