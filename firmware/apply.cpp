@@ -18,8 +18,8 @@ constexpr int kGoingDown = 1;
 constexpr int kNotApplied = 0;
 
 bool ArmRebootFlag(const std::string& toolPath) {
-  IpmiReply set(false, {});
-  IpmiReply check(false, {});
+  IpmiReply set;
+  IpmiReply check;
   return Retry(
       kBmcRetry,
       [&] {

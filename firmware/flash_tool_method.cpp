@@ -112,7 +112,7 @@ bool FlashToolMethod::ChangeWriteMode() {
   if (!runningVersion_.starts_with("06") && !runningVersion_.starts_with("16")) {
     return true;
   }
-  IpmiReply reply(false, {});
+  IpmiReply reply;
   return Retry(
       kBmcRetry,
       [&] {

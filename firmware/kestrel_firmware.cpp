@@ -21,6 +21,8 @@
 using kestrel::kChannel;
 using kestrel::kError;
 
+// NOLINTBEGIN(performance-unnecessary-value-param): texts come by value, as the host passes them.
+
 CBMC_KESTREL_Firmware::CBMC_KESTREL_Firmware(std::string providerText) : CFirmware(std::move(providerText)) {
   kestrel::OperationTrace trace("CBMC_KESTREL_Firmware::CBMC_KESTREL_Firmware() [START]",
                                 "CBMC_KESTREL_Firmware::CBMC_KESTREL_Firmware() [END]");
@@ -148,3 +150,5 @@ void CBMC_KESTREL_Firmware::num_to_list(int value, std::list<std::string>* out, 
 void CBMC_KESTREL_Firmware::get_charcodelist(std::string text, std::list<std::string>* out) {
   kestrel::AppendText(text, out);
 }
+
+// NOLINTEND(performance-unnecessary-value-param)

@@ -1,4 +1,4 @@
-// The firmware handler that the host and the tests see: every operation under its required name. The class owns the
+// The firmware handler: every operation under the name by which the host calls it. The class owns the
 // path of the IPMI tool and hands each operation on to the unit that does it; the units' headers say what each one
 // does.
 #ifndef FIRMWARE_KESTREL_FIRMWARE_H

@@ -25,7 +25,7 @@ std::string RecordIdText(unsigned int id) {
 
 // Number of records as the two byte texts of the BMC's answer. False, with its line written, when there is none.
 bool AskRecordCount(const std::string& toolPath, std::string* lower, std::string* upper) {
-  IpmiReply reply(false, {});
+  IpmiReply reply;
   const bool answered = Retry(
       kBmcRetry,
       [&] {
@@ -70,7 +70,7 @@ bool ReadRecord(const std::string& toolPath, unsigned int id, std::string* recor
   const std::string high = digits.substr(0, 2);
   const std::string low = digits.substr(2, 2);  // the highest ID has five digits; its last one is not sent
   CTraceUtility::WriteDebug(kChannel, kInfo, "Record Num [%s][%s]", low.c_str(), high.c_str());
-  IpmiReply reply(false, {});
+  IpmiReply reply;
   const bool answered = Retry(
       kBmcRetry,
       [&] {

@@ -14,8 +14,8 @@ VirtualMedia::VirtualMedia(std::string toolPath, std::string* detail)
 
 bool VirtualMedia::Connect() {
   const RetryPolicy left{kBmcRetry.attempts - connectFailures_, kBmcRetry.pause, kBmcRetry.pauseStep};
-  IpmiReply connect(false, {});
-  IpmiReply check(false, {});
+  IpmiReply connect;
+  IpmiReply check;
   return Retry(
       left,
       [&] {
@@ -53,8 +53,8 @@ bool VirtualMedia::Connect() {
 }
 
 bool VirtualMedia::DisableWait() {
-  IpmiReply disable(false, {});
-  IpmiReply check(false, {});
+  IpmiReply disable;
+  IpmiReply check;
   return Retry(
       kBmcRetry,
       [&] {

@@ -14,6 +14,9 @@ using IpmiRequest = std::list<std::string>;
 
 class IpmiReply {
  public:
+  // No answer.
+  IpmiReply() : ran_(false) {}
+
   // `ran`: the tool ran and its answer was read. `elements`: completion code, then data bytes, as far as they were
   // read.
   IpmiReply(bool ran, std::list<std::string> elements);

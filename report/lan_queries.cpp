@@ -8,7 +8,7 @@
 namespace kestrel {
 
 bool QueryMacAddress(const std::string& toolPath, std::string* macAddress) {
-  IpmiReply reply(false, {});
+  IpmiReply reply;
   std::string text;
   const bool answered = Retry(
       kBmcRetry,
@@ -24,7 +24,7 @@ bool QueryMacAddress(const std::string& toolPath, std::string* macAddress) {
 }
 
 bool QueryTcpipInfo(const std::string& toolPath, std::string* digits) {
-  IpmiReply reply(false, {});
+  IpmiReply reply;
   std::string text;
   const bool answered = Retry(
       kBmcRetry,

@@ -14,7 +14,7 @@ constexpr int kFlagsElement = 17;
 
 std::optional<int> ReadSupportFlags(const std::string& toolPath,
                                     const std::function<void(CTraceUtility::TRACE_DBG_LEVEL level)>& reportFailure) {
-  IpmiReply reply(false, {});
+  IpmiReply reply;
   const auto ask = [&] {
     reply = Exchange(toolPath, kGetCapability);
     return reply.Ran();

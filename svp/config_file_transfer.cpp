@@ -30,7 +30,7 @@ bool IsLocked(const IpmiReply& reply) {
 // each that did.
 template <typename Report>
 bool Try(const std::string& toolPath, const IpmiRequest& request, bool (*accepts)(const IpmiReply&), Report report) {
-  IpmiReply reply(false, {});
+  IpmiReply reply;
   const auto attempt = [&] {
     reply = Exchange(toolPath, request);
     return accepts(reply);

@@ -1,4 +1,4 @@
-"""What is needed to run the product in a virtual server: the installed tree and update packages."""
+"""Installs the product for a virtual server, and lets the lab's Python package be found."""
 
 import os
 import subprocess
@@ -7,8 +7,6 @@ from pathlib import Path
 
 REPOSITORY = Path(__file__).resolve().parent.parent
 sys.path.insert(0, str(REPOSITORY / "lab"))
-
-PLUGIN = "/usr/lib/orv/liborvp_KESTREL_BMC.so"
 
 
 def build_folder() -> Path:
