@@ -24,11 +24,13 @@ extern const Command kCheckCommand;
 extern const Command kUpdateCommand;
 extern const Command kApplyCommand;
 extern const Command kVerifyCommand;
+extern const Command kReportCommand;
 extern const Command kMethodsCommand;
 
 // In the order of the road of an update.
-inline std::array<const Command*, 6> AllCommands() {
-  return {&kIdentifyCommand, &kCheckCommand, &kUpdateCommand, &kApplyCommand, &kVerifyCommand, &kMethodsCommand};
+inline std::array<const Command*, 7> AllCommands() {
+  return {&kIdentifyCommand, &kCheckCommand,  &kUpdateCommand, &kApplyCommand,
+          &kVerifyCommand,   &kReportCommand, &kMethodsCommand};
 }
 
 }  // namespace refhost

@@ -10,8 +10,12 @@ void Console::Say(const std::string& step, const std::string& text) const {
   if (!quiet_) std::cout << step << ": " << text << std::endl;
 }
 
+bool Console::IsTerminal() const {
+  return !quiet_ && isatty(STDOUT_FILENO) != 0;
+}
+
 bool Console::CanAsk() const {
-  return !quiet_ && isatty(STDIN_FILENO) != 0 && isatty(STDOUT_FILENO) != 0;
+  return IsTerminal() && isatty(STDIN_FILENO) != 0;
 }
 
 bool Console::Ask(const std::string& question) const {

@@ -16,6 +16,9 @@ class Console {
   // One line about a step, on the standard output.
   void Say(const std::string& step, const std::string& text) const;
 
+  // True when a person reads the standard output at a terminal.
+  bool IsTerminal() const;
+
   // True when a question can be asked: somebody sits at a terminal and did not ask for quiet or JSON.
   bool CanAsk() const;
 

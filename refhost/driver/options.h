@@ -22,6 +22,7 @@ struct Options {
   std::string packagePath;
 
   // Of one subcommand each.
+  std::string outFolder = ".";
   std::string methodName;
 };
 

@@ -1,9 +1,4 @@
 // The driver as a process of its own, with a plug-in that answers as each test asks.
-#include <gtest/gtest.h>
-#include <pty.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include "tests/refhost/support/driver_fixture.h"
 
 namespace refhost {
@@ -388,34 +383,6 @@ TEST_F(Driver, VerboseShowsTheTraceBesideTheOutput) {
   EXPECT_NE(err_.find(" 1 Execute command [tool raw 0x06 0x01 > result]\n"), std::string::npos);
   EXPECT_EQ(err_.find("LinkDevice"), std::string::npos);
 }
-
-// Runs the driver at a terminal and types `answer`.
-class DriverAtATerminal : public Driver {
- protected:
-  int RunAtTerminal(const std::string& arguments, const std::string& answer) {
-    int terminal = -1;
-    const pid_t pid = forkpty(&terminal, nullptr, nullptr, nullptr);
-    if (pid == 0) {
-      execl("/bin/sh", "sh", "-c", CommandLine(arguments).c_str(), nullptr);
-      _exit(99);
-    }
-    screen_.clear();
-    bool answered = false;
-    char buffer[4096];
-    for (ssize_t size = 0; (size = read(terminal, buffer, sizeof buffer)) > 0;) {
-      screen_.append(buffer, static_cast<size_t>(size));
-      if (answered || screen_.find("[y/N]") == std::string::npos) continue;
-      answered = true;
-      EXPECT_EQ(write(terminal, answer.data(), answer.size()), static_cast<ssize_t>(answer.size()));
-    }
-    close(terminal);
-    int status = 0;
-    waitpid(pid, &status, 0);
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-  }
-
-  std::string screen_;
-};
 
 TEST_F(DriverAtATerminal, ApplyAsksBeforeItHaltsTheMachine) {
   ASSERT_EQ(Run(Update(good_)), 0);

@@ -102,6 +102,35 @@ class TestFirmware : public CFirmware {
   }
 };
 
+COrvXmlNode Section(const std::string& name, const std::list<std::pair<std::string, std::string>>& items) {
+  COrvXmlNode section(name);
+  for (const auto& [label, value] : items) {
+    COrvXmlNode item("attr");
+    item.addAttribute("name", label);
+    item.addAttribute("value", value);
+    section.addChildNode(item);
+  }
+  return section;
+}
+
+int WriteReport(const std::string& path) {
+  if (Asked("no-report")) return 2048;
+  if (Asked("short-answer")) throw std::out_of_range("basic_string::substr");
+  if (Asked("lost-report")) return 0;
+  if (Asked("no-lan")) {
+    Trace(CTraceUtility::TRACE_DBG_ERROR, "Failed to execute IPMI Command (Get MAC Address) return:[C1]");
+    CTraceUtility::WriteTrace("bmc", "MSGID_BMC_0018_F", "26");
+    return 1;
+  }
+  COrvXmlNode root("data");
+  root.addChildNode(Section("general-inf", {{"Product Name", "KV6000 <\"R&D\">"}, {"Product Version", ""}}));
+  root.addChildNode(Section("web-cosole-setting", {{"mac_address", "00:19:99:AA:BB:CC"}, {"dhcp", "Disabled"}}));
+  if (COrvXmlWrite().writeXML(path, root)) return 0;
+  CTraceUtility::WriteTrace("bmc", "MSGID_BMC_0018_F", "27");
+  Trace(CTraceUtility::TRACE_DBG_ERROR, "Failed to write file [" + path + "]");
+  return 1;
+}
+
 class TestVendor : public CVendor {
  public:
   explicit TestVendor(const std::string& providerText) : CVendor(providerText) {
@@ -129,9 +158,20 @@ class TestVendor : public CVendor {
     *info = {{"Serial Number", "0123456789ABC"}};
   }
 
-  int StartOutputDeviceConfigInfo(std::string /*path*/, void* /*context*/) override { return 0; }
-  int ExecOutputDeviceConfigInfo(std::string /*path*/, void* /*context*/) override { return 0; }
-  int EndOutputDeviceConfigInfo(std::string /*path*/, void* /*context*/) override { return 0; }
+  int StartOutputDeviceConfigInfo(std::string path, void* /*context*/) override {
+    Trace(CTraceUtility::TRACE_DBG_FLOW, "StartOutputDeviceConfigInfo " + path);
+    if (firmwareHandler->GetOperatingVersion() != "abnormal") return 0;
+    CTraceUtility::WriteTrace("bmc", "MSGID_BMC_0019_F", "1C");
+    return 1;
+  }
+  int ExecOutputDeviceConfigInfo(std::string path, void* /*context*/) override {
+    Trace(CTraceUtility::TRACE_DBG_FLOW, "ExecOutputDeviceConfigInfo " + path);
+    return WriteReport(path + "Kestrel_BmcConfigInfo.xml");
+  }
+  int EndOutputDeviceConfigInfo(std::string path, void* /*context*/) override {
+    Trace(CTraceUtility::TRACE_DBG_FLOW, "EndOutputDeviceConfigInfo " + path);
+    return 0;
+  }
 
   void GetShortageOfNecessaryApplicationInfo(std::list<CNecessaryComponentInfo>& missing) override {
     if (Asked("no-tool")) missing.push_back({"IPMI tool", ""});

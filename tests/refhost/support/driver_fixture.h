@@ -3,6 +3,9 @@
 #define TESTS_REFHOST_SUPPORT_DRIVER_FIXTURE_H
 
 #include <gtest/gtest.h>
+#include <pty.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <map>
@@ -82,6 +85,34 @@ class Driver : public HostTest {
   std::string good_;
   std::string out_;
   std::string err_;
+};
+
+// Runs the driver at a terminal and types `answer`.
+class DriverAtATerminal : public Driver {
+ protected:
+  int RunAtTerminal(const std::string& arguments, const std::string& answer) {
+    int terminal = -1;
+    const pid_t pid = forkpty(&terminal, nullptr, nullptr, nullptr);
+    if (pid == 0) {
+      execl("/bin/sh", "sh", "-c", CommandLine(arguments).c_str(), nullptr);
+      _exit(99);
+    }
+    screen_.clear();
+    bool answered = false;
+    char buffer[4096];
+    for (ssize_t size = 0; (size = read(terminal, buffer, sizeof buffer)) > 0;) {
+      screen_.append(buffer, static_cast<size_t>(size));
+      if (answered || screen_.find("[y/N]") == std::string::npos) continue;
+      answered = true;
+      EXPECT_EQ(write(terminal, answer.data(), answer.size()), static_cast<ssize_t>(answer.size()));
+    }
+    close(terminal);
+    int status = 0;
+    waitpid(pid, &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  }
+
+  std::string screen_;
 };
 
 }  // namespace refhost
