@@ -111,8 +111,7 @@ int ApplyUpdate(const std::string& toolPath) {
   if (!DeleteMarker()) {
     // The other operation's end line and the result of success, though nothing goes down: readers of the trace and
     // callers match on both.
-    CTraceUtility::WriteDebug(kChannel, kFlow, "CBMC_KESTREL_Firmware::UpdateApplyCheck() [END]");
-    trace.NoEnd();
+    trace.EndAs("CBMC_KESTREL_Firmware::UpdateApplyCheck() [END]");
     return kGoingDown;
   }
   return Halt();

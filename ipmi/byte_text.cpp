@@ -55,9 +55,7 @@ void AppendText(const std::string& text, std::list<std::string>* bytes) {
   for (const char character : text) {
     const auto code = static_cast<unsigned char>(character);
     if (code <= 127) {
-      std::string digits = Hex(code);
-      PadTo(2, &digits);
-      bytes->push_back(digits);
+      AppendNumber(code, 1, bytes);
     }
   }
   bytes->emplace_back("00");

@@ -16,7 +16,11 @@ OperationTrace::~OperationTrace() {
 }
 
 void OperationTrace::End() {
-  CTraceUtility::WriteDebug(kChannel, kFlow, "%s", endLine_);
+  EndAs(endLine_);
+}
+
+void OperationTrace::EndAs(const char* line) {
+  CTraceUtility::WriteDebug(kChannel, kFlow, "%s", line);
   ended_ = true;
 }
 

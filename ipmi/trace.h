@@ -15,8 +15,8 @@ inline constexpr CTraceUtility::TRACE_DBG_LEVEL kFlow = CTraceUtility::TRACE_DBG
 inline constexpr CTraceUtility::TRACE_DBG_LEVEL kRetry = CTraceUtility::TRACE_DBG_RETRY;
 
 // Writes an operation's start line when it is made and its end line when the operation returns. An exit that deviates
-// says so where it deviates: End() for a line that does not come last, NoEnd() for an exit that has none. An exception
-// leaves the operation without an end line.
+// says so where it deviates: End() for a line that does not come last, EndAs() for another line, NoEnd() for none. An
+// exception leaves the operation without an end line.
 class OperationTrace {
  public:
   // Both texts must outlive the object; they are literals at every place of use.
@@ -28,6 +28,9 @@ class OperationTrace {
 
   // Writes the end line now and not again on return.
   void End();
+
+  // This exit ends with `line` instead.
+  void EndAs(const char* line);
 
   // This exit has no end line.
   void NoEnd();

@@ -18,8 +18,7 @@ int FillGeneralSection(COrvXmlNode* section) {
       !ReadDmiProperty("/usr/sbin/dmidecode --type system | grep \"Version\"", "Version:", &productVersion) ||
       !ReadDmiProperty(kSerialNumberCommand, kSerialNumberLabel, &serialNumber)) {
     // A section without its DMI values is left by this line; readers of the trace match on it.
-    trace.NoEnd();
-    CTraceUtility::WriteDebug(kChannel, kFlow, "[LEAVE] int CBMC_KESTREL_Vendor::CreateGeneralInfoNode(COrvXmlNode*)");
+    trace.EndAs("[LEAVE] int CBMC_KESTREL_Vendor::CreateGeneralInfoNode(COrvXmlNode*)");
     return 1;
   }
   CTraceUtility::WriteDebug(kChannel, kInfo, "Product Name [%s]", productName.c_str());

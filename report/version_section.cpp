@@ -1,34 +1,19 @@
 #include "report/version_section.h"
 
-#include <list>
-
 #include "firmware/operating_version.h"
+#include "firmware/version_text.h"
 #include "ipmi/trace.h"
 #include "report/dmi_property.h"
 #include "report/report_item.h"
 
 namespace kestrel {
 
-namespace {
-
-// An SDR version is whatever text the BMC keeps, so a field may well be empty and then has no fields of its own.
-std::string FirstField(std::string text, const char* separator) {
-  const std::list<std::string> fields = CStringUtil::Split(text, separator);
-  return fields.empty() ? "" : fields.front();
-}
-
-std::string LastField(std::string text, const char* separator) {
-  const std::list<std::string> fields = CStringUtil::Split(text, separator);
-  return fields.empty() ? "" : fields.back();
-}
-
-}  // namespace
-
 FirmwareVersions SplitOperatingVersion(const std::string& operatingVersion) {
   if (operatingVersion.find("BMC:") == std::string::npos) {
     return {operatingVersion, ""};
   }
-  return {LastField(FirstField(operatingVersion, ","), ":"), LastField(LastField(operatingVersion, ","), ":")};
+  const CombinedVersion parts = ParseCombinedVersion(operatingVersion);
+  return {parts.bmc, parts.sdr};
 }
 
 int FillVersionSection(CFirmware& firmware, COrvXmlNode* section) {
@@ -43,8 +28,7 @@ int FillVersionSection(CFirmware& firmware, COrvXmlNode* section) {
   // The second blank before the pipe belongs to the command as readers of the trace know it.
   if (!ReadDmiProperty("/usr/sbin/dmidecode --type bios  | grep \"Version\"", "Version:", &biosVersion)) {
     // A section without its DMI value is left by this line; readers of the trace match on it.
-    trace.NoEnd();
-    CTraceUtility::WriteDebug(kChannel, kFlow, "[LEAVE] int CBMC_KESTREL_Vendor::CreateVersionInfoNode(COrvXmlNode*)");
+    trace.EndAs("[LEAVE] int CBMC_KESTREL_Vendor::CreateVersionInfoNode(COrvXmlNode*)");
     return 1;
   }
   CTraceUtility::WriteDebug(kChannel, kInfo, "BMC Version [%s]", versions.bmc.c_str());

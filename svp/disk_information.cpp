@@ -106,8 +106,7 @@ int SendDiskInformation(const std::string& toolPath, std::string* detail) {
   if (!flags) {
     CTraceUtility::WriteDebug(kChannel, kInfo, "Send HDD Information not supported");
     // Without an answer the end line is spelled as the start line.
-    trace.NoEnd();
-    CTraceUtility::WriteDebug(kChannel, kFlow, "CBMC_KESTREL_Firmware::ExecSendHddInfo [END]");
+    trace.EndAs("CBMC_KESTREL_Firmware::ExecSendHddInfo [END]");
     return kNotSupported;
   }
   if ((*flags & kDiskInformationFile.supportBit) == 0) {

@@ -77,8 +77,7 @@ int SendOsInformation(const std::string& toolPath, std::string* detail) {
   if (!IsSupported(toolPath)) {
     CTraceUtility::WriteDebug(kChannel, kInfo, "Send OS Information not supported");
     // Only this exit ends under the name that it started with.
-    trace.NoEnd();
-    CTraceUtility::WriteDebug(kChannel, kFlow, "CBMC_KESTREL_Firmware::ExecSendOSInfo [END]");
+    trace.EndAs("CBMC_KESTREL_Firmware::ExecSendOSInfo [END]");
     return kNotSupported;
   }
   const std::string osName = ReadOsName();

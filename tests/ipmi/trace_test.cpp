@@ -32,6 +32,14 @@ TEST_F(OperationTraceTest, AnEndLineWrittenEarlyIsNotRepeated) {
   EXPECT_TRUE(SameLines(host_.TakeJournal(), {"4 X() [START]", "4 X() [END]", "work"}));
 }
 
+TEST_F(OperationTraceTest, AnExitMayEndWithAnotherLine) {
+  {
+    OperationTrace trace("X() [START]", "X() [END]");
+    trace.EndAs("[LEAVE] X()");
+  }
+  EXPECT_TRUE(SameLines(host_.TakeJournal(), {"4 X() [START]", "4 [LEAVE] X()"}));
+}
+
 TEST_F(OperationTraceTest, AnExitMayHaveNone) {
   {
     OperationTrace trace("X() [START]", "X() [END]");
