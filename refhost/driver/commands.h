@@ -25,12 +25,13 @@ extern const Command kUpdateCommand;
 extern const Command kApplyCommand;
 extern const Command kVerifyCommand;
 extern const Command kReportCommand;
+extern const Command kNotifyCommand;
 extern const Command kMethodsCommand;
 
 // In the order of the road of an update.
-inline std::array<const Command*, 7> AllCommands() {
+inline std::array<const Command*, 8> AllCommands() {
   return {&kIdentifyCommand, &kCheckCommand,  &kUpdateCommand, &kApplyCommand,
-          &kVerifyCommand,   &kReportCommand, &kMethodsCommand};
+          &kVerifyCommand,   &kReportCommand, &kNotifyCommand, &kMethodsCommand};
 }
 
 }  // namespace refhost

@@ -55,7 +55,7 @@ int Main(int argc, const char* const* argv) {
     Configure({parsed.options.installPath, parsed.options.serverType, ""});
     TeeSink tee;
     auto watch = std::make_unique<TraceWatch>();
-    const Run run{parsed.options, console, *watch};
+    const Run run{parsed.options, console, *watch, tee};
     tee.Add(std::move(watch));
     if (AddSinks(run, &tee, &outcome)) {
       SetTraceSink(&tee);

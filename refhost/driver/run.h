@@ -7,6 +7,7 @@
 #include <string>
 
 #include "refhost/driver/console.h"
+#include "refhost/driver/line_sink.h"
 #include "refhost/driver/options.h"
 #include "refhost/driver/outcome.h"
 #include "refhost/driver/session.h"
@@ -18,6 +19,7 @@ struct Run {
   const Options& options;
   const Console& console;
   const TraceWatch& watch;
+  TeeSink& trace;  // for a subcommand that reads more of the plug-in's trace than the watch keeps
 };
 
 // Makes `*outcome` a failure: with what the trace gathered as evidence and what it tells about the flash.

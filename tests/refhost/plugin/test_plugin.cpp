@@ -102,6 +102,28 @@ class TestFirmware : public CFirmware {
   }
 };
 
+// The lines by which the records are told of that were sent, or not.
+long SendInformation() {
+  if (Asked("silent")) return 0;
+  Trace(CTraceUtility::TRACE_DBG_FLOW, "CBMC_KESTREL_Firmware::ExecSendOSInfo [START]");
+  Trace(CTraceUtility::TRACE_DBG_FLOW,
+        Asked("no-capability") ? "17:02 SendInfoToSVP Support info" : "17:03 SendInfoToSVP Support info");
+  if (Asked("no-capability")) Trace(CTraceUtility::TRACE_DBG_INFO, "Send OS Information not supported");
+  Trace(CTraceUtility::TRACE_DBG_FLOW, "CBMC_KESTREL_Firmware::ExecSendInfoToSVP [END]");
+  Trace(CTraceUtility::TRACE_DBG_FLOW, "CBMC_KESTREL_Firmware::ExecSendHddInfo [START]");
+  if (Asked("locked")) {
+    for (int attempt = 1; attempt < 3; ++attempt) {
+      Trace(CTraceUtility::TRACE_DBG_RETRY,
+            "Failed to execute IPMI command(OEM Lock Server Config File) CompletionCode:81");
+    }
+    CTraceUtility::WriteTrace("bmc", "MSGID_BMC_0021_F", "29");
+    return -1;
+  }
+  if (Asked("no-capability")) Trace(CTraceUtility::TRACE_DBG_INFO, "Send HDD Information not supported");
+  Trace(CTraceUtility::TRACE_DBG_FLOW, "CBMC_KESTREL_Firmware::ExecSendHDDInfo [END]");
+  return 0;
+}
+
 COrvXmlNode Section(const std::string& name, const std::list<std::pair<std::string, std::string>>& items) {
   COrvXmlNode section(name);
   for (const auto& [label, value] : items) {
@@ -149,7 +171,7 @@ class TestVendor : public CVendor {
   long ExecVendorMethod(std::string name, ...) override {
     Trace(CTraceUtility::TRACE_DBG_FLOW, "ExecVendorMethod [START]");
     if (name == "Reboot") return firmwareHandler->UpdateApply() != 0 ? 0 : -1;
-    if (name == "SendInfoToSVP") return 0;
+    if (name == "SendInfoToSVP") return SendInformation();
     Trace(CTraceUtility::TRACE_DBG_ERROR, "Invalid function name");
     return -1;
   }
