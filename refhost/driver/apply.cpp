@@ -31,7 +31,7 @@ Outcome Apply(const Run& run) {
   const std::string written = session->Firmware().GetOperatingModuleInfo().moduleVersion;
   outcome.phase = "confirm";
   if (run.options.dryRun) {
-    EndDryRun("\"orvhost apply\" would halt the machine at once, and the BMC would start version " + written +
+    EndDryRun("\"orvhost apply\" would take the machine down at once, and the BMC would start version " + written +
                   " in the place of " + outcome.before + ".",
               &outcome);
     return outcome;
@@ -43,8 +43,23 @@ Outcome Apply(const Run& run) {
   return outcome;
 }
 
+constexpr const char* kHelp = R"(Has the BMC take the firmware that "orvhost update" wrote, and takes the machine
+down at once. Asks first at a terminal; without one it wants --yes. When the
+machine is up again, run "orvhost verify".
+
+Refused when the last update failed or was cut off. With --dry-run it tells
+which version would be started, and nothing is asked, changed or halted.
+
+Examples:
+  orvhost apply --dry-run
+  orvhost apply --yes
+
+Exit codes: 0 going down, or nothing to do; 2 not confirmed; 3 no plug-in; 7 not
+applied, the machine stays up.)";
+
 }  // namespace
 
-const Command kApplyCommand = {"apply", "Put written firmware into operation; halts the machine", AddDryRunFlag, Apply};
+const Command kApplyCommand = {"apply", "Put written firmware into operation; halts the machine", kHelp, AddDryRunFlag,
+                               Apply};
 
 }  // namespace refhost

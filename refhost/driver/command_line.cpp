@@ -17,11 +17,43 @@ std::string DefaultPluginPath() {
   return (program.parent_path() / ORVHOST_PLUGIN_FROM_PROGRAM).lexically_normal().string();
 }
 
+constexpr const char* kHelp = R"(The way of an update: identify, check, update, apply, and verify when the machine
+is up again. The options above may also stand behind the subcommand; those of a
+subcommand are told by "orvhost SUBCOMMAND --help".
+
+Results go to the standard output and failures to the standard error: the cause,
+the evidence from the plug-in's trace, whether the flash was touched, and the
+next safe step. With --json all of it is one object on the standard output, and
+nothing is asked.
+
+Exit codes:
+  0  done, or nothing to do
+  1  an unexpected error of this program
+  2  bad usage, a confirmation is missing, or a folder or log file is unusable
+  3  the plug-in could not be loaded
+  4  something is missing on this machine
+  5  the package cannot be read
+  6  the package, or the report, is not for this machine
+  7  failed; this run did not touch the flash
+  8  failed after writing the flash had begun
+  9  the BMC runs another version than the one that was installed
+
+Files:
+  INSTALL_PATH/repository/state.json  what the host recorded
+  INSTALL_PATH/tmp                    the plug-in's scratch folder
+  INSTALL_PATH/MngSrv                 the management library
+
+Environment:
+  ORVHOST_LAB_SLEEP_SCALE  factor for every wait and limit; laboratory only)";
+
 void AddGlobalOptions(CLI::App* app, Options* options) {
-  app->add_option("--plugin", options->pluginPath, "Plug-in to load")->capture_default_str();
-  app->add_option("--install-path", options->installPath, "Folder of the host's installation")->capture_default_str();
-  app->add_option("--server-type", options->serverType, "Server type instead of the one that the machine tells");
-  app->add_option("--log-file", options->logFile, "Append the full trace to this file");
+  app->add_option("--plugin", options->pluginPath, "Plug-in to load")->type_name("FILE")->capture_default_str();
+  app->add_option("--install-path", options->installPath, "Folder of the host's installation")
+      ->type_name("DIR")
+      ->capture_default_str();
+  app->add_option("--server-type", options->serverType, "Server type instead of the one that the machine tells")
+      ->type_name("TYPE");
+  app->add_option("--log-file", options->logFile, "Append the full trace to this file")->type_name("FILE");
   app->add_flag("-v,--verbose", options->verbose, "Show the plug-in's trace while it works");
   app->add_flag("--quiet", options->quiet, "Say nothing but errors");
   app->add_flag("--yes", options->yes, "Confirm what halts the machine");
@@ -44,11 +76,13 @@ ParsedCommandLine ParseCommandLine(int argc, const char* const* argv) {
 
   CLI::App app("Identifies and updates a server's management controller (BMC) through a plug-in.", "orvhost");
   app.set_version_flag("--version", std::string("orvhost ") + ORVHOST_VERSION);
+  app.footer(kHelp);
   app.require_subcommand(1);
   app.fallthrough();  // global options may stand behind the subcommand
   AddGlobalOptions(&app, &options);
   for (const Command* command : AllCommands()) {
     CLI::App* subcommand = app.add_subcommand(command->name, command->description);
+    subcommand->footer(command->help);
     if (command->addArguments != nullptr) command->addArguments(subcommand, &options);
     subcommand->callback([&parsed, command] { parsed.command = command; });
   }

@@ -14,7 +14,8 @@ namespace refhost {
 
 struct Command {
   const char* name;
-  const char* description;
+  const char* description;  // one line
+  const char* help;         // what stands below the options in its help: what it does and changes, examples, results
   void (*addArguments)(CLI::App* subcommand, Options* options);  // null for none of its own
   Outcome (*run)(const Run& run);
 };

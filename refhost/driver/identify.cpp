@@ -45,9 +45,22 @@ Outcome Identify(const Run& run) {
   return outcome;
 }
 
+constexpr const char* kHelp = R"(Asks the plug-in and the BMC for the device's name, the server type, the serial
+number and the running firmware version, and tells what the host recorded: the
+version that was installed and how the last update ended. Changes nothing, but
+records that are damaged are kept under another name, and the next run goes on
+without them.
+
+Examples:
+  orvhost identify
+  orvhost identify --json | jq -r .before
+
+Exit codes: 0 identified; 3 no plug-in; 4 something is missing on this machine;
+7 the BMC does not tell its version, or the host's records are damaged.)";
+
 }  // namespace
 
-const Command kIdentifyCommand = {"identify", "Tell which device this is and which firmware it runs", nullptr,
+const Command kIdentifyCommand = {"identify", "Tell which device this is and which firmware it runs", kHelp, nullptr,
                                   Identify};
 
 }  // namespace refhost

@@ -27,7 +27,7 @@ void RunMethod(const Run& run, const Session& session, Outcome* outcome) {
 
 std::string WhatWouldBe(const std::string& name) {
   return "The plug-in would be told to run its method " + name + ". " +
-         (name == kRebootMethod ? "That halts the machine at once."
+         (name == kRebootMethod ? "That takes the machine down at once."
                                 : "Whether it knows that method shows only when it is told to.");
 }
 
@@ -53,8 +53,20 @@ void AddArguments(CLI::App* subcommand, Options* options) {
   AddDryRunFlag(subcommand, options);
 }
 
+constexpr const char* kHelp = R"(Runs the plug-in's method of that name. The plug-in of this installation knows
+SendInfoToSVP (better: "orvhost notify") and Reboot (better: "orvhost apply"),
+which takes the machine down and so must be confirmed. Names are case-sensitive.
+
+With --dry-run the plug-in is loaded and the method is not run. Whether the
+plug-in knows the method shows only when it is run.
+
+Example:
+  orvhost methods SendInfoToSVP
+
+Exit codes: 0 done; 2 not confirmed; 3 no plug-in; 7 unknown or failed.)";
+
 }  // namespace
 
-const Command kMethodsCommand = {"methods", "Run one of the plug-in's own methods", AddArguments, Methods};
+const Command kMethodsCommand = {"methods", "Run one of the plug-in's own methods", kHelp, AddArguments, Methods};
 
 }  // namespace refhost

@@ -72,9 +72,26 @@ Outcome Notify(const Run& run) {
   return outcome;
 }
 
+constexpr const char* kHelp = R"(Sends two records to the service processor: the operating system's name with the
+host name, and the disks' information as the management library gives it. Tells
+of each whether it was sent, is not supported by this BMC, or failed and at
+which step, as the plug-in's own trace has it. A record that this BMC does not
+support is no failure. A BMC that does not answer is asked again, which may take
+minutes.
+
+With --dry-run nothing is sent. Whether the BMC supports a record shows only
+when it is sent.
+
+Examples:
+  orvhost notify
+  orvhost notify --json | jq .facts
+
+Exit codes: 0 sent, or not supported; 3 no plug-in; 4 something is missing on
+this machine; 7 at least one record failed.)";
+
 }  // namespace
 
-const Command kNotifyCommand = {"notify", "Tell the service processor about the operating system and the disks",
+const Command kNotifyCommand = {"notify", "Tell the service processor about the operating system and the disks", kHelp,
                                 AddDryRunFlag, Notify};
 
 }  // namespace refhost

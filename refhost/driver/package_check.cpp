@@ -20,7 +20,8 @@ std::string WhichIsMalformed(const std::string& detail) {
 }  // namespace
 
 void AddPackageArgument(CLI::App* subcommand, Options* options) {
-  subcommand->add_option("package", options->packagePath, "Update package: a zip or tar archive with a module.json")
+  subcommand->add_option("package", options->packagePath, "Update package: a zip or tar archive")
+      ->type_name("FILE")
       ->required();
 }
 

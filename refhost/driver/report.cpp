@@ -103,8 +103,28 @@ void AddArguments(CLI::App* subcommand, Options* options) {
       ->capture_default_str();
 }
 
+constexpr const char* kHelp = R"(Writes Kestrel_BmcConfigInfo.xml: the server's product name, version and serial
+number, its firmware versions, and the network settings of the BMC's web console
+where the server has one. Tells where the file is; at a terminal and with --json
+also what it says, read back from the file. A BMC that does not answer is asked
+again, which may take minutes.
+
+DIR must be there and writable; without --out it is the current folder. A file
+of an earlier run is replaced only by a complete new one; whatever fails, it
+stays as it is.
+
+Examples:
+  orvhost report
+  orvhost report --out /var/lib/inventory
+  orvhost report --json | jq -r '.facts.ip_address'
+
+Exit codes: 0 written; 2 the folder cannot be used; 3 no plug-in; 4 something is
+missing on this machine; 6 there is no report for this server family; 7 not made
+or not written.)";
+
 }  // namespace
 
-const Command kReportCommand = {"report", "Write the device configuration report and show it", AddArguments, Report};
+const Command kReportCommand = {"report", "Write the device configuration report and show it", kHelp, AddArguments,
+                                Report};
 
 }  // namespace refhost

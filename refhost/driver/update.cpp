@@ -137,9 +137,27 @@ void AddArguments(CLI::App* subcommand, Options* options) {
   AddDryRunFlag(subcommand, options);
 }
 
+constexpr const char* kHelp = R"(Takes the steps of "orvhost check", registers the package, writes its firmware
+to the BMC and records it. That takes minutes: keep the machine powered. The BMC
+goes on running the old version until "orvhost apply". There is nothing to do
+when it runs the package's version already.
+
+While the firmware is written, the interrupt key and a lost terminal do not end
+the run. After a failure the text tells whether writing had begun; then keep the
+machine powered, do not reboot it, and run the same command again.
+
+With --dry-run everything is judged, and told what would be written.
+
+Examples:
+  orvhost update bmc-01-24.zip --dry-run
+  orvhost update bmc-01-24.zip --log-file /var/log/orvhost.log
+
+Exit codes: 0 written, or nothing to do; 3 to 6 as of "orvhost check"; 7 failed,
+the flash is untouched; 8 failed after writing had begun.)";
+
 }  // namespace
 
-const Command kUpdateCommand = {"update", "Check an update package and write it to the BMC", AddArguments,
+const Command kUpdateCommand = {"update", "Check an update package and write it to the BMC", kHelp, AddArguments,
                                 [](const Run& run) { return UpdateRoad(run).Go(); }};
 
 }  // namespace refhost

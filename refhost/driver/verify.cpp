@@ -45,8 +45,19 @@ Outcome Verify(const Run& run) {
   return outcome;
 }
 
+constexpr const char* kHelp = R"(Compares the version that the BMC runs with the one that the host recorded when
+it was installed, and keeps the result in the records. Run it when the machine
+is up again after "orvhost apply".
+
+Example:
+  orvhost verify && echo done
+
+Exit codes: 0 the same; 3 no plug-in; 7 nothing is recorded, or the BMC does not
+tell its version; 9 another version runs.)";
+
 }  // namespace
 
-const Command kVerifyCommand = {"verify", "Check that the BMC runs the version that was installed", nullptr, Verify};
+const Command kVerifyCommand = {"verify", "Check that the BMC runs the version that was installed", kHelp, nullptr,
+                                Verify};
 
 }  // namespace refhost

@@ -181,9 +181,10 @@ TEST_F(DryRun, ApplyTellsWhatItWouldStartAndNeedsNoConfirmation) {
   const json object = DryRunJson("apply");
   EXPECT_EQ(object["verdict"], "dry-run");
   EXPECT_EQ(object["before"], "01-23");
-  EXPECT_EQ(object["summary"],
-            "Dry run, nothing is changed. \"orvhost apply\" would halt the machine at once, and the BMC would start "
-            "version 01-24 in the place of 01-23.");
+  EXPECT_EQ(
+      object["summary"],
+      "Dry run, nothing is changed. \"orvhost apply\" would take the machine down at once, and the BMC would start "
+      "version 01-24 in the place of 01-23.");
   EXPECT_EQ(State().updateStatus, kUpdateWritten);
 }
 
@@ -194,10 +195,9 @@ TEST_F(DryRun, ApplyWithoutAWrittenUpdateHasNothingToDo) {
 TEST_F(DryRun, MethodsRunsNothing) {
   const json object = DryRunJson("methods Reboot");
   EXPECT_EQ(object["verdict"], "dry-run");
-  EXPECT_EQ(
-      object["summary"],
-      "Dry run, nothing is changed. The plug-in would be told to run its method Reboot. That halts the machine at "
-      "once.");
+  EXPECT_EQ(object["summary"],
+            "Dry run, nothing is changed. The plug-in would be told to run its method Reboot. That takes the machine "
+            "down at once.");
   EXPECT_EQ(
       DryRunJson("methods frobnicate")["summary"],
       "Dry run, nothing is changed. The plug-in would be told to run its method frobnicate. Whether it knows that "

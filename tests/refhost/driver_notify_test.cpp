@@ -28,6 +28,15 @@ TEST_F(Notify, ABmcWithoutTheCapabilityIsNoFailure) {
   EXPECT_EQ(object["facts"]["Operating system"], "not supported by this BMC (its capabilities are 02)");
 }
 
+TEST_F(Notify, ABmcThatTakesOneOfTheRecordsIsNoFailure) {
+  Ask("no-disks");
+  const json object = RunJson("notify");
+  EXPECT_EQ(object["exit_code"], 0);
+  EXPECT_EQ(object["verdict"], "partly-sent");
+  EXPECT_EQ(object["changed"], true);
+  EXPECT_EQ(object["facts"], (json{{"Operating system", "sent"}, {"Disks", "not supported by this BMC"}}));
+}
+
 TEST_F(Notify, AFailureNamesTheStepAndWhatWasSentAllTheSame) {
   Ask("locked");
   EXPECT_EQ(Run("notify"), 7);

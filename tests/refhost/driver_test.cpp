@@ -355,6 +355,14 @@ TEST_F(Driver, HelpAndVersionAreNoErrors) {
   EXPECT_NE(out_.find("Subcommands:"), std::string::npos);
   EXPECT_EQ(Run("update --help"), 0);
   EXPECT_NE(out_.find("package"), std::string::npos);
+  for (const char* name : {"identify", "check", "update", "apply", "verify", "report", "notify", "methods"}) {
+    EXPECT_EQ(Run(std::string(name) + " --help"), 0);
+    EXPECT_NE(out_.find("\nExample"), std::string::npos) << out_;
+    EXPECT_NE(out_.find(std::string("\n  orvhost ") + name), std::string::npos) << out_;
+    EXPECT_NE(out_.find("\nExit codes: 0 "), std::string::npos) << out_;
+    std::istringstream lines(out_);
+    for (std::string line; std::getline(lines, line);) EXPECT_LE(line.size(), 80U) << line;
+  }
   EXPECT_EQ(Run("--version"), 0);
   EXPECT_EQ(out_.find("orvhost "), 0U);
 }

@@ -119,7 +119,9 @@ long SendInformation() {
     CTraceUtility::WriteTrace("bmc", "MSGID_BMC_0021_F", "29");
     return -1;
   }
-  if (Asked("no-capability")) Trace(CTraceUtility::TRACE_DBG_INFO, "Send HDD Information not supported");
+  if (Asked("no-capability") || Asked("no-disks")) {
+    Trace(CTraceUtility::TRACE_DBG_INFO, "Send HDD Information not supported");
+  }
   Trace(CTraceUtility::TRACE_DBG_FLOW, "CBMC_KESTREL_Firmware::ExecSendHDDInfo [END]");
   return 0;
 }
