@@ -49,9 +49,10 @@ class AnUpdateByHand(SharedServer):
             self.assertEqual((done.exit, done.err), (0, ""))
             self.assertIn("flashing 100%", done.out)
             self.assertEqual(self.server.bmc("state")["standby"], "01-24")
-        with self.subTest("a reboot without the flag comes back on the old firmware"):
-            self.server.run("shutdown -r now")
+        with self.subTest("a reboot without the flag comes back on the old firmware; who asked for it could finish"):
+            job = self.server.start_job("shutdown -r now; sleep 2; echo finished")
             self.server.wait_power_cycle()
+            self.assertEqual(job.wait().out, "finished\n")
             self.assertEqual(self.running_version(), "01-23")
             self.assertEqual(self.raw(*CHECK_CONNECT), (0, "01"))  # a reset does not unplug the drive
         with self.subTest("a halt with the flag armed comes back on the new firmware"):
