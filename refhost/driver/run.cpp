@@ -55,7 +55,8 @@ bool ReadRunningVersion(const Run& run, const Session& session, Outcome* outcome
     return true;
   }
   Fail(run, outcome, FailedExitCode(run), "bmc-unreadable", "The BMC does not tell its firmware version.",
-       "Wait a minute in case the BMC is restarting, then run \"orvhost identify\".");
+       "Wait a minute in case the BMC is restarting, then run \"orvhost identify\". If that fails too, run the command "
+       "above by hand to see why.");
   return false;
 }
 

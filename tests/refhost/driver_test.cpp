@@ -35,7 +35,8 @@ TEST_F(Driver, IdentifyOfABmcThatDoesNotAnswer) {
             "  command:         tool raw 0x06 0x01 > result\n"
             "  completion code: C3\n"
             "  flash:           not touched\n"
-            "  next step:       Wait a minute in case the BMC is restarting, then run \"orvhost identify\".\n");
+            "  next step:       Wait a minute in case the BMC is restarting, then run \"orvhost identify\". If that fails "
+            "too, run the command above by hand to see why.\n");
 }
 
 TEST_F(Driver, UpdateTellsEveryStepAndRecordsTheNewVersion) {
