@@ -1,25 +1,74 @@
 #include "bench/measure.h"
 
-#include <spawn.h>
-#include <sys/wait.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <chrono>
-#include <cstdio>
-#include <cstdlib>
+#include <cstddef>
 #include <fstream>
-#include <vector>
 
 namespace bench {
 
 namespace {
 
-double Microseconds(const std::function<void()>& work) {
-  const auto start = std::chrono::steady_clock::now();
-  work();
-  return std::chrono::duration<double, std::micro>(std::chrono::steady_clock::now() - start).count();
+constexpr double kTimePerComparison = 2e6;  // microseconds
+
+double Microseconds(const timeval& time) {
+  return static_cast<double>(time.tv_sec) * 1e6 + static_cast<double>(time.tv_usec);
+}
+
+double Spent(int who) {
+  rusage usage{};
+  getrusage(who, &usage);
+  return Microseconds(usage.ru_utime) + Microseconds(usage.ru_stime);
+}
+
+double MedianOver(const std::vector<Pass>& passes, const std::function<double(const Pass&)>& value) {
+  std::vector<double> values;
+  values.reserve(passes.size());
+  for (const Pass& pass : passes) {
+    values.push_back(value(pass));
+  }
+  return Median(std::move(values));
+}
+
+}  // namespace
+
+Cost operator+(Cost left, Cost right) {
+  return {left.wall + right.wall, left.cpu + right.cpu};
+}
+
+Cost operator-(Cost left, Cost right) {
+  return {left.wall - right.wall, left.cpu - right.cpu};
+}
+
+Cost operator*(double factor, Cost cost) {
+  return {factor * cost.wall, factor * cost.cpu};
+}
+
+Cost Now() {
+  const auto wall = std::chrono::steady_clock::now().time_since_epoch();
+  return {std::chrono::duration<double, std::micro>(wall).count(), Spent(RUSAGE_SELF) + Spent(RUSAGE_CHILDREN)};
+}
+
+Comparison Summary(const std::vector<Pass>& passes) {
+  return {{MedianOver(passes, [](const Pass& pass) { return pass.bare.wall; }),
+           MedianOver(passes, [](const Pass& pass) { return pass.bare.cpu; })},
+          {MedianOver(passes, [](const Pass& pass) { return pass.ours.wall; }),
+           MedianOver(passes, [](const Pass& pass) { return pass.ours.cpu; })},
+          MedianOver(passes, [](const Pass& pass) { return pass.ours.wall / pass.bare.wall; }),
+          MedianOver(passes, [](const Pass& pass) { return pass.ours.cpu / pass.bare.cpu; }),
+          static_cast<int>(passes.size())};
+}
+
+Comparison Compare(const std::function<Pass()>& pass) {
+  std::vector<Pass> passes;
+  const double start = Now().wall;
+  do {
+    passes.push_back(pass());
+  } while (Now().wall - start < kTimePerComparison);
+  return Summary(passes);
 }
 
 double Median(std::vector<double> values) {
@@ -28,52 +77,11 @@ double Median(std::vector<double> values) {
   return *middle;
 }
 
-}  // namespace
-
-Comparison Compare(int rounds, const std::function<void()>& bare, const std::function<void()>& ours) {
-  bare();
-  ours();
-  std::vector<double> bareTimes;
-  std::vector<double> ourTimes;
-  for (int round = 0; round < rounds; ++round) {
-    // Who goes first alternates too.
-    if (round % 2 == 0) {
-      bareTimes.push_back(Microseconds(bare));
-      ourTimes.push_back(Microseconds(ours));
-    } else {
-      ourTimes.push_back(Microseconds(ours));
-      bareTimes.push_back(Microseconds(bare));
-    }
-  }
-  return {Median(bareTimes), Median(ourTimes)};
-}
-
-void PrintHeader() {
-  std::printf("%-58s %12s %12s %7s\n", "", "bare us", "plug-in us", "ratio");
-}
-
-void PrintRow(const std::string& what, const Comparison& comparison) {
-  std::printf("%-58s %12.1f %12.1f %7.3f\n", what.c_str(), comparison.bare, comparison.ours, comparison.Ratio());
-  std::fflush(stdout);
-}
-
-void RunBare(const std::string& command) {
-  std::array<std::string, 3> words{"sh", "-c", command};
-  const std::array<char*, 4> arguments{words[0].data(), words[1].data(), words[2].data(), nullptr};
-  pid_t pid = 0;
-  int status = -1;
-  if (posix_spawn(&pid, "/bin/sh", nullptr, nullptr, arguments.data(), environ) != 0 ||
-      waitpid(pid, &status, 0) != pid || status != 0) {
-    std::fprintf(stderr, "cannot run: %s\n", command.c_str());
-    std::exit(1);
-  }
-}
-
-double ResidentMiB() {
+double ResidentKiB() {
   long total = 0;
   long resident = 0;
   std::ifstream("/proc/self/statm") >> total >> resident;
-  return static_cast<double>(resident) * static_cast<double>(sysconf(_SC_PAGESIZE)) / (1024.0 * 1024.0);
+  return static_cast<double>(resident) * static_cast<double>(sysconf(_SC_PAGESIZE)) / 1024.0;
 }
 
 }  // namespace bench

@@ -1,31 +1,48 @@
-// Measures two ways of doing the same work against each other. They take turns, so that whatever else the machine does
-// falls on both alike, and what is printed is their ratio.
+// What a piece of work costs, and two ways of doing the same work against each other.
 #ifndef BENCH_MEASURE_H
 #define BENCH_MEASURE_H
 
 #include <functional>
-#include <string>
+#include <vector>
 
 namespace bench {
 
-struct Comparison {
-  double bare;  // median microseconds of one round
-  double ours;
-  double Ratio() const { return ours / bare; }
+// Microseconds. `cpu` is what this process and the children it has waited for have spent, in the kernel too.
+struct Cost {
+  double wall = 0;
+  double cpu = 0;
 };
 
-// Runs each side `rounds` times, after one round of each that does not count.
-Comparison Compare(int rounds, const std::function<void()>& bare, const std::function<void()>& ours);
+Cost operator+(Cost left, Cost right);
+Cost operator-(Cost left, Cost right);
+Cost operator*(double factor, Cost cost);
 
-// The head of the table that PrintRow adds to.
-void PrintHeader();
-void PrintRow(const std::string& what, const Comparison& comparison);
+// A moment: the difference of two is the cost of what lies between them.
+Cost Now();
 
-// Runs `command` by `sh -c` and waits for its end: what a bare request costs. Ends the program when it fails.
-void RunBare(const std::string& command);
+// The two sides of one pass.
+struct Pass {
+  Cost bare;
+  Cost ours;
+};
 
-// Resident memory of this process in MiB.
-double ResidentMiB();
+struct Comparison {
+  Cost bare;  // medians over the passes
+  Cost ours;
+  double ratio;     // ours to bare in wall time: median over the passes of the ratio within one pass
+  double cpuRatio;  // the same in processor time
+  int passes;       // 0 when this was not measured but computed
+};
+
+Comparison Summary(const std::vector<Pass>& passes);
+
+// Repeats a pass for about two seconds, at least once.
+Comparison Compare(const std::function<Pass()>& pass);
+
+double Median(std::vector<double> values);
+
+// Resident memory of this process in KiB.
+double ResidentKiB();
 
 }  // namespace bench
 

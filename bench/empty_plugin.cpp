@@ -1,0 +1,14 @@
+// A plug-in that does nothing but what every load of the real one has a shell do: the floor of what loading costs.
+#include <cstdlib>
+#include <string>
+
+#include "host/DllCommon.h"
+#include "host/ProviderBase.h"
+
+extern "C" CVendor* GetVendorFactory(const char*, const char*) {
+  const std::string pattern = CFileUtility::GetInstallPath(0) + "/tmp/KV6KBMC/IPMIResult*";
+  if (std::system(("rm -f \"" + pattern + "\"").c_str()) != 0) {
+    std::abort();
+  }
+  return nullptr;
+}

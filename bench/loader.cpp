@@ -1,0 +1,41 @@
+// Loads one plug-in in a fresh host and prints what that cost: microseconds of wall and processor time, and KiB of
+// resident memory.
+//
+//   kestrel_bench_loader LIBRARY INSTALL_PATH
+#include <dlfcn.h>
+
+#include <cstdio>
+
+#include "bench/bench_host.h"
+#include "bench/measure.h"
+#include "host/ProviderBase.h"
+#include "refhost/settings.h"
+
+int main(int count, char** arguments) {
+  if (count != 3) {
+    return 2;
+  }
+  refhost::Configure({arguments[2], "kv6000rt", ""});
+  bench::TraceFile trace(std::string(arguments[2]) + "/trace");
+  refhost::SetTraceSink(&trace);
+  const double residentBefore = bench::ResidentKiB();
+  const bench::Cost start = bench::Now();
+  void* library = dlopen(arguments[1], RTLD_NOW | RTLD_LOCAL);
+  if (library == nullptr) {
+    std::fprintf(stderr, "%s\n", dlerror());
+    return 1;
+  }
+  using Factory = CVendor* (*)(const char*, const char*);
+  const auto factory = reinterpret_cast<Factory>(dlsym(library, "GetVendorFactory"));
+  if (factory == nullptr) {
+    return 1;
+  }
+  CVendor* vendor = factory("CBMC_KESTREL_Vendor", "bench");
+  if (vendor != nullptr) {  // the empty plug-in has none
+    vendor->LinkDevice();
+  }
+  const bench::Cost cost = bench::Now() - start;
+  std::printf("%.1f %.1f %.0f\n", cost.wall, cost.cpu, bench::ResidentKiB() - residentBefore);
+  refhost::SetTraceSink(nullptr);
+  return 0;
+}
