@@ -1,0 +1,247 @@
+"""Updates of servers whose packages differ from the plain one: the rack model with its script, SDR and hardware variant,
+and another family with its decimal major."""
+
+import unittest
+
+from kv6000.packages import make_image, write_package
+from kv6000.rack_packages import FAULTS, PAYLOAD_SIZE, SCRIPT, WRAPPER, good_files, make_rack_packages, sdr_file
+from road import PAUSES, SHORT_PAUSES, Road
+
+# The 14th character tells the hardware variant.
+ORDINARY_SERIAL = "KV6KRT0000001A000"
+LONG_SSD_SERIAL = "KV6KRT0000001E000"
+WORK = "INSTALL/tmp/KV6KBMC/BMC_FW"
+COMMAND = f"{WORK}/bmcup.sh < {WORK}/Yes"
+START = "4 CBMC_KESTREL_Firmware::Update() [START]"
+END = "4 CBMC_KESTREL_Firmware::Update() [END]"
+SDR_LINE = "1 [SDR data was successfully written!]"
+FLASH_LINE = "1 [Update is successful. Reboot is required for changeover to new FW.]"
+BEGUN = "The update failed after writing the firmware had begun."
+NOT_BEGUN = "The update failed before anything was written."
+# A script that never ends is cut off after 900 s at full length: here after some 45 s, in which the good part of its work
+# is done also on a crowded machine.
+SCRIPT_PAUSES = 0.05
+
+
+class RackRoad(Road):
+    """A rack server, and packages for it of whatever version comes next."""
+
+    @classmethod
+    def setUpClass(cls):
+        super().setUpClass()
+        make_rack_packages(cls.server.share / "packages")
+
+    def sdr(self) -> dict:
+        return self.server.bmc("state")["sdr"]
+
+    def running_pair(self) -> str:
+        return f"BMC:{self.running()},SDR:{self.sdr()['version']}"
+
+    def rack_package(self, name: str, files=None, left_out=(), executable=(SCRIPT, "x64/BmcFlash", "x64sdr/sdronup"),
+                     fault=None) -> str:
+        """Makes a good package of the next version but for `files` and what is left out; `fault` names what its script
+        does in the end. Returns its version."""
+        minor = int(self.running().split("-")[1]) + 1
+        firmware, sdr = f"01-{minor:02d}", f"A{int(self.sdr()['version'][1:]) + 1}"
+        good = dict(good_files(), **{"kv6000rt.ima": make_image(firmware, PAYLOAD_SIZE), "kv6000rt.sdr": sdr_file(sdr)})
+        if fault:
+            good.update({SCRIPT: WRAPPER + FAULTS[fault], "update.sh": good[SCRIPT]})
+        content = {path: content for path, content in good.items() if path not in left_out}
+        version = f"BMC:{firmware},SDR:{sdr}"
+        write_package(self.server.share / "packages" / f"{name}.zip", version, {**content, **(files or {})}, "",
+                      ["kv6000rt"], executable)
+        return version
+
+    def take(self, package: str, version: str):
+        """The whole road of a good package; the traces' lines of each step are those of a script's update."""
+        before = self.running_pair()
+        updated = self.update(package)
+        self.assert_report(updated, 0, command="update", verdict="updated", phase="record", changed=True,
+                           flash_touched=True, before=before, after=version, error=None)
+        self.assert_in_trace(updated, START, f"1 [chmod +x -R {WORK}/*]", f"1 [{COMMAND}]", SDR_LINE, FLASH_LINE, END)
+        self.assertNotIn("1 Compare Version", updated.trace)
+        self.assertEqual(self.running_pair(), before)
+        firmware, sdr = (part.partition(":")[2] for part in version.split(","))
+        self.assert_bmc(standby=firmware, whole=True, flag=True, flagMindsReset=True, flash="done",
+                        media="disconnected")
+        self.assertEqual((self.sdr()["standby"], self.sdr()["updating"]), (sdr, False))
+        self.assert_scratch_holds("BMC_FW")
+        self.assertEqual(self.marker.exists(), False)
+
+        boots = self.server.bmc("state")["boots"]
+        applied = self.take_down("apply")
+        self.assert_report(applied, 0, command="apply", verdict="going-down", changed=True, flash_touched=False,
+                           before=before, after=version, error=None)
+        self.assert_in_trace(applied, "4 CBMC_KESTREL_Firmware::UpdateApply() [START]", "1 shutdown -r now ",
+                             "4 CBMC_KESTREL_Firmware::UpdateApply() [END]")
+        self.assertEqual(self.running_pair(), version)
+        self.assert_bmc(standby=None, flag=False, power="on", boots=boots + 1)
+        self.assertEqual(self.sdr()["standby"], None)
+
+        verified = self.orvhost("verify")
+        self.assert_report(verified, 0, command="verify", verdict="verified", changed=False, before=version,
+                           after=version, error=None)
+        self.assert_in_trace(verified, f"1 UpdateApplyCheck [{version}] [{version}]",
+                             "4 CBMC_KESTREL_Firmware::UpdateApplyCheck() [END]")
+        self.assertEqual(updated.records + applied.records + verified.records, [])
+        self.assertEqual(updated.err + applied.err + verified.err, "")
+
+
+class ARackServer(RackRoad):
+    options = {"product": "KV6000RT", "serial": ORDINARY_SERIAL}
+
+    def assert_refused(self, run, exit_code, detail, returned, cause=BEGUN, message="MSGID_BMC_0027_F"):
+        """The update failed with this record, and the operator was told; `returned` is what became of the script."""
+        before = self.running_pair()
+        self.assert_report(run, exit_code, verdict="update-failed", phase="write", changed=False,
+                           flash_touched=exit_code == 8, before=before, cause=cause)
+        self.assertEqual(run.records, [f"{message} {detail}"])
+        self.assert_in_trace(run, START, f"1 [chmod +x -R {WORK}/*]")
+        if returned:
+            self.assert_in_trace(run, f"1 [{COMMAND}]", f"R {message} {detail}",
+                                 f"2 Failed to execute update command [{COMMAND}] {returned}")
+        self.assert_scratch_holds("BMC_FW")
+
+    def test_a_good_package_takes_bmc_and_sdr_to_the_next_pair(self):
+        self.take("good.zip", self.rack_package("good"))
+
+    def test_a_script_without_the_executable_permission_is_run_all_the_same(self):
+        version = self.rack_package("not-executable", executable=())
+        self.assert_report(self.update("not-executable.zip"), 0, verdict="updated", after=version, error=None)
+        self.assert_bmc(flag=True, whole=True)
+
+    def test_an_sdr_log_without_its_success_line(self):
+        firmware = self.running()
+        self.rack_package("bad-sdr", files={"kv6000rt.sdr": sdr_file("A9")[:-1]})
+        done = self.update("bad-sdr.zip")
+        self.assert_refused(done, 8, "2E2B", "iret[0] dret[1]")
+        self.assertNotIn(SDR_LINE, done.trace)
+        self.assertIn(FLASH_LINE, done.trace)
+        self.assertEqual(done.trace.count(END), 1)
+        self.assert_bmc(running=firmware, flag=False, whole=True, media="disconnected")
+
+    def test_a_flash_log_without_its_success_line(self):
+        image = bytearray(make_image("01-99", PAYLOAD_SIZE))
+        image[-1] ^= 1
+        self.rack_package("bad-image", files={"kv6000rt.ima": bytes(image)})
+        done = self.update("bad-image.zip")
+        self.assert_refused(done, 8, "2F2B", "iret[0] dret[1]")
+        self.assertIn(SDR_LINE, done.trace)
+        self.assertNotIn(FLASH_LINE, done.trace)
+        self.assert_bmc(flag=False, standby=None, flash="bad checksum")
+
+    def test_a_script_that_ends_in_3_though_both_logs_are_good(self):
+        self.rack_package("ends-in-3", fault="ends-in-3")
+        done = self.update("ends-in-3.zip")
+        self.assert_refused(done, 8, "2B", "iret[0] dret[3]")
+        self.assert_in_trace(done, SDR_LINE, FLASH_LINE, "R MSGID_BMC_0027_F 2B", END)
+        refused = self.orvhost("apply", "--yes")
+        self.assert_report(refused, 7, verdict="not-written", changed=False, cause="The last update failed.")
+        self.assert_bmc(power="on")
+
+    def test_a_script_that_outlives_its_time_limit_is_left_running(self):
+        self.rack_package("never-ends", fault="never-ends")
+        done = self.update("never-ends.zip", pauses=SCRIPT_PAUSES)
+        sleeper = self.server.run("grep -l 100000[0] /proc/[0-9]*/cmdline").out.split()
+        for process in sleeper:
+            self.server.run(["kill", process.split("/")[2]])
+        self.assertEqual(len(sleeper), 1)
+        self.assert_refused(done, 8, "152B", "iret[255] dret[255]")
+        self.assert_in_trace(done, SDR_LINE, FLASH_LINE, "2 Failed to execute update command:TIMEOUT",
+                             "R MSGID_BMC_0027_F 152B", END)
+
+    def test_a_log_of_100_mb_without_a_line_end_is_read_as_one_line_that_the_trace_holds_the_start_of(self):
+        self.rack_package("log-100mb", fault="log-100mb")
+        done = self.update("log-100mb.zip", pauses=1)
+        self.assertEqual((self.scratch / "BMC_FW" / "x64sdr" / "sdronup.log").stat().st_size, 100_000_000)
+        self.assert_refused(done, 8, "2E2B", "iret[0] dret[0]")
+        long_lines = [line for line in done.trace if line.startswith("1 [xxxx")]
+        self.assertEqual([set(line[3:-1]) for line in long_lines], [{"x"}])
+        self.assertLess(len(long_lines[0]), 100_000)
+        self.assertIn(FLASH_LINE, done.trace)
+
+    def test_a_package_whose_script_is_missing_or_a_folder_is_refused_before_anything_runs(self):
+        state = self.server.bmc("state")
+        before = {name: state[name] for name in ("running", "standby", "flag", "sdr", "media")}
+        for name, files in (("no-script", {}), ("script-is-folder", {f"{SCRIPT}/readme.txt": "a folder\n"})):
+            with self.subTest(name):
+                self.rack_package(name, files, left_out=(SCRIPT,))
+                done = self.update(f"{name}.zip")
+                self.assert_refused(done, 7, "11", None, NOT_BEGUN, "MSGID_BMC_0020_F")
+                self.assertEqual(done.trace[done.trace.index("R MSGID_BMC_0020_F 11") + 1:][:2],
+                                 ["2 Failed to find update module", END])
+                self.assertNotIn(f"1 [{COMMAND}]", done.trace)
+        self.assert_bmc(**before)
+
+    def test_a_script_that_cannot_be_started_leaves_no_log(self):
+        script = good_files()[SCRIPT].replace(b"#!/bin/sh", b"#!/nowhere/sh", 1)
+        self.rack_package("no-interpreter", files={SCRIPT: script})
+        done = self.update("no-interpreter.zip")
+        code = next(line for line in done.trace if line.startswith("2 Failed to execute update")).rpartition(" ")[2]
+        self.assertIn(code, ("dret[126]", "dret[127]"))
+        self.assert_refused(done, 8, "2C", f"iret[0] {code}")
+        self.assert_in_trace(done, f"2 file open error:{WORK}/x64sdr/sdronup.log", "R MSGID_BMC_0027_F 2C")
+        self.assertNotIn(END, done.trace)
+
+    def test_a_package_for_long_ssd_machines_is_refused(self):
+        pair = self.running_pair()
+        for words in (["check"], ["update"]):
+            with self.subTest(words[0]):
+                done = self.orvhost(*words, "/share/packages/rt-long-ssd.zip")
+                self.assert_report(done, 6, command=words[0], verdict="does-not-fit", phase="fit", changed=False,
+                                   flash_touched=False, before=pair)
+                self.assertIn(f"1 Ver[{pair}],Serial[{ORDINARY_SERIAL}],Model[],Rep[LONG/SSD],iRet[1]", done.trace)
+                self.assertEqual(done.records, [])
+                self.assertNotIn(START, done.trace)
+
+
+class ALongSsdRackServer(RackRoad):
+    """Told in one test: every step stands on the one before."""
+
+    options = {"product": "KV6000RT", "serial": LONG_SSD_SERIAL, "tool": "maker",
+               "sdr": {"records": 12, "version_record": 10, "unreadable": [11]}}
+
+    def test_it_takes_the_package_that_is_made_for_it_and_no_other(self):
+        identified = self.orvhost("identify", pauses=SHORT_PAUSES)
+        self.assert_report(identified, 0, command="identify", before="BMC:01-23,SDR:A1", error=None)
+        walk = [line for line in identified.trace if line.startswith(("1 Record", "1 Exec Get SDR"))]
+        self.assertEqual([line for line in walk if not line.startswith("1 Record [")],
+                         ["1 Record Count [0c][00]", "1 Record Num [0c][00]", "1 Exec Get SDR Data",
+                          "1 Record Num [0b][00]", *3 * ["1 Exec Get SDR Data"], "1 Record Num [0a][00]",
+                          "1 Exec Get SDR Data"])
+        self.assertEqual(sum(line.startswith("1 Record [") for line in walk), 2)
+        self.assert_in_trace(identified, "4 CBMC_KESTREL_Firmware::GetSDRVersion() [A1] [END]")
+
+        refused = self.orvhost("check", "/share/packages/rt-good.zip")
+        self.assert_report(refused, 6, command="check", verdict="does-not-fit", phase="fit", changed=False,
+                           before="BMC:01-23,SDR:A1")
+        self.assertIn(f"1 Ver[BMC:01-23,SDR:A1],Serial[{LONG_SSD_SERIAL}],Model[long/ssd],Rep[],iRet[1]", refused.trace)
+
+        fits = self.orvhost("check", "/share/packages/rt-long-ssd.zip")
+        self.assert_report(fits, 0, command="check", verdict="newer", changed=False, before="BMC:01-23,SDR:A1",
+                           error=None)
+        self.assertIn(f"1 Ver[BMC:01-23,SDR:A1],Serial[{LONG_SSD_SERIAL}],Model[long/ssd],Rep[LONG/SSD],iRet[0]",
+                      fits.trace)
+        self.take("rt-long-ssd.zip", "BMC:01-24,SDR:A2")
+
+
+class AServerOfTheMx4000Family(RackRoad):
+    options = {"product": "MX4000", "firmware": "0a-23"}
+
+    def test_a_major_byte_of_0a_reads_as_10_from_the_package_to_the_verified_firmware(self):
+        identified = self.orvhost("identify")
+        self.assert_report(identified, 0, before="10-23", error=None)
+        self.assert_in_trace(identified, "4 [10-23][mx4000]",
+                             "4 CBMC_KESTREL_Firmware::GetOperatingVersion() [10-23] [END]")
+        updated = self.update("mx4000-10-24.zip", pauses=PAUSES)
+        self.assert_report(updated, 0, verdict="updated", before="10-23", after="10-24", error=None)
+        self.assert_bmc(running="0a-23", standby="0a-24", whole=True, flag=False)
+        self.assert_report(self.take_down("apply"), 0, verdict="going-down", before="10-23", after="10-24", error=None)
+        self.assert_bmc(running="0a-24", standby=None)
+        verified = self.orvhost("verify")
+        self.assert_report(verified, 0, verdict="verified", before="10-24", after="10-24", error=None)
+        self.assertEqual(updated.records + verified.records, [])
+
+
+if __name__ == "__main__":
+    unittest.main()
