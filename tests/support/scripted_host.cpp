@@ -1,5 +1,6 @@
 #include "tests/support/scripted_host.h"
 
+#include <sys/statvfs.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -84,6 +85,14 @@ CommandEnd Dressed(const CommandEnd& bare, bool makersTool) {
   return {0, 0, answer.substr(2) + "\n"};
 }
 
+// Where the hosts' folders are made: in memory if possible, since every test has one. Scripts are run from there.
+std::filesystem::path FolderOfFolders() {
+  const char* const memory = "/dev/shm";
+  struct statvfs system {};
+  const bool usable = access(memory, W_OK) == 0 && statvfs(memory, &system) == 0 && (system.f_flag & ST_NOEXEC) == 0;
+  return usable ? memory : std::filesystem::temp_directory_path();
+}
+
 template <typename T>
 bool Take(std::map<std::string, std::deque<T>>* script, const std::string& key, T* taken) {
   const auto found = script->find(key);
@@ -111,7 +120,7 @@ ScriptedHost::ScriptedHost() : process_(getpid()) {
   if (current != nullptr) {
     throw std::logic_error("a scripted host is there already");
   }
-  std::string folder = (std::filesystem::temp_directory_path() / "kestrel-host-XXXXXX").string();
+  std::string folder = (FolderOfFolders() / "kestrel-host-XXXXXX").string();
   if (mkdtemp(folder.data()) == nullptr) {
     throw std::runtime_error("cannot make a temporary folder");
   }
@@ -164,6 +173,9 @@ void ScriptedHost::System(const std::string& command, int result, int times) {
 }
 
 void ScriptedHost::Note(const std::string& line) {
+  if (quickTool) {
+    return;
+  }
   if (getpid() == process_) {
     journal_.push_back(Shorten(line));
   } else {
@@ -204,6 +216,10 @@ CommandEnd ScriptedHost::RunIpmi(const std::string& request) {
 
 CommandEnd ScriptedHost::RunCommand(const std::string& commandLine) {
   CommandEnd end;
+  if (quickTool) {
+    quickTool(commandLine);
+    return end;
+  }
   const std::string key = Shorten(commandLine);
   if (Take(&commands_, key, &end)) {
     if (end.effect) {
@@ -217,6 +233,9 @@ CommandEnd ScriptedHost::RunCommand(const std::string& commandLine) {
     return {1, 0, ""};
   }
   end = RunIpmi(request);
+  if (end.effect) {
+    end.effect();
+  }
   if (end.result == kBareAnswer) {
     end = Dressed(end, commandLine.starts_with("echo "));
   }
@@ -262,8 +281,20 @@ std::string IpmitoolLine(const std::string& request) {
   return line + " > \"" + kResultFile + "\"";
 }
 
+std::string MakersLine(const std::string& request) {
+  std::vector<std::string> words = Words(request);
+  const int netFnLun = std::stoi(words.at(0), nullptr, 16) * 4 % 256;
+  words[0] = std::string(1, "0123456789abcdef"[netFnLun / 16]) + "0123456789abcdef"[netFnLun % 16];
+  return "echo " + Joined(words) + " | env -u LD_PRELOAD \"" + kMakersToolPath + "\" > \"" + kResultFile + "\"";
+}
+
 std::string DeleteResult() {
   return std::string("delete ") + kResultFile;
+}
+
+Lines Failed(const std::string& command, unsigned long exitCode) {
+  return RequestLines(command, "2 Failed to execute command " + command + " return " + std::to_string(exitCode),
+                      {"4 CBMC_KESTREL_Firmware::ExecIPMICommand_list() [END]", DeleteResult()});
 }
 
 }  // namespace
@@ -273,18 +304,20 @@ Lines Request(const std::string& request) {
 }
 
 Lines FailedRequest(const std::string& request, unsigned long exitCode) {
-  const std::string command = IpmitoolLine(request);
-  return RequestLines(command, "2 Failed to execute command " + command + " return " + std::to_string(exitCode),
-                      {"4 CBMC_KESTREL_Firmware::ExecIPMICommand_list() [END]", DeleteResult()});
+  return Failed(IpmitoolLine(request), exitCode);
+}
+
+Lines BrokenRequest(const std::string& request) {
+  return RequestLines(IpmitoolLine(request), std::string("2 [") + kResultFile + "] may be broken",
+                      "4 CBMC_KESTREL_Firmware::ExecIPMICommand_list() [END]");
 }
 
 Lines MakersRequest(const std::string& request) {
-  std::vector<std::string> words = Words(request);
-  const int netFnLun = std::stoi(words.at(0), nullptr, 16) * 4 % 256;
-  words[0] = std::string(1, "0123456789abcdef"[netFnLun / 16]) + "0123456789abcdef"[netFnLun % 16];
-  const std::string command =
-      "echo " + Joined(words) + " | env -u LD_PRELOAD \"" + kMakersToolPath + "\" > \"" + kResultFile + "\"";
-  return RequestLines(command, DeleteResult(), "4 CBMC_KESTREL_Firmware::ExecIPMICommand_list() [END]");
+  return RequestLines(MakersLine(request), DeleteResult(), "4 CBMC_KESTREL_Firmware::ExecIPMICommand_list() [END]");
+}
+
+Lines FailedMakersRequest(const std::string& request, unsigned long exitCode) {
+  return Failed(MakersLine(request), exitCode);
 }
 
 Lines Flow(const std::string& text) {

@@ -43,11 +43,11 @@
 #include "tests/support/lines.h"
 #include "tests/support/scripted_management_library.h"
 
-// How a scripted command ends: what ExecForeignModule returns, the exit status, what the command prints, and what it
-// changes in the host, if anything.
+// How a scripted command ends: what ExecForeignModule returns, the exit status, which may be left as it was, what the
+// command prints, and what it changes in the host, if anything.
 struct CommandEnd {
   int result = 0;
-  unsigned long exitCode = 0;
+  std::optional<unsigned long> exitCode = 0;
   std::string output;
   std::function<void()> effect = nullptr;
 };
@@ -72,6 +72,8 @@ class ScriptedHost {
   bool folderCanBeListed = true;
   bool packageCanBeUnpacked = true;
   bool documentsCanBeWritten = true;
+  bool foldersCanBeMade = true;  // by _mkdir
+  unsigned long threadId = 0x1a2b;
   std::deque<bool> folderDeletions;                          // results of the next folder deletions; true when empty
   const std::list<std::string>* unpackedFileList = nullptr;  // that the last unpacking was given
   std::deque<int> gethostnameResults;
@@ -80,6 +82,7 @@ class ScriptedHost {
   CManageRepositoryInfo updateModule;
   CManageRepositoryInfo oldModule;
   CManageRepositoryInfo operatingModule;
+  std::vector<std::string> localesAskedFor;  // names, in the order in which the plug-in made them
 
   // --- Libraries and memory. Libraries are real; those that play the management library follow this script.
   ScriptedManagementLibrary managementLibrary;
@@ -106,6 +109,11 @@ class ScriptedHost {
   void Command(const std::string& command, const CommandEnd& end, int times = 1);  // ExecForeignModule
   void ResultLine(const std::string& command, const std::string& line, int times = 1);
   void System(const std::string& command, int result, int times = 1);
+  bool systemIsReal = false;  // system() runs its command, which must stay within the install path
+
+  // For a test of so many requests that scripts and a journal would take too long. While it is set, nothing is noted,
+  // and every command of ExecForeignModule is given to it and ends well; the result file is for it to write.
+  std::function<void(const std::string& commandLine)> quickTool;
 
   // --- The XML documents that the plug-in wrote, the last one at the end: a line per element in document order, two
   // blanks deeper than its parent, e.g. "  attr name=[BMC Version] value=[01-23]".
@@ -144,8 +152,11 @@ class ScriptedHost {
 Lines Request(const std::string& request);
 // The same when the tool ended with `exitCode`, as it does for every other completion code.
 Lines FailedRequest(const std::string& request, unsigned long exitCode = 1);
-// Both through the maker's tool, where every completion code is an answer.
+// The same when the tool ended well but its answer could not be read.
+Lines BrokenRequest(const std::string& request);
+// Answered and failed through the maker's tool, where every completion code is an answer.
 Lines MakersRequest(const std::string& request);
+Lines FailedMakersRequest(const std::string& request, unsigned long exitCode = 1);
 
 // Journal line of a start or end line etc.: Flow("X() [START]") is "4 X() [START]".
 Lines Flow(const std::string& text);

@@ -10,6 +10,7 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
+#include <locale>
 #include <new>
 #include <string>
 
@@ -45,10 +46,11 @@ std::FILE* __wrap_fopen(const char* path, const char* mode) {
   return host.readableFiles.contains(host.Shorten(path)) ? __real_fopen("/dev/null", mode) : nullptr;
 }
 
+int __real_system(const char* command);
 int __wrap_system(const char* command) {
   ScriptedHost& host = *ScriptedHost::Current();
   host.Note(std::string("system ") + command);
-  return host.RunSystem(command);
+  return host.systemIsReal ? __real_system(command) : host.RunSystem(command);
 }
 
 DIR* __real_opendir(const char* path);
@@ -97,6 +99,7 @@ pid_t __wrap_fork() {
   if (host.forkFails) {
     return -1;
   }
+  std::fflush(nullptr);  // a child that ends by exit() would write what is buffered once more
   const pid_t child = __real_fork();
   if (child > 0) {
     host.lastChild = child;
@@ -187,6 +190,15 @@ void* __wrap__ZnwmRKSt9nothrow_t(std::size_t size, const std::nothrow_t& tag) {
     return nullptr;
   }
   return __real__ZnwmRKSt9nothrow_t(size, tag);
+}
+
+// std::locale::locale(const char*)
+void __real__ZNSt6localeC1EPKc(std::locale* locale, const char* name);
+void __wrap__ZNSt6localeC1EPKc(std::locale* locale, const char* name) {
+  if (ScriptedHost* host = ScriptedHost::Current(); host != nullptr) {
+    host->localesAskedFor.emplace_back(name);
+  }
+  __real__ZNSt6localeC1EPKc(locale, name);
 }
 
 }  // extern "C"
