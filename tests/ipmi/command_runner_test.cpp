@@ -29,80 +29,111 @@ class CommandRunner : public testing::Test {
     return text.str();
   }
   std::string Path(const std::string& name) const { return (host_.InstallPath() / name).string(); }
+  // What this process has done, and what its child has before it became the command.
+  void ExpectJournals(const Lines& parent, const Lines& child) {
+    EXPECT_TRUE(SameLines(host_.TakeJournal(), parent));
+    EXPECT_TRUE(SameLines(host_.TakeChildJournal(), child));
+  }
+  // The end of a child that nobody has waited for.
+  int StatusOfChild() const {
+    int status = -1;
+    EXPECT_EQ(waitpid(host_.lastChild, &status, 0), host_.lastChild);
+    return status;
+  }
 
   ScriptedHost host_;
   unsigned long exitCode_ = 77;
 };
 
 const Lines kChildLines = {"1 open [/dev/console]", "1 open [/dev/console]"};
+const Lines kErrorsOnly = "1 open [/dev/console]";  // the output goes to a file
 
 TEST_F(CommandRunner, BothOutputsGoToTheConsole) {
   EXPECT_EQ(Run("echo out; echo err >&2"), 0);
   EXPECT_EQ(exitCode_, 0U);
   EXPECT_EQ(Content("console"), "out\nerr\n");
-  EXPECT_TRUE(SameLines(host_.TakeJournal(), {}));
-  EXPECT_TRUE(SameLines(host_.TakeChildJournal(), kChildLines));
+  ExpectJournals({}, kChildLines);
 }
 
 TEST_F(CommandRunner, OutputMayGoToAFileWhichIsTruncated) {
   std::ofstream(Path("output")) << "something longer than the new content";
   EXPECT_EQ(Run("echo out; echo err >&2", kNoLimit, Path("output")), 0);
+  EXPECT_EQ(exitCode_, 0U);
   EXPECT_EQ(Content("output"), "out\n");
   EXPECT_EQ(Content("console"), "err\n");
-  EXPECT_TRUE(SameLines(host_.TakeChildJournal(), {"1 open [/dev/console]"}));
+  ExpectJournals({}, kErrorsOnly);
+}
+
+TEST_F(CommandRunner, TheProcessMaskDecidesWhoMayReadTheOutputFile) {
+  struct Case {
+    mode_t mask;
+    mode_t mode;
+  };
+  for (const auto& [mask, mode] : {Case{022, 0644}, Case{027, 0640}, Case{0, 0666}}) {
+    SCOPED_TRACE(mask);
+    std::filesystem::remove(Path("output"));
+    const mode_t before = umask(mask);
+    EXPECT_EQ(Run("true", kNoLimit, Path("output")), 0);
+    umask(before);
+    struct stat file {};
+    ASSERT_EQ(stat(Path("output").c_str(), &file), 0);
+    EXPECT_EQ(file.st_mode & 07777U, mode);
+    ExpectJournals({}, kErrorsOnly);
+  }
 }
 
 TEST_F(CommandRunner, AnOutputFileThatCannotBeOpenedIsExitStatusOneWithoutALine) {
   EXPECT_EQ(Run("echo out", kNoLimit, Path("missing/output")), 0);
   EXPECT_EQ(exitCode_, 1U);
-  EXPECT_TRUE(SameLines(host_.TakeChildJournal(), {}));
+  ExpectJournals({}, {});
 }
 
 TEST_F(CommandRunner, RunsInTheWorkingDirectory) {
   EXPECT_EQ(Run("pwd -P", kNoLimit, Path("output"), Path("tmp")), 0);
   EXPECT_EQ(Content("output"), std::filesystem::canonical(Path("tmp")).string() + "\n");
-  EXPECT_TRUE(SameLines(host_.TakeJournal(), {"exists $I/tmp"}));
+  EXPECT_EQ(exitCode_, 0U);
+  ExpectJournals("exists $I/tmp", kErrorsOnly);
 }
 
 TEST_F(CommandRunner, AMissingWorkingDirectoryIsNotRunIn) {
   EXPECT_EQ(Run("true", kNoLimit, "", Path("missing")), 1);
   EXPECT_EQ(exitCode_, 255U);
-  EXPECT_TRUE(SameLines(host_.TakeJournal(), {"exists $I/missing"}));
-  EXPECT_TRUE(SameLines(host_.TakeChildJournal(), {}));
+  ExpectJournals("exists $I/missing", {});
 }
 
 TEST_F(CommandRunner, AWorkingDirectoryThatVanishesIsExitStatusOne) {
   host_.readableFiles = {"$I/vanished"};
   EXPECT_EQ(Run("true", kNoLimit, "", Path("vanished")), 0);
   EXPECT_EQ(exitCode_, 1U);
-  EXPECT_TRUE(SameLines(host_.TakeChildJournal(), {}));
+  ExpectJournals("exists $I/vanished", {});
 }
 
 TEST_F(CommandRunner, AnEmptyCommandIsNotRun) {
   EXPECT_EQ(Run(""), 1);
   EXPECT_EQ(exitCode_, 255U);
-  EXPECT_TRUE(SameLines(host_.TakeJournal(), {}));
+  EXPECT_EQ(Run("", kNoLimit, "", Path("tmp")), 1);  // nor is its folder looked for
+  ExpectJournals({}, {});
 }
 
 TEST_F(CommandRunner, AFailedForkIsNotRun) {
   host_.forkFails = true;
   EXPECT_EQ(Run("true"), 1);
   EXPECT_EQ(exitCode_, 255U);
-  EXPECT_TRUE(SameLines(host_.TakeJournal(), {}));
+  ExpectJournals({}, {});
 }
 
 TEST_F(CommandRunner, AConsoleThatCannotBeOpenedForOutput) {
   host_.consoleOpens = {false};
   EXPECT_EQ(Run("true"), 0);
   EXPECT_EQ(exitCode_, 1U);
-  EXPECT_TRUE(SameLines(host_.TakeChildJournal(), {"1 open [/dev/console]", "2 failed to open [/dev/console] 1 "}));
+  ExpectJournals({}, {"1 open [/dev/console]", "2 failed to open [/dev/console] 1 "});
 }
 
 TEST_F(CommandRunner, AConsoleThatCannotBeOpenedForErrors) {
   host_.consoleOpens = {true, false};
   EXPECT_EQ(Run("true"), 0);
   EXPECT_EQ(exitCode_, 1U);
-  EXPECT_TRUE(SameLines(host_.TakeChildJournal(), {kChildLines, "2 failed to open [/dev/console] 2 "}));
+  ExpectJournals({}, {kChildLines, "2 failed to open [/dev/console] 2 "});
 }
 
 TEST_F(CommandRunner, AShellThatIsNotThereIsExitStatusOne) {
@@ -111,14 +142,15 @@ TEST_F(CommandRunner, AShellThatIsNotThereIsExitStatusOne) {
   EXPECT_EQ(Run("true"), 0);
   setenv("PATH", path.c_str(), 1);
   EXPECT_EQ(exitCode_, 1U);
-  EXPECT_TRUE(SameLines(host_.TakeChildJournal(), {kChildLines, "2 failed to exec esxclip [true]"}));
+  ExpectJournals({}, {kChildLines, "2 failed to exec esxclip [true]"});
 }
 
 TEST_F(CommandRunner, TheExitStatusIsThatOfTheCommand) {
   EXPECT_EQ(Run("exit 3"), 0);
   EXPECT_EQ(exitCode_, 3U);
-  EXPECT_EQ(Run("exit 3", 900000), 0);
-  EXPECT_EQ(exitCode_, 3U);
+  EXPECT_EQ(Run("exit 254", 900000), 0);
+  EXPECT_EQ(exitCode_, 254U);
+  ExpectJournals({}, kChildLines.Times(2));
 }
 
 TEST_F(CommandRunner, ACommandEndedByASignalHasNotRun) {
@@ -126,13 +158,18 @@ TEST_F(CommandRunner, ACommandEndedByASignalHasNotRun) {
   EXPECT_EQ(exitCode_, 255U);
   EXPECT_EQ(Run("kill -KILL $$", 900000), 1);
   EXPECT_EQ(exitCode_, 255U);
+  ExpectJournals({}, kChildLines.Times(2));
 }
 
-TEST_F(CommandRunner, AStoppedCommandHasNotRun) {
-  EXPECT_EQ(Run("kill -STOP $$", 900000), 1);
-  EXPECT_EQ(exitCode_, 255U);
-  ASSERT_EQ(kill(host_.lastChild, SIGKILL), 0);
-  ASSERT_EQ(waitpid(host_.lastChild, nullptr, 0), host_.lastChild);
+TEST_F(CommandRunner, AStoppedCommandHasNotRunWithAndWithoutALimit) {
+  for (const unsigned long limit : {900000UL, kNoLimit}) {
+    SCOPED_TRACE(limit);
+    EXPECT_EQ(Run("kill -STOP $$", limit), 1);
+    EXPECT_EQ(exitCode_, 255U);
+    ASSERT_EQ(kill(host_.lastChild, SIGKILL), 0);
+    EXPECT_EQ(StatusOfChild(), SIGKILL);  // it was there still
+    ExpectJournals({}, kChildLines);
+  }
 }
 
 TEST_F(CommandRunner, AFailedWaitIsAFailedRunWithAndWithoutALimit) {
@@ -141,27 +178,30 @@ TEST_F(CommandRunner, AFailedWaitIsAFailedRunWithAndWithoutALimit) {
   EXPECT_EQ(exitCode_, 255U);
   EXPECT_EQ(Run("true", 900000), 1);
   EXPECT_EQ(exitCode_, 255U);
+  ExpectJournals({}, kChildLines.Times(2));
 }
 
 TEST_F(CommandRunner, WaitsInStepsOfASecond) {
   host_.pollsWhileRunning = 2;
   EXPECT_EQ(Run("exit 4", 900000), 0);
   EXPECT_EQ(exitCode_, 4U);
-  EXPECT_TRUE(SameLines(host_.TakeJournal(), {"sleep 1000", "sleep 1000"}));
+  ExpectJournals({"sleep 1000", "sleep 1000"}, kChildLines);
 }
 
 TEST_F(CommandRunner, ALimitOfZeroPollsOnce) {
   host_.pollsWhileRunning = 1;
   EXPECT_EQ(Run("true", 0), 255);
   EXPECT_EQ(exitCode_, 255U);
-  EXPECT_TRUE(SameLines(host_.TakeJournal(), {"sleep 0"}));
+  EXPECT_EQ(StatusOfChild(), 0);
+  ExpectJournals("sleep 0", kChildLines);
 }
 
 TEST_F(CommandRunner, ALimitWithARemainderSleepsItOffBeforeGivingUp) {
   host_.pollsWhileRunning = 2;
   EXPECT_EQ(Run("true", 1500), 255);
   EXPECT_EQ(exitCode_, 255U);
-  EXPECT_TRUE(SameLines(host_.TakeJournal(), {"sleep 1000", "sleep 500"}));
+  EXPECT_EQ(StatusOfChild(), 0);
+  ExpectJournals({"sleep 1000", "sleep 500"}, kChildLines);
 }
 
 TEST_F(CommandRunner, ACommandThatOutlivesItsLimitRunsOn) {
@@ -170,10 +210,9 @@ TEST_F(CommandRunner, ACommandThatOutlivesItsLimitRunsOn) {
   host_.pollsWhileRunning = 1;
   EXPECT_EQ(Run("read word < \"" + gate + "\"; echo $word", 0, Path("output")), 255);
   std::ofstream(gate) << "finished\n";
-  int status = -1;
-  ASSERT_EQ(waitpid(host_.lastChild, &status, 0), host_.lastChild);
-  EXPECT_EQ(status, 0);
+  EXPECT_EQ(StatusOfChild(), 0);
   EXPECT_EQ(Content("output"), "finished\n");
+  ExpectJournals("sleep 0", kErrorsOnly);
 }
 
 }  // namespace

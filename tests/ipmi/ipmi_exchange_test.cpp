@@ -33,6 +33,8 @@ TEST_F(IpmiExchange, ACompletionCodeOtherThanZeroIsNoSuccess) {
   EXPECT_FALSE(reply.Succeeded());
   EXPECT_FALSE(reply.Succeeded("01"));
   EXPECT_EQ(reply.CompletionCode(), "c0");
+  EXPECT_EQ(reply.Elements(), (std::list<std::string>{"c0", "01"}));
+  EXPECT_TRUE(SameLines(host_.TakeJournal(), MakersRequest("34 8d")));
 }
 
 TEST_F(IpmiExchange, ABrokenAnswerKeepsWhatWasReadOfIt) {
@@ -42,6 +44,8 @@ TEST_F(IpmiExchange, ABrokenAnswerKeepsWhatWasReadOfIt) {
   EXPECT_FALSE(reply.Succeeded());
   EXPECT_EQ(reply.CompletionCode(), "00");
   EXPECT_EQ(reply.Element(1), "01");
+  EXPECT_EQ(reply.Element(2), "");
+  EXPECT_TRUE(SameLines(host_.TakeJournal(), BrokenRequest("34 8d")));
 }
 
 TEST_F(IpmiExchange, WithoutAnAnswerEveryElementIsEmpty) {
@@ -50,6 +54,24 @@ TEST_F(IpmiExchange, WithoutAnAnswerEveryElementIsEmpty) {
   EXPECT_FALSE(reply.Ran());
   EXPECT_EQ(reply.CompletionCode(), "");
   EXPECT_EQ(reply.Element(1), "");
+  EXPECT_TRUE(SameLines(host_.TakeJournal(), FailedRequest("34 8d")));
+}
+
+TEST_F(IpmiExchange, WithoutAToolThereIsNoReply) {
+  const IpmiReply reply = Exchange("", {"34", "8d"});
+  EXPECT_FALSE(reply.Ran());
+  EXPECT_EQ(reply.CompletionCode(), "");
+  EXPECT_TRUE(
+      SameLines(host_.TakeJournal(), {"4 CBMC_KESTREL_Firmware::ExecIPMICommand() [START]", "2 Tool path is empty",
+                                      "4 CBMC_KESTREL_Firmware::ExecIPMICommand() [END]"}));
+}
+
+TEST_F(IpmiExchange, EachReplyIsOfItsOwnRequestOnly) {
+  host_.Answer("34 8d", "00 01");
+  host_.Answer("06 01", "c1");
+  EXPECT_EQ(Exchange(kMakersToolPath, {"34", "8d"}).Elements(), (std::list<std::string>{"00", "01"}));
+  EXPECT_EQ(Exchange(kMakersToolPath, {"06", "01"}).Elements(), std::list<std::string>{"c1"});
+  EXPECT_TRUE(SameLines(host_.TakeJournal(), {MakersRequest("34 8d"), MakersRequest("06 01")}));
 }
 
 }  // namespace

@@ -26,6 +26,16 @@ Lines Executed(const std::string& line) {
   return {kListStart, "1 Execute command [" + line + "]", "exec " + line + " limit 350000"};
 }
 
+// The tool could not be run, or ended with an exit status.
+Lines Failed(const std::string& line, const std::string& exitCode) {
+  return {Executed(line), "2 Failed to execute command " + line + " return " + exitCode, kListEnd, kDeleted};
+}
+
+std::string MakersLineWith(const std::string& bytes) {
+  return "echo " + bytes + " | env -u LD_PRELOAD \"/opt/kestrel/node_keeper/ipmi_tools/ipmicmd\" > \"" + kResultFile +
+         "\"";
+}
+
 class RawCommand : public testing::Test {
  protected:
   bool Run(const char* tool, const Bytes& request) { return ExecuteIpmiCommandList(tool, &response_, request); }
@@ -56,6 +66,7 @@ TEST_F(RawCommand, IpmitoolAnswerMaySpanLines) {
   host_.AnswerRaw("06 01", {0, 0, " 20 01\n\t00\r\n 23\n"});
   EXPECT_TRUE(Run(kIpmitoolPath, {"06", "01"}));
   EXPECT_EQ(response_, (Bytes{"00", "20", "01", "00", "23"}));
+  EXPECT_TRUE(SameLines(host_.TakeJournal(), {Executed(kIpmitoolLine), kDeleted, kListEnd}));
 }
 
 TEST_F(RawCommand, MakersToolAnswersOnItsSecondLineAfterFourWords) {
@@ -71,22 +82,30 @@ TEST_F(RawCommand, MakersToolTakesTheNetFnShiftedByTheLun) {
   EXPECT_TRUE(Run(kMakersToolPath, {"3c", "13"}));
   response_.clear();
   EXPECT_TRUE(Run(kMakersToolPath, {"0C", "02", "01"}));
-  const std::vector<std::string> journal = host_.TakeJournal();
-  EXPECT_EQ(journal.at(1).find("1 Execute command [echo f0 13 | env -u LD_PRELOAD \""), 0U) << journal.at(1);
-  EXPECT_EQ(journal.at(6).find("1 Execute command [echo 30 02 01 | env -u LD_PRELOAD \""), 0U) << journal.at(6);
+  EXPECT_TRUE(SameLines(host_.TakeJournal(), {Executed(MakersLineWith("f0 13")), kDeleted, kListEnd,
+                                              Executed(MakersLineWith("30 02 01")), kDeleted, kListEnd}));
+}
+
+TEST_F(RawCommand, ANetFnBeyondSixBitsLosesItsHigherOnes) {
+  host_.Command(MakersLineWith("fc 01"), {1, 0, ""});
+  host_.Command(MakersLineWith("04 0A"), {1, 0, ""});
+  EXPECT_FALSE(Run(kMakersToolPath, {"fF", "01"}));
+  EXPECT_FALSE(Run(kMakersToolPath, {"41", "0A"}));
+  EXPECT_TRUE(
+      SameLines(host_.TakeJournal(), {Failed(MakersLineWith("fc 01"), "0"), Failed(MakersLineWith("04 0A"), "0")}));
 }
 
 TEST_F(RawCommand, ANetFnThatIsNoNumberCountsAsZero) {
-  host_.Command("echo 00 01 | env -u LD_PRELOAD \"/opt/kestrel/node_keeper/ipmi_tools/ipmicmd\" > \"" +
-                    std::string(kResultFile) + "\"",
-                {1, 0, ""}, 2);
+  host_.Command(MakersLineWith("00 01"), {1, 0, ""}, 2);
   EXPECT_FALSE(Run(kMakersToolPath, {"zz", "01"}));
   EXPECT_FALSE(Run(kMakersToolPath, {"", "01"}));
+  EXPECT_TRUE(SameLines(host_.TakeJournal(), Failed(MakersLineWith("00 01"), "0").Times(2)));
 }
 
 TEST_F(RawCommand, AWordThatIsNotTwoCharactersIsBroken) {
   host_.AnswerRaw("06 01", {0, 0, "20 123 00\n"});
   EXPECT_FALSE(Run(kIpmitoolPath, {"06", "01"}));
+  EXPECT_EQ(response_, (Bytes{"00", "20"}));
   EXPECT_TRUE(SameLines(host_.TakeJournal(),
                         {Executed(kIpmitoolLine), std::string("2 [") + kResultFile + "] may be broken", kListEnd}));
   EXPECT_TRUE(ResultFileIsThere());
@@ -115,35 +134,75 @@ TEST_F(RawCommand, AFailedToolIsReportedByItsExitStatusAndItsFileDeleted) {
   host_.AnswerRaw("06 01", {0, 1, ""});
   EXPECT_FALSE(Run(kIpmitoolPath, {"06", "01"}));
   EXPECT_EQ(response_, Bytes{});
-  EXPECT_TRUE(SameLines(
-      host_.TakeJournal(),
-      {Executed(kIpmitoolLine), "2 Failed to execute command " + kIpmitoolLine + " return 1", kListEnd, kDeleted}));
+  EXPECT_TRUE(SameLines(host_.TakeJournal(), Failed(kIpmitoolLine, "1")));
   EXPECT_FALSE(ResultFileIsThere());
+}
+
+TEST_F(RawCommand, TheMakersToolFailsAlike) {
+  host_.AnswerRaw("06 01", {0, 7, "request sent\na b c d 00 11\n"});  // an answer of no interest then
+  EXPECT_FALSE(Run(kMakersToolPath, {"06", "01"}));
+  EXPECT_EQ(response_, Bytes{});
+  EXPECT_TRUE(SameLines(host_.TakeJournal(), Failed(kMakersLine, "7")));
+  EXPECT_FALSE(ResultFileIsThere());
+  host_.AnswerRaw("06 01", {1, 0, ""});
+  EXPECT_FALSE(Run(kMakersToolPath, {"06", "01"}));
+  EXPECT_EQ(response_, Bytes{});
+  EXPECT_TRUE(SameLines(host_.TakeJournal(), Failed(kMakersLine, "0")));
+}
+
+TEST_F(RawCommand, AnExitStatusThatTheHostLeavesOpenIsZero) {
+  host_.AnswerRaw("06 01", {0, std::nullopt, "20\n"});
+  EXPECT_TRUE(Run(kIpmitoolPath, {"06", "01"}));
+  EXPECT_EQ(response_, (Bytes{"00", "20"}));
+  EXPECT_TRUE(SameLines(host_.TakeJournal(), {Executed(kIpmitoolLine), kDeleted, kListEnd}));
+  host_.AnswerRaw("06 01", {1, std::nullopt, ""});
+  EXPECT_FALSE(Run(kIpmitoolPath, {"06", "01"}));
+  EXPECT_TRUE(SameLines(host_.TakeJournal(), Failed(kIpmitoolLine, "0")));
+}
+
+TEST_F(RawCommand, EveryThreadHasAResultFileOfItsOwn) {
+  const struct {
+    unsigned long thread;
+    const char* digits;
+  } threads[] = {{7, "00000007"}, {0xabcdef01, "abcdef01"}, {0, "00000000"}};
+  for (const auto& [thread, digits] : threads) {
+    SCOPED_TRACE(digits);
+    host_.threadId = thread;
+    response_.clear();
+    host_.AnswerRaw("06 01", {0, 0, "20\n"});
+    EXPECT_TRUE(Run(kIpmitoolPath, {"06", "01"}));
+    EXPECT_EQ(response_, (Bytes{"00", "20"}));
+    const std::string file = std::string("$I/tmp/KV6KBMC/IPMIResult") + digits;
+    EXPECT_TRUE(SameLines(host_.TakeJournal(), {Executed("\"/usr/bin/ipmitool\" raw 0x06 0x01 > \"" + file + "\""),
+                                                "delete " + file, kListEnd}));
+  }
 }
 
 TEST_F(RawCommand, AToolThatCouldNotBeRunIsReportedWithItsExitStatusToo) {
   host_.AnswerRaw("06 01", {255, 0, ""});
   EXPECT_FALSE(Run(kIpmitoolPath, {"06", "01"}));
-  EXPECT_TRUE(SameLines(
-      host_.TakeJournal(),
-      {Executed(kIpmitoolLine), "2 Failed to execute command " + kIpmitoolLine + " return 0", kListEnd, kDeleted}));
+  EXPECT_TRUE(SameLines(host_.TakeJournal(), Failed(kIpmitoolLine, "0")));
 }
 
 TEST_F(RawCommand, AResultFileThatCannotBeDeletedAfterAFailureIsNotMentioned) {
   host_.undeletableFiles = {kResultFile};
   host_.AnswerRaw("06 01", {1, 0, ""});
   EXPECT_FALSE(Run(kIpmitoolPath, {"06", "01"}));
-  EXPECT_TRUE(SameLines(
-      host_.TakeJournal(),
-      {Executed(kIpmitoolLine), "2 Failed to execute command " + kIpmitoolLine + " return 0", kListEnd, kDeleted}));
+  EXPECT_TRUE(SameLines(host_.TakeJournal(), Failed(kIpmitoolLine, "0")));
 }
 
 TEST_F(RawCommand, AMissingResultFileIsAFailure) {
   std::filesystem::remove_all(host_.InstallPath() / "tmp");
   host_.AnswerRaw("06 01", {0, 0, "20\n"});
   EXPECT_FALSE(Run(kIpmitoolPath, {"06", "01"}));
+  EXPECT_EQ(response_, Bytes{});
   EXPECT_TRUE(SameLines(host_.TakeJournal(),
                         {Executed(kIpmitoolLine), std::string("2 Failed to open file ") + kResultFile, kListEnd}));
+  host_.AnswerRaw("06 01", {0, 0, "\na b c d 00\n"});
+  EXPECT_FALSE(Run(kMakersToolPath, {"06", "01"}));
+  EXPECT_EQ(response_, Bytes{});
+  EXPECT_TRUE(SameLines(host_.TakeJournal(),
+                        {Executed(kMakersLine), std::string("2 Failed to open file ") + kResultFile, kListEnd}));
 }
 
 TEST_F(RawCommand, AFileThatCannotBeDeletedDoesNotSpoilAGoodAnswer) {
@@ -160,6 +219,7 @@ TEST_F(RawCommand, AnswersAreAppendedToWhatTheListHolds) {
   host_.AnswerRaw("06 01", {0, 0, "20\n"});
   EXPECT_TRUE(Run(kIpmitoolPath, {"06", "01"}));
   EXPECT_EQ(response_, (Bytes{"c0", "00", "20"}));
+  EXPECT_TRUE(SameLines(host_.TakeJournal(), {Executed(kIpmitoolLine), kDeleted, kListEnd}));
 }
 
 TEST_F(RawCommand, TheOldFirstElementIsTakenForTheCompletionCode) {
@@ -172,11 +232,16 @@ TEST_F(RawCommand, TheOldFirstElementIsTakenForTheCompletionCode) {
 TEST_F(RawCommand, AToolPathShorterThanATailIsNotCaught) {
   EXPECT_THROW(Run("short", {"06", "01"}), std::out_of_range);
   EXPECT_TRUE(SameLines(host_.TakeJournal(), kListStart));
+  EXPECT_THROW(ExecuteIpmiCommand("ipmicm", &response_, {"06", "01"}), std::out_of_range);
+  EXPECT_TRUE(SameLines(host_.TakeJournal(), {"4 CBMC_KESTREL_Firmware::ExecIPMICommand() [START]", kListStart}));
+  EXPECT_EQ(response_, Bytes{});
 }
 
 TEST_F(RawCommand, ToolPathMayHoldBlanks) {
-  host_.Command("\"/opt/my tools/ipmitool\" raw 0x06 0x01 > \"" + std::string(kResultFile) + "\"", {1, 0, ""});
+  const std::string line = "\"/opt/my tools/ipmitool\" raw 0x06 0x01 > \"" + std::string(kResultFile) + "\"";
+  host_.Command(line, {1, 0, ""});
   EXPECT_FALSE(Run("/opt/my tools/ipmitool", {"06", "01"}));
+  EXPECT_TRUE(SameLines(host_.TakeJournal(), Failed(line, "0")));
 }
 
 TEST_F(RawCommand, TheOuterCommandAddsItsLinesAndCutsElementsToTwoCharacters) {
