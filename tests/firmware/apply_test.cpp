@@ -189,6 +189,49 @@ TEST_F(ApplyUpdateTest, ACheckMayFailInEveryWayAndStillBeConfirmedAtLast) {
                                               Retried(CheckFailed("00", "")), asked, kDelete, kHalt, kEnd}));
 }
 
+TEST_F(ApplyUpdateTest, ACheckThatTheToolFailsAtShowsNoData) {
+  LeaveMarker();
+  host_.Answer(kSetFlag, "00", 3);
+  host_.Answer(kCheckFlag, "00 00");
+  host_.Answer(kCheckFlag, "c1", 2);
+  EXPECT_EQ(ApplyUpdate(kIpmitoolPath), 0);
+  const Lines failed = {Request(kSetFlag), FailedRequest(kCheckFlag)};
+  EXPECT_TRUE(
+      SameLines(host_.TakeJournal(), {kStart, Request(kSetFlag), Request(kCheckFlag), Retried(CheckFailed("00", "00")),
+                                      failed, Retried(CheckFailed("", "")), failed, GivenUp(CheckFailed("", ""))}));
+  EXPECT_TRUE(MarkerIsThere());
+}
+
+TEST_F(ApplyUpdateTest, ACheckThatCannotBeReadDoesNotConfirmWhateverItBeginsWith) {
+  LeaveMarker();
+  host_.Answer(kSetFlag, "00", 3);
+  host_.AnswerRaw(kCheckFlag, {0, 0, "01 123\n"}, 3);
+  EXPECT_EQ(ApplyUpdate(kIpmitoolPath), 0);
+  const Lines broken = {Request(kSetFlag), BrokenRequest(kCheckFlag)};
+  EXPECT_TRUE(SameLines(host_.TakeJournal(), {kStart, Lines{broken, Retried(CheckFailed("00", "01"))}.Times(2), broken,
+                                              GivenUp(CheckFailed("00", "01"))}));
+  EXPECT_TRUE(MarkerIsThere());
+}
+
+TEST_F(ApplyUpdateTest, ASetFlagWhoseAnswerCannotBeReadIsNotTaken) {
+  LeaveMarker();
+  host_.AnswerRaw(kSetFlag, {0, 0, "123\n"}, 3);
+  EXPECT_EQ(ApplyUpdate(kIpmitoolPath), 0);
+  EXPECT_TRUE(SameLines(host_.TakeJournal(), {kStart, Lines{BrokenRequest(kSetFlag), Retried(SetFailed("00"))}.Times(2),
+                                              BrokenRequest(kSetFlag), GivenUp(SetFailed("00"))}));
+}
+
+TEST_F(ApplyUpdateTest, EachAttemptShowsItsOwnCompletionCode) {
+  LeaveMarker();
+  host_.Answer(kSetFlag, "c1");
+  host_.AnswerRaw(kSetFlag, {0, 1, ""});
+  host_.Answer(kSetFlag, "c3");
+  EXPECT_EQ(ApplyUpdate(kMakersToolPath), 0);
+  EXPECT_TRUE(SameLines(host_.TakeJournal(),
+                        {kStart, MakersRequest(kSetFlag), Retried(SetFailed("c1")), FailedMakersRequest(kSetFlag),
+                         Retried(SetFailed("")), MakersRequest(kSetFlag), GivenUp(SetFailed("c3"))}));
+}
+
 TEST_F(ApplyUpdateTest, BothCommandsShareTheThreeAttempts) {
   LeaveMarker();
   host_.Answer(kSetFlag, "c0");

@@ -275,6 +275,17 @@ TEST_F(FlashToolMethodTest, APhraseThatIsRefusedThreeTimes) {
                  GivenUp("MSGID_BMC_0012_F 13", WriteModeFailed("d4"))});
 }
 
+TEST_F(FlashToolMethodTest, EachRefusedPhraseShowsItsOwnCode) {
+  firmware_.operatingVersion = "06-01";
+  host_.Answer(WriteModeRequest(), "c1");
+  host_.AnswerRaw(WriteModeRequest(), {0, 1, ""});
+  host_.Answer(WriteModeRequest(), "c3");
+  EXPECT_EQ(Run(), 1);
+  const Lines asked = MakersRequest(WriteModeRequest());
+  ExpectJournal({Staged(), kImage, asked, Retried(WriteModeFailed("c1")), FailedMakersRequest(WriteModeRequest()),
+                 Retried(WriteModeFailed("")), asked, GivenUp("MSGID_BMC_0012_F 13", WriteModeFailed("c3"))});
+}
+
 TEST_F(FlashToolMethodTest, APhraseThatIsRefusedThroughIpmitoolShowsNoCode) {
   firmware_.operatingVersion = "06-01";
   host_.Answer(WriteModeRequest(), "d4", 3);
@@ -325,6 +336,53 @@ TEST_F(FlashToolMethodTest, ADeviceThatIsNeverThere) {
   const Lines missing = {Connected(), Retried(DeviceFailed("00", ""))};
   ExpectJournal(
       {Staged(), kImage, missing.Times(2), Connected(), GivenUp("MSGID_BMC_0012_F 14", DeviceFailed("00", ""))});
+}
+
+TEST_F(FlashToolMethodTest, ADeviceThatTheToolCannotAskForShowsNoData) {
+  host_.Answer(kCheckDevice, "00 00");
+  host_.Answer(kCheckDevice, "c1", 2);
+  EXPECT_EQ(Run(kIpmitoolPath), 1);
+  const Lines asked = {Request(kConnect), kSlept, FailedRequest(kCheckDevice)};
+  ExpectJournal({Staged(Request), kImage, Connected(Request), Retried(DeviceFailed("00", "00")), asked,
+                 Retried(DeviceFailed("", "")), asked, GivenUp("MSGID_BMC_0012_F 14", DeviceFailed("", ""))});
+}
+
+TEST_F(FlashToolMethodTest, ADeviceIsNotThereWhileTheAnswerCannotBeRead) {
+  host_.AnswerRaw(kCheckDevice, {0, 0, "01 123\n"}, 3);
+  EXPECT_EQ(Run(kIpmitoolPath), 1);
+  const Lines asked = {Request(kConnect), kSlept, BrokenRequest(kCheckDevice)};
+  ExpectJournal({Staged(Request), kImage, Lines{asked, Retried(DeviceFailed("00", "01"))}.Times(2), asked,
+                 GivenUp("MSGID_BMC_0012_F 14", DeviceFailed("00", "01"))});
+}
+
+TEST_F(FlashToolMethodTest, EachFailedConnectionShowsItsOwnCode) {
+  host_.Answer(kConnect, "c1");
+  host_.AnswerRaw(kConnect, {0, 1, ""});
+  host_.Answer(kConnect, "c3");
+  EXPECT_EQ(Run(), 1);
+  ExpectJournal({Staged(), kImage, MakersRequest(kConnect), ConnectRetried("c1"), FailedMakersRequest(kConnect),
+                 ConnectRetried(""), MakersRequest(kConnect), GivenUp("MSGID_BMC_0012_F 14", ConnectFailed("c3"))});
+}
+
+TEST_F(FlashToolMethodTest, AFailedConnectionReplacesTheCodesOfFlashRuns) {
+  host_.Answer(kConnect, "00");
+  host_.Answer(kConnect, "c1", 3);
+  FlashEnds({0, 5, ""});
+  EXPECT_EQ(Run(), 1);
+  const Lines refused = {MakersRequest(kConnect), ConnectRetried("c1")};
+  ExpectJournal({Staged(), kImage, Prepared(), FlashFailed(5), Disconnected(), refused.Times(2),
+                 MakersRequest(kConnect), GivenUp("MSGID_BMC_0012_F 14", ConnectFailed("c1"))});
+}
+
+TEST_F(FlashToolMethodTest, AMissingDeviceReplacesTheCodesOfFlashRuns) {
+  host_.Answer(kCheckDevice, "00 01", 2);
+  host_.Answer(kCheckDevice, "00 00", 3);
+  FlashEnds({0, static_cast<unsigned long>(-2), ""}, 2);
+  EXPECT_EQ(Run(), 1);
+  const Lines failed = {Prepared(), FlashFailed(-2), Disconnected()};
+  const Lines missing = {Connected(), Retried(DeviceFailed("00", "00"))};
+  ExpectJournal({Staged(), kImage, failed.Times(2), missing.Times(2), Connected(),
+                 GivenUp("MSGID_BMC_0012_F 14", DeviceFailed("00", "00"))});
 }
 
 TEST_F(FlashToolMethodTest, ConnectionAndDeviceShareTheThreeFailuresConnectionLast) {
@@ -406,6 +464,62 @@ TEST_F(FlashToolMethodTest, AWaitThatIsNeverSeenDisabled) {
   EXPECT_EQ(Run(), 1);
   const Lines waiting = {WaitDisabled(), Retried(CheckFailed("00", "01"))};
   ExpectJournal({Staged(), kImage, Connected(), waiting.Times(2), WaitDisabled(),
+                 GivenUp("MSGID_BMC_0012_F 1F", CheckFailed("00", "01"))});
+}
+
+TEST_F(FlashToolMethodTest, AWaitThatIsNeverDisabledThroughIpmitoolShowsNoCode) {
+  host_.Answer(kDisable, "c1", 3);
+  EXPECT_EQ(Run(kIpmitoolPath), 1);
+  const Lines refused = {FailedRequest(kDisable), Retried(DisableFailed(""))};
+  ExpectJournal({Staged(Request), kImage, Connected(Request), refused.Times(2), FailedRequest(kDisable),
+                 "record MSGID_BMC_0012_F 1F", "1 " + DisableFailed(""), kEnd});
+}
+
+TEST_F(FlashToolMethodTest, EachFailedDisablingShowsItsOwnCode) {
+  host_.Answer(kDisable, "c1");
+  host_.AnswerRaw(kDisable, {0, 1, ""});
+  host_.Answer(kDisable, "c3");
+  EXPECT_EQ(Run(), 1);
+  ExpectJournal({Staged(), kImage, Connected(), MakersRequest(kDisable), Retried(DisableFailed("c1")),
+                 FailedMakersRequest(kDisable), Retried(DisableFailed("")), MakersRequest(kDisable),
+                 "record MSGID_BMC_0012_F 1F", "1 " + DisableFailed("c3"), kEnd});
+}
+
+TEST_F(FlashToolMethodTest, AWaitThatTheToolCannotAskForShowsNoData) {
+  host_.Answer(kCheckDisabled, "00 01");
+  host_.Answer(kCheckDisabled, "c1", 2);
+  EXPECT_EQ(Run(kIpmitoolPath), 1);
+  const Lines asked = {Request(kDisable), FailedRequest(kCheckDisabled)};
+  ExpectJournal({Staged(Request), kImage, Connected(Request), WaitDisabled(Request), Retried(CheckFailed("00", "01")),
+                 asked, Retried(CheckFailed("", "")), asked, GivenUp("MSGID_BMC_0012_F 1F", CheckFailed("", ""))});
+}
+
+TEST_F(FlashToolMethodTest, AWaitIsNotSeenDisabledWhileTheAnswerCannotBeRead) {
+  host_.AnswerRaw(kCheckDisabled, {0, 0, "00 123\n"}, 3);
+  EXPECT_EQ(Run(kIpmitoolPath), 1);
+  const Lines asked = {Request(kDisable), BrokenRequest(kCheckDisabled)};
+  ExpectJournal({Staged(Request), kImage, Connected(Request), Lines{asked, Retried(CheckFailed("00", "00"))}.Times(2),
+                 asked, GivenUp("MSGID_BMC_0012_F 1F", CheckFailed("00", "00"))});
+}
+
+TEST_F(FlashToolMethodTest, AWaitThatIsNotDisabledReplacesTheCodesOfFlashRuns) {
+  host_.Answer(kDisable, "00");
+  host_.Answer(kDisable, "c1", 3);
+  FlashEnds({0, 5, ""});
+  EXPECT_EQ(Run(), 1);
+  const Lines refused = {MakersRequest(kDisable), Retried(DisableFailed("c1"))};
+  ExpectJournal({Staged(), kImage, Prepared(), FlashFailed(5), Disconnected(), Connected(), refused.Times(2),
+                 MakersRequest(kDisable), "record MSGID_BMC_0012_F 1F", "1 " + DisableFailed("c1"), kEnd});
+}
+
+TEST_F(FlashToolMethodTest, AWaitThatIsNotSeenDisabledReplacesTheCodesOfFlashRuns) {
+  host_.Answer(kCheckDisabled, "00 00", 2);
+  host_.Answer(kCheckDisabled, "00 01", 3);
+  FlashEnds({0, 5, ""}, 2);
+  EXPECT_EQ(Run(), 1);
+  const Lines failed = {Prepared(), FlashFailed(5), Disconnected()};
+  const Lines waiting = {WaitDisabled(), Retried(CheckFailed("00", "01"))};
+  ExpectJournal({Staged(), kImage, failed.Times(2), Connected(), waiting.Times(2), WaitDisabled(),
                  GivenUp("MSGID_BMC_0012_F 1F", CheckFailed("00", "01"))});
 }
 

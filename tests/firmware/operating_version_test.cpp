@@ -54,8 +54,10 @@ TEST_F(OperatingVersion, WithoutAToolIsAbnormalAndNothingIsAsked) {
 TEST_F(OperatingVersion, KeepsHexadecimalDigitsAsTheToolPrintsThem) {
   host_.Answer("06 01", "00 20 01 0a 23");
   EXPECT_EQ(ReadOperatingVersion(kIpmitoolPath), "0a-23");
+  EXPECT_TRUE(SameLines(host_.TakeJournal(), {kStart, kAsked, Read("0a-23", "kv6000")}));
   host_.Answer("06 01", "00 20 01 0A 2F");
   EXPECT_EQ(ReadOperatingVersion(kIpmitoolPath), "0A-2F");
+  EXPECT_TRUE(SameLines(host_.TakeJournal(), {kStart, kAsked, Read("0A-2F", "kv6000")}));
 }
 
 TEST_F(OperatingVersion, HasADecimalMajorOnTheFamiliesThatCountSo) {
@@ -123,14 +125,8 @@ TEST_F(OperatingVersion, OfABrokenAnswerIsNotTakenThoughBothBytesAreThere) {
   host_.AnswerRaw("06 01", {0, 0, "20 01 01 23 broken\n"});
   host_.Answer("06 01", "00 20 01 02 00");
   EXPECT_EQ(ReadOperatingVersion(kIpmitoolPath), "02-00");
-  const std::string command = "\"/usr/bin/ipmitool\" raw 0x06 0x01 > \"$I/tmp/KV6KBMC/IPMIResult00001a2b\"";
-  EXPECT_TRUE(SameLines(
-      host_.TakeJournal(),
-      {kStart, "4 CBMC_KESTREL_Firmware::ExecIPMICommand() [START]",
-       "4 CBMC_KESTREL_Firmware::ExecIPMICommand_list() [START]", "1 Execute command [" + command + "]",
-       "exec " + command + " limit 350000", "2 [$I/tmp/KV6KBMC/IPMIResult00001a2b] may be broken",
-       "4 CBMC_KESTREL_Firmware::ExecIPMICommand_list() [END]", "4 CBMC_KESTREL_Firmware::ExecIPMICommand() [END]",
-       "ask server type", Retried("00"), kAsked, Read("02-00", "kv6000")}));
+  EXPECT_TRUE(SameLines(host_.TakeJournal(), {kStart, BrokenRequest("06 01"), "ask server type", Retried("00"), kAsked,
+                                              Read("02-00", "kv6000")}));
 }
 
 TEST_F(OperatingVersion, OfAFailedAttemptIsForgotten) {
@@ -142,19 +138,57 @@ TEST_F(OperatingVersion, OfAFailedAttemptIsForgotten) {
       SameLines(host_.TakeJournal(), {kStart, asked, Retried("c3"), asked, Retried("00"), asked, GivenUp("00")}));
 }
 
+// A repository of one record, which holds the version A1, and the journal of a version that carries it.
+const char* const kOneRecord = "00 51 01 00";
+const char* const kRecordOfA1 = "00 ff ff 01 00 51 c0 11 00 00 00 53 44 52 20 56 65 72 73 69 6f 6e 20 41 31";
+
+Lines ReadWithSdr(const std::string& serverType) {
+  return {"4 [01-23][" + serverType + "]",
+          "4 CBMC_KESTREL_Firmware::GetSDRVersion() [START]",
+          Request("0a 20"),
+          "1 Record Count [01][00]",
+          "1 Record Num [01][00]",
+          "1 Exec Get SDR Data",
+          Request("0a 23 00 00 01 00 00 ff"),
+          "1 Record [FFFF010051C0110000005344522056657273696F6E204131]",
+          "4 CBMC_KESTREL_Firmware::GetSDRVersion() [A1] [END]",
+          "4 CBMC_KESTREL_Firmware::GetOperatingVersion() [BMC:01-23,SDR:A1] [END]"};
+}
+
 TEST_F(OperatingVersion, OnARackServerCarriesTheSdrVersionToo) {
+  for (const char* serverType : {"kv6000rt", "xkv6000rt-2"}) {
+    SCOPED_TRACE(serverType);
+    host_.serverType = serverType;
+    host_.Answer("06 01", "00 20 01 01 23");
+    host_.Answer("0a 20", kOneRecord);
+    host_.Answer("0a 23 00 00 01 00 00 ff", kRecordOfA1);
+    EXPECT_EQ(ReadOperatingVersion(kIpmitoolPath), "BMC:01-23,SDR:A1");
+    EXPECT_TRUE(SameLines(host_.TakeJournal(), {kStart, kAsked, ReadWithSdr(serverType)}));
+  }
+}
+
+TEST_F(OperatingVersion, OnARackServerThatCannotBeAskedIsAbnormalAlone) {
   host_.serverType = "kv6000rt";
-  host_.Answer("06 01", "00 20 01 01 23");
-  host_.Answer("0a 20", "00 51 01 00");
-  host_.Answer("0a 23 00 00 01 00 00 ff", "00 ff ff 01 00 51 c0 11 00 00 00 53 44 52 20 56 65 72 73 69 6f 6e 20 41 31");
+  host_.AnswerRaw("06 01", {0, 1, ""}, 3);
+  EXPECT_EQ(ReadOperatingVersion(kIpmitoolPath), "abnormal");
+  const Lines asked = {FailedRequest("06 01"), "ask server type"};
+  EXPECT_TRUE(SameLines(host_.TakeJournal(), {kStart, Lines{asked, Retried("")}.Times(2), asked, GivenUp("")}));
+}
+
+TEST_F(OperatingVersion, IsThatOfTheServerTypeWhichTheLastAttemptFinds) {
+  host_.serverType = "kv6000rt";
+  host_.AnswerRaw("06 01", {0, 1, ""});
+  host_.AnswerRaw("06 01", {0, 0, "20 01 0a 23\n", [this] { host_.serverType = "mx4000"; }});
+  EXPECT_EQ(ReadOperatingVersion(kIpmitoolPath), "10-23");
+  EXPECT_TRUE(SameLines(host_.TakeJournal(), {kStart, FailedRequest("06 01"), "ask server type", Retried(""), kAsked,
+                                              Read("10-23", "mx4000")}));
+  host_.AnswerRaw("06 01", {0, 1, ""}, 2);
+  host_.AnswerRaw("06 01", {0, 0, "20 01 01 23\n", [this] { host_.serverType = "kv6000rt"; }});
+  host_.Answer("0a 20", kOneRecord);
+  host_.Answer("0a 23 00 00 01 00 00 ff", kRecordOfA1);
   EXPECT_EQ(ReadOperatingVersion(kIpmitoolPath), "BMC:01-23,SDR:A1");
-  EXPECT_TRUE(
-      SameLines(host_.TakeJournal(),
-                {kStart, kAsked, "4 [01-23][kv6000rt]", "4 CBMC_KESTREL_Firmware::GetSDRVersion() [START]",
-                 Request("0a 20"), "1 Record Count [01][00]", "1 Record Num [01][00]", "1 Exec Get SDR Data",
-                 Request("0a 23 00 00 01 00 00 ff"), "1 Record [FFFF010051C0110000005344522056657273696F6E204131]",
-                 "4 CBMC_KESTREL_Firmware::GetSDRVersion() [A1] [END]",
-                 "4 CBMC_KESTREL_Firmware::GetOperatingVersion() [BMC:01-23,SDR:A1] [END]"}));
+  const Lines failed = {FailedRequest("06 01"), "ask server type", Retried("")};
+  EXPECT_TRUE(SameLines(host_.TakeJournal(), {kStart, failed.Times(2), kAsked, ReadWithSdr("kv6000rt")}));
 }
 
 TEST_F(OperatingVersion, OnARackServerNamesAnEmptySdrVersionAllTheSame) {

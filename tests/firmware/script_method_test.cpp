@@ -3,6 +3,7 @@
 #include "firmware/script_method.h"
 
 #include <gtest/gtest.h>
+#include <sys/wait.h>
 
 #include <filesystem>
 #include <fstream>
@@ -31,6 +32,7 @@ const Lines kStart = {"4 CBMC_KESTREL_Firmware::Update() [START]",
                       "exec " + kChmod + " limit none"};
 const Lines kScriptFound = {"ask architecture", "exists " + kScript};
 const Lines kScriptRun = {"1 [" + kCommand + "]", "exists " + kFolder};
+const Lines kScriptStarted = {"1 open [/dev/console]", "1 open [/dev/console]"};  // by the child
 const Lines kTimedOut = {Lines("sleep 1000").Times(900), "sleep 0"};
 const Lines kEnd = "4 CBMC_KESTREL_Firmware::Update() [END]";
 const Lines kDone = {kEnd, "show CBMC_KESTREL_Firmware::Update()|CBMC_KESTREL_Firmware::Update - Debug"};
@@ -85,6 +87,8 @@ TEST_F(ScriptMethodTest, TheScriptWritesFirmwareAndSdr) {
   EXPECT_TRUE(
       SameLines(host_.TakeJournal(), {kStart, kScriptFound, kScriptRun, "1 [start]", "1 [" + kSdrGood + " (12)]",
                                       "1 [end]", "1 []", "1 [>> " + kFlashGood + "]", kDone}));
+  EXPECT_TRUE(SameLines(host_.TakeChildJournal(), kScriptStarted));
+  EXPECT_EQ(host_.localesAskedFor, (std::vector<std::string>{"japanese", "japanese"}));  // one for each log
   EXPECT_EQ(Console(), "answered y in " + std::filesystem::canonical(Folder()).string() + "\n");
   EXPECT_TRUE(std::filesystem::exists(Folder()));
 }
@@ -112,6 +116,18 @@ TEST_F(ScriptMethodTest, AMissingScriptIsNotRun) {
   EXPECT_EQ(Run(), 1);
   EXPECT_TRUE(SameLines(host_.TakeJournal(),
                         {kStart, kScriptFound, "record MSGID_BMC_0020_F 11", "2 Failed to find update module", kEnd}));
+  EXPECT_TRUE(SameLines(host_.TakeChildJournal(), {}));
+}
+
+TEST_F(ScriptMethodTest, AScriptThatGetsNoConsoleIsNotRun) {
+  host_.consoleOpens = {false};
+  WriteScript("mkdir ran");
+  WriteLogs(kSdrGood, kFlashGood);
+  EXPECT_EQ(Run(), 1);
+  EXPECT_TRUE(SameLines(host_.TakeJournal(), {kStart, kScriptFound, kScriptRun, "1 [" + kSdrGood + "]",
+                                              "1 [" + kFlashGood + "]", Failed("2B", 0, 1), kEnd}));
+  EXPECT_TRUE(SameLines(host_.TakeChildJournal(), {"1 open [/dev/console]", "2 failed to open [/dev/console] 1 "}));
+  EXPECT_FALSE(std::filesystem::exists(Folder() / "ran"));
 }
 
 TEST_F(ScriptMethodTest, AMissingSdrLogIsAFailureWithoutAnEndLine) {
@@ -183,6 +199,10 @@ TEST_P(ScriptOutcome, IsJudgedTogetherWithBothLogs) {
       detail.empty() ? kDone : Lines{timeOutLine, Failed(detail, outcome.result, outcome.exitCode), kEnd};
   EXPECT_TRUE(SameLines(host_.TakeJournal(),
                         {kStart, kScriptFound, kScriptRun, waited, "1 [" + sdr + "]", "1 [" + flash + "]", ending}));
+  if (outcome.timesOut) {
+    EXPECT_EQ(waitpid(host_.lastChild, nullptr, 0), host_.lastChild);  // it runs on
+  }
+  EXPECT_TRUE(SameLines(host_.TakeChildJournal(), outcome.forkFails ? Lines() : kScriptStarted));
 }
 
 const Outcome kOutcomes[] = {

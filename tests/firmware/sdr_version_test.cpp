@@ -5,6 +5,7 @@
 
 #include <array>
 #include <cstdio>
+#include <fstream>
 
 #include "tests/support/scripted_host.h"
 
@@ -253,6 +254,28 @@ TEST_F(SdrVersion, WalkGoesOnBelowTheHighestId) {
   EXPECT_TRUE(
       SameLines(host_.TakeJournal(), {kStart, Counted("00", "00"), Read("00", "10", kSensorText),
                                       Read("ff", "ff", kSensorText), Read("fe", "ff", kVersionText), End("A1")}));
+}
+
+TEST_F(SdrVersion, WalkFromTheHighestIdGoesDownToOne) {
+  const std::string resultFile = (host_.InstallPath() / "tmp/KV6KBMC/IPMIResult00001a2b").string();
+  const std::string get = "raw 0x0a 0x23 0x00 0x00 0x";  // and the two bytes of the ID, the lower one first
+  std::vector<std::string> ids;
+  host_.quickTool = [&](const std::string& commandLine) {
+    const std::size_t at = commandLine.find(get);
+    if (at != std::string::npos) {
+      ids.push_back(commandLine.substr(at + get.size(), 7));
+    }
+    if (ids.size() < 2) {  // the number of records and then, for good, an empty record
+      std::ofstream(resultFile) << (ids.empty() ? "51 00 00\n" : "\n");
+    }
+  };
+  EXPECT_EQ(ReadSdrVersion(kIpmitoolPath), "");
+  host_.quickTool = nullptr;
+  std::vector<std::string> expected = {"00 0x10"};
+  for (unsigned int id = 0xffff; id > 0; --id) {
+    expected.push_back(Hex(id % 256) + " 0x" + Hex(id / 256));
+  }
+  EXPECT_TRUE(ids == expected) << ids.size() << " requests, the last one for " << ids.back();
 }
 
 TEST_F(SdrVersion, WithAZeroByteIsCutThereOnlyInTheTrace) {

@@ -74,6 +74,21 @@ TEST_F(Update, BackToTheOldModuleComparesTheOldModule) {
   EXPECT_TRUE(SameLines(host_.TakeJournal(), {kStart, Compared("old module"), "1 Already Updated", kEnd}));
 }
 
+TEST_F(Update, BackToAnotherVersionGoesOnWithThePackage) {
+  AnswerVersion();
+  host_.updateModule.moduleVersion = "01-23";  // of no interest then
+  EXPECT_EQ(Run("/packages/bmc.zip", true), 1);
+  EXPECT_TRUE(SameLines(host_.TakeJournal(), {kStart, Compared("old module"), kDeleteFolder, kUnpack, kNoImage, kEnd}));
+}
+
+TEST_F(Update, AWorkFolderThatCannotBeMadeIsTheUnpackersConcern) {
+  AnswerVersion();
+  host_.foldersCanBeMade = false;
+  EXPECT_EQ(Run("/packages/bmc.zip"), 1);
+  EXPECT_TRUE(
+      SameLines(host_.TakeJournal(), {kStart, Compared("update module"), kDeleteFolder, kUnpack, kNoImage, kEnd}));
+}
+
 TEST_F(Update, TheOtherModulesVersionDoesNotCount) {
   AnswerVersion();
   host_.updateModule.moduleVersion = "01-23";
@@ -147,6 +162,8 @@ TEST_F(Update, HandsTheFileListOn) {
   EXPECT_EQ(Run("/packages/bmc.zip", false, &fileList), 1);
   EXPECT_EQ(host_.unpackedFileList, &fileList);
   EXPECT_EQ(fileList, std::list<std::string>{"image.ima"});
+  EXPECT_TRUE(
+      SameLines(host_.TakeJournal(), {kStart, Compared("update module"), kDeleteFolder, kUnpack, kNoImage, kEnd}));
 }
 
 TEST_F(Update, EveryFamilyButTheRackFamilyIsFlashedByTheTool) {
