@@ -316,6 +316,42 @@ TEST_F(WebConsoleSection, FailsWithADifferentSpellingWhenTheBmcRefusedTcpipInfoT
          kNothingAdded);
 }
 
+// Tcpip info fails otherwise at each attempt, and each failure is told as what it is, also at the last attempt.
+TEST_F(WebConsoleSection, TellsEveryFailureOfTcpipInfoByItself) {
+  UseMakersTool();
+  struct Failure {
+    CommandEnd end;
+    Lines request;
+    Lines triedAgain;
+    Lines last;
+  };
+  const Failure tool = {{0, 1, ""},
+                        FailedMakersRequest(kTcpipRequest),
+                        "16 Failed to execute IPMI Command (Get Tcpip Info) ",
+                        "2 Failed to execute IPMI Command (Get Tcpip Info) "};
+  const Failure refused = {{0, 0, "\na b c d C1 99\n"},
+                           MakersRequest(kTcpipRequest),
+                           "16 Failed to execute IPMI Command (Get Tcpip Info) return:[C1]",
+                           "2 Failed to execute IPMI Command (Get Tcpip Info ) return:[C1]"};
+  const Failure tooShort = {{0, 0, "\na b c d 00 c0 a8\n"},
+                            MakersRequest(kTcpipRequest),
+                            {"16 Failed to execute IPMI Command (Get Tcpip Info)", "16 Response Data [c0a8]"},
+                            {"2 Failed to execute IPMI Command (Get Tcpip Info)", "2 Response Data  [c0a8]"}};
+  const Failure* const orders[][3] = {{&tool, &refused, &tooShort}, {&refused, &tooShort, &tool},
+                                      {&tooShort, &tool, &refused}, {&refused, &tool, &tooShort},
+                                      {&tool, &tooShort, &refused}, {&tooShort, &refused, &tool}};
+  for (const auto& [first, second, third] : orders) {
+    host_.Answer(kMacRequest, kMacAnswer);
+    for (const Failure* failure : {first, second, third}) {
+      host_.AnswerRaw(kTcpipRequest, failure->end);
+    }
+    Expect(1,
+           {kMakersStart, MakersRequest(kMacRequest), kMacLine, first->request, first->triedAgain, kPause,
+            second->request, second->triedAgain, kPause, third->request, third->last, kWebConsoleEnd},
+           kNothingAdded);
+  }
+}
+
 TEST_F(WebConsoleSection, CountsTheAttemptsOfItsTwoQuestionsApart) {
   host_.Answer(kMacRequest, "c1", 2);
   host_.Answer(kMacRequest, kMacAnswer);

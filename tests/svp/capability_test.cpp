@@ -46,10 +46,20 @@ TEST_F(Capability, IsNothingInAnAnswerThatEndsBeforeIt) {
 }
 
 TEST_F(Capability, IsTakenFromAnAnswerWithAnyCompletionCode) {
-  host_.Answer("3c 04", "c1 a1 a2 a3 a4 a5 a6 a7 a8 a9 b0 b1 b2 b3 b4 b5 b6 03");
+  host_.Answer("3c 04", CapabilityAnswer("03", "c1"));
   EXPECT_EQ(Read(kMakersToolPath), 0x03);
+  EXPECT_TRUE(SameLines(host_.TakeJournal(), CapabilityLines(kThroughMakersTool, "03", "c1")));
   host_.Answer("3c 04", "c1");
   EXPECT_EQ(Read(kMakersToolPath), 0);
+  EXPECT_TRUE(SameLines(host_.TakeJournal(), {MakersRequest("3c 04"), "4 0:c1"}));
+}
+
+TEST_F(Capability, IsNotReadFromAnAnswerThatIsBroken) {
+  host_.AnswerRaw("3c 04", {0, 0, "a1 a2 123\n"}, 3);
+  EXPECT_EQ(Read(kIpmitoolPath), std::nullopt);
+  EXPECT_TRUE(
+      SameLines(host_.TakeJournal(), {BrokenRequest("3c 04"), "reported 16", "sleep 5000", BrokenRequest("3c 04"),
+                                      "reported 16", "sleep 10000", BrokenRequest("3c 04"), "reported 2"}));
 }
 
 TEST_F(Capability, IsAskedForThreeTimesWithGrowingWaits) {

@@ -236,7 +236,8 @@ TEST_F(Transfer, PutsItsCodeInFrontOfTheDetail) {
   host_.Answer(kLock, "c1", 3);
   EXPECT_EQ(Run(kThroughMakersTool, {}), -1);
   EXPECT_EQ(detail_, "291C");
-  EXPECT_EQ(host_.TakeJournal().back(), "record MSGID_BMC_0021_F 291C");
+  EXPECT_TRUE(SameLines(host_.TakeJournal(), {kStart, Attempts(kThroughMakersTool, kLock, kLockFailed, 3),
+                                              "2 " + kLockFailed + "c1", kEnd, "record MSGID_BMC_0021_F 291C"}));
 }
 
 class Unlocking : public testing::TestWithParam<Tool> {

@@ -281,6 +281,13 @@ TEST_F(DiskInformation, IsNotSupportedByAnAnswerOfFewerThan18Elements) {
   EXPECT_TRUE(SameLines(host_.TakeJournal(), {kStart, Request("3c 04"), "4 0:00", "4 1:02", kNotSupportedLine, kEnd}));
 }
 
+TEST_F(DiskInformation, IsNotSupportedByARefusalWithoutFlags) {
+  host_.Answer("3c 04", "c1");
+  EXPECT_EQ(SendDiskInformation(kMakersToolPath, &detail_), 1);
+  EXPECT_EQ(detail_, "");
+  EXPECT_TRUE(SameLines(host_.TakeJournal(), {kStart, MakersRequest("3c 04"), "4 0:c1", kNotSupportedLine, kEnd}));
+}
+
 // The end line of attempts that are tried again, and of the exit without an answer.
 const Lines kUnansweredEnd = "4 CBMC_KESTREL_Firmware::ExecSendHddInfo [END]";
 

@@ -224,6 +224,13 @@ TEST_F(OsInformation, IsNotSupportedByAnAnswerOfFewerThan18Elements) {
   EXPECT_TRUE(SameLines(host_.TakeJournal(), {kStart, Request("3c 04"), "4 0:00", "4 1:01", kNotSupportedLines}));
 }
 
+TEST_F(OsInformation, IsNotSupportedByARefusalWithoutFlags) {
+  host_.Answer("3c 04", "c1");
+  EXPECT_EQ(SendOsInformation(kMakersToolPath, &detail_), 1);
+  EXPECT_EQ(detail_, "");
+  EXPECT_TRUE(SameLines(host_.TakeJournal(), {kStart, MakersRequest("3c 04"), "4 0:c1", kNotSupportedLines}));
+}
+
 TEST_F(OsInformation, IsNotSupportedByABmcThatDoesNotAnswer) {
   host_.AnswerRaw("3c 04", {0, 1, ""}, 3);
   EXPECT_EQ(SendOsInformation(kIpmitoolPath, &detail_), 1);

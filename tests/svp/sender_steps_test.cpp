@@ -15,8 +15,8 @@ namespace {
 struct Sender {
   const char* name;
   int (*send)(const std::string& toolPath, std::string* detail);
-  // Prepares the host and the BMC's answer; gives the journal up to the transfer.
-  Lines (*prepare)(ScriptedHost* host, const Tool& tool);
+  // Prepares the host and the BMC's answer, which has this completion code; gives the journal up to the transfer.
+  Lines (*prepare)(ScriptedHost* host, const Tool& tool, const std::string& capabilityCode);
   std::vector<Step> steps;
   std::string unlock;
   Lines end;
@@ -28,23 +28,23 @@ void PrintTo(const Sender& sender, std::ostream* out) {
   *out << sender.name;
 }
 
-Lines PrepareOs(ScriptedHost* host, const Tool& tool) {
-  host->Answer("3c 04", CapabilityAnswer("03"));
+Lines PrepareOs(ScriptedHost* host, const Tool& tool, const std::string& capabilityCode) {
+  host->Answer("3c 04", CapabilityAnswer("03", capabilityCode));
   host->ResultLine("cat /etc/redhat-release", "Linux 9");
   return {"4 CBMC_KESTREL_Firmware::ExecSendOSInfo [START]",
-          CapabilityLines(tool, "03"),
+          CapabilityLines(tool, "03", capabilityCode),
           "line cat /etc/redhat-release",
           "1 osname=[Linux 9]",
           "ask host name",
           "1 hostname=[node7]"};
 }
 
-Lines PrepareDisks(ScriptedHost* host, const Tool& tool) {
-  host->Answer("3c 04", CapabilityAnswer("03"));
+Lines PrepareDisks(ScriptedHost* host, const Tool& tool, const std::string& capabilityCode) {
+  host->Answer("3c 04", CapabilityAnswer("03", capabilityCode));
   InstallManagementLibrary(*host, "whole");
   host->managementLibrary.info = "000102030405060708090a0b0c0d0e0f101112131415161718191a1b1c1d1e1fA0A1A2A3A4A5A6A7";
   return {"4 CBMC_KESTREL_Firmware::ExecSendHddInfo [START]",
-          CapabilityLines(tool, "03"),
+          CapabilityLines(tool, "03", capabilityCode),
           LibraryOpened(),
           "4 CBMC_MngLib::GetHddInfoToSVP [START]",
           "library GetHddInfoToSVP",
@@ -106,20 +106,22 @@ class SenderStep : public testing::TestWithParam<Case> {
   std::string detail_ = "from before";
 };
 
-// The journal behind the last answer of `step` when it failed for good.
-Lines AfterFinalFailure(const Sender& sender, const Tool& tool, const Step& step) {
+// What is told of `step` when it failed for good, at last with this completion code.
+Lines Told(const Sender& sender, const Step& step, const std::string& completionCode) {
   const Lines record = "record MSGID_BMC_0021_F 29";
+  return sender.tellsFinalFailures && step.name != std::string("Unlock")
+             ? Lines{"2 " + step.message + completionCode, sender.end, record}
+             : record;
+}
+
+bool LeavesTheFileLocked(const Step& step) {
   const std::string name = step.name;
-  const Lines told = sender.tellsFinalFailures && name != "Unlock"
-                         ? Lines{"2 " + step.message + tool.refusal, sender.end, record}
-                         : record;
-  const bool stillLocked = name == "FirstWrite" || name == "SecondWrite" || name == "Signature";
-  return stillLocked ? Lines{told, tool.Taken(sender.unlock)} : told;
+  return name == "FirstWrite" || name == "SecondWrite" || name == "Signature";
 }
 
 TEST_P(SenderStep, Fails) {
   const auto& [sender, tool, failing, failures] = GetParam();
-  const Lines before = sender.prepare(&host_, tool);
+  const Lines before = sender.prepare(&host_, tool, "00");
   const Lines steps = PlaySteps(&host_, tool, sender.steps, failing, failures);
   if (failures < 3) {
     EXPECT_EQ(sender.send(tool.path, &detail_), 0);
@@ -131,7 +133,8 @@ TEST_P(SenderStep, Fails) {
   EXPECT_EQ(sender.send(tool.path, &detail_), -1);
   EXPECT_EQ(detail_, "29");
   const Step& step = sender.steps[static_cast<std::size_t>(failing)];
-  EXPECT_TRUE(SameLines(host_.TakeJournal(), {before, steps, AfterFinalFailure(sender, tool, step)}));
+  const Lines unlocked = LeavesTheFileLocked(step) ? tool.Taken(sender.unlock) : Lines();
+  EXPECT_TRUE(SameLines(host_.TakeJournal(), {before, steps, Told(sender, step, tool.refusal), unlocked}));
 }
 
 std::string CaseName(const testing::TestParamInfo<Case>& instance) {
@@ -145,6 +148,114 @@ INSTANTIATE_TEST_SUITE_P(Every, SenderStep,
                                           testing::Values(kThroughIpmitool, kThroughMakersTool), testing::Range(0, 6),
                                           testing::Range(1, 4)),
                          CaseName);
+
+// Sender and index of a step, through the maker's tool.
+using SenderAndStep = std::tuple<Sender, int>;
+
+class SenderStepCodes : public testing::TestWithParam<SenderAndStep> {
+ protected:
+  ScriptedHost host_;
+  std::string detail_ = "from before";
+};
+
+// The second attempt has no code, and neither it nor the third shows an earlier one.
+TEST_P(SenderStepCodes, AreThoseOfEachAttempt) {
+  const auto& [sender, failing] = GetParam();
+  const Step& step = sender.steps[static_cast<std::size_t>(failing)];
+  const Lines before = sender.prepare(&host_, kThroughMakersTool, "00");
+  Lines steps;
+  for (int i = 0; i < failing; ++i) {
+    const std::string& request = sender.steps[static_cast<std::size_t>(i)].request;
+    host_.Answer(request, "00");
+    steps = {steps, MakersRequest(request)};
+  }
+  host_.Answer(step.request, "c1");
+  host_.AnswerRaw(step.request, {0, 1, ""});
+  host_.Answer(step.request, "d5");
+  if (LeavesTheFileLocked(step)) {
+    host_.Answer(sender.unlock, "00");
+  }
+  EXPECT_EQ(sender.send(kMakersToolPath, &detail_), -1);
+  EXPECT_EQ(detail_, "29");
+  const Lines unlocked = LeavesTheFileLocked(step) ? MakersRequest(sender.unlock) : Lines();
+  EXPECT_TRUE(
+      SameLines(host_.TakeJournal(), {before, steps, MakersRequest(step.request), "16 " + step.message + "c1",
+                                      "sleep 10000", FailedMakersRequest(step.request), "16 " + step.message,
+                                      "sleep 10000", MakersRequest(step.request), Told(sender, step, "d5"), unlocked}));
+}
+
+std::string SenderAndStepName(const testing::TestParamInfo<SenderAndStep>& instance) {
+  const auto& [sender, step] = instance.param;
+  return std::string(sender.name) + sender.steps[static_cast<std::size_t>(step)].name;
+}
+
+INSTANTIATE_TEST_SUITE_P(Every, SenderStepCodes,
+                         testing::Combine(testing::Values(kOsSender, kDiskSender), testing::Range(0, 6)),
+                         SenderAndStepName);
+
+class SenderTransfer : public testing::TestWithParam<std::tuple<Sender, Tool>> {
+ protected:
+  ScriptedHost host_;
+  std::string detail_ = "from before";
+};
+
+TEST_P(SenderTransfer, WhoseUnlockFailsTooIsRecordedOnce) {
+  const auto& [sender, tool] = GetParam();
+  constexpr int signature = 3;
+  constexpr int unlock = 4;
+  const Lines before = sender.prepare(&host_, tool, "00");
+  const Lines steps = PlaySteps(&host_, tool, sender.steps, signature, 3);
+  host_.Answer(sender.unlock, "c1", 3);
+  EXPECT_EQ(sender.send(tool.path, &detail_), -1);
+  EXPECT_EQ(detail_, "29");
+  EXPECT_TRUE(SameLines(host_.TakeJournal(), {before, steps, Told(sender, sender.steps[signature], tool.refusal),
+                                              Attempts(tool, sender.unlock, sender.steps[unlock].message, 3)}));
+}
+
+INSTANTIATE_TEST_SUITE_P(Every, SenderTransfer,
+                         testing::Combine(testing::Values(kOsSender, kDiskSender),
+                                          testing::Values(kThroughIpmitool, kThroughMakersTool)),
+                         [](const auto& instance) {
+                           return std::string(std::get<0>(instance.param).name) + std::get<1>(instance.param).name;
+                         });
+
+class SenderAnswers : public testing::TestWithParam<Sender> {
+ protected:
+  // Makes the BMC take every step, the lock with this completion code; gives the journal.
+  Lines TakeAll(const std::string& lockCode) {
+    Lines journal;
+    for (const Step& step : GetParam().steps) {
+      host_.Answer(step.request, step.name == std::string("Lock") ? lockCode : "00");
+      journal = {journal, MakersRequest(step.request)};
+    }
+    return journal;
+  }
+
+  ScriptedHost host_;
+  std::string detail_ = "from before";
+};
+
+TEST_P(SenderAnswers, ALockThatIsAnswered01IsALock) {
+  const Lines before = GetParam().prepare(&host_, kThroughMakersTool, "00");
+  const Lines steps = TakeAll("01");
+  EXPECT_EQ(GetParam().send(kMakersToolPath, &detail_), 0);
+  EXPECT_EQ(detail_, "");
+  EXPECT_TRUE(SameLines(host_.TakeJournal(), {before, steps, GetParam().end}));
+}
+
+TEST_P(SenderAnswers, ACapabilityCountsWithAnyCompletionCode) {
+  for (const char* code : {"c1", "01", "ff"}) {
+    SCOPED_TRACE(code);
+    const Lines before = GetParam().prepare(&host_, kThroughMakersTool, code);
+    const Lines steps = TakeAll("00");
+    EXPECT_EQ(GetParam().send(kMakersToolPath, &detail_), 0);
+    EXPECT_EQ(detail_, "");
+    EXPECT_TRUE(SameLines(host_.TakeJournal(), {before, steps, GetParam().end}));
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Of, SenderAnswers, testing::Values(kOsSender, kDiskSender),
+                         [](const auto& instance) { return std::string(instance.param.name); });
 
 }  // namespace
 }  // namespace kestrel

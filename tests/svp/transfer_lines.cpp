@@ -44,13 +44,13 @@ Lines PlaySteps(ScriptedHost* host, const Tool& tool, const std::vector<Step>& s
   return journal;
 }
 
-std::string CapabilityAnswer(const std::string& flags) {
-  return "00 a1 a2 a3 a4 a5 a6 a7 a8 a9 b0 b1 b2 b3 b4 b5 b6 " + flags;
+std::string CapabilityAnswer(const std::string& flags, const std::string& completionCode) {
+  return completionCode + " a1 a2 a3 a4 a5 a6 a7 a8 a9 b0 b1 b2 b3 b4 b5 b6 " + flags;
 }
 
-Lines CapabilityLines(const Tool& tool, const std::string& flags) {
+Lines CapabilityLines(const Tool& tool, const std::string& flags, const std::string& completionCode) {
   return {tool.Taken("3c 04"),
-          "4 0:00",
+          "4 0:" + completionCode,
           "4 1:a1",
           "4 2:a2",
           "4 3:a3",

@@ -51,9 +51,10 @@ struct Step {
 // unless it has failed three times. Gives the journal up to the last answer.
 Lines PlaySteps(ScriptedHost* host, const Tool& tool, const std::vector<Step>& steps, int failing, int failures);
 
-// An answer of Get Capability that ends with the support flags, and the journal of asking for it.
-std::string CapabilityAnswer(const std::string& flags);
-Lines CapabilityLines(const Tool& tool, const std::string& flags);
+// An answer of Get Capability that ends with the support flags, and the journal of asking for it. A completion code
+// other than 00 is an answer through the maker's tool only.
+std::string CapabilityAnswer(const std::string& flags, const std::string& completionCode = "00");
+Lines CapabilityLines(const Tool& tool, const std::string& flags, const std::string& completionCode = "00");
 
 // The requests that write `record`, byte texts separated by blanks, into the file `fileId` in pieces of 32 bytes.
 std::vector<std::string> WriteRequests(const std::string& fileId, const std::string& record);
