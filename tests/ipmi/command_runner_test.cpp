@@ -137,7 +137,9 @@ TEST_F(CommandRunner, AConsoleThatCannotBeOpenedForErrors) {
 }
 
 TEST_F(CommandRunner, AShellThatIsNotThereIsExitStatusOne) {
-  const std::string path = std::getenv("PATH");
+  const char* const before = std::getenv("PATH");
+  ASSERT_NE(before, nullptr);
+  const std::string path = before;
   setenv("PATH", Path("tmp").c_str(), 1);
   EXPECT_EQ(Run("true"), 0);
   setenv("PATH", path.c_str(), 1);

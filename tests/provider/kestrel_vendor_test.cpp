@@ -228,13 +228,14 @@ TEST_F(KestrelVendor, SendInfoToSvpSendsTheRecords) {
   host_.Answer("3c 04", kestrel::CapabilityAnswer("01"), 2);
   host_.ResultLine("cat /etc/redhat-release", "");
   host_.hostName = "";
+  const std::string firstWrite =
+      "3c 69 05 40 00 00 00 00 00 00 00 00 00 00 00 00 00 00 24 00 00 00 00 00 00 00 03 4f 53 00 01 00 00 09 48 6f 73 "
+      "74 6e 61 6d 65";
   Lines sent;
-  for (const char* request :
-       {"3c 6a 05 40 01 00 00 00 00 00",
-        "3c 69 05 40 00 00 00 00 00 00 00 00 00 00 00 00 00 00 24 00 00 00 00 00 00 00 03 4f 53 00 01 00 00 09 48 6f "
-        "73 74 6e 61 6d 65",
-        "3c 69 05 40 00 00 20 00 00 00 00 01 00 00", "3c 69 05 40 00 00 00 00 00 00 51 54 4c 4d 50",
-        "3c 6b 05 40 00 00 00 00 00 00", "34 39 01"}) {
+  for (const std::string& request : {std::string("3c 6a 05 40 01 00 00 00 00 00"), firstWrite,
+                                     std::string("3c 69 05 40 00 00 20 00 00 00 00 01 00 00"),
+                                     std::string("3c 69 05 40 00 00 00 00 00 00 51 54 4c 4d 50"),
+                                     std::string("3c 6b 05 40 00 00 00 00 00 00"), std::string("34 39 01")}) {
     host_.Answer(request, "00");
     sent = {sent, Request(request)};
   }

@@ -127,10 +127,13 @@ pid_t __wrap_waitpid(pid_t child, int* status, int options) {
 
 int __real_open(const char* path, int flags, ...);
 int __wrap_open(const char* path, int flags, ...) {
-  std::va_list arguments;
-  va_start(arguments, flags);
-  const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(arguments, mode_t) : 0;
-  va_end(arguments);
+  mode_t mode = 0;
+  if ((flags & O_CREAT) != 0) {
+    std::va_list arguments;
+    va_start(arguments, flags);
+    mode = va_arg(arguments, mode_t);
+    va_end(arguments);
+  }
   ScriptedHost* host = ScriptedHost::Current();
   if (host == nullptr || std::strcmp(path, "/dev/console") != 0) {
     return __real_open(path, flags, mode);
