@@ -1,11 +1,11 @@
-"""Updates of servers whose packages differ from the plain one: the rack model with its script, SDR and hardware variant,
-and another family with its decimal major."""
+"""Updates of servers whose packages differ from the plain one: the rack model with its script, SDR and hardware
+variant, and another family with its decimal major."""
 
 import unittest
 
 from kv6000.packages import make_image, write_package
 from kv6000.rack_packages import FAULTS, PAYLOAD_SIZE, SCRIPT, WRAPPER, good_files, make_rack_packages, sdr_file
-from road import PAUSES, SHORT_PAUSES, Road
+from road import SHORT_PAUSES, Road
 
 # The 14th character tells the hardware variant.
 ORDINARY_SERIAL = "KV6KRT0000001A000"
@@ -18,8 +18,8 @@ SDR_LINE = "1 [SDR data was successfully written!]"
 FLASH_LINE = "1 [Update is successful. Reboot is required for changeover to new FW.]"
 BEGUN = "The update failed after writing the firmware had begun."
 NOT_BEGUN = "The update failed before anything was written."
-# A script that never ends is cut off after 900 s at full length: here after some 45 s, in which the good part of its work
-# is done also on a crowded machine.
+# A script that never ends is given up after 900 s at full length: here after some 45 s, in which the good part of its
+# work is done also on a crowded machine.
 SCRIPT_PAUSES = 0.05
 
 
@@ -53,7 +53,7 @@ class RackRoad(Road):
         return version
 
     def take(self, package: str, version: str):
-        """The whole road of a good package; the traces' lines of each step are those of a script's update."""
+        """The whole road of a good package, from update to verify."""
         before = self.running_pair()
         updated = self.update(package)
         self.assert_report(updated, 0, command="update", verdict="updated", phase="record", changed=True,
@@ -66,7 +66,7 @@ class RackRoad(Road):
                         media="disconnected")
         self.assertEqual((self.sdr()["standby"], self.sdr()["updating"]), (sdr, False))
         self.assert_scratch_holds("BMC_FW")
-        self.assertEqual(self.marker.exists(), False)
+        self.assertFalse(self.marker.exists())
 
         boots = self.server.bmc("state")["boots"]
         applied = self.take_down("apply")
@@ -233,7 +233,7 @@ class AServerOfTheMx4000Family(RackRoad):
         self.assert_report(identified, 0, before="10-23", error=None)
         self.assert_in_trace(identified, "4 [10-23][mx4000]",
                              "4 CBMC_KESTREL_Firmware::GetOperatingVersion() [10-23] [END]")
-        updated = self.update("mx4000-10-24.zip", pauses=PAUSES)
+        updated = self.update("mx4000-10-24.zip")
         self.assert_report(updated, 0, verdict="updated", before="10-23", after="10-24", error=None)
         self.assert_bmc(running="0a-23", standby="0a-24", whole=True, flag=False)
         self.assert_report(self.take_down("apply"), 0, verdict="going-down", before="10-23", after="10-24", error=None)
