@@ -162,6 +162,23 @@ class ARackServer(ReportRoad):
         self.assertEqual(self.asked(), [])
 
 
+class AServerWithoutProductNameAndVersion(ReportRoad):
+    options = {"bare_tables": ("system",)}
+
+    def test_the_report_is_refused_without_and_with_a_given_server_type_and_the_old_file_survives(self):
+        old = self.put_old_report()
+        done = self.report()
+        self.assert_failed(done)
+        self.assert_in_trace(done, f"R {FAILED}", "2 Failed to get Server Type", EXEC_END)
+        done = self.report("--server-type", "kv6000")
+        command = '/usr/sbin/dmidecode --type system | grep "Product Name"'
+        self.assert_failed(done, *2 * [f"16 Failed to execute command [{command}]"],
+                           f"2 Failed to execute command [{command}]",
+                           "4 [LEAVE] int CBMC_KESTREL_Vendor::CreateGeneralInfoNode(COrvXmlNode*)")
+        self.assertEqual(self.asked(), [])
+        self.assert_old_report_stands(old)
+
+
 class AServerOfAnotherFamily(ReportRoad):
     options = {"product": "MX4000"}
 
