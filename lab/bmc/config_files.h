@@ -15,7 +15,7 @@ class ConfigFiles {
  public:
   static constexpr std::uint8_t kOsFile = 0x40;
   static constexpr std::uint8_t kDiskFile = 0x41;
-  static constexpr std::size_t kLongestFile = 64 * 1024;
+  static constexpr std::size_t kLongestFile = 65536;
 
   // A transfer collects its bytes while the file is locked; with its signature they replace the stored ones at the
   // unlock, without it they are dropped.

@@ -59,8 +59,8 @@ def command_run(options):
     started = time.monotonic()
     server = Server(tool=options.tool, firmware=options.firmware, product=options.product, serial=options.serial,
                     version=options.dmi_version, bios_version=options.bios_version,
-                    sdr={"version": options.sdr_version, "records": options.sdr_records}, install_path=options.install_path, overlay=options.overlay,
-                    keep=options.keep, progress=say)
+                    sdr={"version": options.sdr_version, "records": options.sdr_records},
+                    install_path=options.install_path, overlay=options.overlay, keep=options.keep, progress=say)
     with server:
         say(f"ready after {time.monotonic() - started:.1f} s")
         say(f"run folder {server.folder} (shared with the guest: {server.share} is /share)")

@@ -21,7 +21,9 @@ WRAPPER = "#!/bin/sh\ncd \"$(dirname \"$0\")\" || exit 1\n/bin/sh ./update.sh ||
 FAULTS = {
     "ends-in-3": "exit 3\n",
     "never-ends": "echo waiting for ever\nexec sleep 1000000\n",
-    "log-100mb": "head -c 100000000 /dev/zero | tr '\\0' x >x64sdr/sdronup.log\n",
+    # In large pieces, since every write goes over the share.
+    "log-100mb": "printf '%1000000s' '' >/tmp/blanks\n"
+                 "for _ in $(seq 100); do cat /tmp/blanks; done >x64sdr/sdronup.log\n",
 }
 
 
