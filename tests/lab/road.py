@@ -202,6 +202,13 @@ class Road(SharedServer):
         found = [entry.name for entry in self.scratch.iterdir()] if self.scratch.is_dir() else []
         self.assertEqual(sorted(found), sorted(names))
 
+    def assert_no_process(self, pattern: str):
+        """No process with such a command line is left in the guest; one that was killed gets a moment to go. Put one
+        letter of the pattern in brackets, so that it does not match the search for it."""
+        search = f"grep -ls '{pattern}' /proc/[0-9]*/cmdline"
+        done = self.server.run(f"timeout 20 sh -c \"while {search}; do sleep 0.1; done\"")
+        self.assertEqual(done.exit, 0, f"still running: {done.out.splitlines()[-1:]}")
+
     def assert_in_trace(self, run, *lines):
         """These lines stand in the trace in this order; others may stand between."""
         rest = iter(run.trace)
