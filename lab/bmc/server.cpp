@@ -20,7 +20,7 @@ namespace {
 constexpr const char* kDone = "ok";
 // One image of a megabyte takes about a second and a half: long enough for a power cut to hit the middle.
 constexpr std::chrono::milliseconds kFlashPace(20);
-constexpr std::size_t kLongestRecord = 500;
+constexpr std::size_t kLongestRecord = 5000;
 
 }  // namespace
 

@@ -182,7 +182,7 @@ class Road(SharedServer):
         """The BMC's own commands with their answers since the test began. The standard commands, of which the guest's
         driver and ipmitool send some of their own accord, and the flash utility's polling are left out."""
         commands = self.server.bmc("state")["commands"]
-        self.assertLess(len(commands), 500, "the BMC keeps 500 commands, so the first may be missing")
+        self.assertLess(len(commands), 5000, "the BMC keeps 5000 commands, so the first may be missing")
         return [command for command in commands[self._asked_before:]
                 if command.startswith(("34 ", "36 ", "3c ")) and not command.startswith("34 91 ")]
 
