@@ -22,8 +22,8 @@ FAULTS = {
     "ends-in-3": "exit 3\n",
     "never-ends": "echo waiting for ever\nexec sleep 1000000\n",
     # In large pieces, since every write goes over the share.
-    "log-100mb": "printf '%1000000s' '' >/tmp/blanks\n"
-                 "for _ in $(seq 100); do cat /tmp/blanks; done >x64sdr/sdronup.log\n",
+    "log-100mb": "printf '%1000000s' '' | tr ' ' x >/tmp/piece\n"
+                 "for _ in $(seq 100); do cat /tmp/piece; done >x64sdr/sdronup.log\n",
 }
 
 
