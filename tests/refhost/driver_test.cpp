@@ -29,14 +29,15 @@ TEST_F(Driver, IdentifyOfABmcThatDoesNotAnswer) {
   Ask("unreadable");
   EXPECT_EQ(Run("identify"), 7);
   EXPECT_EQ(out_, "");
-  EXPECT_EQ(err_,
-            "orvhost identify: The BMC does not tell its firmware version.\n"
-            "  trace:           Failed to execute ipmi command(GetDeviceID) CompletionCode:C3\n"
-            "  command:         tool raw 0x06 0x01 > result\n"
-            "  completion code: C3\n"
-            "  flash:           not touched\n"
-            "  next step:       Wait a minute in case the BMC is restarting, then run \"orvhost identify\". If that fails "
-            "too, run the command above by hand to see why.\n");
+  EXPECT_EQ(
+      err_,
+      "orvhost identify: The BMC does not tell its firmware version.\n"
+      "  trace:           Failed to execute ipmi command(GetDeviceID) CompletionCode:C3\n"
+      "  command:         tool raw 0x06 0x01 > result\n"
+      "  completion code: C3\n"
+      "  flash:           not touched\n"
+      "  next step:       Wait a minute in case the BMC is restarting, then run \"orvhost identify\". If that fails "
+      "too, run the command above by hand to see why.\n");
 }
 
 TEST_F(Driver, UpdateTellsEveryStepAndRecordsTheNewVersion) {
