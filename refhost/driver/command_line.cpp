@@ -47,10 +47,10 @@ Environment:
   ORVHOST_LAB_SLEEP_SCALE  factor for every wait and limit; laboratory only)";
 
 void AddGlobalOptions(CLI::App* app, Options* options) {
-  app->add_option("--plugin", options->pluginPath, "Plug-in to load")->type_name("FILE")->capture_default_str();
-  app->add_option("--install-path", options->installPath, "Folder of the host's installation")
-      ->type_name("DIR")
-      ->capture_default_str();
+  app->add_option("--plugin", options->pluginPath, "Plug-in to load instead of this installation's")->type_name("FILE");
+  app->add_option("--install-path", options->installPath,
+                  "Folder of the host's installation (default: " + options->installPath + ")")
+      ->type_name("DIR");
   app->add_option("--server-type", options->serverType, "Server type instead of the one that the machine tells")
       ->type_name("TYPE");
   app->add_option("--log-file", options->logFile, "Append the full trace to this file")->type_name("FILE");

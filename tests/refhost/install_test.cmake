@@ -1,5 +1,6 @@
 # Installs the reference host into a folder, moves the folder, and runs the moved program: it must find its libraries
-# and its plug-in where it is now.
+# and its plug-in where it is now. Manual and completion come with it, and its libraries stay out of the folder in which
+# other programs would find them.
 #
 #   cmake -DBUILD=build folder -DWORK=scratch folder -DPLUGIN=plug-in -DLIBDIR=lib -P install_test.cmake
 function(run)
@@ -12,6 +13,16 @@ endfunction()
 file(REMOVE_RECURSE ${WORK})
 run(${CMAKE_COMMAND} --install ${BUILD} --component refhost --prefix ${WORK}/first)
 file(RENAME ${WORK}/first ${WORK}/moved)
+foreach(name ${LIBDIR}/orvhost/liborv_DllCommon.so ${LIBDIR}/orvhost/liborv_ProviderBase.so
+        share/man/man1/orvhost.1.gz share/man/man1/orvhost-update.1.gz share/bash-completion/completions/orvhost)
+  if(NOT EXISTS ${WORK}/moved/${name})
+    message(FATAL_ERROR "${name} is not installed.")
+  endif()
+endforeach()
+file(GLOB exposed ${WORK}/moved/${LIBDIR}/*.so*)
+if(exposed)
+  message(FATAL_ERROR "Other programs would find ${exposed}.")
+endif()
 configure_file(${PLUGIN} ${WORK}/moved/${LIBDIR}/orv/liborvp_KESTREL_BMC.so COPYONLY)
 run(${WORK}/moved/bin/orvhost identify --install-path ${WORK}/path --server-type kv6000)
 file(REMOVE_RECURSE ${WORK})
