@@ -2,6 +2,8 @@
 #ifndef REFHOST_CATALOGUE_H
 #define REFHOST_CATALOGUE_H
 
+#include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -13,8 +15,21 @@ namespace refhost {
 struct Message {
   std::string_view id;        // "MSGID_BMC_0001_F"
   int insertCount;            // number of texts that a record of this message carries
-  std::string_view sentence;  // %1 and %2 stand for the texts
+  std::string_view sentence;  // what failed; %1 and %2 stand for the texts
+  std::string_view meaning;   // what that means for the device and the run, one or more sentences
+  std::string_view remedy;    // what to do, one or more sentences
 };
+
+struct Detail {
+  std::string_view code;     // two characters
+  std::string_view failed;   // what failed, a clause without its full stop
+  std::string_view meaning;  // as of a message
+  std::string_view remedy;
+};
+
+// Everything in the catalogue, in the order of the identifiers and codes.
+REFHOST_EXPORT std::span<const Message> AllMessages();
+REFHOST_EXPORT std::span<const Detail> AllDetails();
 
 // The message of that identifier, null when the catalogue has none.
 REFHOST_EXPORT const Message* FindMessage(std::string_view id);
@@ -23,9 +38,18 @@ REFHOST_EXPORT const Message* FindMessage(std::string_view id);
 // meaning follows it.
 REFHOST_EXPORT std::string Sentence(const Message& message, const std::vector<std::string>& inserts);
 
-// The meaning of a detail code, which is one or more two-character codes run together, newest first: the meanings
-// joined by "; ", one that repeats with its number of times. "" when the text is not such a code or holds an unknown
-// one.
+// One code of a detail, and how often it stands there in a row.
+struct DetailPart {
+  const Detail* detail;
+  int times;
+};
+
+// The parts of a detail code, which is one or more two-character codes run together, newest first. Nothing when the
+// text is empty or holds an unknown code.
+REFHOST_EXPORT std::optional<std::vector<DetailPart>> SplitDetail(std::string_view detail);
+
+// What failed by a detail code: its parts joined by "; ", one that repeats with its number of times. "" when the text
+// is not such a code.
 REFHOST_EXPORT std::string DetailMeaning(std::string_view detail);
 
 }  // namespace refhost

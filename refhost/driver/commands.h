@@ -28,11 +28,12 @@ extern const Command kVerifyCommand;
 extern const Command kReportCommand;
 extern const Command kNotifyCommand;
 extern const Command kMethodsCommand;
+extern const Command kExplainCommand;
 
-// In the order of the road of an update.
-inline std::array<const Command*, 8> AllCommands() {
-  return {&kIdentifyCommand, &kCheckCommand,  &kUpdateCommand, &kApplyCommand,
-          &kVerifyCommand,   &kReportCommand, &kNotifyCommand, &kMethodsCommand};
+// In the order of the road of an update, then what helps beside it.
+inline std::array<const Command*, 9> AllCommands() {
+  return {&kIdentifyCommand, &kCheckCommand,  &kUpdateCommand,  &kApplyCommand,  &kVerifyCommand,
+          &kReportCommand,   &kNotifyCommand, &kMethodsCommand, &kExplainCommand};
 }
 
 }  // namespace refhost

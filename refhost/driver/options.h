@@ -3,6 +3,7 @@
 #define REFHOST_DRIVER_OPTIONS_H
 
 #include <string>
+#include <vector>
 
 namespace refhost {
 
@@ -24,6 +25,7 @@ struct Options {
   // Of one subcommand each.
   std::string outFolder = ".";
   std::string methodName;
+  std::vector<std::string> codes;
 };
 
 }  // namespace refhost

@@ -20,6 +20,12 @@ ordered_json ToJson(const Failure& failure) {
           {"next_step", failure.nextStep}};
 }
 
+ordered_json ToJson(const std::vector<std::pair<std::string, std::string>>& items) {
+  ordered_json object = ordered_json::object();
+  for (const auto& [name, value] : items) object[name] = value;
+  return object;
+}
+
 // "  name:     value" with the values of a block below each other.
 void AppendItem(std::string* text, const std::string& name, const std::string& value, size_t width) {
   if (value.empty()) return;
@@ -30,20 +36,22 @@ void AppendItem(std::string* text, const std::string& name, const std::string& v
 }  // namespace
 
 std::string ToJson(const Outcome& outcome) {
-  ordered_json facts = ordered_json::object();
-  for (const auto& [name, value] : outcome.facts) facts[name] = value;
-  const ordered_json document = {{"schema", kSchema},
-                                 {"command", outcome.command},
-                                 {"verdict", outcome.verdict},
-                                 {"exit_code", static_cast<int>(outcome.exitCode)},
-                                 {"changed", outcome.changed},
-                                 {"before", outcome.before},
-                                 {"after", outcome.after},
-                                 {"phase", outcome.phase},
-                                 {"flash_touched", outcome.flashTouched},
-                                 {"summary", outcome.summary},
-                                 {"facts", facts},
-                                 {"error", outcome.failure ? ToJson(*outcome.failure) : ordered_json()}};
+  ordered_json document = {{"schema", kSchema},
+                           {"command", outcome.command},
+                           {"verdict", outcome.verdict},
+                           {"exit_code", static_cast<int>(outcome.exitCode)},
+                           {"changed", outcome.changed},
+                           {"before", outcome.before},
+                           {"after", outcome.after},
+                           {"phase", outcome.phase},
+                           {"flash_touched", outcome.flashTouched},
+                           {"summary", outcome.summary},
+                           {"facts", ToJson(outcome.facts)},
+                           {"error", outcome.failure ? ToJson(*outcome.failure) : ordered_json()}};
+  if (!outcome.listing.name.empty()) {
+    ordered_json& list = document[outcome.listing.name] = ordered_json::array();
+    for (const auto& entry : outcome.listing.entries) list.push_back(ToJson(entry));
+  }
   return document.dump(-1, ' ', false, ordered_json::error_handler_t::replace) + "\n";
 }
 

@@ -39,6 +39,12 @@ struct Failure {
   std::string nextStep;  // the next safe step
 };
 
+// A list that only some subcommands have: one entry for each thing told, with names and values in the order of telling.
+struct Listing {
+  std::string name;  // member of the JSON object; "" for no list
+  std::vector<std::vector<std::pair<std::string, std::string>>> entries;
+};
+
 struct Outcome {
   ExitCode exitCode = ExitCode::kOk;
   std::string command;  // the subcommand
@@ -50,6 +56,7 @@ struct Outcome {
   std::string before;  // version that ran before, "" when unknown
   std::string after;   // version that the run leaves behind (it may need apply), "" when unknown
   std::vector<std::pair<std::string, std::string>> facts;  // name and value, in the order of telling
+  Listing listing;                                         // for programs; people get it told in `summary`
   std::optional<Failure> failure;
 };
 
