@@ -1,5 +1,6 @@
 // How a unit of the BMC lists the IPMI commands that it carries out, and the one way to find a request in such a list.
-#pragma once
+#ifndef LAB_BMC_COMMAND_TABLE_H
+#define LAB_BMC_COMMAND_TABLE_H
 
 #include <algorithm>
 #include <cstddef>
@@ -56,3 +57,5 @@ template <typename Unit>
 }
 
 }  // namespace kv6000
+
+#endif  // LAB_BMC_COMMAND_TABLE_H

@@ -1,6 +1,7 @@
 // The service processor's config files: Get Capability, lock, write, signature, unlock, and the event that announces a
 // file. What the files mean is not decided here.
-#pragma once
+#ifndef LAB_BMC_CONFIG_FILES_H
+#define LAB_BMC_CONFIG_FILES_H
 
 #include <cstdint>
 #include <map>
@@ -55,3 +56,5 @@ class ConfigFiles {
 };
 
 }  // namespace kv6000
+
+#endif  // LAB_BMC_CONFIG_FILES_H

@@ -1,5 +1,6 @@
 // What people and tests are told about the BMC, as JSON.
-#pragma once
+#ifndef LAB_BMC_DESCRIPTION_H
+#define LAB_BMC_DESCRIPTION_H
 
 #include <nlohmann/json_fwd.hpp>
 
@@ -14,3 +15,5 @@ namespace kv6000 {
 [[nodiscard]] nlohmann::json DescribeFiles(const ConfigFiles& files);
 
 }  // namespace kv6000
+
+#endif  // LAB_BMC_DESCRIPTION_H

@@ -1,6 +1,7 @@
 // What the units around the BMC need of the simulator's event loop: watched descriptors and one-shot timers.
 // sim_module.cpp implements it over OpenIPMI's.
-#pragma once
+#ifndef LAB_BMC_EVENT_LOOP_H
+#define LAB_BMC_EVENT_LOOP_H
 
 #include <chrono>
 #include <functional>
@@ -23,3 +24,5 @@ class EventLoop {
 };
 
 }  // namespace kv6000
+
+#endif  // LAB_BMC_EVENT_LOOP_H

@@ -1,6 +1,7 @@
 // Faults that a test orders for the coming calls of a command: another completion code, an answer that is too short or
 // too long, or none. Only keeps the plan and cuts answers; who asks and answers is not its business.
-#pragma once
+#ifndef LAB_BMC_FAULT_PLAN_H
+#define LAB_BMC_FAULT_PLAN_H
 
 #include <cstdint>
 #include <map>
@@ -47,3 +48,5 @@ class FaultPlan {
 };
 
 }  // namespace kv6000
+
+#endif  // LAB_BMC_FAULT_PLAN_H

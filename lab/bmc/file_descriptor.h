@@ -1,5 +1,6 @@
 // Owner of one file descriptor; closes it when it goes.
-#pragma once
+#ifndef LAB_BMC_FILE_DESCRIPTOR_H
+#define LAB_BMC_FILE_DESCRIPTOR_H
 
 #include <unistd.h>
 
@@ -37,3 +38,5 @@ class FileDescriptor {
 };
 
 }  // namespace kv6000
+
+#endif  // LAB_BMC_FILE_DESCRIPTOR_H

@@ -1,6 +1,7 @@
 // The firmware image of the virtual KV6000: its layout on the media and the check that it is whole.
 // Knows nothing of slots, media or commands.
-#pragma once
+#ifndef LAB_BMC_FIRMWARE_IMAGE_H
+#define LAB_BMC_FIRMWARE_IMAGE_H
 
 #include <cstddef>
 #include <cstdint>
@@ -50,3 +51,5 @@ enum class ImageFault : std::uint8_t { kNone, kMagic, kLength, kChecksum };
 [[nodiscard]] ImageFault CheckImage(std::span<const std::uint8_t> image);
 
 }  // namespace kv6000
+
+#endif  // LAB_BMC_FIRMWARE_IMAGE_H

@@ -1,5 +1,6 @@
 // Bytes as a line of text: two hexadecimal digits each, blanks between.
-#pragma once
+#ifndef LAB_BMC_HEX_BYTES_H
+#define LAB_BMC_HEX_BYTES_H
 
 #include <cstdint>
 #include <optional>
@@ -16,3 +17,5 @@ namespace kv6000 {
 [[nodiscard]] std::optional<std::vector<std::uint8_t>> ParseHex(const std::string& text);
 
 }  // namespace kv6000
+
+#endif  // LAB_BMC_HEX_BYTES_H

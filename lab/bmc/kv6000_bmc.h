@@ -1,6 +1,7 @@
 // The KV6000's management controller as a state machine: command bytes in, response bytes out, and what happens to the
 // machine reported to it. It does no input or output of its own; everything outside goes through `Outside`.
-#pragma once
+#ifndef LAB_BMC_KV6000_BMC_H
+#define LAB_BMC_KV6000_BMC_H
 
 #include <cstdint>
 #include <optional>
@@ -146,3 +147,5 @@ class Bmc {
 };
 
 }  // namespace kv6000
+
+#endif  // LAB_BMC_KV6000_BMC_H

@@ -1,6 +1,7 @@
 // The machine that the BMC manages: a QEMU process for each boot, its power, and its virtual media drive over QMP.
 // Decides nothing; the BMC does.
-#pragma once
+#ifndef LAB_BMC_MACHINE_H
+#define LAB_BMC_MACHINE_H
 
 #include <sys/types.h>
 
@@ -72,3 +73,5 @@ class Machine {
 };
 
 }  // namespace kv6000
+
+#endif  // LAB_BMC_MACHINE_H

@@ -1,6 +1,7 @@
 // The BMC's network settings as the machine can ask for them: Get Channel Info, Get LAN Configuration Parameters and
 // Get Tcpip Info. Nothing listens on the network.
-#pragma once
+#ifndef LAB_BMC_NETWORK_H
+#define LAB_BMC_NETWORK_H
 
 #include <array>
 #include <cstdint>
@@ -38,3 +39,5 @@ class Network {
 };
 
 }  // namespace kv6000
+
+#endif  // LAB_BMC_NETWORK_H

@@ -1,5 +1,6 @@
 // A UNIX socket for orders from outside: a client sends one line and gets one line back. Knows nothing of the orders.
-#pragma once
+#ifndef LAB_BMC_ORDER_SOCKET_H
+#define LAB_BMC_ORDER_SOCKET_H
 
 #include <functional>
 #include <map>
@@ -34,3 +35,5 @@ class OrderSocket {
 };
 
 }  // namespace kv6000
+
+#endif  // LAB_BMC_ORDER_SOCKET_H

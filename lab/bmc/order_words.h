@@ -1,5 +1,6 @@
 // The words of an order line: numbers, and the faults that a line can order. Pure; carries nothing out.
-#pragma once
+#ifndef LAB_BMC_ORDER_WORDS_H
+#define LAB_BMC_ORDER_WORDS_H
 
 #include <cstdint>
 #include <optional>
@@ -29,3 +30,5 @@ struct FaultOrder {
                                                         std::string* error);
 
 }  // namespace kv6000
+
+#endif  // LAB_BMC_ORDER_WORDS_H

@@ -1,6 +1,7 @@
 // Reads the OS information record that a host puts into config file 40, so that people and tests see what it says.
 // Pure; stores nothing.
-#pragma once
+#ifndef LAB_BMC_OS_RECORD_H
+#define LAB_BMC_OS_RECORD_H
 
 #include <cstdint>
 #include <span>
@@ -25,3 +26,5 @@ struct OsRecord {
 [[nodiscard]] OsRecord ReadOsRecord(std::span<const std::uint8_t> bytes);
 
 }  // namespace kv6000
+
+#endif  // LAB_BMC_OS_RECORD_H

@@ -1,6 +1,7 @@
 // The sensor data record repository: what the machine reads, and the standby repository that an update fills. When the
 // standby is taken is not decided here.
-#pragma once
+#ifndef LAB_BMC_SDR_REPOSITORY_H
+#define LAB_BMC_SDR_REPOSITORY_H
 
 #include <cstdint>
 #include <optional>
@@ -57,3 +58,5 @@ class SdrRepository {
 [[nodiscard]] std::string SdrVersion(const SdrRepository::Records& records);
 
 }  // namespace kv6000
+
+#endif  // LAB_BMC_SDR_REPOSITORY_H

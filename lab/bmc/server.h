@@ -1,6 +1,7 @@
 // The whole server seen from the simulator: the BMC, the machine it manages, the orders from outside and the record of
 // all commands. sim_module.cpp connects it to OpenIPMI.
-#pragma once
+#ifndef LAB_BMC_SERVER_H
+#define LAB_BMC_SERVER_H
 
 #include <cstdint>
 #include <deque>
@@ -78,3 +79,5 @@ class Server : private Outside {
 };
 
 }  // namespace kv6000
+
+#endif  // LAB_BMC_SERVER_H

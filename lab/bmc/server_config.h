@@ -1,5 +1,6 @@
 // The configuration of one server as the lab's driver writes it: a JSON file.
-#pragma once
+#ifndef LAB_BMC_SERVER_CONFIG_H
+#define LAB_BMC_SERVER_CONFIG_H
 
 #include <string>
 
@@ -18,3 +19,5 @@ struct ServerConfig {
 [[nodiscard]] ServerConfig ReadServerConfig(const std::string& path);
 
 }  // namespace kv6000
+
+#endif  // LAB_BMC_SERVER_CONFIG_H

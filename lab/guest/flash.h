@@ -1,5 +1,6 @@
 // Has the BMC flash what stands on its virtual media, and follows it to the end. What the flash utilities share.
-#pragma once
+#ifndef LAB_GUEST_FLASH_H
+#define LAB_GUEST_FLASH_H
 
 #include <cstddef>
 #include <cstdint>
@@ -31,3 +32,5 @@ struct FlashResult {
 [[nodiscard]] FlashResult FlashFromMedia(IpmiDevice& bmc, std::size_t length);
 
 }  // namespace kv6000
+
+#endif  // LAB_GUEST_FLASH_H

@@ -1,5 +1,6 @@
 // Requests to the BMC through the kernel's own IPMI device, as the maker's tools make them.
-#pragma once
+#ifndef LAB_GUEST_IPMI_DEVICE_H
+#define LAB_GUEST_IPMI_DEVICE_H
 
 #include <cstdint>
 #include <span>
@@ -31,3 +32,5 @@ class IpmiDevice {
 };
 
 }  // namespace kv6000
+
+#endif  // LAB_GUEST_IPMI_DEVICE_H

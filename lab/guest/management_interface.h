@@ -1,6 +1,7 @@
 // The interface of the maker's management library as its users see it: entry points by name, operations by their
 // position in the virtual table.
-#pragma once
+#ifndef LAB_GUEST_MANAGEMENT_INTERFACE_H
+#define LAB_GUEST_MANAGEMENT_INTERFACE_H
 
 #include <list>
 #include <string>
@@ -36,3 +37,5 @@ class ManagementInterface {
 };
 
 }  // namespace kv6000
+
+#endif  // LAB_GUEST_MANAGEMENT_INTERFACE_H

@@ -1,6 +1,7 @@
 // The BMC's virtual media drive as the machine sees it: a disk that is found and written through the SCSI generic
 // driver.
-#pragma once
+#ifndef LAB_GUEST_VIRTUAL_MEDIA_H
+#define LAB_GUEST_VIRTUAL_MEDIA_H
 
 #include <algorithm>
 #include <cstdint>
@@ -46,3 +47,5 @@ class VirtualMedia {
 };
 
 }  // namespace kv6000
+
+#endif  // LAB_GUEST_VIRTUAL_MEDIA_H

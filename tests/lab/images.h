@@ -1,5 +1,6 @@
 // Firmware images and byte lists for the tests of the virtual BMC.
-#pragma once
+#ifndef TESTS_LAB_IMAGES_H
+#define TESTS_LAB_IMAGES_H
 
 #include <cstdint>
 #include <string_view>
@@ -18,3 +19,5 @@ std::vector<std::uint8_t> LengthBytes(std::size_t length);
 std::vector<std::uint8_t> TextBytes(std::string_view text);
 
 }  // namespace kv6000
+
+#endif  // TESTS_LAB_IMAGES_H
