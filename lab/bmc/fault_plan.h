@@ -1,12 +1,12 @@
-// Faults that a test orders for the coming calls of a command: another completion code, an answer that is too short or
-// too long, or none. Only keeps the plan and cuts answers; who asks and answers is not its business.
+// Faults that a test orders for coming requests: another completion code, an answer that is too short or too long, or
+// none. Only keeps the plan and cuts answers; who asks and answers is not its business.
 #ifndef LAB_BMC_FAULT_PLAN_H
 #define LAB_BMC_FAULT_PLAN_H
 
 #include <cstdint>
 #include <map>
 #include <optional>
-#include <utility>
+#include <span>
 #include <vector>
 
 namespace kv6000 {
@@ -25,18 +25,19 @@ struct Fault {
 
 class FaultPlan {
  public:
-  // The next `count` calls of (netfn, cmd) meet the fault; 0: every call until Clear(). Replaces an earlier order for
-  // the same command.
-  void Order(std::uint8_t netfn, std::uint8_t cmd, const Fault& fault, unsigned count);
+  // The next `count` requests that begin with the bytes of `head` (NetFn, Cmd, and as many data bytes as are to be
+  // told apart) meet the fault; 0: every one until Clear(). Replaces an earlier order for the same head. Of several
+  // heads that a request begins with, the longest counts, and it alone is used up.
+  void Order(const std::vector<std::uint8_t>& head, const Fault& fault, unsigned count);
 
   void Clear();
 
-  // The fault that the next call will meet, without using it up.
-  [[nodiscard]] std::optional<Fault> Next(std::uint8_t netfn, std::uint8_t cmd) const;
+  // The fault that this request (NetFn, Cmd, data) meets, without using it up.
+  [[nodiscard]] std::optional<Fault> Next(std::span<const std::uint8_t> request) const;
 
-  // Uses up one call. False when the call is to get no answer at all; otherwise `answer` (completion code first) is
+  // Uses up one request. False when it is to get no answer at all; otherwise `answer` (completion code first) is
   // changed as ordered.
-  bool Apply(std::uint8_t netfn, std::uint8_t cmd, std::vector<std::uint8_t>& answer);
+  bool Apply(std::span<const std::uint8_t> request, std::vector<std::uint8_t>& answer);
 
  private:
   struct Entry {
@@ -44,7 +45,12 @@ class FaultPlan {
     unsigned left = 0;
     bool always = false;
   };
-  std::map<std::pair<std::uint8_t, std::uint8_t>, Entry> entries_;
+  using Entries = std::map<std::vector<std::uint8_t>, Entry>;
+
+  // The entry with the longest head that the request begins with.
+  [[nodiscard]] Entries::const_iterator Find(std::span<const std::uint8_t> request) const;
+
+  Entries entries_;
 };
 
 }  // namespace kv6000

@@ -1,14 +1,34 @@
 // See order_words.h.
 #include "lab/bmc/order_words.h"
 
+#include <algorithm>
 #include <charconv>
 
 namespace kv6000 {
 
 namespace {
 
+constexpr std::uint8_t kLargestNetFn = 0x3e;
+
 std::optional<unsigned> ParseCount(const std::string& text) {
   return text == "always" ? 0 : ParseNumber(text, 10, 1000000);
+}
+
+// NETFN CMD and the data behind the count.
+std::optional<std::vector<std::uint8_t>> ParseHead(std::span<const std::string> command,
+                                                   std::span<const std::string> data) {
+  std::vector<std::uint8_t> head;
+  for (const auto words : {command, data}) {
+    for (const std::string& word : words) {
+      const auto byte = ParseNumber(word, 16, 0xff);
+      if (!byte) {
+        return std::nullopt;
+      }
+      head.push_back(static_cast<std::uint8_t>(*byte));
+    }
+  }
+  const bool isRequest = head[0] % 2 == 0 && head[0] <= kLargestNetFn;
+  return isRequest ? std::optional(head) : std::nullopt;
 }
 
 }  // namespace
@@ -26,16 +46,16 @@ std::optional<FaultOrder> ParseFaultOrder(Fault::Kind kind, std::span<const std:
   const bool hasValue = kind != Fault::Kind::kSilent;
   const bool isLength = kind == Fault::Kind::kShort || kind == Fault::Kind::kLong;
   const std::size_t least = hasValue ? 3 : 2;
-  if (words.size() < least || words.size() > least + 1) {
-    *error = hasValue ? "expected NETFN CMD VALUE [COUNT|always]" : "expected NETFN CMD [COUNT|always]";
+  if (words.size() < least) {
+    *error = hasValue ? "expected NETFN CMD VALUE [COUNT|always [DATA ...]]"
+                      : "expected NETFN CMD [COUNT|always [DATA ...]]";
     return std::nullopt;
   }
-  const auto netfn = ParseNumber(words[0], 16, 0x3e);
-  const auto cmd = ParseNumber(words[1], 16, 0xff);
+  const auto head = ParseHead(words.first(2), words.subspan(std::min(words.size(), least + 1)));
   const auto value = hasValue ? ParseNumber(words[2], isLength ? 10 : 16, 0xff) : 0U;
   const auto count = words.size() > least ? ParseCount(words[least]) : 1U;
-  if (!netfn || *netfn % 2 != 0 || !cmd || !value || !count) {
-    *error = "NETFN (even) and CMD are hexadecimal, so is a completion code; a length and a count are decimal";
+  if (!head || !value || !count) {
+    *error = "NETFN (even), CMD and data are hexadecimal, so is a completion code; a length and a count are decimal";
     return std::nullopt;
   }
   if (isLength && (*value == 0 || *value > kLongestAnswer)) {
@@ -43,10 +63,7 @@ std::optional<FaultOrder> ParseFaultOrder(Fault::Kind kind, std::span<const std:
              " bytes; use 'silent' for none";
     return std::nullopt;
   }
-  return FaultOrder{static_cast<std::uint8_t>(*netfn),
-                    static_cast<std::uint8_t>(*cmd),
-                    {kind, static_cast<std::uint8_t>(*value)},
-                    *count};
+  return FaultOrder{*head, {kind, static_cast<std::uint8_t>(*value)}, *count};
 }
 
 }  // namespace kv6000

@@ -6,6 +6,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <vector>
 
 #include "lab/bmc/fault_plan.h"
 
@@ -18,14 +19,13 @@ inline constexpr unsigned kLongestAnswer = 200;
 [[nodiscard]] std::optional<unsigned> ParseNumber(const std::string& text, int base, unsigned most);
 
 struct FaultOrder {
-  std::uint8_t netfn = 0;
-  std::uint8_t cmd = 0;
+  std::vector<std::uint8_t> head;  // NetFn, Cmd, and the data bytes that a request must begin with
   Fault fault;
   unsigned count = 1;  // 0: always
 };
 
-// Reads NETFN CMD VALUE [COUNT|always], without VALUE for kSilent. nullopt, with the reason in `*error`, when the words
-// are something else.
+// Reads NETFN CMD VALUE [COUNT|always [DATA ...]], without VALUE for kSilent. nullopt, with the reason in `*error`, when
+// the words are something else.
 [[nodiscard]] std::optional<FaultOrder> ParseFaultOrder(Fault::Kind kind, std::span<const std::string> words,
                                                         std::string* error);
 

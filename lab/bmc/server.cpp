@@ -22,6 +22,12 @@ constexpr const char* kDone = "ok";
 constexpr std::chrono::milliseconds kFlashPace(20);
 constexpr std::size_t kLongestRecord = 5000;
 
+Bytes RequestBytes(std::uint8_t netfn, std::uint8_t cmd, std::span<const std::uint8_t> data) {
+  Bytes request(data.begin(), data.end());
+  request.insert(request.begin(), {netfn, cmd});
+  return request;
+}
+
 }  // namespace
 
 Server::Server(const ServerConfig& config, std::function<void(const Version&)> setVersion, EventLoop& loop)
@@ -36,7 +42,7 @@ Server::Server(const ServerConfig& config, std::function<void(const Version&)> s
 }
 
 Bytes Server::Handle(std::uint8_t netfn, std::uint8_t cmd, std::span<const std::uint8_t> data) {
-  const auto fault = faults_.Next(netfn, cmd);
+  const auto fault = faults_.Next(RequestBytes(netfn, cmd, data));
   if (fault && !fault->HasEffect()) {
     return {kBusy};  // Answer() puts the ordered answer in its place
   }
@@ -49,9 +55,8 @@ Bytes Server::Handle(std::uint8_t netfn, std::uint8_t cmd, std::span<const std::
 }
 
 bool Server::Answer(std::uint8_t netfn, std::uint8_t cmd, std::span<const std::uint8_t> data, Bytes& answer) {
-  const bool answered = faults_.Apply(netfn, cmd, answer);
-  Bytes request = {netfn, cmd};
-  request.insert(request.end(), data.begin(), data.end());
+  const Bytes request = RequestBytes(netfn, cmd, data);
+  const bool answered = faults_.Apply(request, answer);
   record_.push_back(FormatHex(request) + " -> " + (answered ? FormatHex(answer) : "silence"));
   if (record_.size() > kLongestRecord) {
     record_.pop_front();
@@ -148,7 +153,7 @@ std::string Server::OrderFault(Words words) {
   if (!order) {
     return "error: " + error;
   }
-  faults_.Order(order->netfn, order->cmd, order->fault, order->count);
+  faults_.Order(order->head, order->fault, order->count);
   return kDone;
 }
 

@@ -26,8 +26,7 @@ Parsed Parse(Fault::Kind kind, const std::string& line) {
 TEST(FaultOrderWords, AreCommandValueAndCount) {
   const auto parsed = Parse(Fault::Kind::kFail, "34 8c c0 3");
   ASSERT_TRUE(parsed.order.has_value()) << parsed.error;
-  EXPECT_EQ(parsed.order->netfn, 0x34);
-  EXPECT_EQ(parsed.order->cmd, 0x8c);
+  EXPECT_EQ(parsed.order->head, (std::vector<std::uint8_t>{0x34, 0x8c}));
   EXPECT_EQ(parsed.order->fault.value, 0xc0);
   EXPECT_EQ(parsed.order->count, 3U);
 }
@@ -35,6 +34,14 @@ TEST(FaultOrderWords, AreCommandValueAndCount) {
 TEST(FaultOrderWords, MeanOneCallWithoutACountAndEveryOneWithAlways) {
   EXPECT_EQ(Parse(Fault::Kind::kSilent, "34 8c").order->count, 1U);
   EXPECT_EQ(Parse(Fault::Kind::kSilent, "34 8c always").order->count, 0U);
+}
+
+TEST(FaultOrderWords, EndInTheDataThatARequestMustBeginWith) {
+  const auto parsed = Parse(Fault::Kind::kFail, "3c 69 c0 3 05 40 0 0 20");
+  ASSERT_TRUE(parsed.order.has_value()) << parsed.error;
+  EXPECT_EQ(parsed.order->head, (std::vector<std::uint8_t>{0x3c, 0x69, 0x05, 0x40, 0x00, 0x00, 0x20}));
+  EXPECT_EQ(parsed.order->count, 3U);
+  EXPECT_EQ(Parse(Fault::Kind::kSilent, "34 39 always 02").order->head, (std::vector<std::uint8_t>{0x34, 0x39, 0x02}));
 }
 
 TEST(FaultOrderWords, TellALengthInDecimal) {
@@ -45,6 +52,8 @@ TEST(FaultOrderWords, TellALengthInDecimal) {
 TEST(FaultOrderWords, AreRefusedWithTheReason) {
   EXPECT_NE(Parse(Fault::Kind::kFail, "34 8c").error, "");
   EXPECT_NE(Parse(Fault::Kind::kFail, "34 8c c0 2 more").error, "");
+  EXPECT_NE(Parse(Fault::Kind::kFail, "34 8c c0 2 55 100").error, "");
+  EXPECT_NE(Parse(Fault::Kind::kFail, "40 8c c0").error, "");
   EXPECT_NE(Parse(Fault::Kind::kFail, "35 8c c0").error, "");
   EXPECT_NE(Parse(Fault::Kind::kFail, "34 8c c0 two").error, "");
   EXPECT_NE(Parse(Fault::Kind::kSilent, "34").error, "");
