@@ -45,6 +45,9 @@ REFHOST_EXPORT void SetTraceLevels(int mask);
 // the next by one blank, with a line end. The time has a fixed width and holds no blank.
 REFHOST_EXPORT std::string FormatTraceLine(const TraceRecord& record);
 
+// Now, as in such a line: "2026-01-31T12:00:00.000000Z". Takes no lock.
+REFHOST_EXPORT std::string UtcNow();
+
 // Width of the time and the blank behind it in such a line.
 inline constexpr size_t kTraceTimeWidth = 28;
 

@@ -58,21 +58,6 @@ __attribute__((format(printf, 1, 0))) std::string FormatText(const char* format,
   return text;
 }
 
-// Own arithmetic instead of gmtime, which takes a lock that a fork could leave held.
-std::string UtcNow() {
-  using std::chrono::floor;
-  const auto now = std::chrono::system_clock::now();
-  const auto day = floor<std::chrono::days>(now);
-  const std::chrono::year_month_day date{day};
-  const std::chrono::hh_mm_ss time{floor<std::chrono::microseconds>(now - day)};
-  std::array<char, 64> text{};
-  snprintf(text.data(), text.size(), "%04d-%02u-%02uT%02ld:%02ld:%02ld.%06ldZ", static_cast<int>(date.year()),
-           static_cast<unsigned>(date.month()), static_cast<unsigned>(date.day()),
-           static_cast<long>(time.hours().count()), static_cast<long>(time.minutes().count()),
-           static_cast<long>(time.seconds().count()), static_cast<long>(time.subseconds().count()));
-  return text.data();
-}
-
 bool IsWanted(int level) {
   return currentSink.load() != nullptr && (enabledLevels.load() & level) != 0;
 }
@@ -91,6 +76,21 @@ void SetTraceSink(TraceSink* sink) {
 
 void SetTraceLevels(int mask) {
   enabledLevels = mask;
+}
+
+// Own arithmetic instead of gmtime, which takes a lock that a fork could leave held.
+std::string UtcNow() {
+  using std::chrono::floor;
+  const auto now = std::chrono::system_clock::now();
+  const auto day = floor<std::chrono::days>(now);
+  const std::chrono::year_month_day date{day};
+  const std::chrono::hh_mm_ss time{floor<std::chrono::microseconds>(now - day)};
+  std::array<char, 64> text{};
+  snprintf(text.data(), text.size(), "%04d-%02u-%02uT%02ld:%02ld:%02ld.%06ldZ", static_cast<int>(date.year()),
+           static_cast<unsigned>(date.month()), static_cast<unsigned>(date.day()),
+           static_cast<long>(time.hours().count()), static_cast<long>(time.minutes().count()),
+           static_cast<long>(time.seconds().count()), static_cast<long>(time.subseconds().count()));
+  return text.data();
 }
 
 std::string FormatTraceLine(const TraceRecord& record) {

@@ -37,9 +37,11 @@ Exit codes:
   7  failed; this run did not touch the flash
   8  failed after writing the flash had begun
   9  the BMC runs another version than the one that was installed
+  10 another run is at work; nothing was touched
 
 Files:
   INSTALL_PATH/repository/state.json  what the host recorded
+  INSTALL_PATH/orvhost.lock           held by the run that is at work
   INSTALL_PATH/tmp                    the plug-in's scratch folder
   INSTALL_PATH/MngSrv                 the management library
 

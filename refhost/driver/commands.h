@@ -18,6 +18,7 @@ struct Command {
   const char* help;         // what stands below the options in its help: what it does and changes, examples, results
   void (*addArguments)(CLI::App* subcommand, Options* options);  // null for none of its own
   Outcome (*run)(const Run& run);
+  bool loadsPlugin = true;  // such a run has the install path to itself; others read the host's own files only
 };
 
 extern const Command kIdentifyCommand;

@@ -10,6 +10,10 @@ void Console::Say(const std::string& step, const std::string& text) const {
   if (!quiet_) std::cout << step << ": " << text << std::endl;
 }
 
+void Console::Notice(const std::string& sentence) const {
+  if (!quiet_) std::cerr << "orvhost: " << sentence << std::endl;
+}
+
 bool Console::IsTerminal() const {
   return !quiet_ && isatty(STDOUT_FILENO) != 0;
 }

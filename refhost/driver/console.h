@@ -16,6 +16,9 @@ class Console {
   // One line about a step, on the standard output.
   void Say(const std::string& step, const std::string& text) const;
 
+  // One sentence beside the result, on the standard error; programs find it in the JSON object.
+  void Notice(const std::string& sentence) const;
+
   // True when a person reads the standard output at a terminal.
   bool IsTerminal() const;
 

@@ -52,7 +52,7 @@ Exit codes: 0 explained; 2 there is no such code.)";
 
 }  // namespace
 
-const Command kExplainCommand = {"explain", "Explain a message, detail, exit or result code", kHelp, AddArguments,
-                                 ExplainCodes};
+const Command kExplainCommand = {
+    "explain", "Explain a message, detail, exit or result code", kHelp, AddArguments, ExplainCodes, false};
 
 }  // namespace refhost

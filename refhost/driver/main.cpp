@@ -7,6 +7,7 @@
 
 #include "host/DllCommon.h"
 #include "refhost/driver/command_line.h"
+#include "refhost/driver/exclusive_run.h"
 #include "refhost/driver/line_sink.h"
 #include "refhost/settings.h"
 
@@ -57,12 +58,13 @@ int Main(int argc, const char* const* argv) {
     auto watch = std::make_unique<TraceWatch>();
     const Run run{parsed.options, console, *watch, tee};
     tee.Add(std::move(watch));
-    if (AddSinks(run, &tee, &outcome)) {
+    ExclusiveRun exclusive(run, parsed.command->name);
+    if ((!parsed.command->loadsPlugin || exclusive.Begin(&outcome)) && AddSinks(run, &tee, &outcome)) {
       SetTraceSink(&tee);
       outcome = RunCommand(*parsed.command, run);
-      outcome.command = parsed.command->name;
       SetTraceSink(nullptr);
     }
+    exclusive.End(&outcome);
   }
   if (parsed.command != nullptr || outcome.failure) console.Report(outcome);
   return static_cast<int>(outcome.exitCode);

@@ -38,6 +38,7 @@ void AppendItem(std::string* text, const std::string& name, const std::string& v
 std::string ToJson(const Outcome& outcome) {
   ordered_json document = {{"schema", kSchema},
                            {"command", outcome.command},
+                           {"run_id", outcome.runId},
                            {"verdict", outcome.verdict},
                            {"exit_code", static_cast<int>(outcome.exitCode)},
                            {"changed", outcome.changed},
@@ -47,6 +48,7 @@ std::string ToJson(const Outcome& outcome) {
                            {"flash_touched", outcome.flashTouched},
                            {"summary", outcome.summary},
                            {"facts", ToJson(outcome.facts)},
+                           {"notices", outcome.notices},
                            {"error", outcome.failure ? ToJson(*outcome.failure) : ordered_json()}};
   if (!outcome.listing.name.empty()) {
     ordered_json& list = document[outcome.listing.name] = ordered_json::array();

@@ -22,7 +22,7 @@ enum class ExitCode : int {
   kFailedUntouched = 7,     // failed; this run did not touch the flash
   kFailedFlashBegun = 8,    // failed after writing the flash had begun
   kVersionNotExpected = 9,  // the device runs another version than the one that was installed
-  kBusy = 10,               // another run is at work; reserved
+  kBusy = 10,               // another run is at work
 };
 
 // What the plug-in's trace tells about a failure.
@@ -48,6 +48,7 @@ struct Listing {
 struct Outcome {
   ExitCode exitCode = ExitCode::kOk;
   std::string command;  // the subcommand
+  std::string runId;    // "" for a run that is not told apart from others
   std::string phase;    // step that the run ended in
   std::string verdict;  // one word for programs, e.g. "updated"
   std::string summary;  // one or more sentences for people; of a failure, its cause stands in `failure`
@@ -57,6 +58,7 @@ struct Outcome {
   std::string after;   // version that the run leaves behind (it may need apply), "" when unknown
   std::vector<std::pair<std::string, std::string>> facts;  // name and value, in the order of telling
   Listing listing;                                         // for programs; people get it told in `summary`
+  std::vector<std::string> notices;  // sentences about what the operator should know beside the result
   std::optional<Failure> failure;
 };
 

@@ -118,6 +118,7 @@ TEST_F(Check, FailuresAreThoseOfAnUpdate) {
     EXPECT_EQ(checked["phase"], each.phase);
     json updated = RunJson(Update(each.package));
     updated["command"] = "check";
+    updated["run_id"] = checked["run_id"];
     EXPECT_EQ(checked, updated);
   }
 }

@@ -51,8 +51,8 @@ TEST(OutcomeText, ASuccessTellsItsFacts) {
 
 TEST(OutcomeJson, IsOneLineWithEveryField) {
   EXPECT_EQ(ToJson(Failed()),
-            R"({"schema":1,"command":"update","verdict":"update-failed","exit_code":8,"changed":false,)"
-            R"("before":"01-23","after":"","phase":"write","flash_touched":true,"summary":"","facts":{},)"
+            R"({"schema":1,"command":"update","run_id":"","verdict":"update-failed","exit_code":8,"changed":false,)"
+            R"("before":"01-23","after":"","phase":"write","flash_touched":true,"summary":"","facts":{},"notices":[],)"
             R"("error":{"cause":"It failed.","evidence":{"command":"cmd","completion_code":"C0",)"
             R"("records":["record"],"trace":["one","two"]},"next_step":"Do this."}})"
             "\n");

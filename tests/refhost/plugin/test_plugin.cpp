@@ -3,6 +3,10 @@
 //
 //   TEST_PLUGIN          what is out of the ordinary, words separated by blanks; see Asked()
 //   TEST_PLUGIN_VERSION  version that runs, 01-23 without it
+//   TEST_PLUGIN_GATE     pipe at which a run that is asked to wait does so until its writer closes it
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <cstdlib>
 #include <sstream>
 #include <stdexcept>
@@ -23,6 +27,27 @@ bool Asked(const std::string& wanted) {
 
 void Trace(CTraceUtility::TRACE_DBG_LEVEL level, const std::string& text) {
   CTraceUtility::WriteDebug("bmc", level, "%s", text.c_str());
+}
+
+// Ends when the gate's writer closes it.
+void WaitAtTheGate() {
+  const int gate = open(getenv("TEST_PLUGIN_GATE"), O_RDONLY | O_CLOEXEC);
+  char byte = 0;
+  while (read(gate, &byte, 1) > 0) {
+  }
+  close(gate);
+}
+
+// A flash tool, or a child of the plug-in's own, that is at work when the program ends.
+void WaitAsAsked() {
+  if (Asked("waits")) WaitAtTheGate();
+  if (Asked("runs-tool")) (void)!std::system("read byte < \"$TEST_PLUGIN_GATE\"");
+  if (!Asked("forks")) return;
+  if (fork() == 0) {
+    WaitAtTheGate();
+    _exit(0);
+  }
+  pause();
 }
 
 class TestFirmware : public CFirmware {
@@ -65,6 +90,7 @@ class TestFirmware : public CFirmware {
       return 1;
     }
     Trace(CTraceUtility::TRACE_DBG_INFO, "Execute:\"/opt/orv/KV6KBMC/Yafuflash\"  -cd  \"image.ima\"");
+    WaitAsAsked();
     if (Asked("throws-late")) throw std::out_of_range("basic_string::substr");
     if (Asked("flash-fails")) {
       CTraceUtility::WriteTrace("bmc", "MSGID_BMC_0013_F", "161616");

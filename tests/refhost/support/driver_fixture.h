@@ -33,7 +33,7 @@ class Driver : public HostTest {
   }
 
   std::string CommandLine(const std::string& arguments) const {
-    return "\"" ORVHOST_PROGRAM "\" --install-path \"" + folder_.Path() + "\" --plugin \"" + plugin_ +
+    return "\"" ORVHOST_PROGRAM "\" --install-path \"" + installPath_ + "\" --plugin \"" + plugin_ +
            "\" --server-type kv6000 " + arguments;
   }
 
@@ -69,18 +69,20 @@ class Driver : public HostTest {
     return state;
   }
 
-  // Every path below the install folder with its content, but for the outputs that a run is read from.
+  // Every path below the install folder with its content, but for the outputs that a run is read from and for what
+  // every run leaves.
   std::map<std::string, std::string> Tree() const {
     namespace fs = std::filesystem;
     std::map<std::string, std::string> tree;
     for (const auto& entry : fs::recursive_directory_iterator(folder_.Path())) {
       const std::string name = entry.path().lexically_relative(folder_.Path()).string();
-      if (name == "out" || name == "err") continue;
-      tree[name] = entry.is_directory() ? "folder" : folder_.Read(name);
+      if (name == "out" || name == "err" || name == "orvhost.lock" || name.starts_with("journal")) continue;
+      tree[name] = entry.is_regular_file() ? folder_.Read(name) : "folder";
     }
     return tree;
   }
 
+  std::string installPath_ = folder_.Path();
   std::string plugin_ = TEST_PLUGIN_PATH;
   std::string good_;
   std::string out_;

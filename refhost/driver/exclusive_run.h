@@ -1,0 +1,39 @@
+// What stands around a run that loads a plug-in: it gets an id, and the install path to itself.
+#ifndef REFHOST_DRIVER_EXCLUSIVE_RUN_H
+#define REFHOST_DRIVER_EXCLUSIVE_RUN_H
+
+#include <string>
+#include <vector>
+
+#include "refhost/driver/run.h"
+#include "refhost/driver/run_lock.h"
+
+namespace refhost {
+
+class ExclusiveRun {
+ public:
+  ExclusiveRun(const Run& run, std::string command) : run_(run), command_(std::move(command)) {}
+
+  // Takes the lock. False, with the failure in `*outcome`, when another run is at work or the lock cannot be taken;
+  // then nothing is touched.
+  bool Begin(Outcome* outcome);
+
+  // Gives the lock back and completes `*outcome`. Without a Begin that succeeded it only completes the outcome.
+  void End(Outcome* outcome);
+
+ private:
+  bool IsFree(RunLock::Result result, Outcome* outcome);
+  bool NothingIsLeftOf(const LockNote& last, Outcome* outcome);
+  void TellTakeover();
+  void Notice(const std::string& sentence);
+
+  const Run& run_;
+  const std::string command_;
+  RunLock lock_;
+  std::string runId_;
+  std::vector<std::string> notices_;
+};
+
+}  // namespace refhost
+
+#endif  // REFHOST_DRIVER_EXCLUSIVE_RUN_H
