@@ -1,8 +1,11 @@
 #include "firmware/sdr_version.h"
 
+#include <algorithm>
 #include <array>
-#include <cstdio>
+#include <charconv>
+#include <cstddef>
 #include <iterator>
+#include <string_view>
 
 #include "firmware/requests.h"
 #include "firmware/sdr_record.h"
@@ -18,9 +21,10 @@ constexpr unsigned int kHighestRecordId = 0x10000;
 
 // At least four lower-case hexadecimal digits.
 std::string RecordIdText(unsigned int id) {
-  std::array<char, 9> text{};
-  std::snprintf(text.data(), text.size(), "%04x", id);
-  return text.data();
+  constexpr std::size_t kDigits = 4;
+  std::array<char, 8> digits{};
+  const std::string_view text(digits.data(), std::to_chars(digits.data(), digits.data() + digits.size(), id, 16).ptr);
+  return std::string(kDigits - std::min(kDigits, text.size()), '0').append(text);
 }
 
 // Number of records as the two byte texts of the BMC's answer. False, with its line written, when there is none.
@@ -57,8 +61,9 @@ bool AskRecordCount(const std::string& toolPath, std::string* lower, std::string
 // The ID that equals the record count. It is looked for and not computed: a count that no ID's text equals (zero, or
 // one in capital digits) starts the scan at the highest ID, which readers of the trace know.
 unsigned int FirstRecordId(const std::string& lower, const std::string& upper) {
+  const std::string count = upper + lower;
   unsigned int id = 1;
-  while (id < kHighestRecordId && RecordIdText(id) != upper + lower) {
+  while (id < kHighestRecordId && RecordIdText(id) != count) {
     ++id;
   }
   return id;
