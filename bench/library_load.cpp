@@ -42,7 +42,7 @@ void LibraryLoad(const BenchHost& host) {
     const Load ours = LoadOnce(PLUGIN, host.Folder());
     bareKiB.push_back(bare.residentKiB);
     ourKiB.push_back(ours.residentKiB);
-    return {bare.cost, ours.cost};
+    return {bare.cost, bare.cost, ours.cost};
   });
   PrintRow("library load to LinkDevice", comparison, 1);
   std::printf("Resident memory that loading adds: %.0f KiB; an empty plug-in: %.0f KiB\n", Median(ourKiB),

@@ -53,12 +53,16 @@ Cost Now() {
 }
 
 Comparison Summary(const std::vector<Pass>& passes) {
-  return {{MedianOver(passes, [](const Pass& pass) { return pass.bare.wall; }),
-           MedianOver(passes, [](const Pass& pass) { return pass.bare.cpu; })},
-          {MedianOver(passes, [](const Pass& pass) { return pass.ours.wall; }),
-           MedianOver(passes, [](const Pass& pass) { return pass.ours.cpu; })},
+  const auto cost = [&passes](Cost Pass::*side) -> Cost {
+    return {MedianOver(passes, [side](const Pass& pass) { return (pass.*side).wall; }),
+            MedianOver(passes, [side](const Pass& pass) { return (pass.*side).cpu; })};
+  };
+  return {cost(&Pass::bare),
+          cost(&Pass::hosted),
+          cost(&Pass::ours),
           MedianOver(passes, [](const Pass& pass) { return pass.ours.wall / pass.bare.wall; }),
           MedianOver(passes, [](const Pass& pass) { return pass.ours.cpu / pass.bare.cpu; }),
+          MedianOver(passes, [](const Pass& pass) { return 1 - pass.hosted.cpu / pass.ours.cpu; }),
           static_cast<int>(passes.size())};
 }
 

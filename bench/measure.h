@@ -20,17 +20,20 @@ Cost operator*(double factor, Cost cost);
 // A moment: the difference of two is the cost of what lies between them.
 Cost Now();
 
-// The two sides of one pass.
+// The same commands in one pass: bare, run by the host, and through the plug-in.
 struct Pass {
   Cost bare;
+  Cost hosted;
   Cost ours;
 };
 
 struct Comparison {
   Cost bare;  // medians over the passes
+  Cost hosted;
   Cost ours;
   double ratio;     // ours to bare in wall time: median over the passes of the ratio within one pass
   double cpuRatio;  // the same in processor time
+  double ownShare;  // what of ours is not the hosted commands, in processor time: median as above
   int passes;       // 0 when this was not measured but computed
 };
 

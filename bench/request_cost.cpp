@@ -1,17 +1,15 @@
 // What one IPMI request costs through the plug-in and the reference host.
 #include <cstddef>
 #include <cstdio>
-#include <cstdlib>
-#include <list>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "bench/operations.h"
 #include "bench/request_turns.h"
 #include "bench/rows.h"
 #include "bench/shell.h"
 #include "bench/table.h"
-#include "firmware/kestrel_firmware.h"
 #include "ipmi/file_probe.h"
 #include "ipmi/tool_selection.h"
 
@@ -21,23 +19,15 @@ namespace {
 
 constexpr std::size_t kGiB = std::size_t{1} << 30;
 
-void Ask(const std::string& tool) {
-  std::list<std::string> response;
-  if (!CBMC_KESTREL_Firmware::ExecIPMICommand_list(tool, &response, {"06", "01"})) {
-    std::fprintf(stderr, "a request through %s failed\n", tool.c_str());
-    std::exit(1);
-  }
-}
-
 void BothTools(RequestTurns* turns) {
   char host[64];
   std::snprintf(host, sizeof(host), ", host of %.0f MiB", ResidentKiB() / 1024);
   const std::string ipmitool = STUB_FOLDER "/ipmitool";
   PrintRow(std::string("one request through ipmitool") + host,
-           Compare([&] { return turns->Measure(1, [&] { Ask(ipmitool); }); }), 1);
+           Compare([&] { return turns->Measure(1, [&] { AskForDeviceId(ipmitool); }); }), 1);
   const std::string makers = STUB_FOLDER "/ipmicmd";
   PrintRow(std::string("one request through the maker's tool") + host,
-           Compare([&] { return turns->Measure(1, [&] { Ask(makers); }); }), 1);
+           Compare([&] { return turns->Measure(1, [&] { AskForDeviceId(makers); }); }), 1);
 }
 
 // The stub tool costs next to nothing. So that the table can be read for a real one: what starting it costs at least.
@@ -58,7 +48,7 @@ void PrintRealTool() {
 }  // namespace
 
 void RequestCost(const BenchHost& host) {
-  RequestTurns turns(host);
+  RequestTurns turns(host, Trace::kDiscarded);
   BothTools(&turns);
   const std::vector<char> ballast(kGiB, 1);
   BothTools(&turns);

@@ -23,7 +23,10 @@ std::string ResultFile(const std::string& command) {
 
 }  // namespace
 
-RequestTurns::RequestTurns(const BenchHost& host) : TraceFile(host.TraceFilePath()) {
+RequestTurns::RequestTurns(const BenchHost& host, Trace trace) {
+  if (trace == Trace::kToFile) {
+    file_.emplace(host.TraceFilePath());
+  }
   refhost::SetTraceSink(this);
 }
 
@@ -33,33 +36,57 @@ RequestTurns::~RequestTurns() {
 
 Pass RequestTurns::Measure(int requests, const std::function<void()>& operation) {
   bare_ = {};
+  hosted_ = {};
   notOurs_ = {};
-  requests_ = 0;
+  commands_.clear();
   const Cost start = Now();
   operation();
   const Cost whole = Now() - start;
-  if (requests_ != requests) {
-    std::fprintf(stderr, "%d requests were sent where %d belong\n", requests_, requests);
+  if (commands_.size() != static_cast<std::size_t>(requests)) {
+    std::fprintf(stderr, "%zu requests were sent where %d belong\n", commands_.size(), requests);
     std::exit(1);
   }
-  return {bare_, whole - notOurs_};
+  return {bare_, hosted_, whole - notOurs_};
+}
+
+Pass RequestTurns::MeasureOneAfterTheOther(int requests, const std::function<void()>& operation) {
+  takesTurns_ = false;
+  const Pass pass = Measure(requests, operation);
+  takesTurns_ = true;
+  for (const std::string& command : commands_) {
+    RunWithoutPlugin(command);
+  }
+  return {bare_, hosted_, pass.ours};
 }
 
 void RequestTurns::Write(const refhost::TraceRecord& record) {
-  TraceFile::Write(record);
+  if (file_) {
+    file_->Write(record);
+  }
   if (!record.text.starts_with(kBeforeCommand)) {
     return;
   }
   const Cost start = Now();
-  const std::string command(record.text.substr(kBeforeCommand.size(), record.text.size() - kBeforeCommand.size() - 1));
-  const Cost before = Now();
-  RunByShell(command);
-  bare_ = bare_ + (Now() - before);
+  commands_.emplace_back(record.text.substr(kBeforeCommand.size(), record.text.size() - kBeforeCommand.size() - 1));
+  if (takesTurns_) {
+    RunWithoutPlugin(commands_.back());
+  }
+  notOurs_ = notOurs_ + (Now() - start);
+}
+
+void RequestTurns::RunWithoutPlugin(const std::string& command) {
   // The plug-in always writes to a new file. Emptying an old one instead would make the file system bring the file to
   // the disk when it is closed, which costs more than all the rest.
-  unlink(ResultFile(command).c_str());
-  ++requests_;
-  notOurs_ = notOurs_ + (Now() - start);
+  const std::string resultFile = ResultFile(command);
+  const Cost start = Now();
+  RunByShell(command);
+  const Cost afterBare = Now();
+  unlink(resultFile.c_str());
+  const Cost beforeHosted = Now();
+  RunByHost(command);
+  hosted_ = hosted_ + (Now() - beforeHosted);
+  bare_ = bare_ + (afterBare - start);
+  unlink(resultFile.c_str());
 }
 
 }  // namespace bench

@@ -1,34 +1,49 @@
 // Measures an operation of the plug-in against the same number of bare requests, request by request.
 //
-// The plug-in traces every command line before it runs it. At that line the very same one is run bare, and its cost
-// kept apart; then the plug-in goes on. So both sides run the same commands, one after the other, and whatever else the
-// machine does falls on both alike.
+// The plug-in traces every command line before it runs it. At that line the very same one is run bare, and once more by
+// the host's own service, and the costs kept apart; then the plug-in goes on. So all sides run the same commands, one
+// after the other, and whatever else the machine does falls on all alike.
 #ifndef BENCH_REQUEST_TURNS_H
 #define BENCH_REQUEST_TURNS_H
 
 #include <functional>
+#include <optional>
+#include <string>
+#include <vector>
 
 #include "bench/bench_host.h"
 #include "bench/measure.h"
 
 namespace bench {
 
+// What the host does with the trace that the plug-in hands to it.
+enum class Trace { kDiscarded, kToFile };
+
 // Receives the trace while it lives.
-class RequestTurns : public TraceFile {
+class RequestTurns : public refhost::TraceSink {
  public:
-  explicit RequestTurns(const BenchHost& host);
+  RequestTurns(const BenchHost& host, Trace trace);
   ~RequestTurns() override;
 
-  // Runs `operation` once; `ours` is its whole cost but for the bare requests between its own. Ends this program when
+  // Runs `operation` once; `ours` is its whole cost but for the other requests between its own. Ends this program when
   // the operation has not sent exactly `requests`.
   Pass Measure(int requests, const std::function<void()>& operation);
+
+  // The same for requests that a BMC does not take twice in a row, such as a lock: all are run without it behind
+  // the operation.
+  Pass MeasureOneAfterTheOther(int requests, const std::function<void()>& operation);
 
   void Write(const refhost::TraceRecord& record) override;
 
  private:
+  void RunWithoutPlugin(const std::string& command);
+
+  std::optional<TraceFile> file_;
+  bool takesTurns_ = true;
+  std::vector<std::string> commands_;
   Cost bare_;
-  Cost notOurs_;  // the bare requests, and tidying up behind them
-  int requests_ = 0;
+  Cost hosted_;
+  Cost notOurs_;  // both, and tidying up behind them
 };
 
 }  // namespace bench

@@ -5,16 +5,15 @@
 #include <string>
 #include <vector>
 
+#include "bench/operations.h"
 #include "bench/request_turns.h"
 #include "bench/rows.h"
 #include "bench/table.h"
-#include "firmware/operating_version.h"
 
 namespace bench {
 
 namespace {
 
-constexpr int kRequestsBeforeWalk = 2;  // Get Device ID, Get SDR Repository Info
 constexpr int kAllRecords = 65536;
 
 // The two bytes of `number` as the stub tool takes them.
@@ -24,30 +23,25 @@ std::string LowHigh(int number) {
   return text.data();
 }
 
-void ReadVersion(const std::string& expected) {
-  const std::string version = kestrel::ReadOperatingVersion(STUB_FOLDER "/ipmitool");
-  if (version != expected) {
-    std::fprintf(stderr, "the version read is %s\n", version.c_str());
-    std::exit(1);
-  }
-}
-
 // A walk over `records` of a repository that claims `count`: the version stands in the last record that is looked at.
 Comparison Walk(RequestTurns* turns, int count, int records) {
   const int highest = count == 0 ? kAllRecords : count;
   const int last = highest - records + 1;
   setenv("STUB_SDR_COUNT", LowHigh(count).c_str(), 1);
   setenv("STUB_SDR_VERSION_AT", LowHigh(last).c_str(), 1);
-  return Compare(
-      [&] { return turns->Measure(kRequestsBeforeWalk + records, [] { ReadVersion("BMC:01-23,SDR:1.10"); }); });
+  return Compare([&] {
+    return turns->Measure(kRequestsBeforeWalk + records,
+                          [] { ReadVersion(STUB_FOLDER "/ipmitool", "BMC:01-23,SDR:1.10"); });
+  });
 }
 
 // What the walk over all records costs when every record costs as much as those between the two walks.
 Comparison Extrapolated(const Comparison& shorter, int shorterRecords, const Comparison& longer, int longerRecords) {
   const double factor = static_cast<double>(kAllRecords - longerRecords) / (longerRecords - shorterRecords);
   const Cost bare = longer.bare + factor * (longer.bare - shorter.bare);
+  const Cost hosted = longer.hosted + factor * (longer.hosted - shorter.hosted);
   const Cost ours = longer.ours + factor * (longer.ours - shorter.ours);
-  return {bare, ours, ours.wall / bare.wall, ours.cpu / bare.cpu, 0};
+  return {bare, hosted, ours, ours.wall / bare.wall, ours.cpu / bare.cpu, 1 - hosted.cpu / ours.cpu, 0};
 }
 
 void PrintWalk(const std::string& what, const Comparison& walk, int records) {
@@ -71,7 +65,7 @@ void RepositoryOfZero(RequestTurns* turns, bool whole) {
 }  // namespace
 
 void SdrWalk(const BenchHost& host, bool whole) {
-  RequestTurns turns(host);
+  RequestTurns turns(host, Trace::kDiscarded);
   std::vector<Sized> walks;
   for (const int records : {10, 100, 1000}) {
     walks.push_back({records, Walk(&turns, records, records)});
@@ -79,6 +73,9 @@ void SdrWalk(const BenchHost& host, bool whole) {
   }
   PrintGrowth("record", walks);
   RepositoryOfZero(&turns, whole);
+  RequestTurns traced(host, Trace::kToFile);
+  constexpr int kTraced = 100;
+  PrintWalk("100 records, trace to a file", Walk(&traced, kTraced, kTraced), kTraced);
 }
 
 }  // namespace bench

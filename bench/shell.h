@@ -1,4 +1,4 @@
-// Runs a command line by the shell and nothing around it: what a bare request costs.
+// Runs a command line without the plug-in.
 #ifndef BENCH_SHELL_H
 #define BENCH_SHELL_H
 
@@ -6,8 +6,11 @@
 
 namespace bench {
 
-// Runs `command` by `sh -c` and waits for its end. Ends this program when the command fails.
+// Runs `command` by `sh -c` with nothing around it: what a bare request costs. Ends this program when it fails.
 void RunByShell(std::string command);
+
+// The same by the service that the plug-in uses.
+void RunByHost(const std::string& command);
 
 }  // namespace bench
 

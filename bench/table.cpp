@@ -17,11 +17,11 @@ void PrintHeader() {
 }
 
 void PrintRow(const std::string& what, const Comparison& comparison, int requests) {
-  const double own = (comparison.ours.cpu - comparison.bare.cpu) / requests;
+  const double own = (comparison.ours.cpu - comparison.hosted.cpu) / requests;
   const std::string runs = comparison.passes == 0 ? "-" : std::to_string(comparison.passes);
   std::printf("%-62s %11.2f %11.2f %7.3f %7.3f %7.1f %14.1f %5s\n", what.c_str(),
               comparison.bare.wall / kPerMillisecond, comparison.ours.wall / kPerMillisecond, comparison.ratio,
-              comparison.cpuRatio, 100 * (1 - 1 / comparison.cpuRatio), own, runs.c_str());
+              comparison.cpuRatio, 100 * comparison.ownShare, own, runs.c_str());
   std::fflush(stdout);
 }
 
@@ -31,7 +31,7 @@ void PrintGrowth(const std::string& unit, const std::vector<Sized>& sizes) {
     const Comparison& from = sizes[i - 1].comparison;
     const Comparison& to = sizes[i].comparison;
     const double more = sizes[i].size - sizes[i - 1].size;
-    const Cost own = (to.ours - to.bare) - (from.ours - from.bare);
+    const Cost own = (to.ours - to.hosted) - (from.ours - from.hosted);
     std::printf("%s %d to %d: %.2f / %.2f", i == 1 ? "" : ",", sizes[i - 1].size, sizes[i].size,
                 (to.ours - from.ours).wall / more, own.cpu / more);
   }

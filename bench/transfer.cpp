@@ -1,47 +1,38 @@
 // What it costs to hand one record over to the service processor.
-#include <cstddef>
-#include <cstdio>
-#include <cstdlib>
-#include <list>
 #include <string>
-#include <utility>
 #include <vector>
 
+#include "bench/operations.h"
 #include "bench/request_turns.h"
 #include "bench/rows.h"
 #include "bench/table.h"
-#include "svp/config_file_transfer.h"
 
 namespace bench {
 
 namespace {
 
-constexpr int kPiece = 32;              // bytes of one write request
-constexpr int kRequestsAroundData = 4;  // lock, signature, unlock, notify
+Comparison Measure(RequestTurns* turns, int bytes) {
+  return Compare(
+      [=] { return turns->Measure(RequestsToSend(bytes), [=] { SendRecord(STUB_FOLDER "/ipmitool", bytes); }); });
+}
 
-void Send(std::list<std::string> record) {
-  kestrel::OperationTrace trace("transfer [START]", "transfer [END]");
-  std::string detail;
-  kestrel::ConfigFileTransfer transfer(STUB_FOLDER "/ipmitool", kestrel::kDiskInformationFile,
-                                       kestrel::FinalFailure::kRecordOnly, &trace, &detail);
-  if (transfer.Run(std::move(record)) != kestrel::kSent) {
-    std::fprintf(stderr, "a transfer failed: %s\n", detail.c_str());
-    std::exit(1);
-  }
+void Print(int bytes, const std::string& remark, const Comparison& comparison) {
+  PrintRow("transfer of " + std::to_string(bytes) + " bytes" + remark, comparison, RequestsToSend(bytes));
 }
 
 }  // namespace
 
 void Transfer(const BenchHost& host) {
-  RequestTurns turns(host);
+  RequestTurns turns(host, Trace::kDiscarded);
   std::vector<Sized> transfers;
   for (const int bytes : {32, 1024, 65536}) {
-    const std::list<std::string> record(static_cast<std::size_t>(bytes), "41");
-    const int requests = bytes / kPiece + kRequestsAroundData;
-    transfers.push_back({bytes, Compare([&] { return turns.Measure(requests, [&] { Send(record); }); })});
-    PrintRow("transfer of " + std::to_string(bytes) + " bytes", transfers.back().comparison, requests);
+    transfers.push_back({bytes, Measure(&turns, bytes)});
+    Print(bytes, "", transfers.back().comparison);
   }
   PrintGrowth("byte", transfers);
+  RequestTurns traced(host, Trace::kToFile);
+  constexpr int kTraced = 1024;
+  Print(kTraced, ", trace to a file", Measure(&traced, kTraced));
 }
 
 }  // namespace bench
