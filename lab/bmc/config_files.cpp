@@ -1,4 +1,4 @@
-// See config_files.h. The byte table stands in lab/README.md.
+// See config_files.h. The byte table stands in docs/lab.md.
 #include "lab/bmc/config_files.h"
 
 #include <array>

@@ -8,7 +8,7 @@
 
 namespace kv6000 {
 
-// Everything that the order "state" tells of the BMC itself; see lab/README.md.
+// Everything that the order "state" tells of the BMC itself; see docs/lab.md.
 [[nodiscard]] nlohmann::json DescribeState(const Bmc& bmc);
 
 // What the order "files" tells: by file number, the bytes and how they came there.

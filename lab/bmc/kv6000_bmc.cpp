@@ -1,4 +1,4 @@
-// See kv6000_bmc.h. The byte table of all commands stands in lab/README.md.
+// See kv6000_bmc.h. The byte table of all commands stands in docs/lab.md.
 #include "lab/bmc/kv6000_bmc.h"
 
 #include <algorithm>

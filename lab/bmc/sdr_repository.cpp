@@ -1,4 +1,4 @@
-// See sdr_repository.h. The byte table stands in lab/README.md.
+// See sdr_repository.h. The byte table stands in docs/lab.md.
 #include "lab/bmc/sdr_repository.h"
 
 #include <array>

@@ -31,7 +31,7 @@ class Server : private Outside {
   // keeps the record. False when no answer is to go out.
   bool Answer(std::uint8_t netfn, std::uint8_t cmd, std::span<const std::uint8_t> data, Bytes& answer);
 
-  // Carries out one order line; see lab/README.md. Returns "ok", "error: ..." or a JSON object.
+  // Carries out one order line; see docs/lab.md. Returns "ok", "error: ..." or a JSON object.
   std::string Order(const std::string& line);
 
   void PowerOn() override;

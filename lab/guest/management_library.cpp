@@ -1,5 +1,5 @@
 // The maker's management library, played for the virtual server. What it answers stands in the file
-// `liborv_MngSrv_OrvLib.answer` beside it (see lab/README.md); without that file every text is empty and no call fails.
+// `liborv_MngSrv_OrvLib.answer` beside it (see docs/lab.md); without that file every text is empty and no call fails.
 // The build renames an entry point to make a library that lacks it.
 #include <dlfcn.h>
 

@@ -145,7 +145,7 @@ def parser() -> argparse.ArgumentParser:
     order = add("bmc", command_bmc, "send an order to the BMC of a running server")
     order.add_argument("--server", help="run folder, when several servers run")
     order.add_argument("--commands", type=int, default=20, help="how many commands `state` lists (default 20)")
-    order.add_argument("order", nargs="+", help="one of the orders that lab/README.md lists, e.g. state")
+    order.add_argument("order", nargs="+", help="one of the orders that docs/lab.md lists, e.g. state")
     library = add("library", command_library, "give the guest of a running server a management library")
     library.add_argument("--server", help="run folder, when several servers run")
     library.add_argument("--info", default="", help="the disk record as hexadecimal digits")

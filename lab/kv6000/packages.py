@@ -1,6 +1,6 @@
 """Makes the update packages that the lab works with: good ones, and one for every way in which a package can be bad.
 
-A package is a zip archive with `module.json` and a firmware image `*.ima`; both are described in lab/README.md.
+A package is a zip archive with `module.json` and a firmware image `*.ima`; both are described in docs/lab.md.
 """
 
 import json
