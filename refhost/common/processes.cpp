@@ -3,8 +3,10 @@
 #include <poll.h>
 
 #include <array>
+#include <atomic>
 #include <cerrno>
 
+#include "refhost/command_observer.h"
 #include "refhost/common/shell_process.h"
 #include "refhost/contract.h"
 
@@ -20,6 +22,8 @@ constexpr int kTimedOut = 255;
 
 // A question to the machine that takes longer than this will not be answered.
 constexpr unsigned long kResultLineLimitMs = 60000;
+
+std::atomic<refhost::CommandObserver*> currentObserver{nullptr};
 
 // Appends what can be read without waiting; false at the end of the stream.
 bool ReadAvailable(int descriptor, std::string* text) {
@@ -47,25 +51,56 @@ std::string ReadWhileRunning(const FileDescriptor& stream, const ShellProcess& p
   }
 }
 
+// Tells the observer of one command: that it starts, and at the end of the scope how it ended.
+class Observed {
+ public:
+  explicit Observed(const refhost::CommandRequest& request) : request_(request), observer_(currentObserver.load()) {
+    if (observer_ != nullptr) observer_->Starts(request_);
+  }
+  Observed(const Observed&) = delete;
+  Observed& operator=(const Observed&) = delete;
+  ~Observed() {
+    if (observer_ != nullptr) observer_->Ended(request_, result_);
+  }
+
+  // Its texts must outlive this.
+  refhost::CommandResult& Result() { return result_; }
+
+ private:
+  const refhost::CommandRequest request_;
+  refhost::CommandObserver* const observer_;
+  refhost::CommandResult result_{kNotRun, 0, ""};
+};
+
+int Answer(ShellProcess::End end) {
+  if (end == ShellProcess::End::kTimedOut) return kTimedOut;
+  return end == ShellProcess::End::kExited ? kRan : kNotRun;
+}
+
 }  // namespace
+
+namespace refhost {
+
+CommandObserver::~CommandObserver() = default;
+
+void SetCommandObserver(CommandObserver* observer) {
+  currentObserver = observer;
+}
+
+}  // namespace refhost
 
 int CCommon_Information::ExecForeignModule(const std::string& command, const std::string& outputFile,
                                            const std::string& workDir, unsigned long* exitCode,
                                            unsigned long timeoutMs) {
   if (command.empty()) return kNotRun;
+  Observed observed({command, workDir, outputFile, timeoutMs, false});
   const Deadline deadline(timeoutMs);
   auto process = ShellProcess::Start(command, workDir, outputFile.empty() ? "/dev/null" : outputFile, -1);
   if (!process) return kNotRun;
-  int exitStatus = 0;
-  switch (process->Wait(deadline, &exitStatus)) {
-    case ShellProcess::End::kExited:
-      if (exitCode != nullptr) *exitCode = static_cast<unsigned long>(exitStatus);
-      return kRan;
-    case ShellProcess::End::kTimedOut:
-      return kTimedOut;
-    default:
-      return kNotRun;
-  }
+  refhost::CommandResult& result = observed.Result();
+  result.result = Answer(process->Wait(deadline, &result.exitStatus));
+  if (result.result == kRan && exitCode != nullptr) *exitCode = static_cast<unsigned long>(result.exitStatus);
+  return result.result;
 }
 
 std::string CCommon_Information::GetResultLine(const std::string& command) {
@@ -74,12 +109,16 @@ std::string CCommon_Information::GetResultLine(const std::string& command) {
   const FileDescriptor readEnd(ends[0]);
   FileDescriptor writeEnd(ends[1]);
   fcntl(readEnd.Get(), F_SETFL, O_NONBLOCK);
+  std::string line;
+  Observed observed({command, "", "", kResultLineLimitMs, true});
   const Deadline deadline(kResultLineLimitMs);
   auto process = ShellProcess::Start(command, "", "", writeEnd.Get());
   if (!process) return "";
   writeEnd.Close();
   const std::string output = ReadWhileRunning(readEnd, *process, deadline);
-  int exitStatus = 0;
-  if (process->Wait(deadline, &exitStatus) != ShellProcess::End::kExited) return "";
-  return output.substr(0, output.find('\n'));
+  refhost::CommandResult& result = observed.Result();
+  result.result = Answer(process->Wait(deadline, &result.exitStatus));
+  if (result.result == kRan) line = output.substr(0, output.find('\n'));
+  result.output = line;
+  return std::string(line);  // a copy: the observer is told of the line behind this
 }

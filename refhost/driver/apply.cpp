@@ -24,12 +24,12 @@ bool IsWaiting(const Run& run, const Session& session, Outcome* outcome) {
 
 Outcome Apply(const Run& run) {
   Outcome outcome;
-  outcome.phase = "plug-in";
+  EnterPhase(run, &outcome, "plug-in");
   const std::unique_ptr<Session> session = OpenSession(run, DamagedRecordsOf(run.options), &outcome);
   if (!session || !IsWaiting(run, *session, &outcome)) return outcome;
   outcome.before = session->Firmware().GetPrevVendorVersion();
   const std::string written = session->Firmware().GetOperatingModuleInfo().moduleVersion;
-  outcome.phase = "confirm";
+  EnterPhase(run, &outcome, "confirm");
   if (run.options.dryRun) {
     EndDryRun("\"orvhost apply\" would take the machine down at once, and the BMC would start version " + written +
                   " in the place of " + outcome.before + ".",
@@ -37,7 +37,7 @@ Outcome Apply(const Run& run) {
     return outcome;
   }
   if (!MayHalt(run, &outcome)) return outcome;
-  outcome.phase = "apply";
+  EnterPhase(run, &outcome, "apply");
   PutIntoOperation(run, *session, &outcome);
   if (!outcome.failure) outcome.after = written;
   return outcome;

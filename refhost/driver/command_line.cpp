@@ -41,6 +41,7 @@ Exit codes:
 
 Files:
   INSTALL_PATH/repository/state.json  what the host recorded
+  INSTALL_PATH/journal                what every run did; see "orvhost history"
   INSTALL_PATH/orvhost.lock           held by the run that is at work
   INSTALL_PATH/tmp                    the plug-in's scratch folder
   INSTALL_PATH/MngSrv                 the management library

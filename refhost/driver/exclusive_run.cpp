@@ -31,11 +31,12 @@ bool ExclusiveRun::Begin(Outcome* outcome) {
     lock_.Sign(*lock_.Found());  // as it was found, for the next one who asks
     return false;
   }
-  TellTakeover();
   const std::string now = UtcNow();
   runId_ = NextRunId(ListRuns(JournalFolder(run_.options.installPath)), now);
   lock_.Sign({runId_, command_, getpid(), now, false});
   setenv(kRunVariable, runId_.c_str(), 1);
+  if (!BeginJournal(outcome)) return false;
+  TellTakeover();
   return true;
 }
 
@@ -43,8 +44,11 @@ void ExclusiveRun::End(Outcome* outcome) {
   outcome->command = command_;
   outcome->runId = runId_;
   outcome->notices = notices_;
+  if (runId_.empty()) return;
+  run_.journal.End(*outcome);
+  outcome->notices = notices_;  // the journal's own end may have added one
   // A script that ran longer than allowed goes on, so what touched the flash is looked for by the next run.
-  if (!runId_.empty()) lock_.Release(run_.watch.FlashBegan());
+  lock_.Release(run_.watch.FlashBegan());
 }
 
 bool ExclusiveRun::IsFree(RunLock::Result result, Outcome* outcome) {
@@ -98,7 +102,28 @@ void ExclusiveRun::TellTakeover() {
          Described(*lock_.Found()) + ".");
 }
 
+bool ExclusiveRun::BeginJournal(Outcome* outcome) {
+  std::string error;
+  if (run_.journal.Begin(runId_, command_, run_.options, &error)) {
+    run_.journal.OnFailure([this](const std::string& reason) {
+      Notice("The journal of this run is incomplete, because it could not be written (" + reason + ").");
+    });
+    run_.trace.Add(std::make_unique<JournalSink>(&run_.journal, &run_.watch));
+    return true;
+  }
+  if (command_ != "update" || run_.options.dryRun) {
+    Notice("This run leaves no journal: " + error + ".");
+    return true;
+  }
+  EnterPhase(run_, outcome, "journal");
+  Fail(run_, outcome, ExitCode::kFailedUntouched, "journal-unusable",
+       "An update that leaves no journal is not begun: " + error + ".",
+       "Make room and make sure that the folder can be written, then run the same command again.");
+  return false;
+}
+
 void ExclusiveRun::Notice(const std::string& sentence) {
+  run_.journal.Notice(sentence);
   notices_.push_back(sentence);
   run_.console.Notice(sentence);
 }

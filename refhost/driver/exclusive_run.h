@@ -1,4 +1,4 @@
-// What stands around a run that loads a plug-in: it gets an id, and the install path to itself.
+// What stands around a run that loads a plug-in: it gets an id, the install path to itself, and a journal.
 #ifndef REFHOST_DRIVER_EXCLUSIVE_RUN_H
 #define REFHOST_DRIVER_EXCLUSIVE_RUN_H
 
@@ -14,17 +14,19 @@ class ExclusiveRun {
  public:
   ExclusiveRun(const Run& run, std::string command) : run_(run), command_(std::move(command)) {}
 
-  // Takes the lock. False, with the failure in `*outcome`, when another run is at work or the lock cannot be taken;
-  // then nothing is touched.
+  // Takes the lock and begins the journal. False, with the failure in `*outcome`, when another run is at work, the lock
+  // cannot be taken, or the run would write the flash and leave no journal; then nothing is touched.
   bool Begin(Outcome* outcome);
 
-  // Gives the lock back and completes `*outcome`. Without a Begin that succeeded it only completes the outcome.
+  // Ends the journal, gives the lock back and completes `*outcome`. Without a Begin that succeeded it only completes
+  // the outcome.
   void End(Outcome* outcome);
 
  private:
   bool IsFree(RunLock::Result result, Outcome* outcome);
   bool NothingIsLeftOf(const LockNote& last, Outcome* outcome);
   void TellTakeover();
+  bool BeginJournal(Outcome* outcome);
   void Notice(const std::string& sentence);
 
   const Run& run_;

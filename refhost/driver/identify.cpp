@@ -25,12 +25,12 @@ std::string InWords(int updateStatus) {
 
 Outcome Identify(const Run& run) {
   Outcome outcome;
-  outcome.phase = "plug-in";
+  EnterPhase(run, &outcome, "plug-in");
   const std::unique_ptr<Session> session = OpenSession(run, DamagedRecords::kKeepAside, &outcome);
   if (!session) return outcome;
-  outcome.phase = "prerequisites";
+  EnterPhase(run, &outcome, "prerequisites");
   if (!HasPrerequisites(run, *session, &outcome)) return outcome;
-  outcome.phase = "identify";
+  EnterPhase(run, &outcome, "identify");
   const CManageModuleInfo device = session->Vendor().GetDeviceInfo();
   outcome.facts = {{"Device", device.operating.deviceName}, {"Server type", CCommon_Information::GetServerType("bmc")}};
   std::list<std::pair<std::string, std::string>> extended;

@@ -56,12 +56,15 @@ int Main(int argc, const char* const* argv) {
     Configure({parsed.options.installPath, parsed.options.serverType, ""});
     TeeSink tee;
     auto watch = std::make_unique<TraceWatch>();
-    const Run run{parsed.options, console, *watch, tee};
+    Journal journal;
+    const Run run{parsed.options, console, *watch, tee, journal};
     tee.Add(std::move(watch));
     ExclusiveRun exclusive(run, parsed.command->name);
     if ((!parsed.command->loadsPlugin || exclusive.Begin(&outcome)) && AddSinks(run, &tee, &outcome)) {
       SetTraceSink(&tee);
+      SetCommandObserver(&journal);
       outcome = RunCommand(*parsed.command, run);
+      SetCommandObserver(nullptr);
       SetTraceSink(nullptr);
     }
     exclusive.End(&outcome);
@@ -76,5 +79,6 @@ int Main(int argc, const char* const* argv) {
 int main(int argc, char** argv) {
   // A reader of the output that goes away must not end a run that writes to a device.
   signal(SIGPIPE, SIG_IGN);
+  signal(SIGXFSZ, SIG_IGN);  // nor may a limit on the size of its journal
   return refhost::Main(argc, argv);
 }

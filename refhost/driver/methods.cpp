@@ -34,12 +34,12 @@ std::string WhatWouldBe(const std::string& name) {
 Outcome Methods(const Run& run) {
   Outcome outcome;
   outcome.facts = {{"Method", run.options.methodName}};
-  outcome.phase = "confirm";
+  EnterPhase(run, &outcome, "confirm");
   if (run.options.methodName == kRebootMethod && !run.options.dryRun && !MayHalt(run, &outcome)) return outcome;
-  outcome.phase = "plug-in";
+  EnterPhase(run, &outcome, "plug-in");
   const std::unique_ptr<Session> session = OpenSession(run, DamagedRecordsOf(run.options), &outcome);
   if (!session) return outcome;
-  outcome.phase = "method";
+  EnterPhase(run, &outcome, "method");
   if (run.options.dryRun) {
     EndDryRun(WhatWouldBe(run.options.methodName), &outcome);
     return outcome;

@@ -55,12 +55,12 @@ void Send(const Run& run, const Session& session, Outcome* outcome) {
 
 Outcome Notify(const Run& run) {
   Outcome outcome;
-  outcome.phase = "plug-in";
+  EnterPhase(run, &outcome, "plug-in");
   const std::unique_ptr<Session> session = OpenSession(run, DamagedRecordsOf(run.options), &outcome);
   if (!session) return outcome;
-  outcome.phase = "prerequisites";
+  EnterPhase(run, &outcome, "prerequisites");
   if (!HasPrerequisites(run, *session, &outcome)) return outcome;
-  outcome.phase = "send";
+  EnterPhase(run, &outcome, "send");
   if (run.options.dryRun) {
     EndDryRun(
         "The operating system's name with the host name, and the disks' information, would be sent to the service "

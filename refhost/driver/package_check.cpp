@@ -38,7 +38,7 @@ bool PackageCheck::Go() {
                                                       {"server type", &PackageCheck::CheckServerType},
                                                       {"fit", &PackageCheck::CheckFit},
                                                       {"compare", &PackageCheck::ReadVersion}}};
-  return TakeSteps(this, kSteps, outcome_);
+  return TakeSteps(run_, this, kSteps, outcome_);
 }
 
 Comparison PackageCheck::Compare() const {

@@ -78,15 +78,15 @@ void Tell(const Run& run, const std::string& path, Outcome* outcome) {
 
 Outcome Report(const Run& run) {
   Outcome outcome;
-  outcome.phase = "folder";
+  EnterPhase(run, &outcome, "folder");
   const std::string folder = FindFolder(run, &outcome);
   if (folder.empty()) return outcome;
-  outcome.phase = "plug-in";
+  EnterPhase(run, &outcome, "plug-in");
   const std::unique_ptr<Session> session = OpenSession(run, DamagedRecords::kKeepAside, &outcome);
   if (!session) return outcome;
-  outcome.phase = "prerequisites";
+  EnterPhase(run, &outcome, "prerequisites");
   if (!HasPrerequisites(run, *session, &outcome)) return outcome;
-  outcome.phase = "report";
+  EnterPhase(run, &outcome, "report");
   if (Write(run, *session, folder, &outcome)) Tell(run, folder + kReportFileName, &outcome);
   return outcome;
 }

@@ -4,6 +4,11 @@
 
 namespace refhost {
 
+void EnterPhase(const Run& run, Outcome* outcome, const std::string& phase) {
+  outcome->phase = phase;
+  run.journal.Phase(phase);
+}
+
 void Fail(const Run& run, Outcome* outcome, ExitCode exitCode, const std::string& verdict, const std::string& cause,
           const std::string& nextStep) {
   outcome->exitCode = exitCode;

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "refhost/driver/console.h"
+#include "refhost/driver/journal.h"
 #include "refhost/driver/line_sink.h"
 #include "refhost/driver/options.h"
 #include "refhost/driver/outcome.h"
@@ -20,7 +21,11 @@ struct Run {
   const Console& console;
   const TraceWatch& watch;
   TeeSink& trace;  // for a subcommand that reads more of the plug-in's trace than the watch keeps
+  Journal& journal;
 };
+
+// The run goes on with the step of that name, which is then the one that it ends in unless another one follows.
+void EnterPhase(const Run& run, Outcome* outcome, const std::string& phase);
 
 // Makes `*outcome` a failure: with what the trace gathered as evidence and what it tells about the flash.
 void Fail(const Run& run, Outcome* outcome, ExitCode exitCode, const std::string& verdict, const std::string& cause,

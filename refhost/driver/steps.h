@@ -4,7 +4,7 @@
 
 #include <array>
 
-#include "refhost/driver/outcome.h"
+#include "refhost/driver/run.h"
 
 namespace refhost {
 
@@ -16,9 +16,9 @@ struct Step {
 
 // Takes the steps in order until one answers false; true when none did.
 template <typename Road, size_t size>
-bool TakeSteps(Road* road, const std::array<Step<Road>, size>& steps, Outcome* outcome) {
+bool TakeSteps(const Run& run, Road* road, const std::array<Step<Road>, size>& steps, Outcome* outcome) {
   for (const auto& step : steps) {
-    outcome->phase = step.phase;
+    EnterPhase(run, outcome, step.phase);
     if (!(road->*step.take)()) return false;
   }
   return true;

@@ -57,7 +57,7 @@ Outcome UpdateRoad::Go() {
                                                     {"prepare", &UpdateRoad::Prepare},
                                                     {"write", &UpdateRoad::Write},
                                                     {"record", &UpdateRoad::Record}}};
-  if (!check_.Go() || !TakeSteps(this, kSteps, &outcome_)) return outcome_;
+  if (!check_.Go() || !TakeSteps(run_, this, kSteps, &outcome_)) return outcome_;
   outcome_.verdict = result_ == kDoneAfterTimeout ? "updated-after-time-out" : "updated";
   outcome_.changed = true;
   outcome_.flashTouched = run_.watch.FlashBegan();

@@ -22,10 +22,10 @@ void Explain(const Run& run, const std::string& recorded, Outcome* outcome) {
 
 Outcome Verify(const Run& run) {
   Outcome outcome;
-  outcome.phase = "plug-in";
+  EnterPhase(run, &outcome, "plug-in");
   const std::unique_ptr<Session> session = OpenSession(run, DamagedRecords::kKeepAside, &outcome);
   if (!session) return outcome;
-  outcome.phase = "verify";
+  EnterPhase(run, &outcome, "verify");
   const std::string recorded = session->Firmware().GetOperatingModuleInfo().moduleVersion;
   if (recorded.empty()) {
     Fail(run, &outcome, ExitCode::kFailedUntouched, "nothing-recorded",

@@ -1,0 +1,45 @@
+// Who is told of the commands that the host runs for its plug-ins, before each one runs and after it has ended.
+//
+// A plug-in may fork, and its child may use the host's services. So nothing here takes a lock, and an observer that
+// must hold the child's commands too writes each line with one write(2) at once.
+#ifndef REFHOST_COMMAND_OBSERVER_H
+#define REFHOST_COMMAND_OBSERVER_H
+
+#include <string_view>
+
+#include "refhost/export.h"
+
+namespace refhost {
+
+// Its texts live only during the call.
+struct CommandRequest {
+  std::string_view line;        // what the shell is given
+  std::string_view workDir;     // "" for the current folder
+  std::string_view outputFile;  // "" when the output is discarded, or goes where the line says
+  unsigned long limitMs;        // as asked for, unscaled; all bits set for none
+  bool wantsFirstLine;          // asked for the first line of the output and not for the exit status
+};
+
+struct CommandResult {
+  int result;               // as ExecForeignModule answers it: 0 ran, 1 not run or ended by a signal, 255 out of time
+  int exitStatus;           // when it ran
+  std::string_view output;  // the first line, when that was asked for
+};
+
+class REFHOST_EXPORT CommandObserver {
+ public:
+  CommandObserver() = default;
+  CommandObserver(const CommandObserver&) = delete;
+  CommandObserver& operator=(const CommandObserver&) = delete;
+  virtual ~CommandObserver();
+
+  virtual void Starts(const CommandRequest& request) = 0;
+  virtual void Ended(const CommandRequest& request, const CommandResult& result) = 0;
+};
+
+// Makes `observer`, which stays the caller's, the one that is told; null for none.
+REFHOST_EXPORT void SetCommandObserver(CommandObserver* observer);
+
+}  // namespace refhost
+
+#endif  // REFHOST_COMMAND_OBSERVER_H
