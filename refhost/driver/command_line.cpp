@@ -27,17 +27,17 @@ next safe step. With --json all of it is one object on the standard output, and
 nothing is asked.
 
 Exit codes:
-  0  done, or nothing to do
-  1  an unexpected error of this program
-  2  bad usage, a confirmation is missing, or a folder or log file is unusable
-  3  the plug-in could not be loaded
-  4  something is missing on this machine
-  5  the package cannot be read
-  6  the package, or the report, is not for this machine
-  7  failed; this run did not touch the flash
-  8  failed after writing the flash had begun
-  9  the BMC runs another version than the one that was installed
-  10 another run is at work; nothing was touched
+  0   done, or nothing to do
+  1   an unexpected error of this program
+  2   bad usage, a confirmation is missing, or a folder or log file is unusable
+  3   the plug-in could not be loaded
+  4   something is missing on this machine
+  5   the package cannot be read
+  6   the package, or the report, is not for this machine
+  7   failed; this run did not touch the flash
+  8   failed after writing the flash had begun
+  9   the BMC runs another version than the one that was installed
+  10  another run is at work; nothing was touched
 
 Files:
   INSTALL_PATH/repository/state.json  what the host recorded

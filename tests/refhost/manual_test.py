@@ -31,7 +31,7 @@ def section(name: str, title: str) -> str:
 class Manual(unittest.TestCase):
     maxDiff = None
 
-    subcommands = re.findall(r'^const Command k\w+ = \{"(\w+)"', DRIVER, re.MULTILINE)
+    subcommands = re.findall(r'^const Command k\w+ = \{\s*"(\w+)"', DRIVER, re.MULTILINE)
     names = ["orvhost"] + [f"orvhost-{subcommand}" for subcommand in subcommands]
 
     def test_every_subcommand_has_a_page(self):
