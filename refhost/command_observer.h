@@ -1,4 +1,5 @@
-// Who is told of the commands that the host runs for its plug-ins, before each one runs and after it has ended.
+// Who is told of the services that take time, before each begins and after it has ended: the commands that the host
+// runs for its plug-ins, which can be refused too, and the pauses that they make.
 //
 // A plug-in may fork, and its child may use the host's services. So nothing here takes a lock, and an observer that
 // must hold the child's commands too writes each line with one write(2) at once.
@@ -33,12 +34,23 @@ class REFHOST_EXPORT CommandObserver {
   CommandObserver& operator=(const CommandObserver&) = delete;
   virtual ~CommandObserver();
 
+  // Asked before everything else. False refuses the command: it is not run, nothing more is told of it, and the plug-in
+  // gets the answer of one that could not be run.
+  virtual bool Allows(const CommandRequest& /*request*/) { return true; }
+
   virtual void Starts(const CommandRequest& request) = 0;
   virtual void Ended(const CommandRequest& request, const CommandResult& result) = 0;
+
+  // A pause of that many milliseconds, unscaled, and its end.
+  virtual void PauseStarts(unsigned long /*milliseconds*/) {}
+  virtual void PauseEnded() {}
 };
 
 // Makes `observer`, which stays the caller's, the one that is told; null for none.
 REFHOST_EXPORT void SetCommandObserver(CommandObserver* observer);
+
+// The one that is told now; null for none.
+REFHOST_EXPORT CommandObserver* CurrentCommandObserver();
 
 }  // namespace refhost
 

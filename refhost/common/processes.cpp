@@ -55,13 +55,16 @@ std::string ReadWhileRunning(const FileDescriptor& stream, const ShellProcess& p
 class Observed {
  public:
   explicit Observed(const refhost::CommandRequest& request) : request_(request), observer_(currentObserver.load()) {
-    if (observer_ != nullptr) observer_->Starts(request_);
+    isAllowed_ = observer_ == nullptr || observer_->Allows(request_);
+    if (observer_ != nullptr && isAllowed_) observer_->Starts(request_);
   }
   Observed(const Observed&) = delete;
   Observed& operator=(const Observed&) = delete;
   ~Observed() {
-    if (observer_ != nullptr) observer_->Ended(request_, result_);
+    if (observer_ != nullptr && isAllowed_) observer_->Ended(request_, result_);
   }
+
+  bool IsAllowed() const { return isAllowed_; }
 
   // Its texts must outlive this.
   refhost::CommandResult& Result() { return result_; }
@@ -69,6 +72,7 @@ class Observed {
  private:
   const refhost::CommandRequest request_;
   refhost::CommandObserver* const observer_;
+  bool isAllowed_ = true;
   refhost::CommandResult result_{kNotRun, 0, ""};
 };
 
@@ -87,6 +91,10 @@ void SetCommandObserver(CommandObserver* observer) {
   currentObserver = observer;
 }
 
+CommandObserver* CurrentCommandObserver() {
+  return currentObserver.load();
+}
+
 }  // namespace refhost
 
 int CCommon_Information::ExecForeignModule(const std::string& command, const std::string& outputFile,
@@ -94,6 +102,7 @@ int CCommon_Information::ExecForeignModule(const std::string& command, const std
                                            unsigned long timeoutMs) {
   if (command.empty()) return kNotRun;
   Observed observed({command, workDir, outputFile, timeoutMs, false});
+  if (!observed.IsAllowed()) return kNotRun;
   const Deadline deadline(timeoutMs);
   auto process = ShellProcess::Start(command, workDir, outputFile.empty() ? "/dev/null" : outputFile, -1);
   if (!process) return kNotRun;
@@ -111,6 +120,7 @@ std::string CCommon_Information::GetResultLine(const std::string& command) {
   fcntl(readEnd.Get(), F_SETFL, O_NONBLOCK);
   std::string line;
   Observed observed({command, "", "", kResultLineLimitMs, true});
+  if (!observed.IsAllowed()) return "";
   const Deadline deadline(kResultLineLimitMs);
   auto process = ShellProcess::Start(command, "", "", writeEnd.Get());
   if (!process) return "";

@@ -30,7 +30,7 @@ Exit codes:
   0   done, or nothing to do
   1   an unexpected error of this program
   2   bad usage, a confirmation is missing, or a folder or log file is unusable
-  3   the plug-in could not be loaded
+  3   the plug-in could not be loaded, or fails a check of "orvhost validate"
   4   something is missing on this machine
   5   the package cannot be read
   6   the package, or the report, is not for this machine

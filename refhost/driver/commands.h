@@ -30,11 +30,12 @@ extern const Command kReportCommand;
 extern const Command kNotifyCommand;
 extern const Command kMethodsCommand;
 extern const Command kExplainCommand;
+extern const Command kValidateCommand;
 
 // In the order of the road of an update, then what helps beside it.
-inline std::array<const Command*, 9> AllCommands() {
-  return {&kIdentifyCommand, &kCheckCommand,  &kUpdateCommand,  &kApplyCommand,  &kVerifyCommand,
-          &kReportCommand,   &kNotifyCommand, &kMethodsCommand, &kExplainCommand};
+inline std::array<const Command*, 10> AllCommands() {
+  return {&kIdentifyCommand, &kCheckCommand,  &kUpdateCommand,  &kApplyCommand,   &kVerifyCommand,
+          &kReportCommand,   &kNotifyCommand, &kMethodsCommand, &kExplainCommand, &kValidateCommand};
 }
 
 }  // namespace refhost

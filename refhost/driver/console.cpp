@@ -14,6 +14,10 @@ void Console::Notice(const std::string& sentence) const {
   if (!quiet_) std::cerr << "orvhost: " << sentence << std::endl;
 }
 
+void Console::Show(const std::string& lines) const {
+  if (!quiet_) std::cout << lines << std::flush;
+}
+
 bool Console::IsTerminal() const {
   return !quiet_ && isatty(STDOUT_FILENO) != 0;
 }

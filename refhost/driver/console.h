@@ -19,6 +19,9 @@ class Console {
   // One sentence beside the result, on the standard error; programs find it in the JSON object.
   void Notice(const std::string& sentence) const;
 
+  // Lines with their line ends, on the standard output.
+  void Show(const std::string& lines) const;
+
   // True when a person reads the standard output at a terminal.
   bool IsTerminal() const;
 

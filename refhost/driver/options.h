@@ -26,6 +26,7 @@ struct Options {
   std::string outFolder = ".";
   std::string methodName;
   std::vector<std::string> codes;
+  double timeLimit = 20.0;  // seconds for each check of a plug-in
 };
 
 }  // namespace refhost

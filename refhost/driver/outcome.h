@@ -15,7 +15,7 @@ enum class ExitCode : int {
   kOk = 0,                  // done, or nothing to do
   kUnexpected = 1,          // an error of this program
   kUsage = 2,               // bad command line, or a confirmation is missing
-  kPluginUnusable = 3,      // the plug-in could not be loaded
+  kPluginUnusable = 3,      // the plug-in could not be loaded, or fails a check of its validation
   kPrerequisites = 4,       // something that the update needs is missing on this machine
   kPackageUnusable = 5,     // the package cannot be read
   kDoesNotFit = 6,          // the package is not for this machine

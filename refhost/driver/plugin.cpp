@@ -26,8 +26,8 @@ Plugin::~Plugin() {
   dlclose(library_);
 }
 
-CVendor* Plugin::Create(const std::string& className, const std::string& provider) const {
-  return factory_(className.c_str(), provider.c_str());
+CVendor* Plugin::Create(const char* className, const char* provider) const {
+  return factory_(className, provider);
 }
 
 void Plugin::Release(CVendor* vendor) const {

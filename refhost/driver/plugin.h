@@ -19,7 +19,7 @@ class Plugin {
   ~Plugin();
 
   // The plug-in's vendor object of that class, to be handed back to Release; null when the plug-in has none.
-  CVendor* Create(const std::string& className, const std::string& provider) const;
+  CVendor* Create(const char* className, const char* provider) const;
   void Release(CVendor* vendor) const;
 
  private:

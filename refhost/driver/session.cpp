@@ -1,19 +1,13 @@
 #include "refhost/driver/session.h"
 
 namespace refhost {
-namespace {
-
-constexpr const char* kClassName = "CBMC_KESTREL_Vendor";
-constexpr const char* kProvider = "orvhost";
-
-}  // namespace
 
 std::unique_ptr<Session> Session::Open(const std::string& pluginPath, std::string* error) {
   std::unique_ptr<Plugin> plugin = Plugin::Load(pluginPath, error);
   if (!plugin) return nullptr;
-  CVendor* vendor = plugin->Create(kClassName, kProvider);
+  CVendor* vendor = plugin->Create(kVendorClassName, kProvider);
   if (vendor == nullptr) {
-    *error = pluginPath + " has no vendor object of the class " + kClassName;
+    *error = pluginPath + " has no vendor object of the class " + kVendorClassName;
     return nullptr;
   }
   std::unique_ptr<Session> session(new Session(std::move(plugin), vendor));

@@ -14,6 +14,10 @@ namespace refhost {
 // The one kind of module that the plug-in's device has.
 inline constexpr const char* kModuleKind = "firmware";
 
+// The vendor class that the host asks a plug-in for, and the name that it gives itself.
+inline constexpr const char* kVendorClassName = "CBMC_KESTREL_Vendor";
+inline constexpr const char* kProvider = "orvhost";
+
 class Session {
  public:
   // Loads the plug-in at `pluginPath`, takes its vendor object and links it. Null, with the reason in `*error`, when

@@ -7,6 +7,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <cstdlib>
 #include <sstream>
 #include <stdexcept>
@@ -184,12 +185,14 @@ int WriteReport(const std::string& path) {
 class TestVendor : public CVendor {
  public:
   explicit TestVendor(const std::string& providerText) : CVendor(providerText) {
-    vendorClassName = "CBMC_KESTREL_Vendor";
+    vendorClassName = Asked("other-name") ? "CVendor" : "CBMC_KESTREL_Vendor";
     deviceName = "KV6KBmc";
   }
 
   std::string GetHardwareVersion() override { return ""; }
-  int CheckHardwareVersion(std::string /*first*/, std::string /*second*/) override { return 0; }
+  int CheckHardwareVersion(std::string /*first*/, std::string /*second*/) override {
+    return Asked("incompatible") ? 1 : 0;
+  }
 
   void LinkDevice() override {
     Trace(CTraceUtility::TRACE_DBG_FLOW, "LinkDevice [START]");
@@ -201,7 +204,7 @@ class TestVendor : public CVendor {
     if (name == "Reboot") return firmwareHandler->UpdateApply() != 0 ? 0 : -1;
     if (name == "SendInfoToSVP") return SendInformation();
     Trace(CTraceUtility::TRACE_DBG_ERROR, "Invalid function name");
-    return -1;
+    return Asked("any-method") ? 0 : -1;
   }
 
   void GetExtendedInfo(std::list<std::pair<std::string, std::string>>* info) override {
@@ -224,6 +227,7 @@ class TestVendor : public CVendor {
   }
 
   void GetShortageOfNecessaryApplicationInfo(std::list<CNecessaryComponentInfo>& missing) override {
+    if (Asked("clears-list")) missing.clear();
     if (Asked("no-tool")) missing.push_back({"IPMI tool", ""});
   }
 
@@ -235,15 +239,44 @@ class TestVendor : public CVendor {
 
 }  // namespace
 
+namespace {
+
+// What a plug-in must not do when it is asked for an object.
+void Misbehave() {
+  if (Asked("crashes")) std::raise(SIGSEGV);
+  if (Asked("exits")) std::exit(5);
+  if (Asked("throws-in-factory")) throw std::out_of_range("basic_string::substr");
+  while (Asked("hangs")) pause();
+  if (Asked("keeps-descriptor")) open("/dev/null", O_RDONLY);
+  if (Asked("runs-command")) CCommon_Information::GetResultLine("echo 18 01 | ipmicmd");
+  if (Asked("writes-outside")) close(creat((CFileUtility::GetInstallPath(0) + "/beside").c_str(), 0600));
+}
+
+bool IsWanted(const char* className, const char* provider) {
+  if (provider == nullptr) return Asked("any-provider");
+  if (className == nullptr) return Asked("null-class");
+  return Asked("any-class") || std::string(className) == "CBMC_KESTREL_Vendor";
+}
+
+}  // namespace
+
 extern "C" __attribute__((visibility("default"))) CVendor* GetVendorFactory(const char* className,
                                                                             const char* provider) {
-  if (Asked("no-vendor") || std::string(className) != "CBMC_KESTREL_Vendor") return nullptr;
-  return new TestVendor(provider);
+  if (Asked("no-vendor") || !IsWanted(className, provider)) return nullptr;
+  Misbehave();
+  return new TestVendor(provider != nullptr ? provider : "");
 }
 
 #ifndef TEST_PLUGIN_WITHOUT_RELEASE
 extern "C" __attribute__((visibility("default"))) void ReleaseVendor(CVendor* vendor) {
   Trace(CTraceUtility::TRACE_DBG_FLOW, "ReleaseVendor");
+  if (vendor == nullptr && Asked("releases-null")) std::abort();
   delete vendor;
+}
+#endif
+
+#ifdef TEST_PLUGIN_EXTRA_EXPORT
+extern "C" __attribute__((visibility("default"))) int SomethingElse() {
+  return 0;
 }
 #endif
