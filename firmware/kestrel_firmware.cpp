@@ -1,6 +1,7 @@
 #include "firmware/kestrel_firmware.h"
 
 #include <cstdarg>
+#include <cstring>
 #include <utility>
 
 #include "firmware/apply.h"
@@ -122,7 +123,8 @@ bool CBMC_KESTREL_Firmware::ExecIPMICommand(std::string toolPath, std::list<std:
   std::va_list bytes;
   va_start(bytes, count);
   for (int i = 0; i < count; ++i) {
-    request.emplace_back(va_arg(bytes, const char*));
+    const char* byte = va_arg(bytes, const char*);
+    request.emplace_back(byte, strnlen(byte, 2));
   }
   va_end(bytes);
   return kestrel::ExecuteIpmiCommand(toolPath, response, request);

@@ -13,6 +13,7 @@
 #include "report/general_section.h"
 #include "report/version_section.h"
 #include "report/web_console_section.h"
+#include "svp/config_file_transfer.h"
 
 using kestrel::kChannel;
 using kestrel::kError;
@@ -93,7 +94,7 @@ long CBMC_KESTREL_Vendor::ExecVendorMethod(std::string name, ...) {
   if (name == "SendInfoToSVP") {
     std::string detail;
     const int result = static_cast<CBMC_KESTREL_Firmware*>(firmwareHandler)->SendInfoToSVP(&detail);
-    return result == 0 || result == 1 ? 0 : -1;
+    return kestrel::IsNoFailure(result) ? 0 : -1;
   }
   CTraceUtility::WriteDebug(kChannel, kError, "Invalid function name");
   return -1;
@@ -108,15 +109,15 @@ void CBMC_KESTREL_Vendor::GetShortageOfNecessaryApplicationInfo(std::list<CNeces
 }
 
 bool CBMC_KESTREL_Vendor::CheckUpdateConditionByDevicevendor(std::string, CManageRepositoryInfo* repository) {
-  return kestrel::PackageDoesNotFit(*firmwareHandler, *repository);
+  return kestrel::PackageDoesNotFit(*firmwareHandler, repository);
 }
 
 int CBMC_KESTREL_Vendor::StartOutputDeviceConfigInfo(std::string, void*) {
-  return kestrel::CheckReportPossible(*firmwareHandler);
+  return kestrel::CheckReportPossible(firmwareHandler);
 }
 
 int CBMC_KESTREL_Vendor::ExecOutputDeviceConfigInfo(std::string savePath, void*) {
-  return kestrel::WriteDeviceReport(*firmwareHandler, savePath);
+  return kestrel::WriteDeviceReport(firmwareHandler, savePath);
 }
 
 int CBMC_KESTREL_Vendor::EndOutputDeviceConfigInfo(std::string, void*) {

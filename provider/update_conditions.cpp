@@ -54,7 +54,7 @@ std::string ModelOfMachine(const std::string& serialNumber) {
   return isLong || hasSsd ? "long/ssd" : "";
 }
 
-bool PackageDoesNotFit(CFirmware& firmware, const CManageRepositoryInfo& repository) {
+bool PackageDoesNotFit(CFirmware& firmware, const CManageRepositoryInfo* repository) {
   const OperationTrace trace("CBMC_KESTREL_Vendor::CheckUpdateConditionByDevicevendor() [START]",
                              "CBMC_KESTREL_Vendor::CheckUpdateConditionByDevicevendor() [END]");
   const std::string operatingVersion = firmware.GetOperatingVersion();
@@ -66,9 +66,9 @@ bool PackageDoesNotFit(CFirmware& firmware, const CManageRepositoryInfo& reposit
   }
   // The prefix alone carries no version and is compared as if it were one.
   if (operatingVersion.size() > kBmcPrefix.size() && operatingVersion.starts_with(kBmcPrefix)) {
-    return ModelDoesNotFit(operatingVersion, repository);
+    return ModelDoesNotFit(operatingVersion, *repository);
   }
-  return VersionDoesNotFit(operatingVersion, repository.moduleVersion);
+  return VersionDoesNotFit(operatingVersion, repository->moduleVersion);
 }
 
 void AppendMissingPrerequisites(std::list<CNecessaryComponentInfo>& missing) {

@@ -21,17 +21,17 @@ void RecordFailure(const char* detail) {
 
 }  // namespace
 
-int CheckReportPossible(CFirmware& firmware) {
+int CheckReportPossible(CFirmware* firmware) {
   const OperationTrace trace("CBMC_KESTREL_Vendor::StartOutputDeviceConfigInfo() [START]",
                              "CBMC_KESTREL_Vendor::StartOutputDeviceConfigInfo() [END]");
-  if (firmware.GetOperatingVersion() == kAbnormalVersion) {
+  if (firmware->GetOperatingVersion() == kAbnormalVersion) {
     CTraceUtility::WriteTrace(kChannel, "MSGID_BMC_0019_F", "1C");
     return kFailure;
   }
   return kSuccess;
 }
 
-int WriteDeviceReport(CFirmware& firmware, const std::string& savePath) {
+int WriteDeviceReport(CFirmware* firmware, const std::string& savePath) {
   const OperationTrace trace("CBMC_KESTREL_Vendor::ExecOutputDeviceConfigInfo() [START]",
                              "CBMC_KESTREL_Vendor::ExecOutputDeviceConfigInfo() [END]");
   if (savePath.empty()) {
@@ -55,7 +55,7 @@ int WriteDeviceReport(CFirmware& firmware, const std::string& savePath) {
   COrvXmlNode general("general-inf");
   COrvXmlNode versions("version-inf");
   COrvXmlNode webConsole("web-cosole-setting");  // readers of the file match on this spelling
-  if (FillGeneralSection(&general) != kSuccess || FillVersionSection(firmware, &versions) != kSuccess ||
+  if (FillGeneralSection(&general) != kSuccess || FillVersionSection(*firmware, &versions) != kSuccess ||
       (hasWebConsole && FillWebConsoleSection(&webConsole) != kSuccess)) {
     RecordFailure("26");
     return kFailure;

@@ -24,6 +24,10 @@ inline constexpr int kSent = 0;
 inline constexpr int kNotSupported = 1;  // by this BMC; no failure
 inline constexpr int kSendFailed = -1;
 
+constexpr bool IsNoFailure(int result) {
+  return result == kSent || result == kNotSupported;
+}
+
 // What the trace tells of a locking, writing or notifying step that failed for good, ahead of the trace record.
 enum class FinalFailure {
   kMessageAndEnd,  // the step's message as an error, then the sender's end line

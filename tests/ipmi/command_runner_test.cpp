@@ -168,6 +168,7 @@ TEST_F(CommandRunner, AStoppedCommandHasNotRunWithAndWithoutALimit) {
     SCOPED_TRACE(limit);
     EXPECT_EQ(Run("kill -STOP $$", limit), 1);
     EXPECT_EQ(exitCode_, 255U);
+    EXPECT_EQ(host_.waitOptions, WUNTRACED | WCONTINUED | (limit == kNoLimit ? 0 : WNOHANG));
     ASSERT_EQ(kill(host_.lastChild, SIGKILL), 0);
     EXPECT_EQ(StatusOfChild(), SIGKILL);  // it was there still
     ExpectJournals({}, kChildLines);

@@ -212,6 +212,7 @@ TEST_F(RawCommand, AFileThatCannotBeDeletedDoesNotSpoilAGoodAnswer) {
   EXPECT_EQ(response_, (Bytes{"00", "20"}));
   EXPECT_TRUE(SameLines(host_.TakeJournal(), {Executed(kIpmitoolLine), kDeleted,
                                               std::string("2 Failed to delete file ") + kResultFile, kListEnd}));
+  EXPECT_TRUE(ResultFileIsThere());
 }
 
 TEST_F(RawCommand, AnswersAreAppendedToWhatTheListHolds) {

@@ -174,6 +174,14 @@ TEST_F(KestrelVendor, AFirmwareHandlerThatCannotBeMadeIsRecordedAndTheEndLineWri
                          "4 CBMC_KESTREL_Vendor::LinkDevice() [END]", kLinkEnd}));
 }
 
+TEST_F(KestrelVendor, WithoutAFirmwareHandlerAReportFailsAsWithOneBeforeTheBmcIsAsked) {
+  host_.serverType = "mx4000";
+  EXPECT_EQ(vendor_->ExecOutputDeviceConfigInfo("/out/", nullptr), 2048);
+  ExpectJournal({"4 CBMC_KESTREL_Vendor::ExecOutputDeviceConfigInfo() [START]", "ask server type",
+                 "4 ServerType:[mx4000]", "1 Unsupported ServerType",
+                 "4 CBMC_KESTREL_Vendor::ExecOutputDeviceConfigInfo() [END]"});
+}
+
 TEST_F(KestrelVendor, UnknownMethodsAreRefused) {
   Link();
   for (const char* name : {"reboot", "", "Reboot ", "SendInfoToSvp", "Shutdown"}) {

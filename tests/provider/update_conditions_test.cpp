@@ -52,14 +52,14 @@ class PackageFit : public testing::Test {
     host_.ResultLine(kSerialNumberLine, "\tSerial Number: " + serialNumber);
     package_.model = model;
     package_.moduleVersion = "99-99";  // of no interest to such a machine
-    return PackageDoesNotFit(firmware_, package_);
+    return PackageDoesNotFit(firmware_, &package_);
   }
   // A machine of the other kind and a package with these versions.
   bool DoesNotFitByVersion(const std::string& operatingVersion, const std::string& updateVersion) {
     firmware_.operatingVersion = operatingVersion;
     package_.moduleVersion = updateVersion;
     package_.model = "long/ssd";  // of no interest to such a machine
-    return PackageDoesNotFit(firmware_, package_);
+    return PackageDoesNotFit(firmware_, &package_);
   }
   void ExpectModelJournal(const std::string& line) {
     EXPECT_TRUE(SameLines(host_.TakeJournal(), {kFitStart, DmiRead(kSerialNumberLine), line, kFitEnd}));
@@ -73,7 +73,7 @@ class PackageFit : public testing::Test {
 TEST_F(PackageFit, IsRefusedWhenTheBmcCannotBeAsked) {
   firmware_.operatingVersion = "abnormal";
   package_.moduleVersion = "abnormal";
-  EXPECT_TRUE(PackageDoesNotFit(firmware_, package_));
+  EXPECT_TRUE(PackageDoesNotFit(firmware_, &package_));
   EXPECT_TRUE(SameLines(
       host_.TakeJournal(),
       {kFitStart, "2 CBMC_KESTREL_Vendor::CheckUpdateConditionByDevicevendor() Failed to get Operating Version",
@@ -143,7 +143,7 @@ TEST_F(PackageFit, EmptySerialNumberIsTooShort) {
 TEST_F(PackageFit, SerialNumberThatCannotBeReadIsTooShort) {
   firmware_.operatingVersion = "BMC:01-23,SDR:A1";
   host_.ResultLine(kSerialNumberLine, "", 3);
-  EXPECT_TRUE(PackageDoesNotFit(firmware_, package_));
+  EXPECT_TRUE(PackageDoesNotFit(firmware_, &package_));
   EXPECT_TRUE(SameLines(host_.TakeJournal(),
                         {kFitStart, FailedDmiRead(kSerialNumberLine), "2 Failed to get serial number []", kFitEnd}));
 }
@@ -151,7 +151,7 @@ TEST_F(PackageFit, SerialNumberThatCannotBeReadIsTooShort) {
 TEST_F(PackageFit, SerialNumberWithoutItsLabelIsTooShort) {
   firmware_.operatingVersion = "BMC:01-23,SDR:A1";
   host_.ResultLine(kSerialNumberLine, "MAUD123456789E");
-  EXPECT_TRUE(PackageDoesNotFit(firmware_, package_));
+  EXPECT_TRUE(PackageDoesNotFit(firmware_, &package_));
   EXPECT_TRUE(SameLines(host_.TakeJournal(), {kFitStart, DmiReadWithoutLabel(kSerialNumberLine, "MAUD123456789E"),
                                               "2 Failed to get serial number []", kFitEnd}));
 }
@@ -159,7 +159,7 @@ TEST_F(PackageFit, SerialNumberWithoutItsLabelIsTooShort) {
 TEST_F(PackageFit, ShortestVersionOfTheBmcKind) {
   firmware_.operatingVersion = "BMC:1";
   host_.ResultLine(kSerialNumberLine, "\tSerial Number: MAUD123456789A");
-  EXPECT_FALSE(PackageDoesNotFit(firmware_, package_));
+  EXPECT_FALSE(PackageDoesNotFit(firmware_, &package_));
   ExpectModelJournal("1 Ver[BMC:1],Serial[MAUD123456789A],Model[],Rep[],iRet[0]");
 }
 

@@ -67,7 +67,7 @@ class DeviceReport : public testing::Test {
     host_.Answer(kTcpipRequest, "00 c0 a8 00 0a ff ff ff 00 c0 a8 00 01 00 00 00");
   }
   void Expect(int result, const std::string& savePath, const Lines& journal) {
-    EXPECT_EQ(WriteDeviceReport(firmware_, savePath), result);
+    EXPECT_EQ(WriteDeviceReport(&firmware_, savePath), result);
     EXPECT_TRUE(SameLines(host_.TakeJournal(), journal));
   }
   void ExpectDocument(const Lines& lines) {
@@ -86,14 +86,14 @@ TEST_F(DeviceReport, IsPossibleWhenTheBmcCanBeRead) {
   for (const char* version : {"01-23", "BMC:01-23,SDR:", "", "Abnormal", "abnormal "}) {
     SCOPED_TRACE(version);
     firmware_.operatingVersion = version;
-    EXPECT_EQ(CheckReportPossible(firmware_), 0);
+    EXPECT_EQ(CheckReportPossible(&firmware_), 0);
     EXPECT_TRUE(SameLines(host_.TakeJournal(), {kCheckStart, kCheckEnd}));
   }
 }
 
 TEST_F(DeviceReport, IsNotPossibleWhenTheBmcCannotBeRead) {
   firmware_.operatingVersion = "abnormal";
-  EXPECT_EQ(CheckReportPossible(firmware_), 1);
+  EXPECT_EQ(CheckReportPossible(&firmware_), 1);
   EXPECT_TRUE(SameLines(host_.TakeJournal(), {kCheckStart, "record MSGID_BMC_0019_F 1C", kCheckEnd}));
 }
 
@@ -219,7 +219,7 @@ TEST_F(DeviceReport, IsLeftByTheExceptionOfItsWebConsoleSection) {
   ScriptVersionSection();
   host_.Answer(kMacRequest, "00 11 90 1b 0e a0 b1 c2");
   host_.Answer(kTcpipRequest, "00 c0 a8 00 0a ff ff ff 00 c0 a8 00 01 00 00");
-  EXPECT_THROW(WriteDeviceReport(firmware_, "/out/"), std::out_of_range);
+  EXPECT_THROW(WriteDeviceReport(&firmware_, "/out/"), std::out_of_range);
   EXPECT_TRUE(
       SameLines(host_.TakeJournal(),
                 {kStart, "ask server type", "4 ServerType:[kv6000]", kGeneralRead, kVersionRead, kWebConsoleStart,

@@ -95,6 +95,7 @@ class ScriptedHost {
   int pollsWhileRunning = 0;      // that find the child still running; the one after them waits for its end
   std::deque<bool> consoleOpens;  // whether the next opens of /dev/console succeed; true when empty
   pid_t lastChild = -1;
+  int waitOptions = -1;  // of the last wait for it
 
   // --- The BMC. Bytes are hexadecimal texts separated by blanks; a request is NetFn, Cmd, data.
   // The next call of `request` is answered by completion code and data `answer`. Through ipmitool a completion code

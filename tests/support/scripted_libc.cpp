@@ -113,6 +113,7 @@ pid_t __wrap_waitpid(pid_t child, int* status, int options) {
   if (host == nullptr || child != host->lastChild) {
     return __real_waitpid(child, status, options);
   }
+  host->waitOptions = options;
   if (host->waitFails) {
     int ignored = 0;
     __real_waitpid(child, &ignored, 0);

@@ -1,5 +1,4 @@
 // liborv_ProviderBase as the scripted host plays it: the module records are the script's, everything else is trivial.
-#include <stdexcept>
 #include <utility>
 
 #include "host/ProviderBase.h"
@@ -92,7 +91,7 @@ int CModuleManager::UpdateBackup(std::string, bool) {
 
 CFirmware::CFirmware(std::string text) : CModuleManager(std::move(text)) {
   if (!ScriptedHost::Current()->firmwareCanBeMade) {
-    throw std::runtime_error("the scripted host makes no firmware handler");
+    throw "the scripted host makes no firmware handler";  // no std::exception, which a host need not throw
   }
 }
 CFirmware::~CFirmware() = default;

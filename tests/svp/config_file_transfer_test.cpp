@@ -231,6 +231,13 @@ TEST_F(Transfer, TriesToUnlockThreeTimesAfterAFailureAndFailsButOnce) {
   }
 }
 
+TEST(TransferResult, IsNoFailureWhenSentOrNotSupported) {
+  EXPECT_TRUE(IsNoFailure(0));
+  EXPECT_TRUE(IsNoFailure(1));
+  EXPECT_FALSE(IsNoFailure(-1));
+  EXPECT_FALSE(IsNoFailure(2));
+}
+
 TEST_F(Transfer, PutsItsCodeInFrontOfTheDetail) {
   detail_ = "1C";
   host_.Answer(kLock, "c1", 3);
