@@ -1,0 +1,117 @@
+"""What `./dev` runs: every command, with programs in the place of the real ones that only record how they were called."""
+
+import os
+import re
+import shutil
+import subprocess
+import tempfile
+import unittest
+from pathlib import Path
+
+REPOSITORY = Path(__file__).resolve().parents[2]
+
+# Found by their names, and as files of the repository.
+PROGRAMS = ("cmake ctest cpack lintian clang-format clang-tidy shellcheck pyflakes3 apt-get sudo").split()
+SCRIPTS = ("tools/demo", "tools/check-rooms", "lab/lab", "bench/run", "fuzz/run")
+
+BUILD = ["cmake --preset release", "cmake --build --preset release"]
+LINT = ["clang-format --dry-run --Werror", "tools/check-rooms", "shellcheck", "pyflakes3", "cmake --preset lint",
+        "clang-tidy --quiet -p build/lint"]
+
+# For each command the programs that it runs, with the first of their arguments.
+STEPS = {
+    "help": [],
+    "build": BUILD,
+    "unit": BUILD + ["ctest --preset unit"],
+    "test": BUILD + ["ctest --preset release"],
+    "demo": BUILD + ["tools/demo"],
+    "lab": BUILD + ["lab/lab run"],
+    "lint": LINT,
+    "format": ["clang-format -i"],
+    "sanitize": [step for compiler in ("gcc", "clang")
+                 for step in (f"cmake --preset sanitize-{compiler}", f"cmake --build --preset sanitize-{compiler}",
+                              f"ctest --preset sanitize-{compiler}")],
+    "bench": BUILD + ["bench/run"],
+    "bench --long": BUILD + ["bench/run --long"],
+    "fuzz": ["cmake --preset fuzz", "cmake --build --preset fuzz", "fuzz/run 10"],
+    "fuzz 600": ["cmake --preset fuzz", "cmake --build --preset fuzz", "fuzz/run 600"],
+    "package": BUILD + ["cpack --config build/release/CPackConfig.cmake", "lintian --allow-root --fail-on error,warning"],
+    "setup": [],
+    "clean": [],
+}
+
+
+class Dev(unittest.TestCase):
+    def setUp(self):
+        self.folder = Path(self.enterContext(tempfile.TemporaryDirectory(prefix="kestrel dev ")))
+        self.journal = self.folder / "journal"
+        shutil.copy(REPOSITORY / "dev", self.folder)
+        for name in PROGRAMS:
+            self.put(f"programs/{name}", f'echo "{name} $*" >>"$JOURNAL"')
+        for name in SCRIPTS:
+            self.put(name, f'echo "{name} $*" >>"$JOURNAL"')
+        # The files that the checks of lint are given: one of each kind.
+        self.put("programs/git", 'printf "%s\\n" dev unit.cpp tool.py')
+        self.put("programs/dpkg-query", 'echo "${PACKAGES-install ok installed}"')
+        (self.folder / "unit.cpp").touch()
+        (self.folder / "tool.py").write_text("#!/usr/bin/python3\n")
+        (self.folder / "build/release/packages").mkdir(parents=True)
+        (self.folder / "build/release/packages/orvhost_1.0.0_amd64.deb").touch()
+        self.put("programs/cpack", 'echo "cpack $*" >>"$JOURNAL"; touch build/release/packages/orvhost_1.0.0_amd64.deb')
+
+    def put(self, name: str, script: str):
+        path = self.folder / name
+        path.parent.mkdir(exist_ok=True)
+        path.write_text("#!/bin/sh\n" + script + "\n")
+        path.chmod(0o755)
+
+    def dev(self, command: str, **environment) -> subprocess.CompletedProcess:
+        self.journal.write_text("")
+        return subprocess.run([self.folder / "dev", *command.split()], capture_output=True, text=True, check=False,
+                              env=dict(os.environ, PATH=f"{self.folder}/programs:{os.environ['PATH']}",
+                                       JOURNAL=str(self.journal), **environment))
+
+    def test_every_command_runs_its_steps(self):
+        for command, steps in STEPS.items():
+            with self.subTest(command):
+                done = self.dev(command)
+                self.assertEqual(done.returncode, 0, done.stderr)
+                ran = self.journal.read_text().splitlines()
+                self.assertEqual(len(ran), len(steps), ran)
+                for line, step in zip(ran, steps):
+                    self.assertEqual(line[:len(step)], step)
+
+    def test_a_step_that_fails_ends_the_command(self):
+        for program, command in (("cmake", "demo"), ("ctest", "test"), ("lintian", "package"), ("shellcheck", "lint")):
+            with self.subTest(command):
+                self.setUp()
+                self.put(f"programs/{program}", "exit 3")
+                self.assertNotEqual(self.dev(command).returncode, 0)
+                self.assertNotIn("tools/demo", self.journal.read_text())
+
+    def test_what_is_missing_is_installed_first(self):
+        done = self.dev("build", PACKAGES="")
+        self.assertEqual(done.returncode, 0, done.stderr)
+        ran = [line.removeprefix("sudo ").removeprefix("env DEBIAN_FRONTEND=noninteractive ")
+               for line in self.journal.read_text().splitlines()]
+        self.assertEqual([line.split(" --")[0] for line in ran],
+                         ["apt-get update -qq", "apt-get install -y -qq", "cmake", "cmake"])
+        self.assertIn("libarchive-dev", ran[1].split())
+
+    def test_help_lists_every_command(self):
+        told = re.findall(r"(?m)^  ([a-z]+)", self.dev("help").stdout)
+        self.assertEqual(sorted(told), sorted({command.split()[0] for command in STEPS} - {"help"}))
+
+    def test_an_unknown_command(self):
+        done = self.dev("demolish")
+        self.assertEqual(done.returncode, 2)
+        self.assertIn("no such command: demolish", done.stderr)
+
+    def test_the_documents_name_no_other_command(self):
+        for path in [REPOSITORY / "README.md", *REPOSITORY.glob("*/*.md")]:
+            for words in re.findall(r"(?m)(?:`|^    )\./dev ([a-z]+(?: [\w-]+)*)", path.read_text()):
+                self.assertIn(words, STEPS, path.name)
+
+
+if __name__ == "__main__":
+    unittest.main()
