@@ -100,6 +100,10 @@ class Road(SharedServer):
         self.server.plan_flash_exits([])
         self._disconnect_media()
         self.assertEqual(self.server.run("modprobe -r sg").exit, 0)
+        self.start_counting()
+
+    def start_counting(self):
+        """From here on asked() counts."""
         self._asked_before = len(self.server.bmc("state")["commands"])
 
     def _disconnect_media(self):
@@ -150,7 +154,8 @@ class Road(SharedServer):
         return log
 
     def trace_in(self, log: Path) -> list:
-        lines = log.read_text().splitlines()
+        # A name that is no UTF-8 stands in the trace as it is.
+        lines = log.read_text(errors="backslashreplace").splitlines()
         return [normalised(line, self.server.install_path) for line in lines]
 
     def make_package(self, version: str) -> str:
@@ -179,8 +184,9 @@ class Road(SharedServer):
         return self.server.bmc("state")["running"]
 
     def asked(self) -> list:
-        """The BMC's own commands with their answers since the test began. The standard commands, of which the guest's
-        driver and ipmitool send some of their own accord, and the flash utility's polling are left out."""
+        """The BMC's own commands with their answers since the test began or counting was started anew. The standard
+        commands, of which the guest's driver and ipmitool send some of their own accord, and the flash utility's
+        polling are left out."""
         commands = self.server.bmc("state")["commands"]
         self.assertLess(len(commands), 5000, "the BMC keeps 5000 commands, so the first may be missing")
         return [command for command in commands[self._asked_before:]
