@@ -15,6 +15,12 @@ MAC = re.compile(r"[0-9a-fA-F]{2}(:[0-9a-fA-F]{2}){5}")
 TABLES = {"bios": 0, "system": 1}
 BARE_LENGTH = 4
 
+# Of a dump's tables: the length and where each text has its number.
+LENGTHS = {"bios": 24, "system": 27}
+TEXTS = {"bios": {"vendor": 4, "version": 5}, "system": {"manufacturer": 4, "product": 5, "version": 6, "serial": 7}}
+END_OF_TABLES = struct.pack("<BBH", 127, BARE_LENGTH, 0xfeff) + b"\0\0"
+DUMP_HEADER = 32
+
 
 def lan_settings(chosen) -> dict:
     """The BMC's network settings in its own notation: the defaults with what was chosen laid over them."""
@@ -35,6 +41,23 @@ def lan_settings(chosen) -> dict:
 
 def escaped(fields: dict) -> str:
     return ",".join(f"{name}={value.replace(',', ',,')}" for name, value in fields.items())
+
+
+def table(name: str, fields: dict) -> bytes:
+    """A DMI table with its texts, any bytes but zero; a text that is left out reads as "Not Specified"."""
+    head = bytearray(struct.pack("<BBH", TABLES[name], LENGTHS[name], TABLES[name] << 8).ljust(LENGTHS[name], b"\0"))
+    for number, field in enumerate(fields, 1):
+        head[TEXTS[name][field]] = number
+    return bytes(head) + b"".join(text + b"\0" for text in fields.values() or [b""]) + b"\0"
+
+
+def dmi_dump(**tables) -> bytes:
+    """What "dmidecode --from-dump" reads: the tables "bios" and "system" with their texts, without those left out."""
+    content = b"".join(table(name, fields) for name, fields in tables.items()) + END_OF_TABLES
+    # The entry point of version 3.0; its sixth byte makes the sum of all zero.
+    entry = bytearray(struct.pack("<5sBBBBBBxIQ", b"_SM3_", 0, 24, 3, 0, 0, 1, len(content), DUMP_HEADER))
+    entry[5] = -sum(entry) % 256
+    return bytes(entry).ljust(DUMP_HEADER, b"\0") + content
 
 
 class Dmi:

@@ -26,7 +26,7 @@ def module_json(version: str, model: str, server_types) -> str:
                        "server_types": list(server_types)}, indent=2) + "\n"
 
 
-def write_package(path: Path, version: str, files: dict, model="KV6000", server_types=("kv6000",),
+def write_package(path: Path, version: str, files: dict, model="", server_types=("kv6000",),
                   executable=()) -> Path:
     """A package with its module.json and `files` (name in the archive: content), names taken as they are; those that
     `executable` names have that permission."""

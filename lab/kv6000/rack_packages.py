@@ -62,6 +62,6 @@ def make_rack_packages(folder: Path) -> list:
         write("rt-script-no-interpreter", {**good, SCRIPT: script.replace(b"#!/bin/sh", b"#!/nowhere/sh", 1)}),
         write("rt-script-not-executable", good, executable=()),
         # The major byte 0a reads as 10 on this model.
-        write_package(folder / "mx4000-10-24.zip", "10-24", {"mx4000_0a24.ima": make_image("0a-24")}, "MX4000",
-                      ["mx4000"]),
+        write_package(folder / "mx4000-10-24.zip", "10-24", {"mx4000_0a24.ima": make_image("0a-24")},
+                      server_types=["mx4000"]),
     ]

@@ -96,10 +96,8 @@ class AServerWithFaults(Road):
 
     def test_a_tool_that_prints_other_words_at_check_connect(self):
         """The real tool behind a script that plays it broken for one command."""
-        self.server.run("mv /usr/bin/ipmitool /usr/bin/real-ipmitool")
-        self.addCleanup(self.server.run, "mv /usr/bin/real-ipmitool /usr/bin/ipmitool")
-        self.write_program("/usr/bin/ipmitool", 'case "$*" in\n*"0x34 0x8d") echo " 0x01" ;;\n'
-                           '*) exec /usr/bin/real-ipmitool "$@" ;;\nesac\n')
+        self.stand_in("/usr/bin/ipmitool", 'case "$*" in\n*"0x34 0x8d") echo " 0x01" ;;\n'
+                                           '*) exec /usr/bin/ipmitool.real "$@" ;;\nesac\n')
         done = self.update(self.make_package(self.next_version()), pauses=SHORT_PAUSES)
         self.assert_report(done, 7, verdict="update-failed", phase="write", changed=False, flash_touched=False)
         # "00" stands for the completion code that this tool does not print.

@@ -29,7 +29,7 @@ class ThePackages(unittest.TestCase):
         self.assertEqual(self.names("good-01-24"), ["module.json", "kv6000_0124.ima"])
         description = json.loads(self.image("good-01-24", "module.json"))
         self.assertEqual((description["version"], description["model"], description["server_types"]),
-                         ("01-24", "KV6000", ["kv6000"]))
+                         ("01-24", "", ["kv6000"]))
         image = self.image("good-01-24", "kv6000_0124.ima")
         self.assertEqual(image[:10], b"KV6KIMA1\x01\x24")
         self.assertEqual(int.from_bytes(image[12:16], "little"), len(image) - HEADER)

@@ -178,6 +178,12 @@ class Road(SharedServer):
         done = self.server.run(f"cp /share/program {path} && chmod 755 {path}")
         self.assertEqual(done.exit, 0, done.err)
 
+    def stand_in(self, path: str, script: str):
+        """Puts a shell script in the place of a program for this test. The script finds the program as PATH.real."""
+        self.assertEqual(self.server.run(f"mv {path} {path}.real").exit, 0)
+        self.addCleanup(self.server.run, f"mv {path}.real {path}")
+        self.write_program(path, script)
+
     # What must be true afterwards.
 
     def running(self) -> str:
