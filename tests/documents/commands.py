@@ -13,7 +13,7 @@ from typing import NamedTuple
 REPOSITORY = Path(__file__).resolve().parents[2]
 DOCUMENTS = sorted([REPOSITORY / "README.md", *REPOSITORY.glob("*/README.md"), *(REPOSITORY / "docs").glob("*.md")])
 
-INLINE = re.compile(r"(\./dev|orvhost|lab/lab|tools/\w+|ctest|ipmitool|modprobe|man) [\w-].*|tools/terminal_picture\.py")
+INLINE = re.compile(r"(\./dev|orvhost|lab/lab|tools/\w+|ipmitool|modprobe|man) \w.*|ctest .*|tools/terminal_picture\.py")
 
 HERE = "tests/documents/commands_test.py"  # in the repository, before a temporary folder
 SERVER = "tests/lab/document_commands_test.py"  # in a virtual server, or about one
@@ -42,6 +42,10 @@ RULES = [
     Rule(r"lab/lab build", HERE),
     Rule(r"lab/lab packages FOLDER", HERE, "lab/lab packages {folder}/packages"),
     Rule(r"lab/lab .*", SERVER),
+    # These two touch no device.
+    Rule(r"orvhost (explain .*)", HERE, r"{build}/refhost/orvhost \1"),
+    Rule(r"orvhost validate \[?PLUGIN.so\]?", HERE,
+         "{build}/refhost/orvhost validate {build}/provider/liborvp_KESTREL_BMC.so"),
     Rule(r"orvhost .*", SERVER),
     Rule(r"(ipmitool|modprobe|echo) .*", SERVER),
     Rule(r"tools/terminal_picture\.py", "tests/lab/demo_test.py"),

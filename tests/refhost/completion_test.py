@@ -61,6 +61,14 @@ class Completion(unittest.TestCase):
             self.assertEqual(self.complete(subcommand, ""), ["bmc.tar.gz", "bmc.zip", "folder"])
         self.assertEqual(self.complete("update", "--json", "bmc.z"), ["bmc.zip"])
 
+    def test_a_plugin_is_a_library(self):
+        (self.folder / "mine.so").touch()
+        self.assertEqual(self.complete("validate", ""), ["folder", "mine.so"])
+
+    def test_codes_to_explain(self):
+        self.assertIn("MSGID_BMC_0013_F", self.complete("explain", "MSGID_BMC_001"))
+        self.assertEqual(self.complete("explain", "1618", "MSGID_BMC_0013"), ["MSGID_BMC_0013_F"])
+
     def test_values_of_options(self):
         self.assertEqual(self.complete("--plugin", "bmc."), ["bmc.tar.gz", "bmc.txt", "bmc.zip"])
         self.assertEqual(self.complete("update", "--log-file", "bmc.t"), ["bmc.tar.gz", "bmc.txt"])
