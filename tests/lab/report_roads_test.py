@@ -5,6 +5,7 @@ import os
 import subprocess
 import unittest
 
+from kv6000.hardware import dmi_dump
 from road import GOLDEN, RENEW, SHORT_PAUSES, Road
 
 NAME = "Kestrel_BmcConfigInfo.xml"
@@ -149,6 +150,58 @@ class AServer(ReportRoad):
         self.assert_in_trace(done, "R MSGID_BMC_0018_F 27", f"2 Failed to write file [/tmp/full/{NAME}]", EXEC_END)
         self.assertEqual(self.server.run("ls /tmp/full").out.split(), [NAME, "filler"])
         self.assertEqual(self.server.run(f"cat /tmp/full/{NAME}").out, "<data>an older report</data>\n")
+
+
+    # Other DMI tables on the same server: dmidecode reads those of the test.
+
+    def replace_dmi(self, **tables):
+        (self.server.share / "dmi.bin").write_bytes(dmi_dump(**tables))
+        self.stand_in("/usr/sbin/dmidecode", 'exec /usr/sbin/dmidecode.real --from-dump /share/dmi.bin "$@"\n')
+
+    def test_a_bios_and_a_system_that_tell_no_version_are_reported_as_dmidecode_says_it(self):
+        self.replace_dmi(bios={"vendor": b"KESTREL"}, system={"product": b"KV6000"})
+        self.assert_reported(self.report(), **{"Product Version": "Not Specified", "Serial Number": "Not Specified",
+                                               "BIOS Version": "Not Specified"})
+        self.assert_golden_report("report_without_versions.xml")
+
+    def test_without_a_bios_table_the_report_is_refused_and_the_old_file_survives(self):
+        old = self.put_old_report()
+        self.replace_dmi(system={"product": b"KV6000", "version": b"1.0", "serial": b"KV6K000001"})
+        command = '/usr/sbin/dmidecode --type bios  | grep "Version"'
+        done = self.report()
+        self.assert_failed(done, *2 * [f"16 Failed to execute command [{command}]"],
+                           f"2 Failed to execute command [{command}]",
+                           "4 [LEAVE] int CBMC_KESTREL_Vendor::CreateVersionInfoNode(COrvXmlNode*)")
+        self.assertEqual(done.trace.count(f"16 Failed to execute command [{command}]"), 2)
+        self.assertEqual(self.asked(), [])
+        self.assert_old_report_stands(old)
+
+    def test_bytes_that_are_no_ascii_are_dots_because_dmidecode_prints_them_so(self):
+        self.replace_dmi(bios={"version": b"V1 \xff\x80\x01"}, system={"product": b"KV6000", "version": b"caf\xe9",
+                                                                       "serial": "KV6K-ß".encode()})
+        self.assert_reported(self.report(), **{"Product Version": "caf.", "Serial Number": "KV6K-..",
+                                               "BIOS Version": "V1 ..."})
+        self.assert_golden_report("report_of_bytes_that_are_no_ascii.xml")
+
+    def test_a_value_that_cannot_stand_in_xml_is_refused_and_the_old_file_survives(self):
+        """The real dmidecode prints ASCII alone, so here another plays it."""
+        self.stand_in("/usr/sbin/dmidecode", "cat /share/dmi.txt\n")
+        played = self.server.share / "dmi.txt"
+        properties = b"\tProduct Name: KV6000\n\tVersion: caf\xc3\xa9\n\tSerial Number: "
+        with self.subTest("UTF-8 can"):
+            played.write_bytes(properties + "KV6K-ß €\n".encode())
+            self.assert_reported(self.report(), **{"Product Version": "café", "Serial Number": "KV6K-ß €"})
+            self.assert_golden_report("report_of_utf_8.xml")
+        old = self.put_old_report()
+        for serial in (b"KV6K-\xdf", b"KV6K-\x01", b"KV6K-\xed\xa0\x80"):
+            with self.subTest(serial):
+                played.write_bytes(properties + serial + b"\n")
+                done = self.report()
+                self.assert_failed(done, record="MSGID_BMC_0018_F 27", verdict="report-not-written")
+                path = f"/share/reports/{NAME}"
+                self.assert_in_trace(done, f"2 Not written, a name or a value cannot stand in XML: [{path}]",
+                                     "R MSGID_BMC_0018_F 27", f"2 Failed to write file [{path}]", EXEC_END)
+                self.assert_old_report_stands(old)
 
 
 class ARackServer(ReportRoad):
