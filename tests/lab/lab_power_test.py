@@ -3,8 +3,7 @@
 import unittest
 
 from kv6000 import LabError
-from lab_support import (CHECK_CONNECT, CHECK_REBOOT_FLAG, FLASH, MAKER_TOOL, SET_REBOOT_FLAG, SIGNATURE,
-                         SharedServer)
+from lab_support import CHECK_CONNECT, CHECK_REBOOT_FLAG, MAKER_TOOL, SET_REBOOT_FLAG, SIGNATURE, SharedServer
 
 
 class AnUpdateByHand(SharedServer):
@@ -75,14 +74,6 @@ class AnUpdateByHand(SharedServer):
             self.server.wait_off()
             with self.assertRaisesRegex(LabError, "off"):
                 self.server.run("true")
-
-
-class AFlashThatHangs(SharedServer):
-    def test_goes_on_until_it_is_ended(self):
-        self.server.plan_flash_exits(["hang"])
-        done = self.server.run(f"timeout 2 {FLASH} /nowhere.ima")
-        self.assertEqual(done.exit, 124)
-        self.assertIn("waiting for ever", done.out)
 
 
 if __name__ == "__main__":

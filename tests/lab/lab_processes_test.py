@@ -1,5 +1,6 @@
 """The driver of virtual servers as a guest of its machine: several at once, and nothing left behind, however it ends."""
 
+import contextlib
 import os
 import shutil
 import signal
@@ -97,49 +98,45 @@ class TwoServers(unittest.TestCase):
             self.assertEqual(first.run("true").exit, 0)
 
 
-class AServerWhosePortWasTaken(unittest.TestCase):
-    def test_tries_another_one(self):
+class AServerWithAWishForEverything(unittest.TestCase):
+    """One start for what does not touch each other."""
+
+    def test_finds_another_port_has_its_overlay_and_leaves_its_folder(self):
+        parent = self.enterContext(tempfile.TemporaryDirectory(prefix="lab-test-"))
+        staged = Path(self.enterContext(tempfile.TemporaryDirectory(prefix="lab-test-")))
+        self.stage_a_program(staged)
+        with mock.patch.dict(os.environ, TMPDIR=parent), self.taken_port() as ports, \
+                mock.patch.object(server, "free_port", lambda: next(ports)), \
+                Server(overlay=staged, keep=True) as started:
+            folder = started.folder
+            with self.subTest("the port that another process has is not taken"):
+                self.assertEqual(started.run("ipmitool raw 0x06 0x01").exit, 0)
+                self.assertEqual(list(ports), [])
+            with self.subTest("the overlay is laid over the root with the libraries of its programs"):
+                done = started.run("/opt/product/bin/program --version && cat /usr/lib/marker")
+                self.assertEqual((done.exit, done.err), (0, ""))
+                self.assertRegex(done.out, r"^\d+\.\d+.*\nin /usr/lib\n$")
+        with self.subTest("the run folder is kept"):
+            self.assertEqual(folder.parent, Path(parent))
+            self.assertTrue((folder / "console.log").exists())
+            self.assertEqual(processes_of(folder), [])
+
+    def stage_a_program(self, staged: Path):
+        program = staged / "opt/product/bin/program"
+        program.parent.mkdir(parents=True)
+        # Of all programs of the build it is the one that surely is there; the guest has no C++ library otherwise.
+        shutil.copy("/usr/bin/ninja", program)
+        (staged / "lib").mkdir()
+        (staged / "lib/marker").write_text("in /usr/lib\n")
+
+    @contextlib.contextmanager
+    def taken_port(self):
+        """The ports that are tried: twice one that is taken, then a free one."""
         with socket.socket() as other:
             other.bind(("127.0.0.1", 0))
             other.listen()
             taken = other.getsockname()[1]
-            ports = iter([taken, taken, server.free_port()])
-            with mock.patch.object(server, "free_port", lambda: next(ports)), Server() as started:
-                self.assertEqual(started.run("ipmitool raw 0x06 0x01").exit, 0)
-
-
-class AnOverlay(unittest.TestCase):
-    def test_is_laid_over_the_root_with_the_libraries_of_its_programs(self):
-        with tempfile.TemporaryDirectory(prefix="lab-test-") as folder:
-            staged = Path(folder)
-            program = staged / "opt/product/bin/program"
-            program.parent.mkdir(parents=True)
-            # Of all programs of the build it is the one that surely is there; the guest has no C++ library otherwise.
-            shutil.copy("/usr/bin/ninja", program)
-            (staged / "lib").mkdir()
-            (staged / "lib/marker").write_text("in /usr/lib\n")
-            with Server(tool="none", overlay=staged) as started:
-                done = started.run("/opt/product/bin/program --version && cat /usr/lib/marker")
-            self.assertEqual((done.exit, done.err), (0, ""))
-            self.assertRegex(done.out, r"^\d+\.\d+.*\nin /usr/lib\n$")
-
-
-class ARunFolder(unittest.TestCase):
-    def test_is_kept_when_that_is_asked_for(self):
-        with tempfile.TemporaryDirectory(prefix="lab-test-") as parent:
-            before = os.environ.get("TMPDIR")
-            os.environ["TMPDIR"] = parent
-            try:
-                with Server(keep=True) as started:
-                    folder = started.folder
-            finally:
-                if before is None:
-                    del os.environ["TMPDIR"]
-                else:
-                    os.environ["TMPDIR"] = before
-            self.assertEqual(folder.parent, Path(parent))
-            self.assertTrue((folder / "console.log").exists())
-            self.assertEqual(processes_of(folder), [])
+            yield iter([taken, taken, server.free_port()])
 
 
 class AServerThatDoesNotComeUp(unittest.TestCase):

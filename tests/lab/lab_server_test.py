@@ -129,6 +129,12 @@ class AFreshlyBootedServer(SharedServer):
         self.server.plan_flash_exits([5, 1])
         self.assertEqual([self.server.run(FLASH + "/nowhere.ima").exit for _ in range(3)], [5, 1, 3])
 
+    def test_a_flash_that_hangs_goes_on_until_it_is_ended(self):
+        self.server.plan_flash_exits(["hang"])
+        done = self.server.run(f"timeout 2 {FLASH} /nowhere.ima")
+        self.assertEqual(done.exit, 124)
+        self.assertIn("waiting for ever", done.out)
+
     def test_a_disk_appears_with_connect_and_goes_with_disconnect(self):
         self.assertEqual(self.server.run("modprobe sg && lsmod | grep -e '^sg '").exit, 0)
         self.assertEqual(self.server.run("ls /dev | grep -c -e '^sg'").out, "0\n")

@@ -16,17 +16,19 @@ NO_OS_FILE = "not supported by this BMC (its capabilities are 02)"
 NO_LIBRARY = ["2 Failed to createCBMC_MngLib. try catch error", "R MSGID_BMC_0023_F 28"]
 
 
-class AServerWithOddNames(NotifyRoad):
-    """The disk file goes along unasked for: here the BMC takes that of the host alone."""
+class AServerWithOddSources(NotifyRoad):
+    """But for one test the BMC takes the one file that the test is about."""
 
-    def setUp(self):
-        super().setUp()
+    # The names, in the host's file.
+
+    def keep_names(self):
+        """The BMC takes the host's file alone; behind this test the names are the old ones."""
         self.offer(0x01)
         self.assertEqual(self.server.run("cp /etc/redhat-release /etc/before").exit, 0)
         self.addCleanup(self.server.run, "mv /etc/before /etc/redhat-release; hostname kv6000")
 
     def release(self, content: bytes):
-        """What the release file holds for this test."""
+        """What the release file holds from now on."""
         (self.server.share / "release").write_bytes(content)
         self.assertEqual(self.server.run("ln -sf /share/release /etc/redhat-release").exit, 0)
 
@@ -42,6 +44,7 @@ class AServerWithOddNames(NotifyRoad):
         self.assert_files(record, None)
 
     def test_names_of_7_and_5_characters_make_a_record_of_48_bytes_in_two_pieces(self):
+        self.keep_names()
         self.release(b"Linux 7\n")
         self.assertEqual(self.server.run("hostname srv01").exit, 0)
         self.assert_sent("Linux 7", "Linux 7", "srv01")
@@ -52,6 +55,7 @@ class AServerWithOddNames(NotifyRoad):
                           "3c 69 05 40 00 00 00 00 00 00 51 54 4c 4d 50 -> 00"])
 
     def test_blanks_around_the_os_name_and_what_is_no_plain_character_are_left_out_and_tabs_are_sent(self):
+        self.keep_names()
         self.release("  \tHörnchen\tLinux\x7f 7\t   \nsecond line\n".encode())
         self.assert_sent("\tHrnchen\tLinux\x7f 7\t", "\tHörnchen\tLinux\\x7f 7\t", "kv6000")
         with self.subTest("also where they are no UTF-8"):
@@ -59,6 +63,7 @@ class AServerWithOddNames(NotifyRoad):
             self.assert_sent("Hrnchen 7", "H\\xf6rnchen \\xff\\x807", "kv6000")
 
     def test_a_release_file_that_is_missing_or_empty_makes_an_os_name_of_no_character(self):
+        self.keep_names()
         self.release(b"")
         self.assert_sent("", "", "kv6000")
         self.assertEqual(self.server.run("rm /etc/redhat-release").exit, 0)
@@ -66,6 +71,7 @@ class AServerWithOddNames(NotifyRoad):
 
     def test_host_names_of_no_and_of_64_characters(self):
         """The kernel takes no longer one."""
+        self.keep_names()
         for name in ("", "h" * 64):
             with self.subTest(len(name)):
                 self.assertEqual(self.server.run(["hostname", name]).exit, 0)
@@ -75,6 +81,7 @@ class AServerWithOddNames(NotifyRoad):
     def test_a_release_file_of_100_mb_without_a_line_end_is_more_than_the_machine_has_memory_for(self):
         """All of it is the name, and the kernel ends the host while it reads it: before the lock, so that nothing stays
         locked. Where the reading takes longer than a minute, which is stretched here, the name would be empty."""
+        self.keep_names()
         self.release(100_000_000 * b"x")
         job, log = self.start_orvhost("notify", pauses=10)
         done = job.wait(timeout=240)
@@ -83,15 +90,10 @@ class AServerWithOddNames(NotifyRoad):
         self.assertEqual(self.asked(), [self.capability])
         self.assert_files(None, None)
 
-
-class AServerWithABadManagementLibrary(NotifyRoad):
-    """The BMC takes the disk file alone, but where the other file shows that it is sent all the same."""
-
-    def setUp(self):
-        super().setUp()
-        self.offer(0x02)
+    # The management library, which gives the disk file.
 
     def assert_not_sent(self, disks: str, records: list, lines: list, answer: dict):
+        self.offer(0x02)
         self.server.remove_management_library()
         if answer is not None:
             self.server.put_management_library(**answer)
@@ -146,6 +148,7 @@ class AServerWithABadManagementLibrary(NotifyRoad):
                              {"info": digits, "error": "00", "warning": "00"})
 
     def test_a_warning_or_an_error_code_beside_a_good_record_changes_nothing(self):
+        self.offer(0x02)
         for error, warning in (("00", "01"), ("02", "")):
             with self.subTest(error=error, warning=warning):
                 self.server.put_management_library(info=DISK_RECORD.hex(), error=error, warning=warning)
@@ -157,6 +160,7 @@ class AServerWithABadManagementLibrary(NotifyRoad):
                 self.assert_files(None, DISK_RECORD)
 
     def test_an_empty_record_is_a_signature_alone(self):
+        self.offer(0x02)
         self.server.put_management_library(info="", error="00", warning="00")
         self.start_counting()
         self.assert_told(self.notify(), 0, "partly-sent", NO_OS_FILE, "sent")
@@ -164,6 +168,7 @@ class AServerWithABadManagementLibrary(NotifyRoad):
         self.assert_files(None, b"")
 
     def test_pairs_that_are_no_digits_are_handed_to_the_tool_which_refuses_them(self):
+        self.offer(0x02)
         self.server.put_management_library(info="zz", error="00", warning="00")
         self.start_counting()
         done = self.notify()
@@ -180,7 +185,6 @@ class AServerWithABadManagementLibrary(NotifyRoad):
         self.assert_files(None, None)
 
     def test_a_library_that_is_missing_costs_the_disk_file_alone(self):
-        self.offer(0x03)
         self.server.remove_management_library()
         self.start_counting()
         done = self.notify()

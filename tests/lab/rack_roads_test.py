@@ -191,6 +191,15 @@ class ALongSsdRackServer(RackRoad):
 class AServerOfTheMx4000Family(RackRoad):
     options = {"product": "MX4000", "firmware": "0a-23"}
 
+    def test_there_is_no_report_of_it(self):
+        folder = self.server.share / "reports"
+        folder.mkdir()
+        done = self.orvhost("report", "--out", "/share/reports", pauses=SHORT_PAUSES)
+        self.assert_report(done, 6, command="report", verdict="no-report", changed=False)
+        self.assert_in_trace(done, "4 ServerType:[mx4000]", "1 Unsupported ServerType",
+                             "4 CBMC_KESTREL_Vendor::ExecOutputDeviceConfigInfo() [END]")
+        self.assertEqual((done.records, list(folder.iterdir()), self.asked()), ([], [], []))
+
     def test_a_major_byte_of_0a_reads_as_10_from_the_package_to_the_verified_firmware(self):
         identified = self.orvhost("identify")
         self.assert_report(identified, 0, before="10-23", error=None)

@@ -232,15 +232,5 @@ class AServerWithoutProductNameAndVersion(ReportRoad):
         self.assert_old_report_stands(old)
 
 
-class AServerOfAnotherFamily(ReportRoad):
-    options = {"product": "MX4000"}
-
-    def test_there_is_no_report(self):
-        done = self.report()
-        self.assert_report(done, 6, command="report", verdict="no-report", changed=False)
-        self.assert_in_trace(done, "4 ServerType:[mx4000]", "1 Unsupported ServerType", EXEC_END)
-        self.assertEqual((done.records, list(self.folder.iterdir()), self.asked()), ([], [], []))
-
-
 if __name__ == "__main__":
     unittest.main()
