@@ -24,8 +24,8 @@ struct FaultOrder {
   unsigned count = 1;  // 0: always
 };
 
-// Reads NETFN CMD VALUE [COUNT|always [DATA ...]], without VALUE for kSilent. nullopt, with the reason in `*error`, when
-// the words are something else.
+// Reads NETFN CMD VALUE [COUNT|always [DATA ...]], without VALUE for kSilent. nullopt, with the reason in `*error`,
+// when the words are something else.
 [[nodiscard]] std::optional<FaultOrder> ParseFaultOrder(Fault::Kind kind, std::span<const std::string> words,
                                                         std::string* error);
 
