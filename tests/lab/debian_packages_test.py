@@ -105,7 +105,8 @@ class DebianPackages(unittest.TestCase):
                                                 "target_link_libraries(mine PRIVATE orv::host_headers)\n")
         (project / "mine.cpp").write_text('#include "host/DllCommon.h"\n#include "host/ProviderBase.h"\n'
                                           "bool Mine() { return CFileUtility::IsFileExist(\"/\"); }\n")
-        output_of("cmake", "-S", project, "-B", project / "build", f"-DCMAKE_PREFIX_PATH={headers}/usr")
+        output_of("cmake", "-G", "Ninja", "-S", project, "-B", project / "build",
+                  f"-DCMAKE_PREFIX_PATH={headers}/usr")
         output_of("cmake", "--build", project / "build")
         self.assertTrue((project / "build/libmine.so").exists())
 
