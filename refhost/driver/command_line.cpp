@@ -24,7 +24,8 @@ subcommand are told by "orvhost SUBCOMMAND --help".
 Results go to the standard output and failures to the standard error: the cause,
 the evidence from the plug-in's trace, whether the flash was touched, and the
 next safe step. With --json all of it is one object on the standard output, and
-nothing is asked.
+nothing is asked. At a terminal one live line tells what the run is at and what it
+waits for; not with --quiet, --json or -v.
 
 Exit codes:
   0   done, or nothing to do
@@ -47,6 +48,7 @@ Files:
   INSTALL_PATH/MngSrv                 the management library
 
 Environment:
+  TERM                     "dumb" for a terminal that cannot show a live line
   ORVHOST_LAB_SLEEP_SCALE  factor for every wait and limit; laboratory only)";
 
 void AddGlobalOptions(CLI::App* app, Options* options) {

@@ -7,14 +7,17 @@
 namespace refhost {
 
 void Console::Say(const std::string& step, const std::string& text) const {
+  prepare_();
   if (!quiet_) std::cout << step << ": " << text << std::endl;
 }
 
 void Console::Notice(const std::string& sentence) const {
+  prepare_();
   if (!quiet_) std::cerr << "orvhost: " << sentence << std::endl;
 }
 
 void Console::Show(const std::string& lines) const {
+  prepare_();
   if (!quiet_) std::cout << lines << std::flush;
 }
 
@@ -27,6 +30,7 @@ bool Console::CanAsk() const {
 }
 
 bool Console::Ask(const std::string& question) const {
+  prepare_();
   std::cout << question << " [y/N] " << std::flush;
   std::string answer;
   std::getline(std::cin, answer);
@@ -34,6 +38,7 @@ bool Console::Ask(const std::string& question) const {
 }
 
 void Console::Report(const Outcome& outcome) const {
+  prepare_();
   if (json_) {
     std::cout << ToJson(outcome) << std::flush;
   } else if (outcome.failure) {

@@ -2,6 +2,7 @@
 #ifndef REFHOST_DRIVER_CONSOLE_H
 #define REFHOST_DRIVER_CONSOLE_H
 
+#include <functional>
 #include <string>
 
 #include "refhost/driver/options.h"
@@ -12,6 +13,9 @@ namespace refhost {
 class Console {
  public:
   explicit Console(const Options& options) : json_(options.json), quiet_(options.quiet || options.json) {}
+
+  // `prepare` is called before every text: it takes away what must not stand in its way.
+  void BeforeText(std::function<void()> prepare) { prepare_ = std::move(prepare); }
 
   // One line about a step, on the standard output.
   void Say(const std::string& step, const std::string& text) const;
@@ -36,6 +40,7 @@ class Console {
   void Report(const Outcome& outcome) const;
 
  private:
+  std::function<void()> prepare_ = [] {};
   bool json_;
   bool quiet_;
 };

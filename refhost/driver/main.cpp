@@ -9,6 +9,7 @@
 #include "refhost/driver/command_line.h"
 #include "refhost/driver/exclusive_run.h"
 #include "refhost/driver/line_sink.h"
+#include "refhost/driver/live_progress.h"
 #include "refhost/settings.h"
 
 namespace refhost {
@@ -50,24 +51,30 @@ Outcome RunCommand(const Command& command, const Run& run) {
 
 int Main(int argc, const char* const* argv) {
   const ParsedCommandLine parsed = ParseCommandLine(argc, argv);
-  const Console console(parsed.options);
+  Console console(parsed.options);
   Outcome outcome = parsed.outcome;
   if (parsed.command != nullptr) {
     Configure({parsed.options.installPath, parsed.options.serverType, ""});
     TeeSink tee;
     auto watch = std::make_unique<TraceWatch>();
     Journal journal;
+    LiveProgress progress(&journal);
+    console.BeforeText([&progress] { progress.Hide(); });
     const Run run{parsed.options, console, *watch, tee, journal};
     tee.Add(std::move(watch));
+    tee.Add(std::make_unique<ProgressSink>(&progress));
     ExclusiveRun exclusive(run, parsed.command->name);
     if ((!parsed.command->loadsPlugin || exclusive.Begin(&outcome)) && AddSinks(run, &tee, &outcome)) {
       SetTraceSink(&tee);
-      SetCommandObserver(&journal);
+      SetCommandObserver(&progress);
+      if (parsed.command->loadsPlugin) progress.Begin(parsed.options);
       outcome = RunCommand(*parsed.command, run);
       SetCommandObserver(nullptr);
       SetTraceSink(nullptr);
+      progress.End();
     }
     exclusive.End(&outcome);
+    console.BeforeText([] {});
   }
   if (parsed.command != nullptr || outcome.failure) console.Report(outcome);
   return static_cast<int>(outcome.exitCode);

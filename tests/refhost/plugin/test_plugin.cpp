@@ -39,6 +39,17 @@ void WaitAtTheGate() {
   close(gate);
 }
 
+// Connects at the second attempt, with a command of the host's that ends at the gate.
+void ConnectAtTheGate() {
+  const std::string connect = "Execute command [tool raw 0x34 0x8c 0x55 0xaa 0x01 > result]";
+  Trace(CTraceUtility::TRACE_DBG_INFO, connect);
+  Trace(CTraceUtility::TRACE_DBG_RETRY, "Failed to execute ipmi command (Connect to virtual media) CompletionCode:C0");
+  Trace(CTraceUtility::TRACE_DBG_INFO, connect);
+  unsigned long exitCode = 0;
+  CCommon_Information::ExecForeignModule("ipmitool() { read byte; }; ipmitool raw < \"$TEST_PLUGIN_GATE\"", "", "",
+                                         &exitCode, 350000);
+}
+
 // A flash tool, or a child of the plug-in's own, that is at work when the program ends.
 void WaitAsAsked() {
   if (Asked("waits")) WaitAtTheGate();
@@ -92,6 +103,7 @@ class TestFirmware : public CFirmware {
     }
     Trace(CTraceUtility::TRACE_DBG_INFO, "Execute:\"/opt/orv/KV6KBMC/Yafuflash\"  -cd  \"image.ima\"");
     WaitAsAsked();
+    if (Asked("connects-slowly")) ConnectAtTheGate();
     if (Asked("throws-late")) throw std::out_of_range("basic_string::substr");
     if (Asked("flash-fails")) {
       CTraceUtility::WriteTrace("bmc", "MSGID_BMC_0013_F", "161616");

@@ -1,0 +1,157 @@
+"""The live line of orvhost at a pseudo-terminal, as a terminal of that width shows it."""
+
+import fcntl
+import os
+import pty
+import re
+import shutil
+import signal
+import struct
+import tempfile
+import termios
+import unittest
+import zipfile
+from pathlib import Path
+
+import pyte
+
+ORVHOST = os.environ["ORVHOST"]
+PLUGIN = os.environ["TEST_PLUGIN_PATH"]
+ROWS = 24
+MODULE = '{"name": "KV6000 BMC firmware", "version": "01-24", "server_types": ["kv6000"]}'
+
+
+class Session:
+    """One run of orvhost at a terminal. Times on the screen are made equal: they depend on the machine."""
+
+    def __init__(self, arguments: list[str], columns: int, environment: dict[str, str]):
+        self.output = b""
+        self.screen = pyte.Screen(columns, ROWS)
+        self._stream = pyte.ByteStream(self.screen)
+        self.process, self.terminal = pty.fork()
+        if self.process == 0:
+            os.execve(ORVHOST, ["orvhost", *arguments], environment)
+        self.resize(columns)
+
+    def resize(self, columns: int):
+        fcntl.ioctl(self.terminal, termios.TIOCSWINSZ, struct.pack("HHHH", ROWS, columns, 0, 0))
+
+    def read(self) -> bool:
+        """Takes what comes next; false at the end."""
+        try:
+            data = os.read(self.terminal, 4096)
+        except OSError:  # the other side is closed
+            data = b""
+        self.output += data
+        self._stream.feed(data)
+        return bool(data)
+
+    def read_until(self, text: bytes):
+        while text not in self.output:
+            if not self.read():
+                raise AssertionError(f"{text!r} did not come: {self.output!r}")
+
+    def lines(self) -> list[str]:
+        lines = [re.sub(r"\d+:\d\d", "M:SS", line.rstrip()) for line in self.screen.display]
+        return [line for line in lines if line]
+
+    def end(self) -> int:
+        """Reads the rest; the exit code, negative for a signal."""
+        while self.read():
+            pass
+        os.close(self.terminal)
+        return os.waitstatus_to_exitcode(os.waitpid(self.process, 0)[1])
+
+
+class LiveProgress(unittest.TestCase):
+    def setUp(self):
+        self.folder = Path(tempfile.mkdtemp(prefix="orvhost progress "))
+        self.addCleanup(shutil.rmtree, self.folder)
+        os.mkfifo(self.folder / "gate")
+        with zipfile.ZipFile(self.folder / "p.zip", "w") as package:
+            package.writestr("module.json", MODULE)
+
+    def start(self, *arguments: str, columns: int = 80, **environment: str) -> Session:
+        return Session(["update", str(self.folder / "p.zip"), "--install-path", str(self.folder / "path"), "--plugin",
+                        PLUGIN, "--server-type", "kv6000", *arguments], columns,
+                       {"PATH": os.environ["PATH"], "TERM": "xterm", "TEST_PLUGIN": "connects-slowly",
+                        "TEST_PLUGIN_GATE": str(self.folder / "gate"), **environment})
+
+    def finish(self, session: Session) -> int:
+        """Opens the gate, whether somebody stands there already or not, and reads the rest."""
+        gate = os.open(self.folder / "gate", os.O_RDWR)
+        os.write(gate, b"x\n")
+        code = session.end()
+        os.close(gate)
+        return code
+
+    def screen_at_the_gate(self, columns: int) -> list[str]:
+        session = self.start(columns=columns)
+        session.read_until(b"ipmitool for")
+        lines = session.lines()
+        self.assertEqual((session.screen.cursor.x, session.screen.cursor.hidden), (0, False))
+        self.assertEqual(self.finish(session), 0)
+        text = " ".join(session.lines())
+        self.assertIn("Firmware version 01-24 is written; the BMC still runs 01-23.", text)
+        self.assertNotIn("Connecting", text)
+        self.assertNotIn("ipmitool for", text)
+        return lines
+
+    BEFORE = ["Package: KV6000 BMC firmware 01-24", "Running: 01-23",
+              "Writing: 01-24; this takes minutes, keep the machine powered"]
+
+    def test_80_columns(self):
+        self.assertEqual(self.screen_at_the_gate(80), self.BEFORE + [
+            "[M:SS] Connecting the virtual media (2 of 3): ipmitool for M:SS, M:SS at most"])
+
+    def test_70_columns(self):
+        lines = self.screen_at_the_gate(70)
+        self.assertEqual(lines[-1], "[M:SS] Connecting the virtual media (2 of 3): ipmitool for M:SS")
+
+    def test_140_columns(self):
+        self.assertEqual(self.screen_at_the_gate(140), self.BEFORE + [
+            "[M:SS] Connecting the virtual media (2 of 3): ipmitool for M:SS, M:SS at most"])
+
+    def test_a_terminal_that_becomes_narrower(self):
+        session = self.start()
+        session.read_until(b"ipmitool for")
+        session.output = b""
+        session.resize(40)
+        session.read_until(b"\r\x1b[J[")
+        session.read_until(b"media\r")
+        self.assertEqual(self.finish(session), 0)
+
+    def test_the_end_by_a_signal_leaves_no_line(self):
+        for number in (signal.SIGTERM, signal.SIGQUIT):
+            with self.subTest(number):
+                shutil.rmtree(self.folder / "path", ignore_errors=True)
+                session = self.start()
+                session.read_until(b"ipmitool for")
+                os.kill(session.process, number)
+                # What the host had started is at the gate still.
+                self.assertEqual(self.finish(session), -number)
+                self.assertEqual(session.lines(), self.BEFORE)
+
+    def test_without_a_live_line(self):
+        for arguments, environment in (((), {"TERM": "dumb"}), ((), {"TERM": ""}), (("--quiet",), {}),
+                                       (("--json",), {}), (("-v",), {})):
+            with self.subTest(arguments=arguments, environment=environment):
+                shutil.rmtree(self.folder / "path", ignore_errors=True)
+                session = self.start(*arguments, **environment)
+                self.assertEqual(self.finish(session), 0)
+                self.assertNotIn(b"\x1b", session.output)
+                self.assertNotIn(b"ipmitool for", session.output)
+                if "--quiet" in arguments:
+                    self.assertEqual(session.output, b"")
+                if "--json" in arguments:
+                    self.assertRegex(session.output, rb'^\{"schema":1,.*\}\r\n$')
+
+    def test_no_colour_is_used_anyway(self):
+        session = self.start(NO_COLOR="1")
+        session.read_until(b"ipmitool for")
+        self.assertEqual(self.finish(session), 0)
+        self.assertEqual(set(re.findall(rb"\x1b\[[0-9;?]*[a-zA-Z]", session.output)), {b"\x1b[J"})
+
+
+if __name__ == "__main__":
+    unittest.main()
