@@ -28,7 +28,7 @@ class RackRoad(Road):
         return f"BMC:{self.running()},SDR:{self.sdr()['version']}"
 
     def rack_package(self, name: str, files=None, left_out=(), executable=(SCRIPT, "x64/BmcFlash", "x64sdr/sdronup"),
-                     fault=None) -> str:
+                     fault=None, model="") -> str:
         """Makes a good package of the next version but for `files` and what is left out; `fault` names what its script
         does in the end. Returns its version."""
         minor = int(self.running().split("-")[1]) + 1
@@ -38,7 +38,7 @@ class RackRoad(Road):
             good.update({SCRIPT: WRAPPER + FAULTS[fault], "update.sh": good[SCRIPT]})
         content = {path: content for path, content in good.items() if path not in left_out}
         version = f"BMC:{firmware},SDR:{sdr}"
-        write_package(self.server.share / "packages" / f"{name}.zip", version, {**content, **(files or {})}, "",
+        write_package(self.server.share / "packages" / f"{name}.zip", version, {**content, **(files or {})}, model,
                       ["kv6000rt"], executable)
         return version
 
