@@ -29,13 +29,17 @@ extern const Command kVerifyCommand;
 extern const Command kReportCommand;
 extern const Command kNotifyCommand;
 extern const Command kMethodsCommand;
+extern const Command kHistoryCommand;
+extern const Command kShowCommand;
+extern const Command kDiagnoseCommand;
 extern const Command kExplainCommand;
 extern const Command kValidateCommand;
 
 // In the order of the road of an update, then what helps beside it.
-inline std::array<const Command*, 10> AllCommands() {
-  return {&kIdentifyCommand, &kCheckCommand,  &kUpdateCommand,  &kApplyCommand,   &kVerifyCommand,
-          &kReportCommand,   &kNotifyCommand, &kMethodsCommand, &kExplainCommand, &kValidateCommand};
+inline std::array<const Command*, 13> AllCommands() {
+  return {&kIdentifyCommand, &kCheckCommand,   &kUpdateCommand,   &kApplyCommand,   &kVerifyCommand,
+          &kReportCommand,   &kNotifyCommand,  &kMethodsCommand,  &kHistoryCommand, &kShowCommand,
+          &kDiagnoseCommand, &kExplainCommand, &kValidateCommand};
 }
 
 }  // namespace refhost

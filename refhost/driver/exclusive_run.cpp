@@ -42,9 +42,9 @@ bool ExclusiveRun::Begin(Outcome* outcome) {
 
 void ExclusiveRun::End(Outcome* outcome) {
   outcome->command = command_;
+  if (runId_.empty()) return;
   outcome->runId = runId_;
   outcome->notices = notices_;
-  if (runId_.empty()) return;
   run_.journal.End(*outcome);
   outcome->notices = notices_;  // the journal's own end may have added one
   // A script that ran longer than allowed goes on, so what touched the flash is looked for by the next run.

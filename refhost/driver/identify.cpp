@@ -1,27 +1,10 @@
 // orvhost identify: which device this is and what it runs.
 #include "host/DllCommon.h"
 #include "refhost/driver/commands.h"
-#include "refhost/module_state.h"
+#include "refhost/driver/status_words.h"
 
 namespace refhost {
 namespace {
-
-std::string InWords(int updateStatus) {
-  switch (updateStatus) {
-    case kUpdateRegistered:
-      return "a package is registered, nothing is written";
-    case kUpdateRunning:
-      return "cut off while it was written";
-    case kUpdateWritten:
-      return "written, waits for \"orvhost apply\" and \"orvhost verify\"";
-    case kUpdateFailed:
-      return "failed";
-    case kUpdateVerified:
-      return "verified";
-    default:
-      return "none";
-  }
-}
 
 Outcome Identify(const Run& run) {
   Outcome outcome;

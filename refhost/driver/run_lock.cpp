@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <array>
@@ -75,6 +76,21 @@ std::vector<WorkingProcess> ProcessesOfRun(const std::string& runId) {
   }
   std::sort(found.begin(), found.end(), [](const auto& a, const auto& b) { return a.pid < b.pid; });
   return found;
+}
+
+std::string RunAtWork(const std::string& installPath) {
+  const std::string path = installPath + "/orvhost.lock";
+  struct stat status {};
+  if (stat(path.c_str(), &status) != 0) return "";
+  // "1: FLOCK  ADVISORY  WRITE 4711 00:2a:131 0 EOF"; the last part of the sixth word is the file's number.
+  const std::string number = ":" + std::to_string(status.st_ino) + " ";
+  std::ifstream locks("/proc/locks");
+  for (std::string line; std::getline(locks, line);) {
+    if (line.find(" FLOCK ") == std::string::npos || line.find(number) == std::string::npos) continue;
+    const json note = json::parse(Content(path), nullptr, false);
+    return note.is_object() ? note.value("run_id", "") : "";
+  }
+  return "";
 }
 
 RunLock::Result RunLock::Take(const std::string& installPath) {

@@ -36,6 +36,10 @@ inline constexpr const char* kRunVariable = "ORVHOST_RUN";
 // that started them: a flash tool goes on when the program is killed.
 std::vector<WorkingProcess> ProcessesOfRun(const std::string& runId);
 
+// The id of the run that holds the lock in the folder `installPath` now; "" when nobody does. Takes nothing, so that
+// it disturbs nobody.
+std::string RunAtWork(const std::string& installPath);
+
 class RunLock {
  public:
   enum class Result { kTaken, kBusy, kUnusable };

@@ -22,7 +22,7 @@ HALTS = "orvhost apply"
 PAUSES = "ORVHOST_LAB_SLEEP_SCALE=0.1"
 
 # What a reader fills in, or leaves out.
-FILL_IN = {"PACKAGE": "/share/good-01-24.zip", "[--out DIR]": "--out /share"}
+FILL_IN = {"PACKAGE": "/share/good-01-24.zip", "[--out DIR]": "--out /share", "[RUN]": "1", "RUN": "1"}
 
 
 class LabServer:
