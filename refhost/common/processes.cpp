@@ -5,6 +5,7 @@
 #include <array>
 #include <atomic>
 #include <cerrno>
+#include <string_view>
 
 #include "refhost/command_observer.h"
 #include "refhost/common/shell_process.h"
@@ -23,15 +24,36 @@ constexpr int kTimedOut = 255;
 // A question to the machine that takes longer than this will not be answered.
 constexpr unsigned long kResultLineLimitMs = 60000;
 
+// A longer one is no answer to a question, and a file without a line end must not fill the memory.
+constexpr size_t kLongestResultLine = 65536;
+
 std::atomic<refhost::CommandObserver*> currentObserver{nullptr};
 
-// Appends what can be read without waiting; false at the end of the stream.
-bool ReadAvailable(int descriptor, std::string* text) {
+// Keeps the first line of a stream and lets the rest pass by.
+class FirstLine {
+ public:
+  void Append(std::string_view text) {
+    if (isComplete_ || line_.size() > kLongestResultLine) return;
+    const size_t end = text.find('\n');
+    isComplete_ = end != std::string_view::npos;
+    line_ += text.substr(0, end);
+  }
+
+  // "" for one that is too long.
+  std::string Text() const { return line_.size() > kLongestResultLine ? "" : line_; }
+
+ private:
+  std::string line_;
+  bool isComplete_ = false;
+};
+
+// Takes what can be read without waiting; false at the end of the stream.
+bool ReadAvailable(int descriptor, FirstLine* line) {
   std::array<char, 4096> buffer{};
   for (;;) {
     const ssize_t size = read(descriptor, buffer.data(), buffer.size());
     if (size > 0) {
-      text->append(buffer.data(), static_cast<size_t>(size));
+      line->Append({buffer.data(), static_cast<size_t>(size)});
     } else if (size == 0) {
       return false;
     } else if (errno != EINTR) {
@@ -42,12 +64,12 @@ bool ReadAvailable(int descriptor, std::string* text) {
 
 // Reads until the stream ends, the shell ends (something that it left behind may hold the stream open for ever) or the
 // deadline passes.
-std::string ReadWhileRunning(const FileDescriptor& stream, const ShellProcess& process, const Deadline& deadline) {
-  std::string text;
+FirstLine ReadWhileRunning(const FileDescriptor& stream, const ShellProcess& process, const Deadline& deadline) {
+  FirstLine line;
   for (;;) {
     std::array<pollfd, 2> sources{pollfd{stream.Get(), POLLIN, 0}, pollfd{process.PidDescriptor(), POLLIN, 0}};
-    if (deadline.Poll(sources.data(), sources.size()) <= 0) return text;
-    if (!ReadAvailable(stream.Get(), &text) || sources[1].revents != 0) return text;
+    if (deadline.Poll(sources.data(), sources.size()) <= 0) return line;
+    if (!ReadAvailable(stream.Get(), &line) || sources[1].revents != 0) return line;
   }
 }
 
@@ -125,10 +147,10 @@ std::string CCommon_Information::GetResultLine(const std::string& command) {
   auto process = ShellProcess::Start(command, "", "", writeEnd.Get());
   if (!process) return "";
   writeEnd.Close();
-  const std::string output = ReadWhileRunning(readEnd, *process, deadline);
+  const FirstLine read = ReadWhileRunning(readEnd, *process, deadline);
   refhost::CommandResult& result = observed.Result();
   result.result = Answer(process->Wait(deadline, &result.exitStatus));
-  if (result.result == kRan) line = output.substr(0, output.find('\n'));
+  if (result.result == kRan) line = read.Text();
   result.output = line;
   return std::string(line);  // a copy: the observer is told of the line behind this
 }

@@ -78,17 +78,10 @@ class AServerWithOddSources(NotifyRoad):
                 self.assert_sent(self.os_name, self.os_name, name)
         self.assertNotEqual(self.server.run(["hostname", "h" * 65]).exit, 0)
 
-    def test_a_release_file_of_100_mb_without_a_line_end_is_more_than_the_machine_has_memory_for(self):
-        """All of it is the name, and the kernel ends the host while it reads it: before the lock, so that nothing stays
-        locked. Where the reading takes longer than a minute, which is stretched here, the name would be empty."""
+    def test_a_release_file_of_100_mb_without_a_line_end_makes_an_os_name_of_no_character(self):
         self.keep_names()
         self.release(100_000_000 * b"x")
-        job, log = self.start_orvhost("notify", pauses=10)
-        done = job.wait(timeout=240)
-        self.assertEqual((done.exit, done.out, done.err), (137, "", "Killed\n"))
-        self.assertEqual(self.trace_in(log)[-1], "4 17:01 SendInfoToSVP Support info")
-        self.assertEqual(self.asked(), [self.capability])
-        self.assert_files(None, None)
+        self.assert_sent("", "", "kv6000")
 
     # The management library, which gives the disk file.
 

@@ -153,6 +153,8 @@ TEST_F(Processes, TheResultLineIsTheFirstWithoutItsEnd) {
   EXPECT_EQ(CCommon_Information::GetResultLine("printf one"), "one");
   EXPECT_EQ(CCommon_Information::GetResultLine("printf '\\tSerial Number: ABC \\n'"), "\tSerial Number: ABC ");
   EXPECT_EQ(CCommon_Information::GetResultLine("seq 100000"), "1");
+  EXPECT_EQ(CCommon_Information::GetResultLine("head -c 65536 /dev/zero | tr '\\0' x; echo; echo two"),
+            std::string(65536, 'x'));
 }
 
 TEST_F(Processes, TheResultLineIsEmptyWhenNothingWasPrinted) {
@@ -160,6 +162,8 @@ TEST_F(Processes, TheResultLineIsEmptyWhenNothingWasPrinted) {
   EXPECT_EQ(CCommon_Information::GetResultLine("true"), "");
   EXPECT_EQ(CCommon_Information::GetResultLine("no-such-program 2>/dev/null"), "");
   EXPECT_EQ(CCommon_Information::GetResultLine("echo; echo two"), "");
+  EXPECT_EQ(CCommon_Information::GetResultLine("head -c 65537 /dev/zero | tr '\\0' x"), "");
+  EXPECT_EQ(CCommon_Information::GetResultLine("head -c 10000000 /dev/zero | tr '\\0' x; echo two"), "");
 }
 
 TEST_F(Processes, TheResultLineOfAKilledCommandIsEmpty) {
