@@ -200,6 +200,25 @@ TEST_F(Endings, Busy) {
                                             "Wait until it ends, then run the same command again.")}}));
 }
 
+TEST_F(Endings, EveryObjectIsKeptForTheSchema) {
+  const char* before = getenv("ORVHOST_OUTPUTS");
+  const std::string place = before != nullptr ? before : "";
+  const std::string kept = folder_ / "kept";
+  std::filesystem::create_directory(kept);
+  setenv("ORVHOST_OUTPUTS", kept.c_str(), 1);
+  RunJson("explain 16");
+  if (before != nullptr) {
+    setenv("ORVHOST_OUTPUTS", place.c_str(), 1);
+  } else {
+    unsetenv("ORVHOST_OUTPUTS");
+  }
+  Lines names;
+  for (const auto& entry : std::filesystem::directory_iterator(kept)) names.push_back(entry.path().filename());
+  ASSERT_EQ(names.size(), 1U);
+  EXPECT_EQ(names[0].find("Endings.EveryObjectIsKeptForTheSchema-"), 0U) << names[0];
+  EXPECT_EQ(folder_.Read("kept/" + names[0]), out_);
+}
+
 TEST_F(Endings, BadUsage) {
   json object = RunJson("update");
   EXPECT_EQ(object["run_id"], "");

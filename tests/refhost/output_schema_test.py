@@ -15,6 +15,9 @@ SOURCES = Path(__file__).resolve().parents[2]
 SCHEMA = json.loads((SOURCES / "docs" / "orvhost-output.schema.json").read_text())
 OUTPUTS = Path(os.environ["ORVHOST_OUTPUTS"])
 
+# The driver's tests leave more than this; fewer are those of a selection, which ctest lets this test follow too.
+ALL = 150
+
 VALIDATOR = jsonschema.Draft202012Validator(SCHEMA)
 
 
@@ -36,18 +39,23 @@ class OutputSchema(unittest.TestCase):
         for output in self.outputs.values():
             if all(output[name] == value for name, value in wanted.items()):
                 return copy.deepcopy(output)
-        self.fail(f"no output with {wanted}; run the tests of the driver first")
+        self.need_all()
+        self.fail(f"no output with {wanted}")
+
+    def need_all(self):
+        if len(self.outputs) < ALL:
+            self.skipTest(f"only {len(self.outputs)} outputs: this followed a selection of the driver's tests")
 
     def test_the_schema_is_one(self):
         jsonschema.Draft202012Validator.check_schema(SCHEMA)
 
     def test_every_output_keeps_to_it(self):
-        self.assertGreater(len(self.outputs), 100, "run the tests of the driver first")
         for name, output in self.outputs.items():
             with self.subTest(name):
                 self.assertEqual(complaints(output), [])
 
     def test_every_subcommand_and_exit_code_was_seen(self):
+        self.need_all()
         properties = SCHEMA["properties"]
         self.assertEqual({output["command"] for output in self.outputs.values()}, set(properties["command"]["enum"]))
         self.assertEqual({output["exit_code"] for output in self.outputs.values()},
