@@ -76,6 +76,7 @@ def staged() -> tempfile.TemporaryDirectory:
     atexit.register(folder.cleanup)
     overlay = product.install(Path(folder.name) / "overlay")
     shutil.copy(build_folder() / "tests" / "lab" / "trusting_host", overlay / "usr" / "bin")
+    shutil.copy(build_folder() / "tests" / "lab" / "hold_at.so", overlay / "usr" / "lib")
     make_packages(Path(folder.name) / "packages")
     return folder
 
