@@ -59,7 +59,7 @@ applied, the machine stays up.)";
 
 }  // namespace
 
-const Command kApplyCommand = {"apply", "Put written firmware into operation; halts the machine", kHelp, AddDryRunFlag,
-                               Apply};
+const Command kApplyCommand = {
+    "apply", "Put written firmware into operation; halts the machine", kHelp, {kDryRunFlag}, Apply};
 
 }  // namespace refhost

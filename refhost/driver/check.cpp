@@ -48,7 +48,10 @@ the BMC does not tell its version, or the host's records are damaged.)";
 
 }  // namespace
 
-const Command kCheckCommand = {"check", "Tell whether a package fits and how its version stands to the running one",
-                               kHelp, AddPackageArgument, Check};
+const Command kCheckCommand = {"check",
+                               "Tell whether a package fits and how its version stands to the running one",
+                               kHelp,
+                               {kPackageArgument},
+                               Check};
 
 }  // namespace refhost

@@ -65,6 +65,22 @@ void AddGlobalOptions(CLI::App* app, Options* options) {
   app->add_flag("--json", options->json, "Print one JSON object on the standard output and nothing else there");
 }
 
+// Has `subcommand` fill the argument's field of `options`.
+void AddArgument(CLI::App* subcommand, const Argument& argument, Options* options) {
+  const auto add = [&](auto field) -> CLI::Option* {
+    auto& value = options->*field;
+    if constexpr (std::is_same_v<decltype(value), bool&>) {
+      return subcommand->add_flag(argument.name, value, argument.description);
+    } else {
+      return subcommand->add_option(argument.name, value, argument.description)->type_name(argument.typeName);
+    }
+  };
+  CLI::Option* option = std::visit(add, argument.value);
+  option->required(argument.isRequired);
+  if (argument.complaint != nullptr) option->check(argument.complaint);
+  if (argument.tellsDefault) option->capture_default_str();
+}
+
 // The name of the subcommand on a command line that could not be parsed, as far as it is one.
 std::string NameOf(const CLI::App& app) {
   const auto chosen = app.get_subcommands();
@@ -88,7 +104,7 @@ ParsedCommandLine ParseCommandLine(int argc, const char* const* argv) {
   for (const Command* command : AllCommands()) {
     CLI::App* subcommand = app.add_subcommand(command->name, command->description);
     subcommand->footer(command->help);
-    if (command->addArguments != nullptr) command->addArguments(subcommand, &options);
+    for (const Argument& argument : command->arguments) AddArgument(subcommand, argument, &options);
     subcommand->callback([&parsed, command] { parsed.command = command; });
   }
   try {

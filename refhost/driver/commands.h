@@ -3,12 +3,10 @@
 #define REFHOST_DRIVER_COMMANDS_H
 
 #include <array>
+#include <vector>
 
+#include "refhost/driver/argument.h"
 #include "refhost/driver/run.h"
-
-namespace CLI {
-class App;
-}
 
 namespace refhost {
 
@@ -16,7 +14,7 @@ struct Command {
   const char* name;
   const char* description;  // one line
   const char* help;         // what stands below the options in its help: what it does and changes, examples, results
-  void (*addArguments)(CLI::App* subcommand, Options* options);  // null for none of its own
+  std::vector<Argument> arguments;  // of its own, in the order of its help
   Outcome (*run)(const Run& run);
   bool loadsPlugin = true;  // such a run has the install path to itself; others read the host's own files only
 };
@@ -37,8 +35,8 @@ extern const Command kValidateCommand;
 
 // In the order of the road of an update, then what helps beside it.
 inline std::array<const Command*, 13> AllCommands() {
-  return {&kIdentifyCommand, &kCheckCommand,   &kUpdateCommand,   &kApplyCommand,   &kVerifyCommand,
-          &kReportCommand,   &kNotifyCommand,  &kMethodsCommand,  &kHistoryCommand, &kShowCommand,
+  return {&kIdentifyCommand, &kCheckCommand,   &kUpdateCommand,  &kApplyCommand,   &kVerifyCommand,
+          &kReportCommand,   &kNotifyCommand,  &kMethodsCommand, &kHistoryCommand, &kShowCommand,
           &kDiagnoseCommand, &kExplainCommand, &kValidateCommand};
 }
 

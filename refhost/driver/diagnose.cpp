@@ -1,5 +1,4 @@
 // orvhost diagnose: what a run left behind and the one safe next step. Reads the host's own files only.
-#include <CLI/CLI.hpp>
 #include <fstream>
 
 #include "refhost/driver/commands.h"
@@ -160,11 +159,6 @@ void DiagnoseRoad::Notice(const std::string& sentence) {
   run_.console.Notice(sentence);
 }
 
-void AddArguments(CLI::App* subcommand, Options* options) {
-  subcommand->add_option("run", options->runName, "Id of a run, its number, its beginning, or \"last\"")
-      ->type_name("RUN");
-}
-
 constexpr const char* kHelp = R"(Tells what a run left behind, as far as its journal and the records prove it:
 whether the flash was touched, what the BMC has and runs, whether the update
 marker is there, what is unknown, and the one safe next step. Meant for a run
@@ -182,7 +176,12 @@ Exit codes: 0 told, whatever it is; 2 there is no such run, or more than one.)";
 
 }  // namespace
 
-const Command kDiagnoseCommand = {"diagnose",   "Tell what a run left behind and the safe next step",  kHelp,
-                                  AddArguments, [](const Run& run) { return DiagnoseRoad(run).Go(); }, false};
+const Command kDiagnoseCommand = {
+    "diagnose",
+    "Tell what a run left behind and the safe next step",
+    kHelp,
+    {{"run", &Options::runName, "Id of a run, its number, its beginning, or \"last\"", "RUN"}},
+    [](const Run& run) { return DiagnoseRoad(run).Go(); },
+    false};
 
 }  // namespace refhost

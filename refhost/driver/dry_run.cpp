@@ -1,12 +1,6 @@
 #include "refhost/driver/dry_run.h"
 
-#include <CLI/CLI.hpp>
-
 namespace refhost {
-
-void AddDryRunFlag(CLI::App* subcommand, Options* options) {
-  subcommand->add_flag("--dry-run", options->dryRun, "Tell what would be done and change nothing");
-}
 
 void EndDryRun(const std::string& whatWouldBe, Outcome* outcome) {
   outcome->verdict = "dry-run";

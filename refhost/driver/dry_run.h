@@ -6,13 +6,7 @@
 
 #include "refhost/driver/run.h"
 
-namespace CLI {
-class App;
-}
-
 namespace refhost {
-
-void AddDryRunFlag(CLI::App* subcommand, Options* options);
 
 // Completes `*outcome` as the end of a dry run. `whatWouldBe`: one or more sentences about what a real run does.
 void EndDryRun(const std::string& whatWouldBe, Outcome* outcome);

@@ -1,5 +1,4 @@
 // orvhost explain: what a code stands for and what to do about it. Needs neither a device nor a plug-in.
-#include <CLI/CLI.hpp>
 
 #include "refhost/driver/commands.h"
 #include "refhost/driver/explanations.h"
@@ -34,10 +33,6 @@ Outcome ExplainCodes(const Run& run) {
   return outcome;
 }
 
-void AddArguments(CLI::App* subcommand, Options* options) {
-  subcommand->add_option("codes", options->codes, "Codes to explain; all of them without one")->type_name("CODE");
-}
-
 constexpr const char* kHelp = R"(Tells of each code what failed, what that means and what to do. A code is a
 message identifier, a detail code (also several run together, as a record shows
 them), or "exit" or "result" with a number: the exit code of orvhost, or what an
@@ -53,6 +48,8 @@ Exit codes: 0 explained; 2 there is no such code.)";
 }  // namespace
 
 const Command kExplainCommand = {
-    "explain", "Explain a message, detail, exit or result code", kHelp, AddArguments, ExplainCodes, false};
+    "explain",    "Explain a message, detail, exit or result code",
+    kHelp,        {{"codes", &Options::codes, "Codes to explain; all of them without one", "CODE"}},
+    ExplainCodes, false};
 
 }  // namespace refhost

@@ -111,7 +111,6 @@ Exit codes: 0 told, also when there are none.)";
 
 }  // namespace
 
-const Command kHistoryCommand = {"history", "Tell the runs that were made, one line each", kHelp, nullptr, History,
-                                 false};
+const Command kHistoryCommand = {"history", "Tell the runs that were made, one line each", kHelp, {}, History, false};
 
 }  // namespace refhost

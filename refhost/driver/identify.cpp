@@ -43,7 +43,7 @@ Exit codes: 0 identified; 3 no plug-in; 4 something is missing on this machine;
 
 }  // namespace
 
-const Command kIdentifyCommand = {"identify", "Tell which device this is and which firmware it runs", kHelp, nullptr,
-                                  Identify};
+const Command kIdentifyCommand = {
+    "identify", "Tell which device this is and which firmware it runs", kHelp, {}, Identify};
 
 }  // namespace refhost

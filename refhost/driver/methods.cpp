@@ -1,5 +1,4 @@
 // orvhost methods: runs one of the plug-in's own methods by its name.
-#include <CLI/CLI.hpp>
 
 #include "refhost/driver/commands.h"
 #include "refhost/driver/dry_run.h"
@@ -48,11 +47,6 @@ Outcome Methods(const Run& run) {
   return outcome;
 }
 
-void AddArguments(CLI::App* subcommand, Options* options) {
-  subcommand->add_option("name", options->methodName, "Name of the method, e.g. SendInfoToSVP")->required();
-  AddDryRunFlag(subcommand, options);
-}
-
 constexpr const char* kHelp = R"(Runs the plug-in's method of that name. The plug-in of this installation knows
 SendInfoToSVP (better: "orvhost notify") and Reboot (better: "orvhost apply"),
 which takes the machine down and so must be confirmed. Names are case-sensitive.
@@ -67,6 +61,11 @@ Exit codes: 0 done; 2 not confirmed; 3 no plug-in; 7 unknown or failed.)";
 
 }  // namespace
 
-const Command kMethodsCommand = {"methods", "Run one of the plug-in's own methods", kHelp, AddArguments, Methods};
+const Command kMethodsCommand = {
+    "methods",
+    "Run one of the plug-in's own methods",
+    kHelp,
+    {{"name", &Options::methodName, "Name of the method, e.g. SendInfoToSVP", "TEXT", true}, kDryRunFlag},
+    Methods};
 
 }  // namespace refhost

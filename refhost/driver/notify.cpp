@@ -91,7 +91,7 @@ this machine; 7 at least one record failed.)";
 
 }  // namespace
 
-const Command kNotifyCommand = {"notify", "Tell the service processor about the operating system and the disks", kHelp,
-                                AddDryRunFlag, Notify};
+const Command kNotifyCommand = {
+    "notify", "Tell the service processor about the operating system and the disks", kHelp, {kDryRunFlag}, Notify};
 
 }  // namespace refhost

@@ -1,6 +1,5 @@
 #include "refhost/driver/package_check.h"
 
-#include <CLI/CLI.hpp>
 #include <filesystem>
 
 #include "host/DllCommon.h"
@@ -18,12 +17,6 @@ std::string WhichIsMalformed(const std::string& detail) {
 }
 
 }  // namespace
-
-void AddPackageArgument(CLI::App* subcommand, Options* options) {
-  subcommand->add_option("package", options->packagePath, "Update package: a zip or tar archive")
-      ->type_name("FILE")
-      ->required();
-}
 
 PackageCheck::PackageCheck(const Run& run, DamagedRecords damaged, Outcome* outcome)
     : run_(run),

@@ -9,14 +9,7 @@
 #include "refhost/driver/run.h"
 #include "refhost/package.h"
 
-namespace CLI {
-class App;
-}
-
 namespace refhost {
-
-// The argument of a subcommand that names the package to judge.
-void AddPackageArgument(CLI::App* subcommand, Options* options);
 
 // How the package's version stands to the running one.
 struct Comparison {

@@ -1,7 +1,6 @@
 // orvhost report: has the plug-in write its device configuration report, and tells where it is and what it says.
 #include <unistd.h>
 
-#include <CLI/CLI.hpp>
 #include <filesystem>
 
 #include "host/DllCommon.h"
@@ -91,16 +90,10 @@ Outcome Report(const Run& run) {
   return outcome;
 }
 
-void AddArguments(CLI::App* subcommand, Options* options) {
-  // What a script passes whose variable is not set: no name, or with "--out=" the option behind it.
-  const auto refuseNoName = [](const std::string& folder) -> std::string {
-    if (!folder.empty() && folder.front() != '-') return "";
-    return "the folder has no name (./NAME for one that begins with a dash)";
-  };
-  subcommand->add_option("--out", options->outFolder, "Folder for the report")
-      ->type_name("DIR")
-      ->check(refuseNoName)
-      ->capture_default_str();
+// What a script passes whose variable is not set: no name, or with "--out=" the option behind it.
+std::string RefuseNoName(const std::string& folder) {
+  if (!folder.empty() && folder.front() != '-') return "";
+  return "the folder has no name (./NAME for one that begins with a dash)";
 }
 
 constexpr const char* kHelp = R"(Writes Kestrel_BmcConfigInfo.xml: the server's product name, version and serial
@@ -124,7 +117,11 @@ or not written.)";
 
 }  // namespace
 
-const Command kReportCommand = {"report", "Write the device configuration report and show it", kHelp, AddArguments,
-                                Report};
+const Command kReportCommand = {
+    "report",
+    "Write the device configuration report and show it",
+    kHelp,
+    {{"--out", &Options::outFolder, "Folder for the report", "DIR", false, true, RefuseNoName}},
+    Report};
 
 }  // namespace refhost

@@ -1,5 +1,4 @@
 // orvhost show: the story of one run, from its journal. Reads the host's own files only.
-#include <CLI/CLI.hpp>
 
 #include "refhost/driver/commands.h"
 #include "refhost/driver/journal_folder.h"
@@ -43,12 +42,6 @@ Outcome Show(const Run& run) {
   return outcome;
 }
 
-void AddArguments(CLI::App* subcommand, Options* options) {
-  subcommand->add_option("run", options->runName, "Id of a run, its number, its beginning, or \"last\"")
-      ->type_name("RUN")
-      ->required();
-}
-
 constexpr const char* kHelp = R"(Tells the story of a run with the seconds since its start: the steps that it
 took, the commands that were run with how they ended, what failed, the plug-in's
 records with their detail codes in words, and how it ended. The journal itself
@@ -65,6 +58,9 @@ Exit codes: 0 told; 2 there is no such run, or more than one.)";
 
 }  // namespace
 
-const Command kShowCommand = {"show", "Tell the story of one run", kHelp, AddArguments, Show, false};
+const Command kShowCommand = {
+    "show", "Tell the story of one run",
+    kHelp,  {{"run", &Options::runName, "Id of a run, its number, its beginning, or \"last\"", "RUN", true}},
+    Show,   false};
 
 }  // namespace refhost

@@ -132,11 +132,6 @@ bool UpdateRoad::Record() {
   return false;
 }
 
-void AddArguments(CLI::App* subcommand, Options* options) {
-  AddPackageArgument(subcommand, options);
-  AddDryRunFlag(subcommand, options);
-}
-
 constexpr const char* kHelp = R"(Takes the steps of "orvhost check", registers the package, writes its firmware
 to the BMC and records it. That takes minutes: keep the machine powered. The BMC
 goes on running the old version until "orvhost apply". There is nothing to do
@@ -157,7 +152,10 @@ the flash is untouched; 8 failed after writing had begun.)";
 
 }  // namespace
 
-const Command kUpdateCommand = {"update", "Check an update package and write it to the BMC", kHelp, AddArguments,
+const Command kUpdateCommand = {"update",
+                                "Check an update package and write it to the BMC",
+                                kHelp,
+                                {kPackageArgument, kDryRunFlag},
                                 [](const Run& run) { return UpdateRoad(run).Go(); }};
 
 }  // namespace refhost

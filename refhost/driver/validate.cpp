@@ -1,5 +1,4 @@
 // orvhost validate: judges a plug-in against the host's contract, without a device.
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
@@ -116,13 +115,9 @@ Outcome Validate(const Run& run) {
   return outcome;
 }
 
-void AddArguments(CLI::App* subcommand, Options* options) {
-  subcommand->add_option("file", options->pluginPath, "Plug-in to judge, instead of the one of --plugin")
-      ->type_name("PLUGIN.so");
-  subcommand->add_option("--time-limit", options->timeLimit, "Seconds that each check may take")
-      ->type_name("SECONDS")
-      ->check(CLI::Range(0.001, 3600.0))
-      ->capture_default_str();
+std::string RefuseOddTime(const std::string& text) {
+  const double seconds = std::strtod(text.c_str(), nullptr);
+  return seconds >= 0.001 && seconds <= 3600 ? "" : "it is to be between 0.001 and 3600 seconds";
 }
 
 constexpr const char* kHelp = R"(Checks a plug-in's file, its loading, its entry points and the life of its
@@ -144,6 +139,12 @@ Exit codes: 0 all checks pass; 3 a check failed.)";
 }  // namespace
 
 const Command kValidateCommand = {
-    "validate", "Check a plug-in against the host's contract", kHelp, AddArguments, Validate, false};
+    "validate",
+    "Check a plug-in against the host's contract",
+    kHelp,
+    {{"file", &Options::pluginPath, "Plug-in to judge, instead of the one of --plugin", "PLUGIN.so"},
+     {"--time-limit", &Options::timeLimit, "Seconds that each check may take", "SECONDS", false, true, RefuseOddTime}},
+    Validate,
+    false};
 
 }  // namespace refhost

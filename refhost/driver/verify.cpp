@@ -57,7 +57,6 @@ tell its version; 9 another version runs.)";
 
 }  // namespace
 
-const Command kVerifyCommand = {"verify", "Check that the BMC runs the version that was installed", kHelp, nullptr,
-                                Verify};
+const Command kVerifyCommand = {"verify", "Check that the BMC runs the version that was installed", kHelp, {}, Verify};
 
 }  // namespace refhost
