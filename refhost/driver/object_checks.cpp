@@ -124,7 +124,7 @@ CheckResult CheckLifeCycle(const Candidate& candidate) {
 CheckResult CheckTwoObjects(const Candidate& candidate) {
   return WithVendor(candidate, [&candidate](CVendor& first) {
     const std::string name = first.GetVendorClassName();
-    const CheckResult second = WithVendor(candidate, [&first](CVendor& other) {
+    CheckResult second = WithVendor(candidate, [&first](CVendor& other) {
       return &other != &first ? CheckResult::Pass() : CheckResult::Fail("it gives the same object twice");
     });
     if (second.status != CheckResult::Status::kPass) return second;
@@ -195,7 +195,7 @@ CheckResult LiveThrough(const Candidate& candidate) {
 }
 
 CheckResult CheckNoCommands(const Candidate& candidate) {
-  const CheckResult life = WithVendor(candidate, [](CVendor& vendor) {
+  CheckResult life = WithVendor(candidate, [](CVendor& vendor) {
     vendor.LinkDevice();
     vendor.GetHardwareVersion();
     return CheckResult::Pass();
@@ -205,7 +205,7 @@ CheckResult CheckNoCommands(const Candidate& candidate) {
 }
 
 CheckResult CheckNoWrites(const Candidate& candidate) {
-  const CheckResult life = LiveThrough(candidate);
+  CheckResult life = LiveThrough(candidate);
   if (life.status != CheckResult::Status::kPass) return life;
   for (const auto& entry : fs::recursive_directory_iterator(candidate.folder)) {
     const std::string name = entry.path().lexically_relative(candidate.folder).string();

@@ -34,7 +34,7 @@ CheckResult WithVendor(const Candidate& candidate, Judge judge) {
   return WithPlugin(candidate, [&judge](const Plugin& plugin) {
     CVendor* vendor = plugin.Create(kVendorClassName, kProvider);
     if (vendor == nullptr) return CheckResult::Fail(std::string("there is no object of the class ") + kVendorClassName);
-    const CheckResult result = judge(*vendor);
+    CheckResult result = judge(*vendor);
     plugin.Release(vendor);
     return result;
   });
