@@ -10,7 +10,7 @@ from pathlib import Path
 
 PAGES = Path(os.environ["ORVHOST_PAGES"])
 SOURCES = Path(__file__).resolve().parents[2] / "refhost"
-DRIVER = "\n".join(path.read_text() for path in sorted((SOURCES / "driver").glob("*.cpp")))
+DRIVER = "\n".join(path.read_text() for path in sorted((SOURCES / "driver").glob("*.*")))
 
 
 def roff(name: str) -> str:
@@ -63,7 +63,7 @@ class Manual(unittest.TestCase):
                 self.assertGreater(len(section(name, "DESCRIPTION")), 200)
 
     def test_every_option_stands_in_a_page(self):
-        options = set(re.findall(r'add_(?:option|flag)\("(?:-\w,)?(--[a-z-]+)"', DRIVER))
+        options = set(re.findall(r'(?:add_(?:option|flag)\(|\{)"(?:-\w,)?(--[a-z-]+)"', DRIVER))
         self.assertLessEqual({"--plugin", "--verbose", "--dry-run", "--out"}, options)
         told = "".join(section(name, "OPTIONS") for name in self.names).replace("\\-", "-")
         for option in sorted(options):
