@@ -117,10 +117,11 @@ class Road(SharedServer):
 
     # The product at work.
 
-    def start_orvhost(self, *words, pauses=PAUSES):
-        """Starts orvhost with the words of its command line; finished() takes what this returns."""
+    def start_orvhost(self, *words, pauses=PAUSES, settings=()):
+        """Starts orvhost with the words of its command line, and with these "NAME=value" in its environment; finished()
+        takes what this returns."""
         log = self._new_trace_file()
-        job = self.server.start_job(["env", f"ORVHOST_LAB_SLEEP_SCALE={pauses}", "/usr/bin/orvhost", "--json",
+        job = self.server.start_job(["env", f"ORVHOST_LAB_SLEEP_SCALE={pauses}", *settings, "/usr/bin/orvhost", "--json",
                                      "--install-path", self.server.install_path,
                                      "--log-file", f"/share/traces/{log.name}", *words])
         return job, log
