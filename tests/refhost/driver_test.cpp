@@ -357,9 +357,8 @@ TEST_F(Driver, HelpAndVersionAreNoErrors) {
   EXPECT_NE(out_.find("Subcommands:"), std::string::npos);
   EXPECT_EQ(Run("update --help"), 0);
   EXPECT_NE(out_.find("package"), std::string::npos);
-  for (const char* name :
-       {"identify", "check", "update", "apply", "verify", "report", "notify", "methods", "history", "show", "diagnose",
-        "explain", "validate"}) {
+  for (const char* name : {"identify", "check", "update", "apply", "verify", "report", "notify", "methods", "history",
+                           "show", "diagnose", "explain", "validate"}) {
     EXPECT_EQ(Run(std::string(name) + " --help"), 0);
     EXPECT_NE(out_.find("\nExample"), std::string::npos) << out_;
     EXPECT_NE(out_.find(std::string("\n  orvhost ") + name), std::string::npos) << out_;
