@@ -166,7 +166,7 @@ void Journal::End(const Outcome& outcome) {
   file_.Close();
 }
 
-bool Journal::Append(const char* kind, ordered_json fields, Durable durable) {
+bool Journal::Append(const char* kind, const ordered_json& fields, Durable durable) {
   if (!file_.IsOpen()) return false;
   const std::chrono::duration<double> since = std::chrono::steady_clock::now() - start_;
   ordered_json line = {{"t", UtcNow()}, {"s", std::round(since.count() * 1e6) / 1e6}, {"kind", kind}};

@@ -52,7 +52,7 @@ class Journal : public CommandObserver {
   enum class Durable { kNo, kYes };
 
   bool Create(const std::string& folder, const std::string& path);
-  bool Append(const char* kind, nlohmann::ordered_json fields, Durable durable);
+  bool Append(const char* kind, const nlohmann::ordered_json& fields, Durable durable);
   void KeepResponse(int number, const std::string& path);
 
   FileDescriptor file_;
