@@ -36,7 +36,8 @@ class RequestTurns : public refhost::TraceSink {
   void Write(const refhost::TraceRecord& record) override;
 
  private:
-  void RunWithoutPlugin(const std::string& command);
+  void RunBare(const std::string& command);
+  void RunHosted(const std::string& command);
 
   std::optional<TraceFile> file_;
   bool takesTurns_ = true;
