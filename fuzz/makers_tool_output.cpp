@@ -22,9 +22,8 @@ std::vector<std::string> WordsOfSecondLine(const std::string& text) {
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::string text = fuzz::Text(data, size);
-  std::istringstream output(text);
   std::list<std::string> response;
-  const bool whole = kestrel::ParseMakersToolOutput(output, &response);
+  const bool whole = kestrel::ParseMakersToolOutput(text, &response);
 
   fuzz::Require(std::all_of(response.begin(), response.end(), [](const auto& byte) { return byte.size() == 2; }),
                 "every element has two characters");

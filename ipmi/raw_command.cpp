@@ -1,8 +1,10 @@
 #include "ipmi/raw_command.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <array>
 #include <cstdio>
-#include <fstream>
 #include <string_view>
 
 #include "ipmi/response_parser.h"
@@ -27,7 +29,7 @@ std::string IpmitoolCommand(const std::string& toolPath, const std::list<std::st
                             const std::string& resultFile) {
   std::string command = "\"" + toolPath + "\" raw";
   for (const std::string& byte : request) {
-    command += " 0x" + byte;
+    command.append(" 0x").append(byte);
   }
   return command + " > \"" + resultFile + "\"";
 }
@@ -54,7 +56,7 @@ std::string MakersToolCommand(const std::string& toolPath, const std::list<std::
   std::string command = "echo";
   bool isNetFn = true;
   for (const std::string& byte : request) {
-    command += " " + (isNetFn ? NetFnLun(byte) : byte);
+    command.append(" ").append(isNetFn ? NetFnLun(byte) : byte);
     isNetFn = false;
   }
   return command + " | env -u LD_PRELOAD \"" + toolPath + "\" > \"" + resultFile + "\"";
@@ -72,13 +74,29 @@ bool RunTool(const std::string& command) {
   return false;
 }
 
+// By system calls: this is done for each request, and a stream would cost as much as all else that is done for it.
+// False when the file cannot be opened; what cannot be read then counts as its end.
+bool ReadText(const std::string& path, std::string* text) {
+  const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  if (file < 0) {
+    return false;
+  }
+  std::array<char, 4096> buffer;
+  for (ssize_t size = read(file, buffer.data(), buffer.size()); size > 0;
+       size = read(file, buffer.data(), buffer.size())) {
+    text->append(buffer.data(), static_cast<std::size_t>(size));
+  }
+  close(file);
+  return true;
+}
+
 bool ReadAnswer(const std::string& resultFile, bool makersTool, std::list<std::string>* response) {
-  std::ifstream file(resultFile);
-  if (!file) {
+  std::string output;
+  if (!ReadText(resultFile, &output)) {
     CTraceUtility::WriteDebug(kChannel, kError, "Failed to open file %s", resultFile.c_str());
     return false;
   }
-  const bool whole = makersTool ? ParseMakersToolOutput(file, response) : ParseIpmitoolOutput(file, response);
+  const bool whole = makersTool ? ParseMakersToolOutput(output, response) : ParseIpmitoolOutput(output, response);
   if (!whole) {
     CTraceUtility::WriteDebug(kChannel, kError, "[%s] may be broken", resultFile.c_str());
     return false;
@@ -102,7 +120,7 @@ bool ExecuteIpmiCommand(const std::string& toolPath, std::list<std::string>* res
   }
   std::list<std::string> bytes;
   for (const std::string& element : request) {
-    bytes.push_back(element.substr(0, 2));
+    bytes.emplace_back(element, 0, 2);
   }
   return ExecuteIpmiCommandList(toolPath, response, bytes);
 }

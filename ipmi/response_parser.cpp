@@ -1,14 +1,19 @@
 #include "ipmi/response_parser.h"
 
 #include <algorithm>
-#include <iterator>
-#include <string_view>
 
 namespace kestrel {
 
 namespace {
 
 constexpr std::string_view kWhiteSpace = " \t\n\v\f\r";
+
+// Cuts the first line off, with its end.
+std::string_view TakeLine(std::string_view* text) {
+  const std::string_view line = text->substr(0, text->find('\n'));
+  text->remove_prefix(std::min(line.size() + 1, text->size()));
+  return line;
+}
 
 // Cuts the first word off; "" when there is none.
 std::string_view TakeWord(std::string_view* text) {
@@ -30,18 +35,14 @@ bool AppendBytes(std::string_view text, std::list<std::string>* response) {
 
 }  // namespace
 
-bool ParseIpmitoolOutput(std::istream& output, std::list<std::string>* response) {
+bool ParseIpmitoolOutput(std::string_view output, std::list<std::string>* response) {
   response->emplace_back("00");
-  const std::string text{std::istreambuf_iterator<char>(output), {}};
-  return AppendBytes(text, response);
+  return AppendBytes(output, response);
 }
 
-bool ParseMakersToolOutput(std::istream& output, std::list<std::string>* response) {
-  std::string line;
-  std::getline(output, line);
-  line.clear();
-  std::getline(output, line);
-  std::string_view answer = line;
+bool ParseMakersToolOutput(std::string_view output, std::list<std::string>* response) {
+  TakeLine(&output);
+  std::string_view answer = TakeLine(&output);
   for (int ownWord = 0; ownWord < 4; ++ownWord) {
     TakeWord(&answer);
   }

@@ -2,9 +2,9 @@
 #ifndef IPMI_RESPONSE_PARSER_H
 #define IPMI_RESPONSE_PARSER_H
 
-#include <istream>
 #include <list>
 #include <string>
+#include <string_view>
 
 namespace kestrel {
 
@@ -13,11 +13,11 @@ namespace kestrel {
 
 // ipmitool prints the response bytes only, and fails by its exit status when the completion code is not zero: so the
 // completion code is always "00".
-bool ParseIpmitoolOutput(std::istream& output, std::list<std::string>* response);
+bool ParseIpmitoolOutput(std::string_view output, std::list<std::string>* response);
 
 // The maker's tool prints the answer on its second line, behind four words of its own. Without such a line, or with an
 // empty one, nothing is appended.
-bool ParseMakersToolOutput(std::istream& output, std::list<std::string>* response);
+bool ParseMakersToolOutput(std::string_view output, std::list<std::string>* response);
 
 }  // namespace kestrel
 

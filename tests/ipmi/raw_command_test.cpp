@@ -69,6 +69,20 @@ TEST_F(RawCommand, IpmitoolAnswerMaySpanLines) {
   EXPECT_TRUE(SameLines(host_.TakeJournal(), {Executed(kIpmitoolLine), kDeleted, kListEnd}));
 }
 
+// Longer than any buffer that it is read through.
+TEST_F(RawCommand, ALongAnswerIsReadWhole) {
+  std::string output;
+  Bytes whole{"00"};
+  for (int i = 0; i < 10000; ++i) {
+    output += i % 16 == 15 ? " 5a\n" : " a5";
+    whole.push_back(i % 16 == 15 ? "5a" : "a5");
+  }
+  host_.AnswerRaw("06 01", {0, 0, output});
+  EXPECT_TRUE(Run(kIpmitoolPath, {"06", "01"}));
+  EXPECT_EQ(response_, whole);
+  EXPECT_TRUE(SameLines(host_.TakeJournal(), {Executed(kIpmitoolLine), kDeleted, kListEnd}));
+}
+
 TEST_F(RawCommand, MakersToolAnswersOnItsSecondLineAfterFourWords) {
   host_.AnswerRaw("06 01", {0, 0, "zz\na b c d 00 11 22\n33 44 55 66 77\n"});
   EXPECT_TRUE(Run(kMakersToolPath, {"06", "01"}));
