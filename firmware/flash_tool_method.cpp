@@ -116,7 +116,7 @@ bool FlashToolMethod::ChangeWriteMode() {
   return Retry(
       kBmcRetry,
       [&] {
-        reply = Exchange(toolPath_, kChangeWriteMode);
+        reply = Exchange(toolPath_, ChangeWriteModeRequest());
         return reply.Succeeded();
       },
       [&](CTraceUtility::TRACE_DBG_LEVEL level) {

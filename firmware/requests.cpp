@@ -15,16 +15,14 @@ static_assert(std::all_of(kPhrase.begin(), kPhrase.end(),
                           [](char character) { return character >= ' ' && character <= '~'; }),
               "KESTREL_WRITE_MODE_PHRASE must be printable ASCII");
 
-IpmiRequest ChangeWriteMode() {
+}  // namespace
+
+IpmiRequest ChangeWriteModeRequest() {
   IpmiRequest request{"36", "03"};
   for (const char character : kPhrase) {
     AppendNumber(character, 1, &request);
   }
   return request;
 }
-
-}  // namespace
-
-const IpmiRequest kChangeWriteMode = ChangeWriteMode();
 
 }  // namespace kestrel

@@ -1,8 +1,6 @@
 #include "ipmi/byte_text.h"
 
-#include <algorithm>
-#include <array>
-#include <cstdio>
+#include <string_view>
 
 #include "host/DllCommon.h"
 
@@ -20,16 +18,6 @@ int DigitValue(char digit) {
   return 0;
 }
 
-std::string Hex(unsigned int value) {
-  std::array<char, 9> text{};
-  std::snprintf(text.data(), text.size(), "%x", value);
-  return text.data();
-}
-
-void PadTo(std::size_t length, std::string* digits) {
-  digits->insert(0, length - std::min(length, digits->size()), '0');
-}
-
 }  // namespace
 
 int ByteValue(const std::string& text) {
@@ -41,13 +29,11 @@ int ByteValue(const std::string& text) {
 }
 
 void AppendNumber(int value, int count, std::list<std::string>* bytes) {
-  if (count < 1) {
-    return;
-  }
-  std::string digits = Hex(static_cast<unsigned int>(value));
-  PadTo(2 * static_cast<std::size_t>(count), &digits);
+  constexpr std::string_view kDigits = "0123456789abcdef";
+  auto rest = static_cast<unsigned int>(value);
   for (int i = 0; i < count; ++i) {
-    bytes->push_back(digits.substr(digits.size() - 2 * (static_cast<std::size_t>(i) + 1), 2));
+    bytes->push_back({kDigits[rest >> 4 & 0xfU], kDigits[rest & 0xfU]});
+    rest >>= 8;
   }
 }
 

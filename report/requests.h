@@ -2,14 +2,14 @@
 #ifndef REPORT_REQUESTS_H
 #define REPORT_REQUESTS_H
 
-#include "ipmi/ipmi_exchange.h"
+#include <string_view>
 
 namespace kestrel {
 
 // Get LAN Configuration Parameters (IPMI v2.0, section 23.2): channel 1, parameter 5, no set and no block selector.
-inline const IpmiRequest kGetMacAddress{"0C", "02", "01", "05", "00", "00"};
+inline constexpr std::string_view kGetMacAddress = "0C 02 01 05 00 00";
 // The BMC's own: addresses in use and whether they come from DHCP.
-inline const IpmiRequest kGetTcpipInfo{"3c", "13"};
+inline constexpr std::string_view kGetTcpipInfo = "3c 13";
 
 }  // namespace kestrel
 

@@ -4,12 +4,13 @@
 #define SVP_REQUESTS_H
 
 #include <string>
+#include <string_view>
 
 #include "ipmi/ipmi_exchange.h"
 
 namespace kestrel {
 
-inline const IpmiRequest kGetCapability{"3c", "04"};
+inline constexpr std::string_view kGetCapability = "3c 04";
 
 // Two completion codes mean that the file is locked: 00 and 01.
 inline IpmiRequest LockRequest(const std::string& fileId) {

@@ -29,7 +29,7 @@ inline const std::string kDisconnect = "34 8c 55 aa 00";
 
 inline std::string WriteModeRequest() {
   std::string request;
-  for (const std::string& byte : kChangeWriteMode) {
+  for (const std::string& byte : ChangeWriteModeRequest()) {
     request += (request.empty() ? "" : " ") + byte;
   }
   return request;

@@ -9,11 +9,12 @@ namespace kestrel {
 namespace {
 
 TEST(ChangeWriteModeRequest, CarriesThePhraseByteByByte) {
-  ASSERT_EQ(kChangeWriteMode.size(), 24U);
-  EXPECT_EQ(kChangeWriteMode.front(), "36");
-  EXPECT_EQ(*std::next(kChangeWriteMode.begin()), "03");
+  const IpmiRequest request = ChangeWriteModeRequest();
+  ASSERT_EQ(request.size(), 24U);
+  EXPECT_EQ(request.front(), "36");
+  EXPECT_EQ(*std::next(request.begin()), "03");
   std::string phrase;
-  for (auto byte = std::next(kChangeWriteMode.begin(), 2); byte != kChangeWriteMode.end(); ++byte) {
+  for (auto byte = std::next(request.begin(), 2); byte != request.end(); ++byte) {
     EXPECT_EQ(byte->size(), 2U) << *byte;
     phrase += *byte;
   }
