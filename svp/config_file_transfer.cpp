@@ -75,17 +75,17 @@ bool ConfigFileTransfer::Write(std::list<std::string> record) {
     std::list<std::string> piece;
     const auto size = std::min<std::ptrdiff_t>(kPieceSize, std::ssize(record));
     piece.splice(piece.end(), record, record.begin(), std::next(record.begin(), size));
-    if (!WritePiece(offset, piece)) {
+    if (!WritePiece(offset, std::move(piece))) {
       return false;
     }
   }
   return true;
 }
 
-bool ConfigFileTransfer::WritePiece(int offset, const std::list<std::string>& piece) {
+bool ConfigFileTransfer::WritePiece(int offset, std::list<std::string> piece) {
   IpmiRequest request = WriteRequestHead(file_.id);
   AppendNumber(offset, 4, &request);
-  request.insert(request.end(), piece.begin(), piece.end());
+  request.splice(request.end(), piece);
   return Try(toolPath_, request, IsDone, [this](Level level, const std::string& code) {
     if (Tells(level)) {
       CTraceUtility::WriteDebug(kChannel, level,

@@ -49,7 +49,7 @@ class ConfigFileTransfer {
  private:
   bool Lock();
   bool Write(std::list<std::string> record);
-  bool WritePiece(int offset, const std::list<std::string>& piece);
+  bool WritePiece(int offset, std::list<std::string> piece);
   bool WriteSignature();
   bool Notify();
 
