@@ -1,6 +1,7 @@
 // CTraceUtility and the way from it to the sink.
 #include "refhost/common/trace.h"
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <chrono>
@@ -24,7 +25,8 @@ bool IsControl(char character) {
 }
 
 // A record stays one line whatever the text holds.
-std::string EscapeControls(std::string_view text) {
+std::string EscapeControls(std::string text) {
+  if (std::none_of(text.begin(), text.end(), [](char c) { return IsControl(c); })) return text;
   std::string line;
   line.reserve(text.size());
   for (const char character : text) {
@@ -42,7 +44,7 @@ std::string EscapeControls(std::string_view text) {
 }
 
 __attribute__((format(printf, 1, 0))) std::string FormatText(const char* format, va_list arguments) {
-  std::array<char, 1024> buffer{};
+  std::array<char, 1024> buffer;
   va_list again;
   va_copy(again, arguments);
   const int length = vsnprintf(buffer.data(), buffer.size(), format, arguments);
@@ -56,6 +58,11 @@ __attribute__((format(printf, 1, 0))) std::string FormatText(const char* format,
   }
   va_end(again);
   return text;
+}
+
+// Writes `number` into `text` so that its last digit stands at `last`; the text holds zeros there.
+void PutDigits(long number, size_t last, std::string* text) {
+  for (; number > 0; number /= 10) (*text)[last--] = static_cast<char>('0' + number % 10);
 }
 
 bool IsWanted(int level) {
@@ -78,23 +85,28 @@ void SetTraceLevels(int mask) {
   enabledLevels = mask;
 }
 
-// Own arithmetic instead of gmtime, which takes a lock that a fork could leave held.
+// Own arithmetic instead of gmtime, which takes a lock that a fork could leave held, and own digits, since every line
+// begins with them.
 std::string UtcNow() {
   using std::chrono::floor;
   const auto now = std::chrono::system_clock::now();
   const auto day = floor<std::chrono::days>(now);
   const std::chrono::year_month_day date{day};
   const std::chrono::hh_mm_ss time{floor<std::chrono::microseconds>(now - day)};
-  std::array<char, 64> text{};
-  snprintf(text.data(), text.size(), "%04d-%02u-%02uT%02ld:%02ld:%02ld.%06ldZ", static_cast<int>(date.year()),
-           static_cast<unsigned>(date.month()), static_cast<unsigned>(date.day()),
-           static_cast<long>(time.hours().count()), static_cast<long>(time.minutes().count()),
-           static_cast<long>(time.seconds().count()), static_cast<long>(time.subseconds().count()));
-  return text.data();
+  std::string text = "0000-00-00T00:00:00.000000Z";
+  PutDigits(static_cast<int>(date.year()), 3, &text);
+  PutDigits(static_cast<unsigned>(date.month()), 6, &text);
+  PutDigits(static_cast<unsigned>(date.day()), 9, &text);
+  PutDigits(time.hours().count(), 12, &text);
+  PutDigits(time.minutes().count(), 15, &text);
+  PutDigits(time.seconds().count(), 18, &text);
+  PutDigits(time.subseconds().count(), 25, &text);
+  return text;
 }
 
 std::string FormatTraceLine(const TraceRecord& record) {
   std::string line = UtcNow();
+  line.reserve(line.size() + record.text.size() + 5);
   line += ' ';
   line += record.level == 0 ? "R" : std::to_string(record.level);
   line += ' ';

@@ -1,6 +1,9 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
+#include <chrono>
+#include <ctime>
 #include <regex>
 
 #include "host/DllCommon.h"
@@ -97,6 +100,23 @@ TEST_F(Trace, EveryMessageInsertsItsTextsAndNothingElse) {
     EXPECT_EQ(sentence.find("two") != std::string::npos, message->insertCount > 1) << id;
     EXPECT_EQ(sentence.back(), '.') << id;
   }
+}
+
+std::string SystemTime() {
+  const std::time_t now = std::chrono::system_clock::to_time_t(std::chrono::system_clock::now());
+  std::tm parts{};
+  gmtime_r(&now, &parts);
+  std::array<char, 32> text{};
+  std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%S", &parts);
+  return text.data();
+}
+
+TEST(TraceLine, TheTimeIsTheSystems) {
+  const std::string before = SystemTime();
+  const std::string now = UtcNow();
+  const std::string after = SystemTime();
+  EXPECT_LE(before, now.substr(0, before.size()));
+  EXPECT_LE(now.substr(0, after.size()), after);
 }
 
 TEST(TraceLine, TheTimeHasAFixedWidth) {
