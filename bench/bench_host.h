@@ -10,6 +10,9 @@
 
 namespace bench {
 
+// What the host does with the trace that the plug-in hands to it.
+enum class Trace { kDiscarded, kToFile };
+
 // Writes all lines, each with one write.
 class TraceFile : public refhost::TraceSink {
  public:

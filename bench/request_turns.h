@@ -16,9 +16,6 @@
 
 namespace bench {
 
-// What the host does with the trace that the plug-in hands to it.
-enum class Trace { kDiscarded, kToFile };
-
 // Receives the trace while it lives.
 class RequestTurns : public refhost::TraceSink {
  public:
@@ -44,7 +41,7 @@ class RequestTurns : public refhost::TraceSink {
   std::vector<std::string> commands_;
   Cost bare_;
   Cost hosted_;
-  Cost notOurs_;  // both, and tidying up behind them
+  Cost notOurs_;  // both
 };
 
 }  // namespace bench
