@@ -16,6 +16,10 @@ std::string WhichIsMalformed(const std::string& detail) {
   return "one of them is";
 }
 
+std::string ModelInWords(const std::string& model) {
+  return model.empty() ? "ordinary model" : "model \"" + model + "\"";
+}
+
 }  // namespace
 
 PackageCheck::PackageCheck(const Run& run, DamagedRecords damaged, Outcome* outcome)
@@ -87,13 +91,32 @@ bool PackageCheck::CheckServerType() {
 }
 
 bool PackageCheck::CheckFit() {
+  auto watch = std::make_unique<FitWatch>();
+  const FitWatch& seen = *watch;
+  run_.trace.Add(std::move(watch));
   CManageRepositoryInfo repository{kModuleId, manifest_.name, kModuleKind, "", manifest_.version, manifest_.model};
   if (!session_->Vendor().CheckUpdateConditionByDevicevendor(kModuleKind, &repository)) return true;
   // The plug-in answers the same for a BMC that it cannot ask; then asking again tells which of the two it was.
-  if (!ReadRunningVersion(run_, *session_, outcome_)) return false;
-  return DoesNotFit("The package, version " + manifest_.version +
-                    (manifest_.model.empty() ? "" : " for the model " + manifest_.model) +
-                    ", does not fit this machine, which runs version " + outcome_->before + ".");
+  return ReadRunningVersion(run_, *session_, outcome_) && RefusedByPlugin(seen);
+}
+
+bool PackageCheck::RefusedByPlugin(const FitWatch& seen) {
+  const std::string package = "The package, version " + manifest_.version + ", ";
+  const std::string itsModel = "for the " + ModelInWords(manifest_.model);
+  if (const auto& machine = seen.OfOtherModel()) {
+    return DoesNotFit(package + "is " + itsModel + "; this machine's is the " + ModelInWords(machine->model) +
+                      " (serial number " + machine->serialNumber + ").");
+  }
+  if (const auto& serialNumber = seen.SerialWithoutModel()) {
+    const std::string found =
+        serialNumber->empty() ? "serial number" : "usable serial number, only \"" + *serialNumber + "\"";
+    return DoesNotFit(
+        package + "cannot be matched with this machine, because the plug-in found no " + found + ".",
+        "Have the serial number in the machine's system tables set right (\"dmidecode --type system\" shows "
+        "it), then run the same command again.");
+  }
+  return DoesNotFit(package + (manifest_.model.empty() ? "" : itsModel + ", ") +
+                    "does not fit this machine, which runs version " + outcome_->before + ".");
 }
 
 bool PackageCheck::ReadVersion() {
@@ -102,8 +125,8 @@ bool PackageCheck::ReadVersion() {
   return true;
 }
 
-bool PackageCheck::DoesNotFit(const std::string& cause) {
-  Fail(run_, outcome_, ExitCode::kDoesNotFit, "does-not-fit", cause, "Get the package that is made for this machine.");
+bool PackageCheck::DoesNotFit(const std::string& cause, const std::string& nextStep) {
+  Fail(run_, outcome_, ExitCode::kDoesNotFit, "does-not-fit", cause, nextStep);
   return false;
 }
 

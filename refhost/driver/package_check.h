@@ -6,6 +6,7 @@
 #include <memory>
 #include <string>
 
+#include "refhost/driver/fit_watch.h"
 #include "refhost/driver/run.h"
 #include "refhost/package.h"
 
@@ -39,8 +40,11 @@ class PackageCheck {
   bool CheckPrerequisites();
   bool CheckServerType();
   bool CheckFit();
+  bool RefusedByPlugin(const FitWatch& seen);
   bool ReadVersion();
-  bool DoesNotFit(const std::string& cause);
+  bool DoesNotFit(const std::string& cause, const std::string& nextStep = kOtherPackage);
+
+  static constexpr const char* kOtherPackage = "Get the package that is made for this machine.";
 
   const Run& run_;
   const DamagedRecords damaged_;

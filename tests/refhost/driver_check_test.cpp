@@ -92,6 +92,13 @@ TEST_F(Check, AVersionThatCannotBeCompared) {
   EXPECT_NE(object["summary"].get<std::string>().find("because the running version is malformed"), std::string::npos);
 }
 
+TEST_F(Check, TwoVersionsThatCannotBeComparedAreBothTold) {
+  setenv("TEST_PLUGIN_VERSION", "01-233", 1);
+  EXPECT_EQ(CheckJson("01-2")["summary"],
+            "The package cannot be compared, because one of them is malformed: it holds version 01-2, and the BMC runs "
+            "01-233. \"orvhost update\" would write it all the same.");
+}
+
 TEST_F(Check, FailuresAreThoseOfAnUpdate) {
   const std::string other = folder_.Write("other.zip", Package("01-24", "", R"(["mx4000"])"));
   const std::string refused = folder_.Write("refused.zip", Package("06-01"));

@@ -141,8 +141,9 @@ TEST_F(Driver, APackageThatThePluginRefusesDoesNotFit) {
   const json object = RunJson(Update(folder_.Write("other.zip", Package("06-01", "long/ssd"))));
   EXPECT_EQ(object["exit_code"], 6);
   EXPECT_EQ(object["phase"], "fit");
-  EXPECT_EQ(object["error"]["cause"],
-            "The package, version 06-01 for the model long/ssd, does not fit this machine, which runs version 01-23.");
+  EXPECT_EQ(
+      object["error"]["cause"],
+      "The package, version 06-01, for the model \"long/ssd\", does not fit this machine, which runs version 01-23.");
   EXPECT_EQ(State().updateStatus, kNoUpdate);
 }
 

@@ -79,8 +79,9 @@ class TestFirmware : public CFirmware {
   int CheckVendorVersion(std::string first, std::string second) override {
     Trace(CTraceUtility::TRACE_DBG_FLOW, "CheckVendorVersion [" + first + "] [" + second + "]");
     if (Asked("no-difference")) return 0;
-    if (first.size() == 5 && second.size() == 5) return first < second ? 1 : -1;
-    CTraceUtility::WriteTrace("bmc", "MSGID_BMC_0008_F", first.size() == 5 ? "0A" : "09");
+    const std::string malformed = std::string(first.size() == 5 ? "" : "09") + (second.size() == 5 ? "" : "0A");
+    if (malformed.empty()) return first < second ? 1 : -1;
+    CTraceUtility::WriteTrace("bmc", "MSGID_BMC_0008_F", malformed.c_str());
     return 0;
   }
 
@@ -194,6 +195,14 @@ int WriteReport(const std::string& path) {
   return 1;
 }
 
+bool IsOfOtherModel(const std::string& running, const std::string& serialNumber, const std::string& model,
+                    const std::string& wanted) {
+  const bool differs = wanted != model;
+  Trace(CTraceUtility::TRACE_DBG_INFO, "Ver[" + running + "],Serial[" + serialNumber + "],Model[" + model + "],Rep[" +
+                                           wanted + "],iRet[" + (differs ? "1" : "0") + "]");
+  return differs;
+}
+
 class TestVendor : public CVendor {
  public:
   explicit TestVendor(const std::string& providerText) : CVendor(providerText) {
@@ -244,7 +253,15 @@ class TestVendor : public CVendor {
   }
 
   bool CheckUpdateConditionByDevicevendor(std::string /*kind*/, CManageRepositoryInfo* repository) override {
-    if (firmwareHandler->GetOperatingVersion() == "abnormal") return true;
+    const std::string running = firmwareHandler->GetOperatingVersion();
+    if (running == "abnormal") return true;
+    if (Asked("is-long")) return IsOfOtherModel(running, "SN0123456789AE00", "long/ssd", repository->model);
+    if (Asked("is-ordinary")) return IsOfOtherModel(running, "SN0123456789AA00", "", repository->model);
+    if (Asked("short-serial") || Asked("no-serial")) {
+      Trace(CTraceUtility::TRACE_DBG_ERROR,
+            std::string("Failed to get serial number [") + (Asked("no-serial") ? "" : "SN01") + "]");
+      return true;
+    }
     return repository->moduleVersion.compare(0, 2, "01") != 0;
   }
 };
