@@ -28,11 +28,15 @@ int ByteValue(const std::string& text) {
   return 16 * DigitValue(digits[0]) + DigitValue(digits[1]);
 }
 
-void AppendNumber(int value, int count, std::list<std::string>* bytes) {
+std::string ByteText(unsigned int value) {
   constexpr std::string_view kDigits = "0123456789abcdef";
+  return {kDigits[value >> 4 & 0xfU], kDigits[value & 0xfU]};
+}
+
+void AppendNumber(int value, int count, std::list<std::string>* bytes) {
   auto rest = static_cast<unsigned int>(value);
   for (int i = 0; i < count; ++i) {
-    bytes->push_back({kDigits[rest >> 4 & 0xfU], kDigits[rest & 0xfU]});
+    bytes->push_back(ByteText(rest));
     rest >>= 8;
   }
 }

@@ -11,6 +11,9 @@ namespace kestrel {
 // other length is 0.
 int ByteValue(const std::string& text);
 
+// The two lower-case digits of the low eight bits of `value`.
+std::string ByteText(unsigned int value);
+
 // Appends `count` byte texts of `value`, least significant byte first; a negative value is its 32-bit two's complement,
 // and what does not fit `count` bytes is dropped.
 void AppendNumber(int value, int count, std::list<std::string>* bytes);

@@ -4,9 +4,11 @@
 #include <unistd.h>
 
 #include <array>
+#include <cerrno>
 #include <cstdio>
 #include <string_view>
 
+#include "ipmi/byte_text.h"
 #include "ipmi/response_parser.h"
 #include "ipmi/scratch_directory.h"
 #include "ipmi/tool_selection.h"
@@ -44,10 +46,7 @@ unsigned int Digit(const std::string& text, std::size_t position) {
 // The maker's tool takes the NetFn shifted left by two, with LUN 0 in the low bits (IPMI v2.0, section 5.1).
 std::string NetFnLun(const std::string& netFn) {
   const std::string lower = CStringUtil::StringToLowerCase(netFn);
-  const unsigned int byte = (16 * Digit(lower, 0) + Digit(lower, 1)) * 4 % 256;
-  std::array<char, 3> text{};
-  std::snprintf(text.data(), text.size(), "%x%x", byte / 16, byte % 16);
-  return text.data();
+  return ByteText((16 * Digit(lower, 0) + Digit(lower, 1)) * 4);
 }
 
 // The tool must not inherit what the host preloads, hence env -u.
@@ -74,18 +73,21 @@ bool RunTool(const std::string& command) {
   return false;
 }
 
-// By system calls: this is done for each request, and a stream would cost as much as all else that is done for it.
-// False when the file cannot be opened; what cannot be read then counts as its end.
+// By system calls: this is done for each request, and a stream would cost as much as all else that the plug-in does for
+// it. False when the file cannot be opened; what cannot be read then counts as its end.
 bool ReadText(const std::string& path, std::string* text) {
   const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC);
   if (file < 0) {
     return false;
   }
   std::array<char, 4096> buffer;
-  for (ssize_t size = read(file, buffer.data(), buffer.size()); size > 0;
-       size = read(file, buffer.data(), buffer.size())) {
-    text->append(buffer.data(), static_cast<std::size_t>(size));
-  }
+  ssize_t size = 0;
+  do {
+    size = read(file, buffer.data(), buffer.size());
+    if (size > 0) {
+      text->append(buffer.data(), static_cast<std::size_t>(size));
+    }
+  } while (size > 0 || (size < 0 && errno == EINTR));
   close(file);
   return true;
 }

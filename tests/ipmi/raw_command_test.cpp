@@ -69,7 +69,6 @@ TEST_F(RawCommand, IpmitoolAnswerMaySpanLines) {
   EXPECT_TRUE(SameLines(host_.TakeJournal(), {Executed(kIpmitoolLine), kDeleted, kListEnd}));
 }
 
-// Longer than any buffer that it is read through.
 TEST_F(RawCommand, ALongAnswerIsReadWhole) {
   std::string output;
   Bytes whole{"00"};
@@ -217,6 +216,21 @@ TEST_F(RawCommand, AMissingResultFileIsAFailure) {
   EXPECT_EQ(response_, Bytes{});
   EXPECT_TRUE(SameLines(host_.TakeJournal(),
                         {Executed(kMakersLine), std::string("2 Failed to open file ") + kResultFile, kListEnd}));
+}
+
+// It can be opened and not be read. No shell would have written to it.
+TEST_F(RawCommand, AFolderInPlaceOfTheResultFileIsAnEmptyAnswer) {
+  const std::filesystem::path folder = host_.InstallPath() / "tmp/KV6KBMC/IPMIResult00001a2b";
+  host_.AnswerRaw("06 01", {0, 0, ""}, 2);
+  std::filesystem::create_directory(folder);
+  EXPECT_TRUE(Run(kIpmitoolPath, {"06", "01"}));
+  EXPECT_EQ(response_, Bytes{"00"});
+  response_.clear();
+  std::filesystem::create_directory(folder);
+  EXPECT_FALSE(Run(kMakersToolPath, {"06", "01"}));
+  EXPECT_EQ(response_, Bytes{});
+  EXPECT_TRUE(SameLines(host_.TakeJournal(), {Executed(kIpmitoolLine), kDeleted, kListEnd, Executed(kMakersLine),
+                                              "2 Failed to get completion code", kListEnd}));
 }
 
 TEST_F(RawCommand, AFileThatCannotBeDeletedDoesNotSpoilAGoodAnswer) {
