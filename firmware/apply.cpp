@@ -23,11 +23,11 @@ bool ArmRebootFlag(const std::string& toolPath) {
   return Retry(
       kBmcRetry,
       [&] {
-        set = Exchange(toolPath, kSetRebootFlag);
+        set = Exchange(toolPath, SetRebootFlagRequest());
         if (!set.Succeeded()) {
           return false;
         }
-        check = Exchange(toolPath, kCheckRebootFlag);
+        check = Exchange(toolPath, CheckRebootFlagRequest());
         return check.Succeeded("01");
       },
       [&](CTraceUtility::TRACE_DBG_LEVEL level) {

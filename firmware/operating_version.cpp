@@ -26,7 +26,7 @@ std::string MajorText(const std::string& revision, const std::string& serverType
 // One attempt. Sets the BMC's version as "MM-mm", and what the attempt saw of the completion code and server type.
 bool AskDevice(const std::string& toolPath, std::string* version, std::string* completionCode,
                std::string* serverType) {
-  const IpmiReply reply = Exchange(toolPath, kGetDeviceId);
+  const IpmiReply reply = Exchange(toolPath, GetDeviceIdRequest());
   *completionCode = reply.CompletionCode();
   *serverType = CCommon_Information::GetServerType(kChannel);
   const std::string major = MajorText(reply.Element(3), *serverType);

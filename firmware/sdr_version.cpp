@@ -33,7 +33,7 @@ bool AskRecordCount(const std::string& toolPath, std::string* lower, std::string
   const bool answered = Retry(
       kBmcRetry,
       [&] {
-        reply = Exchange(toolPath, kGetSdrRepositoryInfo);
+        reply = Exchange(toolPath, GetSdrRepositoryInfoRequest());
         return reply.Succeeded();
       },
       [](CTraceUtility::TRACE_DBG_LEVEL level) {
@@ -80,8 +80,7 @@ bool ReadRecord(const std::string& toolPath, unsigned int id, std::string* recor
       kBmcRetry,
       [&] {
         CTraceUtility::WriteDebug(kChannel, kInfo, "Exec Get SDR Data");
-        // Get SDR: no reservation, the record ID, the whole record from its first byte on.
-        reply = Exchange(toolPath, {"0a", "23", "00", "00", low, high, "00", "ff"});
+        reply = Exchange(toolPath, GetSdrRequest(low, high));
         return reply.Succeeded();
       },
       [](CTraceUtility::TRACE_DBG_LEVEL) {});

@@ -19,14 +19,14 @@ bool VirtualMedia::Connect() {
   return Retry(
       left,
       [&] {
-        connect = Exchange(toolPath_, kConnectVirtualMedia);
+        connect = Exchange(toolPath_, ConnectVirtualMediaRequest());
         if (!connect.Succeeded()) {
           return false;
         }
         CTraceUtility::WriteDebug(kChannel, kInfo, "Sleep start");
         Sleep(10000);
         CTraceUtility::WriteDebug(kChannel, kInfo, "Sleep end");
-        check = Exchange(toolPath_, kCheckVirtualDevice);
+        check = Exchange(toolPath_, CheckVirtualDeviceRequest());
         return check.Succeeded("01");
       },
       [&](CTraceUtility::TRACE_DBG_LEVEL level) {
@@ -58,11 +58,11 @@ bool VirtualMedia::DisableWait() {
   return Retry(
       kBmcRetry,
       [&] {
-        disable = Exchange(toolPath_, kDisableWait);
+        disable = Exchange(toolPath_, DisableWaitRequest());
         if (!disable.Succeeded()) {
           return false;
         }
-        check = Exchange(toolPath_, kCheckWaitDisabled);
+        check = Exchange(toolPath_, CheckWaitDisabledRequest());
         return check.Succeeded("00");
       },
       [&](CTraceUtility::TRACE_DBG_LEVEL level) {
@@ -84,7 +84,7 @@ bool VirtualMedia::DisableWait() {
 }
 
 bool VirtualMedia::Disconnect() {
-  const IpmiReply reply = Exchange(toolPath_, kDisconnectVirtualMedia);
+  const IpmiReply reply = Exchange(toolPath_, DisconnectVirtualMediaRequest());
   if (reply.Succeeded()) {
     return true;
   }

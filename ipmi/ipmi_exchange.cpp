@@ -19,13 +19,4 @@ IpmiReply Exchange(const std::string& toolPath, const IpmiRequest& request) {
   return {ran, std::move(elements)};
 }
 
-IpmiReply Exchange(const std::string& toolPath, std::string_view request) {
-  constexpr std::size_t kDigits = 2;
-  IpmiRequest bytes;
-  for (std::size_t at = 0; at < request.size(); at += kDigits + 1) {
-    bytes.emplace_back(request.substr(at, kDigits));
-  }
-  return Exchange(toolPath, bytes);
-}
-
 }  // namespace kestrel

@@ -5,11 +5,10 @@
 #include <cstddef>
 #include <list>
 #include <string>
-#include <string_view>
 
 namespace kestrel {
 
-// NetFn, Cmd and data bytes, each two hexadecimal digits.
+// NetFn, Cmd and data bytes, each two hexadecimal digits. Those of a room stand in its requests.h.
 using IpmiRequest = std::list<std::string>;
 
 class IpmiReply {
@@ -43,10 +42,6 @@ class IpmiReply {
 
 // Sends `request` once through the tool at `toolPath`.
 IpmiReply Exchange(const std::string& toolPath, const IpmiRequest& request);
-
-// The same with the bytes as one text, each separated from the next by one blank. Requests that never change are such
-// constants, in the requests.h of the room that sends them.
-IpmiReply Exchange(const std::string& toolPath, std::string_view request);
 
 }  // namespace kestrel
 

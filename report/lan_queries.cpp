@@ -13,7 +13,7 @@ bool QueryMacAddress(const std::string& toolPath, std::string* macAddress) {
   const bool answered = Retry(
       kBmcRetry,
       [&] {
-        reply = Exchange(toolPath, kGetMacAddress);
+        reply = Exchange(toolPath, GetMacAddressRequest());
         return reply.Succeeded() && JoinMacAddress(reply, &text);
       },
       [&](CTraceUtility::TRACE_DBG_LEVEL level) { WriteMacAddressFailure(level, reply); });
@@ -29,7 +29,7 @@ bool QueryTcpipInfo(const std::string& toolPath, std::string* digits) {
   const bool answered = Retry(
       kBmcRetry,
       [&] {
-        reply = Exchange(toolPath, kGetTcpipInfo);
+        reply = Exchange(toolPath, GetTcpipInfoRequest());
         return reply.Succeeded() && JoinTcpipInfo(reply, &text);
       },
       [&](CTraceUtility::TRACE_DBG_LEVEL level) { WriteTcpipInfoFailure(level, reply); });

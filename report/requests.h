@@ -1,15 +1,20 @@
-// The IPMI requests of this room that never change.
+// The IPMI requests of this room.
 #ifndef REPORT_REQUESTS_H
 #define REPORT_REQUESTS_H
 
-#include <string_view>
+#include "ipmi/ipmi_exchange.h"
 
 namespace kestrel {
 
 // Get LAN Configuration Parameters (IPMI v2.0, section 23.2): channel 1, parameter 5, no set and no block selector.
-inline constexpr std::string_view kGetMacAddress = "0C 02 01 05 00 00";
+inline IpmiRequest GetMacAddressRequest() {
+  return {"0C", "02", "01", "05", "00", "00"};
+}
+
 // The BMC's own: addresses in use and whether they come from DHCP.
-inline constexpr std::string_view kGetTcpipInfo = "3c 13";
+inline IpmiRequest GetTcpipInfoRequest() {
+  return {"3c", "13"};
+}
 
 }  // namespace kestrel
 

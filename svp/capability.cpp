@@ -16,7 +16,7 @@ std::optional<int> ReadSupportFlags(const std::string& toolPath,
                                     const std::function<void(CTraceUtility::TRACE_DBG_LEVEL level)>& reportFailure) {
   IpmiReply reply;
   const auto ask = [&] {
-    reply = Exchange(toolPath, kGetCapability);
+    reply = Exchange(toolPath, GetCapabilityRequest());
     return reply.Ran();
   };
   if (!Retry(kCapabilityRetry, ask, reportFailure)) {

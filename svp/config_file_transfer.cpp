@@ -72,20 +72,18 @@ bool ConfigFileTransfer::Lock() {
 
 bool ConfigFileTransfer::Write(std::list<std::string> record) {
   for (int offset = 0; !record.empty(); offset += kPieceSize) {
-    std::list<std::string> piece;
+    IpmiRequest request = WriteRequestHead(file_.id);
+    AppendNumber(offset, 4, &request);
     const auto size = std::min<std::ptrdiff_t>(kPieceSize, std::ssize(record));
-    piece.splice(piece.end(), record, record.begin(), std::next(record.begin(), size));
-    if (!WritePiece(offset, std::move(piece))) {
+    request.splice(request.end(), record, record.begin(), std::next(record.begin(), size));
+    if (!WritePiece(request)) {
       return false;
     }
   }
   return true;
 }
 
-bool ConfigFileTransfer::WritePiece(int offset, std::list<std::string> piece) {
-  IpmiRequest request = WriteRequestHead(file_.id);
-  AppendNumber(offset, 4, &request);
-  request.splice(request.end(), piece);
+bool ConfigFileTransfer::WritePiece(const IpmiRequest& request) {
   return Try(toolPath_, request, IsDone, [this](Level level, const std::string& code) {
     if (Tells(level)) {
       CTraceUtility::WriteDebug(kChannel, level,

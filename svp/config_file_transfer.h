@@ -6,6 +6,7 @@
 #include <list>
 #include <string>
 
+#include "ipmi/ipmi_exchange.h"
 #include "ipmi/trace.h"
 
 namespace kestrel {
@@ -49,7 +50,7 @@ class ConfigFileTransfer {
  private:
   bool Lock();
   bool Write(std::list<std::string> record);
-  bool WritePiece(int offset, std::list<std::string> piece);
+  bool WritePiece(const IpmiRequest& request);
   bool WriteSignature();
   bool Notify();
 

@@ -4,13 +4,14 @@
 #define SVP_REQUESTS_H
 
 #include <string>
-#include <string_view>
 
 #include "ipmi/ipmi_exchange.h"
 
 namespace kestrel {
 
-inline constexpr std::string_view kGetCapability = "3c 04";
+inline IpmiRequest GetCapabilityRequest() {
+  return {"3c", "04"};
+}
 
 // Two completion codes mean that the file is locked: 00 and 01.
 inline IpmiRequest LockRequest(const std::string& fileId) {

@@ -70,7 +70,7 @@ class Requests(unittest.TestCase):
     def test_no_other_request(self):
         own = set(re.findall(r'(?m)^(?!.*ConfigFile).*\{"([0-9a-fA-F]{2})", "([0-9a-fA-F]{2})"', sources(*PLUGIN)))
         own = {f"{netfn} {command}".lower() for netfn, command in own}
-        told = set(re.findall(r"\| `([0-9a-f]{2} [0-9a-f]{2})` \|", document("docs/ipmi-commands.md")))
+        told = {command.lower() for command in re.findall(r"\| `([0-9a-fA-F]{2} [0-9a-fA-F]{2})` \|", document("docs/ipmi-commands.md"))}
         self.assertEqual(told, own)
 
 

@@ -15,7 +15,7 @@ class IpmiExchange : public testing::Test {
 
 TEST_F(IpmiExchange, AGoodReplyGivesItsElements) {
   host_.Answer("34 8d", "00 01 7f");
-  const IpmiReply reply = Exchange(kIpmitoolPath, "34 8d");
+  const IpmiReply reply = Exchange(kIpmitoolPath, {"34", "8d"});
   EXPECT_TRUE(reply.Ran());
   EXPECT_TRUE(reply.Succeeded());
   EXPECT_TRUE(reply.Succeeded("01"));
@@ -28,7 +28,7 @@ TEST_F(IpmiExchange, AGoodReplyGivesItsElements) {
 
 TEST_F(IpmiExchange, ACompletionCodeOtherThanZeroIsNoSuccess) {
   host_.Answer("34 8d", "c0 01");
-  const IpmiReply reply = Exchange(kMakersToolPath, "34 8d");
+  const IpmiReply reply = Exchange(kMakersToolPath, {"34", "8d"});
   EXPECT_TRUE(reply.Ran());
   EXPECT_FALSE(reply.Succeeded());
   EXPECT_FALSE(reply.Succeeded("01"));
@@ -39,7 +39,7 @@ TEST_F(IpmiExchange, ACompletionCodeOtherThanZeroIsNoSuccess) {
 
 TEST_F(IpmiExchange, ABrokenAnswerKeepsWhatWasReadOfIt) {
   host_.AnswerRaw("34 8d", {0, 0, "01 123"});
-  const IpmiReply reply = Exchange(kIpmitoolPath, "34 8d");
+  const IpmiReply reply = Exchange(kIpmitoolPath, {"34", "8d"});
   EXPECT_FALSE(reply.Ran());
   EXPECT_FALSE(reply.Succeeded());
   EXPECT_EQ(reply.CompletionCode(), "00");
@@ -50,7 +50,7 @@ TEST_F(IpmiExchange, ABrokenAnswerKeepsWhatWasReadOfIt) {
 
 TEST_F(IpmiExchange, WithoutAnAnswerEveryElementIsEmpty) {
   host_.Answer("34 8d", "c0");
-  const IpmiReply reply = Exchange(kIpmitoolPath, "34 8d");
+  const IpmiReply reply = Exchange(kIpmitoolPath, {"34", "8d"});
   EXPECT_FALSE(reply.Ran());
   EXPECT_EQ(reply.CompletionCode(), "");
   EXPECT_EQ(reply.Element(1), "");
@@ -58,7 +58,7 @@ TEST_F(IpmiExchange, WithoutAnAnswerEveryElementIsEmpty) {
 }
 
 TEST_F(IpmiExchange, WithoutAToolThereIsNoReply) {
-  const IpmiReply reply = Exchange("", "34 8d");
+  const IpmiReply reply = Exchange("", {"34", "8d"});
   EXPECT_FALSE(reply.Ran());
   EXPECT_EQ(reply.CompletionCode(), "");
   EXPECT_TRUE(
@@ -69,8 +69,8 @@ TEST_F(IpmiExchange, WithoutAToolThereIsNoReply) {
 TEST_F(IpmiExchange, EachReplyIsOfItsOwnRequestOnly) {
   host_.Answer("34 8d", "00 01");
   host_.Answer("06 01", "c1");
-  EXPECT_EQ(Exchange(kMakersToolPath, "34 8d").Elements(), (std::list<std::string>{"00", "01"}));
-  EXPECT_EQ(Exchange(kMakersToolPath, IpmiRequest{"06", "01"}).Elements(), std::list<std::string>{"c1"});
+  EXPECT_EQ(Exchange(kMakersToolPath, {"34", "8d"}).Elements(), (std::list<std::string>{"00", "01"}));
+  EXPECT_EQ(Exchange(kMakersToolPath, {"06", "01"}).Elements(), std::list<std::string>{"c1"});
   EXPECT_TRUE(SameLines(host_.TakeJournal(), {MakersRequest("34 8d"), MakersRequest("06 01")}));
 }
 
