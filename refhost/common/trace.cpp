@@ -26,7 +26,7 @@ bool IsControl(char character) {
 
 // A record stays one line whatever the text holds.
 std::string EscapeControls(std::string text) {
-  if (std::none_of(text.begin(), text.end(), [](char c) { return IsControl(c); })) return text;
+  if (std::none_of(text.begin(), text.end(), IsControl)) return text;
   std::string line;
   line.reserve(text.size());
   for (const char character : text) {
@@ -60,9 +60,12 @@ __attribute__((format(printf, 1, 0))) std::string FormatText(const char* format,
   return text;
 }
 
-// Writes `number` into `text` so that its last digit stands at `last`; the text holds zeros there.
-void PutDigits(long number, size_t last, std::string* text) {
-  for (; number > 0; number /= 10) (*text)[last--] = static_cast<char>('0' + number % 10);
+// Writes the last `count` digits of `number` at the end of `text`.
+void AppendDigits(long number, int count, std::string* text) {
+  text->append(static_cast<size_t>(count), '0');
+  for (auto digit = text->rbegin(); count > 0; ++digit, --count, number /= 10) {
+    *digit = static_cast<char>('0' + number % 10);
+  }
 }
 
 bool IsWanted(int level) {
@@ -93,20 +96,23 @@ std::string UtcNow() {
   const auto day = floor<std::chrono::days>(now);
   const std::chrono::year_month_day date{day};
   const std::chrono::hh_mm_ss time{floor<std::chrono::microseconds>(now - day)};
-  std::string text = "0000-00-00T00:00:00.000000Z";
-  PutDigits(static_cast<int>(date.year()), 3, &text);
-  PutDigits(static_cast<unsigned>(date.month()), 6, &text);
-  PutDigits(static_cast<unsigned>(date.day()), 9, &text);
-  PutDigits(time.hours().count(), 12, &text);
-  PutDigits(time.minutes().count(), 15, &text);
-  PutDigits(time.seconds().count(), 18, &text);
-  PutDigits(time.subseconds().count(), 25, &text);
+  std::string text;
+  const auto put = [&text](long number, int digits, char separator) {
+    AppendDigits(number, digits, &text);
+    text += separator;
+  };
+  put(static_cast<int>(date.year()), 4, '-');
+  put(static_cast<unsigned>(date.month()), 2, '-');
+  put(static_cast<unsigned>(date.day()), 2, 'T');
+  put(time.hours().count(), 2, ':');
+  put(time.minutes().count(), 2, ':');
+  put(time.seconds().count(), 2, '.');
+  put(time.subseconds().count(), 6, 'Z');
   return text;
 }
 
 std::string FormatTraceLine(const TraceRecord& record) {
   std::string line = UtcNow();
-  line.reserve(line.size() + record.text.size() + 5);
   line += ' ';
   line += record.level == 0 ? "R" : std::to_string(record.level);
   line += ' ';
