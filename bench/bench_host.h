@@ -1,5 +1,4 @@
-// The host that the benchmarks run in: a temporary installation, a stub tool, and a trace file written as the driver
-// writes it.
+// The host that the benchmarks run in: a temporary installation, and a trace file written as the driver writes it.
 #ifndef BENCH_BENCH_HOST_H
 #define BENCH_BENCH_HOST_H
 
@@ -9,9 +8,6 @@
 #include "refhost/trace_sink.h"
 
 namespace bench {
-
-// What the host does with the trace that the plug-in hands to it.
-enum class Trace { kDiscarded, kToFile };
 
 // Writes all lines, each with one write.
 class TraceFile : public refhost::TraceSink {

@@ -62,6 +62,7 @@ Comparison Summary(const std::vector<Pass>& passes) {
           cost(&Pass::ours),
           MedianOver(passes, [](const Pass& pass) { return pass.ours.wall / pass.bare.wall; }),
           MedianOver(passes, [](const Pass& pass) { return pass.ours.cpu / pass.bare.cpu; }),
+          MedianOver(passes, [](const Pass& pass) { return pass.ours.cpu - pass.hosted.cpu; }),
           MedianOver(passes, [](const Pass& pass) { return 1 - pass.hosted.cpu / pass.ours.cpu; }),
           static_cast<int>(passes.size())};
 }
@@ -76,9 +77,9 @@ Comparison Compare(const std::function<Pass()>& pass) {
 }
 
 double Median(std::vector<double> values) {
-  const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
-  std::nth_element(values.begin(), middle, values.end());
-  return *middle;
+  std::sort(values.begin(), values.end());
+  const std::size_t middle = values.size() / 2;
+  return values.size() % 2 == 1 ? values[middle] : (values[middle - 1] + values[middle]) / 2;
 }
 
 double ResidentKiB() {

@@ -33,7 +33,8 @@ struct Comparison {
   Cost ours;
   double ratio;     // ours to bare in wall time: median over the passes of the ratio within one pass
   double cpuRatio;  // the same in processor time
-  double ownShare;  // what of ours is not the hosted commands, in processor time: median as above
+  double own;       // what of ours is not the hosted commands, in microseconds of processor time: median as above
+  double ownShare;  // the same as a share of ours
   int passes;       // 0 when this was not measured but computed
 };
 
@@ -42,6 +43,7 @@ Comparison Summary(const std::vector<Pass>& passes);
 // Repeats a pass for about two seconds, at least once.
 Comparison Compare(const std::function<Pass()>& pass);
 
+// Of at least one value; the mean of the middle two when their number is even.
 double Median(std::vector<double> values);
 
 // Resident memory of this process in KiB.

@@ -6,8 +6,8 @@
 #include <list>
 #include <utility>
 
-#include "firmware/kestrel_firmware.h"
 #include "firmware/operating_version.h"
+#include "firmware/requests.h"
 #include "svp/config_file_transfer.h"
 
 namespace bench {
@@ -20,8 +20,7 @@ constexpr int kRequestsAroundData = 4;  // lock, signature, unlock, notify
 }  // namespace
 
 void AskForDeviceId(const std::string& tool) {
-  std::list<std::string> response;
-  if (!CBMC_KESTREL_Firmware::ExecIPMICommand_list(tool, &response, {"06", "01"})) {
+  if (!kestrel::Exchange(tool, kestrel::GetDeviceIdRequest()).Succeeded()) {
     std::fprintf(stderr, "a request through %s failed\n", tool.c_str());
     std::exit(1);
   }

@@ -1,4 +1,4 @@
-// The same comparison with the real IPMI tool and a real exchange with the BMC. Runs in the virtual server.
+// The same comparison with a tool that asks the BMC of the virtual server that this runs in.
 //
 //   kestrel_bench_real_tool TOOL VERSION RECORDS
 //

@@ -11,13 +11,28 @@
 #include "bench/shell.h"
 #include "bench/table.h"
 #include "ipmi/file_probe.h"
+#include "ipmi/scratch_directory.h"
 #include "ipmi/tool_selection.h"
+#include "ipmi/trace.h"
 
 namespace bench {
 
 namespace {
 
 constexpr std::size_t kGiB = std::size_t{1} << 30;
+
+// The host's own services in the plug-in's place: two equal sides, so the row tells how exact the table is.
+void Control(RequestTurns* turns) {
+  const std::string answer = kestrel::ScratchDirectory() + "/IPMIResult";
+  const std::string command = "\"" STUB_FOLDER "/ipmitool\" raw 0x06 0x01 > \"" + answer + "\"";
+  const auto request = [&] {
+    CTraceUtility::WriteDebug(kestrel::kChannel, kestrel::kInfo, "Execute command [%s]", command.c_str());
+    RunByHost(command);
+    CCommon_Information::RetryDeleteFile(answer);
+  };
+  PrintRow("control: one request by the host in place of the plug-in",
+           Compare([&] { return turns->Measure(1, request); }), 1);
+}
 
 void BothTools(RequestTurns* turns) {
   char host[64];
@@ -49,6 +64,7 @@ void PrintRealTool() {
 
 void RequestCost(const BenchHost& host) {
   RequestTurns turns(host, Trace::kDiscarded);
+  Control(&turns);
   BothTools(&turns);
   const std::vector<char> ballast(kGiB, 1);
   BothTools(&turns);

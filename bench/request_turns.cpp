@@ -73,14 +73,20 @@ void RequestTurns::Write(const refhost::TraceRecord& record) {
   const Cost start = Now();
   commands_.emplace_back(record.text.substr(kBeforeCommand.size(), record.text.size() - kBeforeCommand.size() - 1));
   if (takesTurns_) {
-    RunBare(commands_.back());
+    bareFirst_ = !bareFirst_;
+    if (bareFirst_) {
+      RunBare(commands_.back());
+    }
     RunHosted(commands_.back());
+    if (!bareFirst_) {
+      RunBare(commands_.back());
+    }
   }
   notOurs_ = notOurs_ + (Now() - start);
 }
 
-// Each of these deletes its answer, as the plug-in does, and that counts: a command that finds an old file empties it,
-// and the file system then brings the new content to the disk at once, which costs more than the request.
+// Deleting the answer belongs to each side, for all sides have to: a command that finds an old file empties it, and the
+// file system then brings the new content to the disk at once, which costs more than the request.
 
 void RequestTurns::RunBare(const std::string& command) {
   const Cost start = Now();

@@ -1,8 +1,9 @@
-// Measures an operation of the plug-in against the same number of bare requests, request by request.
+// Measures an operation of the plug-in against its bare command lines, request by request.
 //
 // The plug-in traces every command line before it runs it. At that line the very same one is run bare, and once more by
-// the host's own service, and the costs kept apart; then the plug-in goes on. So all sides run the same commands, one
-// after the other, and whatever else the machine does falls on all alike.
+// the host's own services, and the costs kept apart; then the plug-in goes on. So all sides run the same commands, one
+// after the other; which of the first two comes first changes from request to request. The control row of the table
+// tells how far two equal sides differ.
 #ifndef BENCH_REQUEST_TURNS_H
 #define BENCH_REQUEST_TURNS_H
 
@@ -15,6 +16,9 @@
 #include "bench/measure.h"
 
 namespace bench {
+
+// What the host does with the trace that the plug-in hands to it.
+enum class Trace { kDiscarded, kToFile };
 
 // Receives the trace while it lives.
 class RequestTurns : public refhost::TraceSink {
@@ -38,10 +42,11 @@ class RequestTurns : public refhost::TraceSink {
 
   std::optional<TraceFile> file_;
   bool takesTurns_ = true;
+  bool bareFirst_ = true;
   std::vector<std::string> commands_;
   Cost bare_;
   Cost hosted_;
-  Cost notOurs_;  // both
+  Cost notOurs_;  // bare and hosted requests, and keeping the command
 };
 
 }  // namespace bench

@@ -41,7 +41,9 @@ Comparison Extrapolated(const Comparison& shorter, int shorterRecords, const Com
   const Cost bare = longer.bare + factor * (longer.bare - shorter.bare);
   const Cost hosted = longer.hosted + factor * (longer.hosted - shorter.hosted);
   const Cost ours = longer.ours + factor * (longer.ours - shorter.ours);
-  return {bare, hosted, ours, ours.wall / bare.wall, ours.cpu / bare.cpu, 1 - hosted.cpu / ours.cpu, 0};
+  return {
+      bare, hosted, ours, ours.wall / bare.wall, ours.cpu / bare.cpu, (ours - hosted).cpu, 1 - hosted.cpu / ours.cpu,
+      0};
 }
 
 void PrintWalk(const std::string& what, const Comparison& walk, int records) {

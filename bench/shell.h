@@ -6,7 +6,7 @@
 
 namespace bench {
 
-// Runs `command` by `sh -c` with nothing around it: what a bare request costs. Ends this program when it fails.
+// Runs `command` by `sh -c` with nothing around it. Ends this program when it fails.
 void RunByShell(std::string command);
 
 // The same by the service that the plug-in uses.

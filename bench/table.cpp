@@ -17,11 +17,10 @@ void PrintHeader() {
 }
 
 void PrintRow(const std::string& what, const Comparison& comparison, int requests) {
-  const double own = (comparison.ours.cpu - comparison.hosted.cpu) / requests;
   const std::string runs = comparison.passes == 0 ? "-" : std::to_string(comparison.passes);
   std::printf("%-62s %11.2f %11.2f %7.3f %7.3f %7.1f %14.1f %5s\n", what.c_str(),
               comparison.bare.wall / kPerMillisecond, comparison.ours.wall / kPerMillisecond, comparison.ratio,
-              comparison.cpuRatio, 100 * comparison.ownShare, own, runs.c_str());
+              comparison.cpuRatio, 100 * comparison.ownShare, comparison.own / requests, runs.c_str());
   std::fflush(stdout);
 }
 
