@@ -42,7 +42,7 @@ std::string Aligned(double seconds) {
 
 bool IsFailure(const JournalEntry& entry) {
   const json level = entry.fields.value("level", json());
-  return level == CTraceUtility::TRACE_DBG_ERROR || level == CTraceUtility::TRACE_DBG_RETRY ||
+  return level == json(CTraceUtility::TRACE_DBG_ERROR) || level == json(CTraceUtility::TRACE_DBG_RETRY) ||
          entry.Text("text").starts_with("Failed to");
 }
 
