@@ -27,6 +27,9 @@ class AServerWithBothTools(NotifyRoad):
         self.store_old_records()
         self.assert_sent(self.notify_with_failures({}, {}))
         self.assertEqual((self.server.stored_file(OS), self.server.stored_file(DISKS)), (self.os_record, DISK_RECORD))
+        files = self.server.bmc("files")
+        self.assertEqual(files[OS]["decoded"], {"OS": self.os_name, "Hostname": "kv6000"})
+        self.assertNotIn("decoded", files[DISKS])
 
     # What the BMC supports.
 
