@@ -40,6 +40,7 @@
 #include <vector>
 
 #include "host/Records.h"
+#include "tests/support/descriptor_watch.h"
 #include "tests/support/lines.h"
 #include "tests/support/scripted_management_library.h"
 
@@ -54,8 +55,9 @@ struct CommandEnd {
 
 class ScriptedHost {
  public:
-  ScriptedHost();   // the host of this process from here on; one at a time
-  ~ScriptedHost();  // fails the test when a scripted answer was never asked for or a library is still open
+  ScriptedHost();  // the host of this process from here on; one at a time
+  // Fails the test when a scripted answer was never asked for or a library or any other file is still open.
+  ~ScriptedHost();
 
   ScriptedHost(const ScriptedHost&) = delete;
   ScriptedHost& operator=(const ScriptedHost&) = delete;
@@ -139,6 +141,7 @@ class ScriptedHost {
 
   CommandEnd RunIpmi(const std::string& request);
 
+  const DescriptorWatch descriptors_;
   const pid_t process_;
   std::filesystem::path installPath_;
   std::vector<std::string> journal_;

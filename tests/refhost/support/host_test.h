@@ -1,5 +1,5 @@
 // Base of the tests that use the host libraries: an install path of the test's own, the trace as a list of lines, and
-// waiting a thousand times shorter than real.
+// waiting a thousand times shorter than real. A test that leaves a file open fails.
 #ifndef TESTS_REFHOST_SUPPORT_HOST_TEST_H
 #define TESTS_REFHOST_SUPPORT_HOST_TEST_H
 
@@ -13,6 +13,7 @@
 #include "refhost/settings.h"
 #include "refhost/trace_sink.h"
 #include "tests/refhost/support/temporary_folder.h"
+#include "tests/support/descriptor_watch.h"
 
 namespace refhost {
 
@@ -45,6 +46,7 @@ class HostTest : public testing::Test {
 
   Lines TakeLines() { return std::exchange(sink_.lines, {}); }
 
+  const DescriptorWatch descriptors_;
   TemporaryFolder folder_;
   RecordingSink sink_;
 };
