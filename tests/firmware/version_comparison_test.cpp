@@ -36,6 +36,11 @@ Lines VendorEnd(const std::string& result) {
   return "4 CBMC_KESTREL_Firmware::CheckVendorVersion() [" + result + "] [END]";
 }
 
+// For telling which texts a failure was with; some of them are huge.
+std::string Short(const std::string& text) {
+  return text.substr(0, 40);
+}
+
 class VersionComparison : public testing::Test {
  protected:
   void ExpectBmc(const std::string& first, const std::string& second, int expected, const std::string& expectedText) {
@@ -68,7 +73,7 @@ class VersionComparison : public testing::Test {
   }
   void ExpectVersions(const std::string& first, const std::string& second, const Lines& between, int expected,
                       const std::string& expectedText) {
-    SCOPED_TRACE(first + " against " + second);
+    SCOPED_TRACE(Short(first) + " against " + Short(second));
     EXPECT_EQ(CompareVersions(first, second), expected);
     EXPECT_TRUE(SameLines(host_.TakeJournal(), {VendorStart(first, second), between, VendorEnd(expectedText)}));
   }
@@ -170,6 +175,9 @@ TEST_F(VersionComparison, ComparesBmcVersionsOnEveryOtherServerType) {
 TEST_F(VersionComparison, OfMalformedBmcVersionsIsZero) {
   ExpectVersions("abnormal", "01-24", {BmcStart("abnormal", "01-24"), Malformed("09")}, 0, "0");
   ExpectVersions("01-23", "*", {BmcStart("01-23", "*"), Malformed("0A")}, 0, "0");
+  ExpectVersions("", "01-23", {BmcStart("", "01-23"), Malformed("09")}, 0, "0");
+  ExpectVersions("01-23", "", {BmcStart("01-23", ""), Malformed("0A")}, 0, "0");
+  ExpectVersions("", "", {BmcStart("", ""), Malformed("09")}, 0, "0");
 }
 
 class RackVersionComparison : public VersionComparison {
@@ -260,18 +268,56 @@ TEST_F(RackVersionComparison, WildcardIsFoundWhereverItStands) {
   ExpectVersions("BMC:01-2*,SDR:BB", "BMC:01-24,SDR:BA", {BmcStart("01-2*", "01-24"), Malformed("09")}, 0, "0");
 }
 
-TEST_F(VersionComparison, OfAHugeTextIsZeroWithOneMessage) {
-  for (const char character : {'0', '-', '.', ':', ',', '*', ' ', '\n', '%', '\xff'}) {
-    SCOPED_TRACE(character);
-    const std::string huge(1 << 17, character);  // enough for work that grows with its square to be noticed
-    host_.serverType = "kv6000";
-    ExpectVersions(huge, "01-23", {BmcStart(huge, "01-23"), Malformed("09")}, 0, "0");
-    ExpectVersions("01-23", huge, {BmcStart("01-23", huge), Malformed("0A")}, 0, "0");
-    host_.serverType = "kv6000rt";
-    ExpectVersions(huge, "BMC:01-23,SDR:AB", Malformed("090A"), 0, "0");
-    ExpectVersions("BMC:01-23,SDR:AB", huge, Malformed("090A"), 0, "0");
-  }
+// A text of this character alone, long enough for work that grows with its square to be noticed.
+class HugeVersion : public VersionComparison, public testing::WithParamInterface<char> {
+ protected:
+  const std::string huge_ = std::string(1 << 20, GetParam());
+};
+
+TEST_P(HugeVersion, IsMalformedWithOneMessage) {
+  ExpectVersions(huge_, "01-23", {BmcStart(huge_, "01-23"), Malformed("09")}, 0, "0");
+  ExpectVersions("01-23", huge_, {BmcStart("01-23", huge_), Malformed("0A")}, 0, "0");
+  host_.serverType = "kv6000rt";
+  ExpectVersions(huge_, "BMC:01-23,SDR:AB", Malformed("090A"), 0, "0");
+  ExpectVersions("BMC:01-23,SDR:AB", huge_, Malformed("090A"), 0, "0");
 }
+
+TEST_P(HugeVersion, AsTheBmcPartIsComparedLikeAnyOther) {
+  host_.serverType = "kv6000rt";
+  const bool cutsThePart = GetParam() == ':' || GetParam() == ',';  // into pieces of which the last one is empty
+  const std::string part = cutsThePart ? "" : huge_;
+  const std::string bad = "BMC:" + huge_ + ",SDR:AB";
+  if (GetParam() == '*') {  // any BMC version
+    ExpectVersions(bad, "BMC:01-23,SDR:AB", {SdrStart("AB", "AB"), SdrEnd("0")}, 0, "0");
+    return;
+  }
+  ExpectVersions(bad, "BMC:01-23,SDR:AB", {BmcStart(part, "01-23"), Malformed("09")}, 0, "0");
+  ExpectVersions("BMC:01-23,SDR:AB", bad, {BmcStart("01-23", part), Malformed("0A")}, 0, "0");
+}
+
+std::string CharacterName(const testing::TestParamInfo<char>& character) {
+  return "OfCharacter" + std::to_string(static_cast<unsigned char>(character.param));
+}
+
+INSTANTIATE_TEST_SUITE_P(Each, HugeVersion, testing::Values('0', '-', '.', ':', ',', '*', ' ', '\n', '%', '\xff'),
+                         CharacterName);
+
+// Of a character that does not cut a part into pieces.
+using HugeSdrVersion = HugeVersion;
+
+TEST_P(HugeSdrVersion, IsComparedLikeAnyOther) {
+  host_.serverType = "kv6000rt";
+  const Lines same = {BmcStart("01-23", "01-23"), BmcEnd("0")};
+  const std::string version = "BMC:01-23,SDR:AB" + huge_;
+  const std::string part = "AB" + huge_;
+  ExpectVersions(version, version, {same, SdrStart(part, part), SdrEnd("0")}, 0, "0");
+  ExpectVersions(version, "BMC:01-23,SDR:AB", {same, SdrStart(part, "AB"), SdrEnd("-1")}, -1, "-1");
+  ExpectVersions("BMC:01-23,SDR:AB", version, {same, SdrStart("AB", part), SdrEnd("1")}, 1, "1");
+  ExpectVersions(version + "A", version + "B", {same, SdrStart(part + "A", part + "B"), SdrEnd("1")}, 1, "1");
+}
+
+INSTANTIATE_TEST_SUITE_P(Each, HugeSdrVersion, testing::Values('0', '-', '.', '*', ' ', '\n', '%', '\xff'),
+                         CharacterName);
 
 }  // namespace
 }  // namespace kestrel

@@ -113,10 +113,10 @@ std::list<std::string> CStringUtil::Split(std::string& text, const std::string& 
   }
   std::size_t start = 0;
   for (std::size_t end = text.find(separator); end != std::string::npos; end = text.find(separator, start)) {
-    fields.push_back(text.substr(start, end - start));
+    fields.emplace_back(text, start, end - start);
     start = end + separator.size();
   }
-  fields.push_back(text.substr(start));
+  fields.emplace_back(text, start);
   return fields;
 }
 
