@@ -149,6 +149,22 @@ TEST_F(SdrVersion, WithABadCompletionCodeOfTheRepositoryInfoIsEmptyToo) {
                                       "2 Failed to execute Get SDR Repository Info Command"}));
 }
 
+TEST_F(SdrVersion, WithoutAToolIsEmptyAfterThreeAttemptsThatRunNothing) {
+  EXPECT_EQ(ReadSdrVersion(""), "");
+  const Lines refused = {"4 CBMC_KESTREL_Firmware::ExecIPMICommand() [START]", "2 Tool path is empty",
+                         "4 CBMC_KESTREL_Firmware::ExecIPMICommand() [END]"};
+  EXPECT_TRUE(SameLines(host_.TakeJournal(), {kStart, Lines{refused, "sleep 10000"}.Times(2), refused,
+                                              "2 Failed to execute Get SDR Repository Info Command"}));
+}
+
+TEST_F(SdrVersion, OfBrokenRepositoryInfoIsEmptyThoughTheCountIsThere) {
+  host_.AnswerRaw(kInfo, {0, 0, "51 03 00 broken\n"}, 3);
+  EXPECT_EQ(ReadSdrVersion(kIpmitoolPath), "");
+  EXPECT_TRUE(
+      SameLines(host_.TakeJournal(), {kStart, Lines{BrokenRequest(kInfo), "sleep 10000"}.Times(2), BrokenRequest(kInfo),
+                                      "2 Failed to execute Get SDR Repository Info Command"}));
+}
+
 TEST_F(SdrVersion, RepositoryInfoMayComeAtTheThirdAttempt) {
   host_.AnswerRaw(kInfo, {0, 1, ""}, 2);
   host_.Answer(kInfo, "00 51 01 00");
@@ -185,6 +201,18 @@ TEST_F(SdrVersion, ARecordThatCannotBeReadIsPassedOverAfterThreeAttempts) {
   };
   EXPECT_TRUE(SameLines(host_.TakeJournal(), {kStart, Counted("03", "00"), unreadable("03"),
                                               Read("02", "00", kSensorText), unreadable("01"), End("")}));
+}
+
+TEST_F(SdrVersion, ABrokenRecordIsPassedOverThoughTheVersionIsInIt) {
+  host_.Answer(kInfo, "00 51 02 00");
+  host_.AnswerRaw(Get("02", "00"),
+                  {0, 0, "ff ff 02 00 51 c0 11 00 00 00 53 44 52 20 56 65 72 73 69 6f 6e 20 42 32 broken\n"}, 3);
+  host_.Answer(Get("01", "00"), kVersion);
+  EXPECT_EQ(ReadSdrVersion(kIpmitoolPath), "A1");
+  const Lines attempt = {"1 Exec Get SDR Data", BrokenRequest(Get("02", "00"))};
+  EXPECT_TRUE(SameLines(host_.TakeJournal(),
+                        {kStart, Counted("02", "00"), Number("02", "00"), Lines{attempt, "sleep 10000"}.Times(2),
+                         attempt, Read("01", "00", kVersionText), End("A1")}));
 }
 
 TEST_F(SdrVersion, AttemptsAreCountedAnewForEachRecord) {
@@ -234,7 +262,8 @@ TEST_F(SdrVersion, WalkStartsAtTheHighestIdWhenTheCountIsNoIdsText) {
   const struct {
     const char* low;
     const char* high;
-  } counts[] = {{"00", "00"}, {"0A", "00"}, {"Ff", "00"}, {"00", "0B"}, {"zz", "00"}, {"0x", "12"}};
+  } counts[] = {{"00", "00"}, {"0A", "00"}, {"Ff", "00"}, {"00", "0B"}, {"zz", "00"}, {"0x", "12"},
+                {"12", "0x"}, {"-0", "00"}, {"12", "-0"}, {"+0", "00"}, {"12", "+0"}};
   for (const auto& [low, high] : counts) {
     SCOPED_TRACE(std::string(high) + low);
     host_.Answer(kInfo, std::string("00 51 ") + low + " " + high);
