@@ -57,6 +57,20 @@ TEST_F(DmiProperty, IsReadByOneRunOfTheCommand) {
   EXPECT_TRUE(SameLines(host_.TakeJournal(), {kStart, "line tell serial", kEnd}));
 }
 
+TEST_F(DmiProperty, KeepsATabBehindTheColon) {
+  host_.ResultLine("tell serial", "\tSerial Number:\t ABC \t  ");
+  EXPECT_TRUE(Read());
+  EXPECT_EQ(value_, "\t ABC \t");
+  EXPECT_TRUE(SameLines(host_.TakeJournal(), {kStart, "line tell serial", kEnd}));
+}
+
+TEST_F(DmiProperty, IsCutAtTheFirstOfTwoLabels) {
+  host_.ResultLine("tell serial", "\tSerial Number: one Serial Number: two ");
+  EXPECT_TRUE(Read());
+  EXPECT_EQ(value_, "one Serial Number: two");
+  EXPECT_TRUE(SameLines(host_.TakeJournal(), {kStart, "line tell serial", kEnd}));
+}
+
 TEST_F(DmiProperty, MayBeEmpty) {
   host_.ResultLine("tell serial", "\tSerial Number: ");
   EXPECT_TRUE(Read());
