@@ -156,6 +156,22 @@ TEST_F(Update, APackageThatCannotBeUnpackedEndsIt) {
                                               "record MSGID_BMC_0009_F 10", "2 Failed to Unzip", kEnd}));
 }
 
+TEST_F(Update, OfTheRackFamilyWithAWorkFolderThatCannotBeDeletedEndsWithoutAComparison) {
+  host_.serverType = "kv6000rt";
+  host_.folderDeletions = {false};
+  EXPECT_EQ(Run("/packages/bmc.zip"), 1);
+  EXPECT_TRUE(SameLines(host_.TakeJournal(), {kStart, kDeleteFolder, "record MSGID_BMC_0009_F 0F",
+                                              "2 Failed to delete temporary folder before updating", kEnd}));
+}
+
+TEST_F(Update, OfTheRackFamilyWithAPackageThatCannotBeUnpackedEndsWithoutAComparison) {
+  host_.serverType = "kv6000rt";
+  host_.packageCanBeUnpacked = false;
+  EXPECT_EQ(Run("/packages/bmc.zip"), 1);
+  EXPECT_TRUE(SameLines(host_.TakeJournal(),
+                        {kStart, kDeleteFolder, kUnpack, "record MSGID_BMC_0009_F 10", "2 Failed to Unzip", kEnd}));
+}
+
 TEST_F(Update, HandsTheFileListOn) {
   std::list<std::string> fileList = {"image.ima"};
   AnswerVersion();
