@@ -111,12 +111,65 @@ TEST_F(ScriptMethodTest, TheArchitectureMayBeSaidInMoreWords) {
                         {kStart, kScriptFound, kScriptRun, "1 [" + kSdrGood + "]", "1 [" + kFlashGood + "]", kDone}));
 }
 
+// The logs hold texts in two encodings, neither of them whole.
+TEST_F(ScriptMethodTest, ALocaleThatIsThereOrLackingChangesNothing) {
+  const std::string shiftJis = "\x93\xfa\x96\x7b \x8f\x49\x97\xb9\x81";
+  const std::string utf8 = "\xe6\x97\xa5\xe6\x9c\xac \xe6\x97";
+  host_.Command(kChmod, {0, 0, ""});
+  WriteLogs(shiftJis + "\n" + utf8 + kSdrGood + shiftJis + "\n" + utf8, shiftJis + kFlashGood + "\xff\n\x80");
+  for (const bool there : {true, false}) {
+    SCOPED_TRACE(there ? "there" : "lacking");
+    host_.locales = {{"japanese", there}};
+    host_.localesAskedFor.clear();
+    EXPECT_EQ(Run(), 0);
+    EXPECT_TRUE(SameLines(host_.TakeJournal(), {kStart, kScriptFound, kScriptRun, "1 [" + shiftJis + "]",
+                                                "1 [" + utf8 + kSdrGood + shiftJis + "]", "1 [" + utf8 + "]",
+                                                "1 [" + shiftJis + kFlashGood + "\xff]", "1 [\x80]", kDone}));
+    EXPECT_TRUE(SameLines(host_.TakeChildJournal(), kScriptStarted));
+    EXPECT_EQ(host_.localesAskedFor, (std::vector<std::string>{"japanese", "japanese"}));
+  }
+}
+
 TEST_F(ScriptMethodTest, AMissingScriptIsNotRun) {
   std::filesystem::remove(Folder() / "bmcup.sh");
   EXPECT_EQ(Run(), 1);
   EXPECT_TRUE(SameLines(host_.TakeJournal(),
                         {kStart, kScriptFound, "record MSGID_BMC_0020_F 11", "2 Failed to find update module", kEnd}));
   EXPECT_TRUE(SameLines(host_.TakeChildJournal(), {}));
+}
+
+TEST_F(ScriptMethodTest, AFolderOfTheScriptsNameIsNoScript) {
+  std::filesystem::remove(Folder() / "bmcup.sh");
+  std::filesystem::create_directory(Folder() / "bmcup.sh");
+  EXPECT_EQ(Run(), 1);
+  EXPECT_TRUE(SameLines(host_.TakeJournal(),
+                        {kStart, kScriptFound, "record MSGID_BMC_0020_F 11", "2 Failed to find update module", kEnd}));
+  EXPECT_TRUE(SameLines(host_.TakeChildJournal(), {}));
+}
+
+// The shell ends with 126 when it finds what it may not run.
+TEST_F(ScriptMethodTest, AFolderThatTheHostTakesForTheScriptCannotBeRun) {
+  std::filesystem::remove(Folder() / "bmcup.sh");
+  std::filesystem::create_directory(Folder() / "bmcup.sh");
+  host_.readableFiles.insert(kScript);
+  WriteLogs(kSdrGood, kFlashGood);
+  EXPECT_EQ(Run(), 1);
+  EXPECT_TRUE(SameLines(host_.TakeJournal(), {kStart, kScriptFound, kScriptRun, "1 [" + kSdrGood + "]",
+                                              "1 [" + kFlashGood + "]", Failed("2B", 0, 126), kEnd}));
+  EXPECT_TRUE(SameLines(host_.TakeChildJournal(), kScriptStarted));
+}
+
+TEST_F(ScriptMethodTest, AScriptThatIsNotExecutableCannotBeRun) {
+  WriteScript("mkdir ran");
+  std::filesystem::permissions(Folder() / "bmcup.sh",
+                               std::filesystem::perms::owner_read | std::filesystem::perms::owner_write);
+  WriteLogs(kSdrGood, kFlashGood);
+  EXPECT_EQ(Run(), 1);
+  EXPECT_TRUE(SameLines(host_.TakeJournal(), {kStart, kScriptFound, kScriptRun, "1 [" + kSdrGood + "]",
+                                              "1 [" + kFlashGood + "]", Failed("2B", 0, 126), kEnd}));
+  EXPECT_TRUE(SameLines(host_.TakeChildJournal(), kScriptStarted));
+  EXPECT_NE(Console(), "");  // the shell's own words
+  EXPECT_FALSE(std::filesystem::exists(Folder() / "ran"));
 }
 
 TEST_F(ScriptMethodTest, AScriptThatGetsNoConsoleIsNotRun) {

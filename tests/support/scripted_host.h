@@ -85,6 +85,7 @@ class ScriptedHost {
   CManageRepositoryInfo oldModule;
   CManageRepositoryInfo operatingModule;
   std::vector<std::string> localesAskedFor;  // names, in the order in which the plug-in made them
+  std::map<std::string, bool> locales;       // whether the machine has one of that name; where silent, as it really is
 
   // --- Libraries and memory. Libraries are real; those that play the management library follow this script.
   ScriptedManagementLibrary managementLibrary;

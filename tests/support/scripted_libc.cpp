@@ -12,6 +12,7 @@
 #include <cstring>
 #include <locale>
 #include <new>
+#include <stdexcept>
 #include <string>
 
 #include "tests/support/scripted_host.h"
@@ -201,6 +202,12 @@ void __real__ZNSt6localeC1EPKc(std::locale* locale, const char* name);
 void __wrap__ZNSt6localeC1EPKc(std::locale* locale, const char* name) {
   if (ScriptedHost* host = ScriptedHost::Current(); host != nullptr) {
     host->localesAskedFor.emplace_back(name);
+    if (const auto scripted = host->locales.find(name); scripted != host->locales.end()) {
+      if (!scripted->second) {
+        throw std::runtime_error("no such locale");  // as the real one does
+      }
+      name = "C.UTF-8";  // any that is not the classic one
+    }
   }
   __real__ZNSt6localeC1EPKc(locale, name);
 }
