@@ -297,6 +297,11 @@ Lines Failed(const std::string& command, unsigned long exitCode) {
                       {"4 CBMC_KESTREL_Firmware::ExecIPMICommand_list() [END]", DeleteResult()});
 }
 
+Lines Broken(const std::string& command) {
+  return RequestLines(command, std::string("2 [") + kResultFile + "] may be broken",
+                      "4 CBMC_KESTREL_Firmware::ExecIPMICommand_list() [END]");
+}
+
 }  // namespace
 
 Lines Request(const std::string& request) {
@@ -308,8 +313,7 @@ Lines FailedRequest(const std::string& request, unsigned long exitCode) {
 }
 
 Lines BrokenRequest(const std::string& request) {
-  return RequestLines(IpmitoolLine(request), std::string("2 [") + kResultFile + "] may be broken",
-                      "4 CBMC_KESTREL_Firmware::ExecIPMICommand_list() [END]");
+  return Broken(IpmitoolLine(request));
 }
 
 Lines MakersRequest(const std::string& request) {
@@ -318,6 +322,10 @@ Lines MakersRequest(const std::string& request) {
 
 Lines FailedMakersRequest(const std::string& request, unsigned long exitCode) {
   return Failed(MakersLine(request), exitCode);
+}
+
+Lines BrokenMakersRequest(const std::string& request) {
+  return Broken(MakersLine(request));
 }
 
 Lines Flow(const std::string& text) {

@@ -159,9 +159,10 @@ Lines Request(const std::string& request);
 Lines FailedRequest(const std::string& request, unsigned long exitCode = 1);
 // The same when the tool ended well but its answer could not be read.
 Lines BrokenRequest(const std::string& request);
-// Answered and failed through the maker's tool, where every completion code is an answer.
+// Answered, failed and broken through the maker's tool, where every completion code is an answer.
 Lines MakersRequest(const std::string& request);
 Lines FailedMakersRequest(const std::string& request, unsigned long exitCode = 1);
+Lines BrokenMakersRequest(const std::string& request);
 
 // Journal line of a start or end line etc.: Flow("X() [START]") is "4 X() [START]".
 Lines Flow(const std::string& text);

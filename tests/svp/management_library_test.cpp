@@ -17,15 +17,16 @@ const Lines kUnloadedNothing = {"4 CBMC_MngLib::Unload [START]", "4 CBMC_MngLib:
 const Lines kUnloaded = {"4 CBMC_MngLib::Unload [START]", "close library", "4 CBMC_MngLib::Unload [END]"};
 const std::string kLibrary = kManagementLibrary;
 
-// A construction that ends in Load; `error` is the whole of its error line.
+const Lines kLoaded = {"4 CBMC_MngLib::Load [START]", "open library " + kLibrary, "4 CBMC_MngLib::Load [END]"};
+
+// A Load that fails; `error` is the whole of its error line.
+Lines FailedLoad(const std::string& error) {
+  return {"4 CBMC_MngLib::Load [START]", "open library " + kLibrary, "2 " + error, "4 CBMC_MngLib::Load [END]"};
+}
+
+// A construction that ends in Load.
 Lines NotLoaded(const std::string& error, const Lines& unloaded) {
-  return {"4 CBMC_MngLib::CBMC_MngLib [START]",
-          "4 CBMC_MngLib::Load [START]",
-          "open library " + kLibrary,
-          "2 " + error,
-          "4 CBMC_MngLib::Load [END]",
-          "2 CBMC_MngLib::CBMC_MngLib() Error End.",
-          unloaded};
+  return {"4 CBMC_MngLib::CBMC_MngLib [START]", FailedLoad(error), "2 CBMC_MngLib::CBMC_MngLib() Error End.", unloaded};
 }
 
 // A construction that ends without an interface object; `exception` is the line of what the library threw, if it did.
@@ -90,6 +91,49 @@ TEST_F(ManagementLibrary, IsOpenAsLongAsTheObjectLives) {
   }
   EXPECT_TRUE(SameLines(host_.TakeJournal(), LibraryClosed()));
   EXPECT_FALSE(ManagementLibraryIsLoaded(host_));
+}
+
+TEST_F(ManagementLibrary, IsLoadedOnceMoreByEachLoadAndReleasedOnceByEachUnload) {
+  InstallManagementLibrary(host_, "whole");
+  {
+    CBMC_MngLib library;
+    host_.TakeJournal();
+    EXPECT_EQ(library.Load(), 0);
+    EXPECT_EQ(library.Load(), 0);
+    EXPECT_TRUE(SameLines(host_.TakeJournal(), kLoaded.Times(2)));
+    library.Unload();
+    library.Unload();  // the same handle again, which was not forgotten
+    EXPECT_TRUE(SameLines(host_.TakeJournal(), kUnloaded.Times(2)));
+    EXPECT_TRUE(ManagementLibraryIsLoaded(host_));
+  }
+  EXPECT_TRUE(SameLines(host_.TakeJournal(), LibraryClosed()));
+  EXPECT_FALSE(ManagementLibraryIsLoaded(host_));
+}
+
+TEST_F(ManagementLibrary, ThatIsReplacedByALesserOneIsNotLoadedAgain) {
+  InstallManagementLibrary(host_, "whole");
+  CBMC_MngLib library;
+  library.Unload();
+  EXPECT_FALSE(ManagementLibraryIsLoaded(host_));
+  host_.TakeJournal();
+  InstallManagementLibrary(host_, "without_delete_item_disp");
+  EXPECT_EQ(library.Load(), 1);
+  EXPECT_TRUE(SameLines(host_.TakeJournal(), FailedLoad("Failed to load MngSrv_OrvLib Library(" + kLibrary +
+                                                        ": undefined symbol: DeleteItemDisp) .")));
+  EXPECT_TRUE(ManagementLibraryIsLoaded(host_));  // until it is unloaded
+  library.Unload();
+  EXPECT_TRUE(SameLines(host_.TakeJournal(), kUnloaded));
+  EXPECT_FALSE(ManagementLibraryIsLoaded(host_));
+  std::filesystem::remove(host_.InstallPath() / "kind4" / "liborv_MngSrv_OrvLib.so");
+  EXPECT_EQ(library.Load(), 1);
+  library.Unload();
+  EXPECT_TRUE(
+      SameLines(host_.TakeJournal(), {FailedLoad("Failed to load MngSrv_OrvLib Library(" + kLibrary +
+                                                 ": cannot open shared object file: No such file or directory)."),
+                                      kUnloadedNothing}));
+  InstallManagementLibrary(host_, "whole");  // which releases the interface object
+  EXPECT_EQ(library.Load(), 0);
+  EXPECT_TRUE(SameLines(host_.TakeJournal(), kLoaded));
 }
 
 TEST_F(ManagementLibrary, ThatIsMissingIsNotLoaded) {

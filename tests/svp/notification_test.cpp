@@ -42,7 +42,7 @@ class Notification : public testing::Test {
             kOsEnd};
   }
   Lines OsRefused(const std::string& flags) {
-    RefuseThenTake(&host_, kOsLock, 3);
+    RefuseThenTake(&host_, kThroughMakersTool, kOsLock, 3);
     return {kOsStart,
             CapabilityLines(kThroughMakersTool, flags),
             kNames,
@@ -60,7 +60,7 @@ class Notification : public testing::Test {
             kDiskEnd};
   }
   Lines DisksRefused(const std::string& flags) {
-    RefuseThenTake(&host_, kDiskLock, 3);
+    RefuseThenTake(&host_, kThroughMakersTool, kDiskLock, 3);
     return {DisksAsked(flags), Attempts(kThroughMakersTool, kDiskLock, kLockFailed, 3), kRecord};
   }
 

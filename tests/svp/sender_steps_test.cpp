@@ -1,5 +1,6 @@
-// Every step of the transfer failing once, twice and for good, in both senders and through both tools: the same
-// requests, retries and pauses, but only the system's sender tells a final failure by its message and its end line.
+// Every step of the transfer failing once, twice and for good, in both senders and through both tools, because
+// the BMC refuses it or because its answer is broken: the same requests, retries and pauses, but only the system's
+// sender tells a final failure by its message and its end line.
 #include <gtest/gtest.h>
 
 #include <tuple>
@@ -145,8 +146,9 @@ std::string CaseName(const testing::TestParamInfo<Case>& instance) {
 
 INSTANTIATE_TEST_SUITE_P(Every, SenderStep,
                          testing::Combine(testing::Values(kOsSender, kDiskSender),
-                                          testing::Values(kThroughIpmitool, kThroughMakersTool), testing::Range(0, 6),
-                                          testing::Range(1, 4)),
+                                          testing::Values(kThroughIpmitool, kThroughMakersTool, kBrokenByIpmitool,
+                                                          kBrokenByMakersTool),
+                                          testing::Range(0, 6), testing::Range(1, 4)),
                          CaseName);
 
 // Sender and index of a step, through the maker's tool.

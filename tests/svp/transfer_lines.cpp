@@ -9,13 +9,24 @@ Lines Tool::Taken(const std::string& request) const {
   return isMakers ? MakersRequest(request) : Request(request);
 }
 
+void Tool::Refuse(ScriptedHost* host, const std::string& request, int times) const {
+  if (breaksAnswers) {
+    host->AnswerRaw(request, {0, 0, isMakers ? "sent\na b c d 00 broken\n" : "broken\n"}, times);
+  } else {
+    host->Answer(request, "c1", times);
+  }
+}
+
 Lines Tool::Refused(const std::string& request) const {
+  if (breaksAnswers) {
+    return isMakers ? BrokenMakersRequest(request) : BrokenRequest(request);
+  }
   return isMakers ? MakersRequest(request) : FailedRequest(request);
 }
 
-void RefuseThenTake(ScriptedHost* host, const std::string& request, int failures) {
+void RefuseThenTake(ScriptedHost* host, const Tool& tool, const std::string& request, int failures) {
   if (failures > 0) {
-    host->Answer(request, "c1", failures);
+    tool.Refuse(host, request, failures);
   }
   if (failures < 3) {
     host->Answer(request, "00");
@@ -35,7 +46,7 @@ Lines PlaySteps(ScriptedHost* host, const Tool& tool, const std::vector<Step>& s
   for (int i = 0; i < std::ssize(steps); ++i) {
     const Step& step = steps[static_cast<std::size_t>(i)];
     const int stepFailures = i == failing ? failures : 0;
-    RefuseThenTake(host, step.request, stepFailures);
+    RefuseThenTake(host, tool, step.request, stepFailures);
     journal = {journal, Attempts(tool, step.request, step.message, stepFailures)};
     if (stepFailures == 3) {
       break;

@@ -11,33 +11,38 @@
 
 namespace kestrel {
 
-// One of the two IPMI tools, as a test parameter.
+// One of the two IPMI tools and how requests fail through it, as a test parameter.
 struct Tool {
   const char* name;
   const char* path;
   bool isMakers;
-  // What the trace shows as the completion code of a request that the BMC refuses with c1: ipmitool gives none away.
+  bool breaksAnswers;  // instead of the BMC's refusing with c1
+  // What the trace shows as the completion code of a request that fails so: ipmitool gives a refusal's away.
   const char* refusal;
 
+  // Makes the next `times` calls of `request` fail.
+  void Refuse(ScriptedHost* host, const std::string& request, int times) const;
   // The journal of a request that the BMC takes.
   Lines Taken(const std::string& request) const;
-  // The journal of a request that the BMC refuses with c1.
+  // The journal of a request that fails.
   Lines Refused(const std::string& request) const;
 };
 
-inline const Tool kThroughIpmitool{"Ipmitool", kIpmitoolPath, false, ""};
-inline const Tool kThroughMakersTool{"MakersTool", kMakersToolPath, true, "c1"};
+inline const Tool kThroughIpmitool{"Ipmitool", kIpmitoolPath, false, false, ""};
+inline const Tool kThroughMakersTool{"MakersTool", kMakersToolPath, true, false, "c1"};
+inline const Tool kBrokenByIpmitool{"BrokenByIpmitool", kIpmitoolPath, false, true, "00"};
+inline const Tool kBrokenByMakersTool{"BrokenByMakersTool", kMakersToolPath, true, true, "00"};
 
 // How a failed test names its tool.
 inline void PrintTo(const Tool& tool, std::ostream* out) {
   *out << tool.name;
 }
 
-// Makes the BMC refuse the next `failures` calls of `request`, and take the one after them when there is a third.
-void RefuseThenTake(ScriptedHost* host, const std::string& request, int failures);
+// Makes the next `failures` calls of `request` fail, and the one after them succeed when there is a third.
+void RefuseThenTake(ScriptedHost* host, const Tool& tool, const std::string& request, int failures);
 
-// The journal of a step up to its last answer: `failures` (0 to 3) attempts are refused, and told by `message` when
-// they are tried again. `message` goes up to the completion code.
+// The journal of a step up to its last answer: `failures` (0 to 3) attempts fail, and are told by `message` when they
+// are tried again. `message` goes up to the completion code.
 Lines Attempts(const Tool& tool, const std::string& request, const std::string& message, int failures);
 
 // One step of a transfer.
@@ -47,8 +52,8 @@ struct Step {
   std::string message;  // of a failed attempt, up to the completion code
 };
 
-// Makes the BMC refuse step `failing` of `steps` (an index) `failures` times and take all before it, and all behind it
-// unless it has failed three times. Gives the journal up to the last answer.
+// Makes step `failing` of `steps` (an index) fail `failures` times and all before it succeed, and all behind it unless
+// it has failed three times. Gives the journal up to the last answer.
 Lines PlaySteps(ScriptedHost* host, const Tool& tool, const std::vector<Step>& steps, int failing, int failures);
 
 // An answer of Get Capability that ends with the support flags, and the journal of asking for it. A completion code
