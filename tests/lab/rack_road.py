@@ -1,16 +1,32 @@
 """What the tests of rack servers share: packages with a script, of whatever version comes next, and the whole road of a
 good one."""
 
+from typing import NamedTuple
+
 from kv6000.packages import make_image, write_package
 from kv6000.rack_packages import FAULTS, PAYLOAD_SIZE, SCRIPT, WRAPPER, good_files, make_rack_packages, sdr_file
-from road import Road
+from road import PAUSES, Road
 
+# The requests of a check, which change nothing.
+QUESTIONS = {"06 01", "0a 20", "0a 23"}
+# What ipmitool asks of its own accord, and how the guest's driver minds the messages between it and the BMC.
+OF_THEIR_OWN_ACCORD = {"2c 00", "06 2e", "06 2f", "06 30", "06 31", "06 33", "06 35"}
+# By these an update begins, fills and ends the standby SDR, connects the drive and arms the flag.
+ORDERS = {"0a 2a", "0a 24", "0a 2b", "34 8c", "34 5e"}
 WORK = "INSTALL/tmp/KV6KBMC/BMC_FW"
 COMMAND = f"{WORK}/bmcup.sh < {WORK}/Yes"
 START = "4 CBMC_KESTREL_Firmware::Update() [START]"
 END = "4 CBMC_KESTREL_Firmware::Update() [END]"
 SDR_LINE = "1 [SDR data was successfully written!]"
 FLASH_LINE = "1 [Update is successful. Reboot is required for changeover to new FW.]"
+
+
+class Machine(NamedTuple):
+    """All that an update could change of a server."""
+
+    bmc: dict  # what its BMC tells, without the commands that it got
+    files: dict  # the BMC's config files
+    host: dict  # content of every file that the host keeps, None of a folder
 
 
 class RackRoad(Road):
@@ -26,6 +42,31 @@ class RackRoad(Road):
 
     def running_pair(self) -> str:
         return f"BMC:{self.running()},SDR:{self.sdr()['version']}"
+
+    def machine(self) -> Machine:
+        state = self.server.bmc("state")
+        state.pop("commands")
+        # Left out are the scratch folder and what every run of orvhost leaves.
+        kept = (path for path in self.server.install.rglob("*")
+                if path.relative_to(self.server.install).parts[0] not in ("tmp", "journal", "orvhost.lock"))
+        host = {path: path.read_bytes() if path.is_file() else None for path in kept}
+        return Machine(state, self.server.bmc("files"), host)
+
+    def told_to_do(self) -> set:
+        """NetFn and command of what the BMC was told since counting was started anew, questions left out."""
+        return {command[:5] for command in self.commands()} - QUESTIONS - OF_THEIR_OWN_ACCORD
+
+    def check(self, package: str, pauses=PAUSES):
+        """Runs orvhost check, which must change nothing: the BMC was asked and not told, and all is as it was."""
+        before = self.machine()
+        self.start_counting()
+        done = self.orvhost("check", f"/share/packages/{package}", pauses=pauses)
+        self.assertIn("06 01", {command[:5] for command in self.commands()})
+        self.assertEqual(self.told_to_do(), set())
+        self.assertEqual(self.machine(), before)
+        self.assertFalse((self.server.install / "repository").exists())
+        self.assert_scratch_holds()
+        return done
 
     def rack_package(self, name: str, files=None, left_out=(), executable=(SCRIPT, "x64/BmcFlash", "x64sdr/sdronup"),
                      fault=None, model="") -> str:
@@ -44,8 +85,12 @@ class RackRoad(Road):
 
     def take(self, package: str, version: str):
         """The whole road of a good package, from update to verify. Returns the three runs by name."""
-        before = self.running_pair()
+        before, machine = self.running_pair(), self.machine()
+        self.start_counting()
         updated = self.update(package)
+        self.assertLessEqual(ORDERS, self.told_to_do())
+        self.assertNotEqual(self.machine().bmc, machine.bmc)
+        self.assertNotEqual(self.machine().host, machine.host)
         self.assert_report(updated, 0, command="update", verdict="updated", phase="record", changed=True,
                            flash_touched=True, before=before, after=version, error=None)
         self.assert_in_trace(updated, START, f"1 [chmod +x -R {WORK}/*]", f"1 [{COMMAND}]", SDR_LINE, FLASH_LINE, END)

@@ -4,7 +4,7 @@ variant, and another family with its decimal major."""
 import unittest
 
 from kv6000.hardware import dmi_dump
-from kv6000.packages import make_image
+from kv6000.packages import make_image, write_package
 from kv6000.rack_packages import PAYLOAD_SIZE, SCRIPT, good_files, sdr_file
 from rack_road import COMMAND, END, FLASH_LINE, SDR_LINE, START, WORK, RackRoad
 from road import SHORT_PAUSES
@@ -14,8 +14,16 @@ ORDINARY_SERIAL = "KV6KRT0000001A000"
 LONG_SSD_SERIAL = "KV6KRT0000001E000"
 BEGUN = "The update failed after writing the firmware had begun."
 NOT_BEGUN = "The update failed before anything was written."
+# Of a longer line of a log the trace holds the start.
+LONGEST_LOG_LINE = 65536
 # A script that never ends is given up after 900 s at full length: here after 9 s, and a request after 3.5 s.
 SCRIPT_PAUSES = 0.01
+
+
+def other_model(version: str, package: str, machine: str, serial: str) -> str:
+    """The cause of a package's refusal by a machine of another model."""
+    its, this = (f'model "{model}"' if model else "ordinary model" for model in (package, machine))
+    return f"The package, version {version}, is for the {its}; this machine's is the {this} (serial number {serial})."
 
 
 class ARackServer(RackRoad):
@@ -91,8 +99,8 @@ class ARackServer(RackRoad):
         self.assertEqual((self.scratch / "BMC_FW" / "x64sdr" / "sdronup.log").stat().st_size, 100_000_000)
         self.assert_refused(done, 8, "2E2B", "iret[0] dret[0]")
         long_lines = [line for line in done.trace if line.startswith("1 [xxxx")]
-        self.assertEqual([set(line[3:-1]) for line in long_lines], [{"x"}])
-        self.assertLess(len(long_lines[0]), 100_000)
+        self.assertEqual([(set(line[3:-1]), len(line)) for line in long_lines],
+                         [({"x"}, len("1 []") + LONGEST_LOG_LINE)])
         self.assertIn(FLASH_LINE, done.trace)
 
     def test_a_package_whose_script_is_missing_or_a_folder_is_refused_before_anything_runs(self):
@@ -120,15 +128,55 @@ class ARackServer(RackRoad):
 
     def test_a_package_for_long_ssd_machines_is_refused(self):
         pair = self.running_pair()
-        for words in (["check"], ["update"]):
-            with self.subTest(words[0]):
-                done = self.orvhost(*words, "/share/packages/rt-long-ssd.zip")
-                self.assert_report(done, 6, command=words[0], verdict="does-not-fit", phase="fit", changed=False,
-                                   flash_touched=False, before=pair)
+        for command, judge in (("check", self.check), ("update", self.update)):
+            with self.subTest(command):
+                done = judge("rt-long-ssd.zip")
+                self.assert_report(done, 6, command=command, verdict="does-not-fit", phase="fit", changed=False,
+                                   flash_touched=False, before=pair,
+                                   cause=other_model("BMC:01-24,SDR:A2", "LONG/SSD", "", ORDINARY_SERIAL))
                 self.assertIn(f"1 Ver[{pair}],Serial[{ORDINARY_SERIAL}],Model[],Rep[LONG/SSD],iRet[1]", done.trace)
                 self.assertEqual(done.records, [])
                 self.assertNotIn(START, done.trace)
 
+    def test_check_compares_the_package_with_what_runs(self):
+        firmware, sdr = self.running(), self.sdr()["version"]
+        older, newer = (f"01-{int(firmware[3:]) + step:02d}" for step in (-1, 1))
+        older_sdr, newer_sdr = (f"{sdr[0]}{int(sdr[1:]) + step}" for step in (-1, 1))
+        is_newer, is_older = (f"The package is {word}: " for word in ("newer", "older"))
+        is_same = "The package is the same: "
+        no_difference = "The package counts as the same, because the plug-in finds no difference: "
+        for version, verdict, begin in (
+                (f"BMC:{newer},SDR:{older_sdr}", "newer", is_newer),
+                (f"BMC:{older},SDR:{newer_sdr}", "older", is_older),
+                (f"BMC:{firmware},SDR:{newer_sdr}", "newer", is_newer),
+                (f"BMC:{firmware},SDR:{older_sdr}", "older", is_older),
+                (f"BMC:{firmware},SDR:{sdr}", "same", is_same),
+                # A part that is left open is not compared.
+                (f"BMC:*,SDR:{newer_sdr}", "newer", is_newer),
+                (f"BMC:*,SDR:{sdr}", "same", no_difference),
+                (f"BMC:{older},SDR:*", "older", is_older)):
+            with self.subTest(version):
+                self.assert_compared(version, verdict, begin, [])
+        for version in ("BMC:*,SDR:*", newer):
+            with self.subTest(version):
+                done = self.assert_compared(
+                    version, "not-comparable", "The package cannot be compared, because one of them is malformed: ",
+                    ["MSGID_BMC_0008_F 090A"])
+                self.assert_in_trace(done, "R MSGID_BMC_0008_F 090A", "2 Invalid version format",
+                                     "4 CBMC_KESTREL_Firmware::CheckVendorVersion() [0] [END]")
+
+    def assert_compared(self, version: str, verdict: str, begin: str, records: list):
+        """What check says of a package of the version; returns its run."""
+        pair = self.running_pair()
+        write_package(self.server.share / "packages" / "compared.zip", version, {}, server_types=["kv6000rt"])
+        done = self.check("compared.zip", pauses=SHORT_PAUSES)
+        self.assert_report(done, 0, command="check", verdict=verdict, phase="compare", changed=False,
+                           flash_touched=False, before=pair, after=pair, error=None)
+        self.assertEqual(done.records, records)
+        told = f"the BMC already runs version {pair}. " if version == pair else (
+            f"it holds version {version}, and the BMC runs {pair}. ")
+        self.assertEqual(done.report["summary"].find(begin + told), 0, done.report["summary"])
+        return done
 
     def test_the_serial_number_decides_which_package_fits(self):
         """Of the machine's tables dmidecode reads those of this test, so that one server has them all."""
@@ -136,7 +184,7 @@ class ARackServer(RackRoad):
         pair = self.running_pair()
         models = {"ordinary": "", "long-ssd": "LONG/SSD"}
         for package, model in models.items():
-            self.rack_package(package, model=model)
+            version = self.rack_package(package, model=model)
         for serial, model, package, fits in (
                 ("KV6KRT0000001E", "long/ssd", "long-ssd", True), ("KV6KRT0000001A", "", "ordinary", True),
                 ("KV6KRT0000001e", "", "long-ssd", False), ("KV6KRT0000001L0", "long/ssd", "ordinary", False),
@@ -148,17 +196,20 @@ class ARackServer(RackRoad):
                 self.assertIn(f"1 Ver[{pair}],Serial[{serial}],Model[{model}],Rep[{models[package]}],"
                               f"iRet[{int(not fits)}]", done.trace)
                 self.assert_report(done, 0 if fits else 6, command="check",
-                                   verdict="newer" if fits else "does-not-fit", changed=False, before=pair)
+                                   verdict="newer" if fits else "does-not-fit", changed=False, before=pair,
+                                   cause=None if fits else other_model(version, models[package], model, serial))
         for serial, fields in (("KV6KRT0000001", {"serial": b"KV6KRT0000001"}), ("Not Specified", {})):
             with self.subTest(serial):
                 done = self.check_with("ordinary", fields)
                 self.assertIn(f"2 Failed to get serial number [{serial}]", done.trace)
-                self.assert_report(done, 6, command="check", verdict="does-not-fit", changed=False, before=pair)
+                self.assert_report(done, 6, command="check", verdict="does-not-fit", changed=False, before=pair,
+                                   cause=f"The package, version {version}, cannot be matched with this machine, because "
+                                         f"the plug-in found no usable serial number, only \"{serial}\".")
 
     def check_with(self, package: str, fields: dict):
         """What check says of the package when the system's table has these fields."""
         (self.server.share / "dmi.bin").write_bytes(dmi_dump(system={"product": b"KV6000RT", **fields}))
-        return self.orvhost("check", f"/share/packages/{package}.zip")
+        return self.check(f"{package}.zip")
 
 
 class ALongSsdRackServer(RackRoad):
@@ -179,12 +230,13 @@ class ALongSsdRackServer(RackRoad):
         self.assert_in_trace(identified, "4 CBMC_KESTREL_Firmware::GetSDRVersion() [A1] [END]")
         self.assert_golden("sdr_with_an_unreadable_record.trace", {"identify": identified})
 
-        refused = self.orvhost("check", "/share/packages/rt-good.zip", pauses=SHORT_PAUSES)
+        refused = self.check("rt-good.zip", pauses=SHORT_PAUSES)
         self.assert_report(refused, 6, command="check", verdict="does-not-fit", phase="fit", changed=False,
-                           before="BMC:01-23,SDR:A1")
+                           before="BMC:01-23,SDR:A1",
+                           cause=other_model("BMC:01-24,SDR:A2", "", "long/ssd", LONG_SSD_SERIAL))
         self.assertIn(f"1 Ver[BMC:01-23,SDR:A1],Serial[{LONG_SSD_SERIAL}],Model[long/ssd],Rep[],iRet[1]", refused.trace)
 
-        fits = self.orvhost("check", "/share/packages/rt-long-ssd.zip", pauses=SHORT_PAUSES)
+        fits = self.check("rt-long-ssd.zip", pauses=SHORT_PAUSES)
         self.assert_report(fits, 0, command="check", verdict="newer", changed=False, before="BMC:01-23,SDR:A1",
                            error=None)
         self.assertIn(f"1 Ver[BMC:01-23,SDR:A1],Serial[{LONG_SSD_SERIAL}],Model[long/ssd],Rep[LONG/SSD],iRet[0]",
@@ -193,7 +245,8 @@ class ALongSsdRackServer(RackRoad):
 
 
 class AServerOfTheMx4000Family(RackRoad):
-    options = {"product": "MX4000", "firmware": "0a-23"}
+    # The version record says that it is a byte longer than it is.
+    options = {"product": "MX4000", "firmware": "0a-23", "sdr": {"length_byte": 18}}
 
     def test_there_is_no_report_of_it(self):
         folder = self.server.share / "reports"
@@ -203,6 +256,18 @@ class AServerOfTheMx4000Family(RackRoad):
         self.assert_in_trace(done, "4 ServerType:[mx4000]", "1 Unsupported ServerType",
                              "4 CBMC_KESTREL_Vendor::ExecOutputDeviceConfigInfo() [END]")
         self.assertEqual((done.records, list(folder.iterdir()), self.asked()), ([], [], []))
+
+    def test_an_sdr_record_that_is_shorter_than_it_says_leaves_the_sdr_version_empty(self):
+        """The SDR version is read of rack servers only, so this one is taken for one."""
+        done = self.orvhost("identify", "--server-type", "kv6000rt", pauses=SHORT_PAUSES)
+        version = f"BMC:{self.running()},SDR:"
+        self.assert_report(done, 0, command="identify", before=version, error=None)
+        record = (bytes((18, 0, 17, 0, 0x51, 0xc0, 18, 0x91, 0x12, 0)) + b"SDR Version A1").hex().upper()
+        self.assert_in_trace(done, "1 Record Num [11][00]", f"1 Record [{record}]",
+                             f"2 Failed to get SDR Version. Record[{record}]",
+                             f"4 CBMC_KESTREL_Firmware::GetOperatingVersion() [{version}] [END]")
+        self.assertNotIn("1 Record Num [10][00]", done.trace)
+        self.assertEqual(done.records, [])
 
     def test_a_major_byte_of_0a_reads_as_10_from_the_package_to_the_verified_firmware(self):
         identified = self.orvhost("identify")

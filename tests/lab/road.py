@@ -194,13 +194,17 @@ class Road(SharedServer):
     def running(self) -> str:
         return self.server.bmc("state")["running"]
 
+    def commands(self) -> list:
+        """All that the BMC got since the test began or counting was started anew, with the answers."""
+        commands = self.server.bmc("state")["commands"]
+        self.assertLess(len(commands), 5000, "the BMC keeps 5000 commands, so the first may be missing")
+        return commands[self._asked_before:]
+
     def asked(self) -> list:
         """The BMC's own commands with their answers since the test began or counting was started anew. The standard
         commands, of which the guest's driver and ipmitool send some of their own accord, and the flash utility's
         polling are left out."""
-        commands = self.server.bmc("state")["commands"]
-        self.assertLess(len(commands), 5000, "the BMC keeps 5000 commands, so the first may be missing")
-        return [command for command in commands[self._asked_before:]
+        return [command for command in self.commands()
                 if command.startswith(("34 ", "36 ", "3c ")) and not command.startswith("34 91 ")]
 
     def assert_report(self, run: Run, exit_code: int, **fields):
