@@ -203,8 +203,8 @@ class ARackServer(RackRoad):
                 done = self.check_with("ordinary", fields)
                 self.assertIn(f"2 Failed to get serial number [{serial}]", done.trace)
                 self.assert_report(done, 6, command="check", verdict="does-not-fit", changed=False, before=pair,
-                                   cause=f"The package, version {version}, cannot be matched with this machine, because "
-                                         f"the plug-in found no usable serial number, only \"{serial}\".")
+                                   cause=f"The package, version {version}, cannot be matched with this machine, "
+                                         f"because the plug-in found no usable serial number, only \"{serial}\".")
 
     def check_with(self, package: str, fields: dict):
         """What check says of the package when the system's table has these fields."""
