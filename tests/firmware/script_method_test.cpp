@@ -111,20 +111,22 @@ TEST_F(ScriptMethodTest, TheArchitectureMayBeSaidInMoreWords) {
                         {kStart, kScriptFound, kScriptRun, "1 [" + kSdrGood + "]", "1 [" + kFlashGood + "]", kDone}));
 }
 
-// The logs hold texts in two encodings, neither of them whole.
+// The logs hold texts in two encodings, some of them cut within a character.
 TEST_F(ScriptMethodTest, ALocaleThatIsThereOrLackingChangesNothing) {
-  const std::string shiftJis = "\x93\xfa\x96\x7b \x8f\x49\x97\xb9\x81";
-  const std::string utf8 = "\xe6\x97\xa5\xe6\x9c\xac \xe6\x97";
+  const std::string sdr[] = {"\x93\xfa\x96\x7b \x8f\x49\x97\xb9\x81", "\xe6\x97\xa5" + kSdrGood + "\x93\xfa",
+                             "\xe6\x97"};
+  const std::string flash[] = {"\x93" + kFlashGood + "\xff", "\x80"};
   host_.Command(kChmod, {0, 0, ""});
-  WriteLogs(shiftJis + "\n" + utf8 + kSdrGood + shiftJis + "\n" + utf8, shiftJis + kFlashGood + "\xff\n\x80");
+  Write("x64sdr/sdronup.log", sdr[0] + "\n" + sdr[1] + "\n" + sdr[2]);
+  Write("x64/BmcFlash_log.txt", flash[0] + "\n" + flash[1] + "\n");
   for (const bool there : {true, false}) {
     SCOPED_TRACE(there ? "there" : "lacking");
     host_.locales = {{"japanese", there}};
     host_.localesAskedFor.clear();
     EXPECT_EQ(Run(), 0);
-    EXPECT_TRUE(SameLines(host_.TakeJournal(), {kStart, kScriptFound, kScriptRun, "1 [" + shiftJis + "]",
-                                                "1 [" + utf8 + kSdrGood + shiftJis + "]", "1 [" + utf8 + "]",
-                                                "1 [" + shiftJis + kFlashGood + "\xff]", "1 [\x80]", kDone}));
+    EXPECT_TRUE(
+        SameLines(host_.TakeJournal(), {kStart, kScriptFound, kScriptRun, "1 [" + sdr[0] + "]", "1 [" + sdr[1] + "]",
+                                        "1 [" + sdr[2] + "]", "1 [" + flash[0] + "]", "1 [" + flash[1] + "]", kDone}));
     EXPECT_TRUE(SameLines(host_.TakeChildJournal(), kScriptStarted));
     EXPECT_EQ(host_.localesAskedFor, (std::vector<std::string>{"japanese", "japanese"}));
   }
