@@ -92,6 +92,8 @@ unsigned long GetLastError() {
   return static_cast<unsigned long>(errno);
 }
 
+// NOLINTBEGIN(performance-unnecessary-value-param): texts come by value, as a plug-in passes them.
+
 std::string CStringUtil::StringToLowerCase(std::string text) {
   for (char& character : text) {
     character = Shifted(character, 'A', 'Z', 'a' - 'A');
@@ -220,3 +222,5 @@ bool CUnzip_Utility::DeleteFolder(std::string folder, std::string module) {
   Host().folderDeletions.pop_front();
   return deleted;
 }
+
+// NOLINTEND(performance-unnecessary-value-param)
