@@ -97,7 +97,7 @@ void DiagnoseRoad::NothingToDiagnose() {
 
 void DiagnoseRoad::LookAround() {
   const RecordedRun& run = situation_.run;
-  for (const WorkingProcess& process : ProcessesOfRun(run.id)) {
+  for (const WorkingProcess& process : ProcessesOfRun(run_.options.installPath, run.id)) {
     left_ += (left_.empty() ? "" : ", ") + std::to_string(process.pid) + " (" + process.commandLine + ")";
   }
   situation_.isAtWork = !left_.empty() || RunAtWork(run_.options.installPath) == run.id;

@@ -34,7 +34,7 @@ bool ExclusiveRun::Begin(Outcome* outcome) {
   const std::string now = UtcNow();
   runId_ = NextRunId(ListRuns(JournalFolder(run_.options.installPath)), now);
   lock_.Sign({runId_, command_, getpid(), now, false});
-  setenv(kRunVariable, runId_.c_str(), 1);
+  setenv(kRunVariable, RunMark(run_.options.installPath, runId_).c_str(), 1);
   if (!BeginJournal(outcome)) return false;
   TellTakeover();
   return true;
@@ -80,7 +80,7 @@ bool ExclusiveRun::IsFree(RunLock::Result result, Outcome* outcome) {
 }
 
 bool ExclusiveRun::NothingIsLeftOf(const LockNote& last, Outcome* outcome) {
-  const std::vector<WorkingProcess> left = ProcessesOfRun(last.runId);
+  const std::vector<WorkingProcess> left = ProcessesOfRun(run_.options.installPath, last.runId);
   if (left.empty()) return true;
   std::string processes;
   for (const WorkingProcess& process : left) {

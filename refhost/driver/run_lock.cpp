@@ -59,9 +59,15 @@ LockNote NoteFrom(const json& value) {
 
 }  // namespace
 
-std::vector<WorkingProcess> ProcessesOfRun(const std::string& runId) {
+std::string RunMark(const std::string& installPath, const std::string& runId) {
+  std::error_code failure;
+  const fs::path folder = fs::canonical(installPath, failure);
+  return (failure ? fs::path(installPath) : folder) / runId;
+}
+
+std::vector<WorkingProcess> ProcessesOfRun(const std::string& installPath, const std::string& runId) {
   std::vector<WorkingProcess> found;
-  const std::string variable = std::string(kRunVariable) + "=" + runId;
+  const std::string variable = std::string(kRunVariable) + "=" + RunMark(installPath, runId);
   std::error_code ignored;
   for (const fs::directory_entry& entry : fs::directory_iterator("/proc", ignored)) {
     const std::string name = entry.path().filename().string();

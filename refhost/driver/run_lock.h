@@ -29,12 +29,16 @@ struct WorkingProcess {
   std::string commandLine;  // words separated by blanks
 };
 
-// Name in the environment of everything that a run starts, with the run's id as its value.
+// Name in the environment of everything that a run starts, with RunMark() as its value.
 inline constexpr const char* kRunVariable = "ORVHOST_RUN";
 
-// The processes but this one that carry the id of the run `runId` in their environment. They may outlive the program
-// that started them: a flash tool goes on when the program is killed.
-std::vector<WorkingProcess> ProcessesOfRun(const std::string& runId);
+// The run `runId` of the folder `installPath`, however that path is written. The id alone is not enough: two folders
+// may have a run with the same number that began in the same second.
+std::string RunMark(const std::string& installPath, const std::string& runId);
+
+// The processes but this one that carry that run's mark in their environment. They may outlive the program that started
+// them: a flash tool goes on when the program is killed.
+std::vector<WorkingProcess> ProcessesOfRun(const std::string& installPath, const std::string& runId);
 
 // The id of the run that holds the lock in the folder `installPath` now; "" when nobody does. Takes nothing, so that
 // it disturbs nobody.

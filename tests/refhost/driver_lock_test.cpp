@@ -21,6 +21,18 @@ class Lock : public BackgroundDriver {
     EXPECT_NE(object["error"]["next_step"], "");
     EXPECT_EQ(Tree(), before);
   }
+
+  // A program at the gate with this mark of a run.
+  pid_t StartOfRun(const std::string& mark) {
+    const pid_t pid = fork();
+    if (pid == 0) {
+      setenv("ORVHOST_RUN", mark.c_str(), 1);
+      execl("/bin/sh", "sh", "-c", "read byte < \"$TEST_PLUGIN_GATE\"", nullptr);
+      _exit(99);
+    }
+    gate_ = FileDescriptor(open((folder_ / "gate").c_str(), O_WRONLY | O_CLOEXEC));
+    return pid;
+  }
 };
 
 constexpr const char* kTakeover =
@@ -137,18 +149,30 @@ TEST_F(Lock, AChildOfThePluginThatOutlivesItKeepsOthersAway) {
   EXPECT_EQ(RunJson("identify")["exit_code"], 0);
 }
 
+// Its number and its second may be the same.
+TEST_F(Lock, AProcessOfAnotherFoldersRunIsNotLookedFor) {
+  Ask("flash-fails");
+  ASSERT_EQ(Run(Update(good_)), 8);
+  StartOfRun("/elsewhere/" + Note()["run_id"].get<std::string>());
+  EXPECT_EQ(RunJson("identify")["exit_code"], 0);
+  OpenTheGate();
+}
+
+TEST_F(Lock, TheFolderMayBeNamedInAnotherWay) {
+  Ask("flash-fails");
+  ASSERT_EQ(Run(Update(good_)), 8);
+  const pid_t left = StartOfRun(folder_ / Note()["run_id"].get<std::string>());
+  installPath_ += "/../" + std::filesystem::path(installPath_).filename().string() + "/";
+  ExpectBusy("identify", "still at work: process " + std::to_string(left) + " (sh -c read byte < ");
+  OpenTheGate();
+}
+
 TEST_F(Lock, WhatAFinishedUpdateLeftRunningIsLookedForToo) {
   Ask("flash-fails");
   ASSERT_EQ(Run(Update(good_)), 8);
   ASSERT_EQ(Note()["ended"], true);
   const std::string id = Note()["run_id"];
-  const pid_t left = fork();
-  if (left == 0) {
-    setenv("ORVHOST_RUN", id.c_str(), 1);
-    execl("/bin/sh", "sh", "-c", "read byte < \"$TEST_PLUGIN_GATE\"", nullptr);
-    _exit(99);
-  }
-  gate_ = FileDescriptor(open((folder_ / "gate").c_str(), O_WRONLY | O_CLOEXEC));
+  const pid_t left = StartOfRun(folder_ / id);
   ExpectBusy("identify", "still at work: process " + std::to_string(left) + " (sh -c read byte < ");
   OpenTheGate();
   EXPECT_EQ(RunJson("identify")["notices"], json::array());
