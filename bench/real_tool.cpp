@@ -23,18 +23,17 @@ int main(int count, char** arguments) {
   const bench::BenchHost host;
   bench::RequestTurns turns(host, bench::Trace::kDiscarded);
   const std::string name = tool.substr(tool.rfind('/') + 1);
-  bench::PrintRow("one request through " + name,
-                  bench::Compare([&] { return turns.Measure(1, [&] { bench::AskForDeviceId(tool); }); }), 1);
+  bench::PrintRowWithoutOwn("one request through " + name,
+                            bench::Compare([&] { return turns.Measure(1, [&] { bench::AskForDeviceId(tool); }); }));
   const int requests = bench::kRequestsBeforeWalk + records;
-  bench::PrintRow("SDR walk, " + std::to_string(records) + " records",
-                  bench::Compare([&] { return turns.Measure(requests, [&] { bench::ReadVersion(tool, version); }); }),
-                  requests);
+  bench::PrintRowWithoutOwn("SDR walk, " + std::to_string(records) + " records", bench::Compare([&] {
+                              return turns.Measure(requests, [&] { bench::ReadVersion(tool, version); });
+                            }));
   for (const int bytes : {32, 1024}) {
-    bench::PrintRow("transfer of " + std::to_string(bytes) + " bytes", bench::Compare([&] {
-                      return turns.MeasureOneAfterTheOther(bench::RequestsToSend(bytes),
-                                                           [&] { bench::SendRecord(tool, bytes); });
-                    }),
-                    bench::RequestsToSend(bytes));
+    bench::PrintRowWithoutOwn("transfer of " + std::to_string(bytes) + " bytes", bench::Compare([&] {
+                                return turns.MeasureOneAfterTheOther(bench::RequestsToSend(bytes),
+                                                                     [&] { bench::SendRecord(tool, bytes); });
+                              }));
   }
   return 0;
 }

@@ -9,6 +9,16 @@ namespace {
 
 constexpr double kPerMillisecond = 1000;
 
+void PrintUpToCpu(const std::string& what, const Comparison& comparison) {
+  std::printf("%-62s %11.2f %11.2f %7.3f %7.3f", what.c_str(), comparison.bare.wall / kPerMillisecond,
+              comparison.ours.wall / kPerMillisecond, comparison.ratio, comparison.cpuRatio);
+}
+
+void PrintRuns(const Comparison& comparison) {
+  std::printf(" %5s\n", comparison.passes == 0 ? "-" : std::to_string(comparison.passes).c_str());
+  std::fflush(stdout);
+}
+
 }  // namespace
 
 void PrintHeader() {
@@ -17,11 +27,15 @@ void PrintHeader() {
 }
 
 void PrintRow(const std::string& what, const Comparison& comparison, int requests) {
-  const std::string runs = comparison.passes == 0 ? "-" : std::to_string(comparison.passes);
-  std::printf("%-62s %11.2f %11.2f %7.3f %7.3f %7.1f %14.1f %5s\n", what.c_str(),
-              comparison.bare.wall / kPerMillisecond, comparison.ours.wall / kPerMillisecond, comparison.ratio,
-              comparison.cpuRatio, 100 * comparison.ownShare, comparison.own / requests, runs.c_str());
-  std::fflush(stdout);
+  PrintUpToCpu(what, comparison);
+  std::printf(" %7.1f %14.1f", 100 * comparison.ownShare, comparison.own / requests);
+  PrintRuns(comparison);
+}
+
+void PrintRowWithoutOwn(const std::string& what, const Comparison& comparison) {
+  PrintUpToCpu(what, comparison);
+  std::printf(" %7s %14s", "-", "-");
+  PrintRuns(comparison);
 }
 
 void PrintGrowth(const std::string& unit, const std::vector<Sized>& sizes) {

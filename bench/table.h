@@ -14,6 +14,9 @@ void PrintHeader();
 // `requests`: how many each side has sent.
 void PrintRow(const std::string& what, const Comparison& comparison, int requests);
 
+// The same without the plug-in's own share, where that is far below what one run differs from the next by.
+void PrintRowWithoutOwn(const std::string& what, const Comparison& comparison);
+
 // The same work in some size.
 struct Sized {
   int size;
