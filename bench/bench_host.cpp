@@ -20,7 +20,7 @@ TraceFile::TraceFile(const std::string& path)
 
 void TraceFile::Write(const refhost::TraceRecord& record) {
   const std::string line = refhost::FormatTraceLine(record);
-  refhost::WriteAll(file_.Get(), line.data(), line.size());
+  (void)posix::WriteAll(file_.Get(), line.data(), line.size());
 }
 
 BenchHost::BenchHost() : folder_((std::filesystem::temp_directory_path() / "kestrel-bench-XXXXXX").string()) {

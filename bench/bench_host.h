@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "refhost/common/file_descriptor.h"
+#include "posix/file_descriptor.h"
 #include "refhost/trace_sink.h"
 
 namespace bench {
@@ -17,7 +17,7 @@ class TraceFile : public refhost::TraceSink {
   void Write(const refhost::TraceRecord& record) override;
 
  private:
-  refhost::FileDescriptor file_;
+  posix::FileDescriptor file_;
 };
 
 // Host of the server type "kv6000rt" as long as it lives; its folder goes with it.

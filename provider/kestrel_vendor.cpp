@@ -3,10 +3,10 @@
 #include <cstdlib>
 #include <utility>
 
-#include "firmware/kestrel_firmware.h"
 #include "ipmi/scratch_directory.h"
 #include "ipmi/trace.h"
 #include "provider/extended_information.h"
+#include "provider/kestrel_firmware.h"
 #include "provider/update_conditions.h"
 #include "report/device_report.h"
 #include "report/dmi_property.h"

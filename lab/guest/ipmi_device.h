@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "lab/bmc/file_descriptor.h"
+#include "posix/file_descriptor.h"
 
 namespace kv6000 {
 
@@ -27,7 +27,7 @@ class IpmiDevice {
                                    std::span<const std::uint8_t> data);
 
  private:
-  FileDescriptor fd_;
+  posix::FileDescriptor fd_;
   long lastId_ = 0;
 };
 

@@ -5,8 +5,8 @@
 #include <iostream>
 #include <string>
 
-#include "lab/bmc/hex_bytes.h"
 #include "lab/guest/ipmi_device.h"
+#include "lab/hex_bytes.h"
 
 int main() {
   std::string line;

@@ -69,8 +69,8 @@ std::optional<VirtualMedia> VirtualMedia::Find() {
     if (!entry.path().filename().string().starts_with("sg")) {
       continue;
     }
-    FileDescriptor fd(::open(entry.path().c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC));
-    if (fd.valid() && IsVirtualMedia(fd.get())) {
+    posix::FileDescriptor fd(::open(entry.path().c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC));
+    if (fd.IsOpen() && IsVirtualMedia(fd.Get())) {
       return VirtualMedia(std::move(fd));
     }
   }
@@ -79,7 +79,7 @@ std::optional<VirtualMedia> VirtualMedia::Find() {
 
 void VirtualMedia::CheckCapacity(std::size_t wanted) {
   std::array<std::uint8_t, 8> answer{};
-  RunScsi<10>(fd_.get(), {kReadCapacity}, SG_DXFER_FROM_DEV, answer);
+  RunScsi<10>(fd_.Get(), {kReadCapacity}, SG_DXFER_FROM_DEV, answer);
   const std::size_t lastBlock = static_cast<std::size_t>(answer[0]) << 24U |
                                 static_cast<std::size_t>(answer[1]) << 16U | static_cast<std::size_t>(answer[2]) << 8U |
                                 answer[3];
@@ -93,7 +93,7 @@ void VirtualMedia::WriteChunk(std::size_t offset, std::span<const std::uint8_t> 
   blocks.resize((blocks.size() + kBlock - 1) / kBlock * kBlock);
   const auto first = offset / kBlock;
   const auto count = blocks.size() / kBlock;
-  RunScsi<10>(fd_.get(),
+  RunScsi<10>(fd_.Get(),
               {kWrite10, 0, static_cast<std::uint8_t>(first >> 24U), static_cast<std::uint8_t>(first >> 16U),
                static_cast<std::uint8_t>(first >> 8U), static_cast<std::uint8_t>(first), 0,
                static_cast<std::uint8_t>(count >> 8U), static_cast<std::uint8_t>(count), 0},
@@ -101,7 +101,7 @@ void VirtualMedia::WriteChunk(std::size_t offset, std::span<const std::uint8_t> 
 }
 
 void VirtualMedia::Flush() {
-  RunScsi<10>(fd_.get(), {kSynchronizeCache}, SG_DXFER_NONE, {});
+  RunScsi<10>(fd_.Get(), {kSynchronizeCache}, SG_DXFER_NONE, {});
 }
 
 }  // namespace kv6000

@@ -8,7 +8,7 @@
 #include <optional>
 #include <span>
 
-#include "lab/bmc/file_descriptor.h"
+#include "posix/file_descriptor.h"
 
 namespace kv6000 {
 
@@ -37,13 +37,13 @@ class VirtualMedia {
   static constexpr std::size_t kBlock = 512;
   static constexpr std::size_t kChunk = 128 * kBlock;
 
-  explicit VirtualMedia(FileDescriptor fd) : fd_(std::move(fd)) {}
+  explicit VirtualMedia(posix::FileDescriptor fd) : fd_(std::move(fd)) {}
 
   void CheckCapacity(std::size_t wanted);
   void WriteChunk(std::size_t offset, std::span<const std::uint8_t> chunk);
   void Flush();
 
-  FileDescriptor fd_;
+  posix::FileDescriptor fd_;
 };
 
 }  // namespace kv6000

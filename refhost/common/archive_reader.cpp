@@ -6,7 +6,8 @@
 #include <sys/stat.h>
 
 #include <array>
-#include <system_error>
+
+#include "posix/last_error.h"
 
 namespace refhost {
 namespace {
@@ -15,10 +16,10 @@ constexpr size_t kBlockSize = 65536;
 constexpr long long kTarRecord = 512;
 constexpr size_t kMostBytes = 1024UL * 1024UL * 1024UL;
 
-FileDescriptor OpenFile(const std::string& path) {
-  FileDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+posix::FileDescriptor OpenFile(const std::string& path) {
+  posix::FileDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
   struct stat status {};
-  if (!file.IsOpen() || fstat(file.Get(), &status) != 0) throw ArchiveError(std::generic_category().message(errno));
+  if (!file.IsOpen() || fstat(file.Get(), &status) != 0) throw ArchiveError(posix::LastError());
   if (!S_ISREG(status.st_mode)) throw ArchiveError("it is not a file");
   if (status.st_size == 0) throw ArchiveError("the file is empty");
   return file;

@@ -9,7 +9,7 @@
 #include <stdexcept>
 #include <string>
 
-#include "refhost/common/file_descriptor.h"
+#include "posix/file_descriptor.h"
 
 struct archive;
 
@@ -47,7 +47,7 @@ class ArchiveReader {
   void Fail(const std::string& fallback) const;
   bool LacksTarEnd(long long dataEnd) const;
 
-  FileDescriptor file_;
+  posix::FileDescriptor file_;
   std::unique_ptr<archive, int (*)(archive*)> archive_;
   size_t bytesRead_ = 0;
 };

@@ -14,7 +14,6 @@
 namespace {
 
 using refhost::Deadline;
-using refhost::FileDescriptor;
 using refhost::ShellProcess;
 
 constexpr int kRan = 0;
@@ -64,7 +63,7 @@ bool ReadAvailable(int descriptor, FirstLine* line) {
 
 // Reads until the stream ends, the shell ends (something that it left behind may hold the stream open for ever) or the
 // deadline passes.
-FirstLine ReadWhileRunning(const FileDescriptor& stream, const ShellProcess& process, const Deadline& deadline) {
+FirstLine ReadWhileRunning(const posix::FileDescriptor& stream, const ShellProcess& process, const Deadline& deadline) {
   FirstLine line;
   for (;;) {
     std::array<pollfd, 2> sources{pollfd{stream.Get(), POLLIN, 0}, pollfd{process.PidDescriptor(), POLLIN, 0}};
@@ -137,8 +136,8 @@ int CCommon_Information::ExecForeignModule(const std::string& command, const std
 std::string CCommon_Information::GetResultLine(const std::string& command) {
   std::array<int, 2> ends{};
   if (command.empty() || pipe2(ends.data(), O_CLOEXEC) != 0) return "";
-  const FileDescriptor readEnd(ends[0]);
-  FileDescriptor writeEnd(ends[1]);
+  const posix::FileDescriptor readEnd(ends[0]);
+  posix::FileDescriptor writeEnd(ends[1]);
   fcntl(readEnd.Get(), F_SETFL, O_NONBLOCK);
   std::string line;
   Observed observed({command, "", "", kResultLineLimitMs, true});

@@ -96,7 +96,7 @@ std::optional<ShellProcess> ShellProcess::Start(const std::string& command, cons
   pid_t pid = 0;
   if (posix_spawn(&pid, "/bin/sh", actions.Get(), attributes.Get(), arguments.data(), environ) != 0) return {};
   // By number, since <sys/pidfd.h> of glibc 2.36 cannot be used from C++. The descriptor is close-on-exec by itself.
-  FileDescriptor pidDescriptor(static_cast<int>(syscall(SYS_pidfd_open, pid, 0)));
+  posix::FileDescriptor pidDescriptor(static_cast<int>(syscall(SYS_pidfd_open, pid, 0)));
   ShellProcess process(pid, std::move(pidDescriptor));
   if (process.pidDescriptor_.IsOpen()) return process;
   process.EndGroup();

@@ -10,7 +10,7 @@
 #include <optional>
 #include <string>
 
-#include "refhost/common/file_descriptor.h"
+#include "posix/file_descriptor.h"
 
 namespace refhost {
 
@@ -48,12 +48,12 @@ class ShellProcess {
   End Wait(const Deadline& deadline, int* exitStatus);
 
  private:
-  ShellProcess(pid_t pid, FileDescriptor pidDescriptor) : pid_(pid), pidDescriptor_(std::move(pidDescriptor)) {}
+  ShellProcess(pid_t pid, posix::FileDescriptor pidDescriptor) : pid_(pid), pidDescriptor_(std::move(pidDescriptor)) {}
 
   void EndGroup() const;
 
   pid_t pid_;
-  FileDescriptor pidDescriptor_;
+  posix::FileDescriptor pidDescriptor_;
 };
 
 }  // namespace refhost

@@ -3,8 +3,7 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
-#include <system_error>
-
+#include "posix/last_error.h"
 #include "refhost/common/archive_reader.h"
 
 namespace refhost {
@@ -15,7 +14,7 @@ constexpr mode_t kFolderMode = 0755;
 constexpr mode_t kAllowedPermissions = 0755;  // nobody else may write, and no set-id bits
 
 [[noreturn]] void FailWithErrno(const std::string& what) {
-  throw ArchiveError(what + ": " + std::generic_category().message(errno));
+  throw ArchiveError(what + ": " + posix::LastError());
 }
 
 }  // namespace
@@ -28,21 +27,22 @@ void UnpackFolder::MakeFolder(const MemberPath& path) {
   OpenFolder(path.begin(), path.end(), true);
 }
 
-FileDescriptor UnpackFolder::CreateFile(const MemberPath& path, mode_t permissions) {
-  const FileDescriptor parent = PrepareParent(path);
-  FileDescriptor file(openat(parent.Get(), path.back().c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
-                             (permissions & kAllowedPermissions) | S_IRUSR | S_IWUSR));
+posix::FileDescriptor UnpackFolder::CreateFile(const MemberPath& path, mode_t permissions) {
+  const posix::FileDescriptor parent = PrepareParent(path);
+  posix::FileDescriptor file(openat(parent.Get(), path.back().c_str(),
+                                    O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
+                                    (permissions & kAllowedPermissions) | S_IRUSR | S_IWUSR));
   if (!file.IsOpen()) FailWithErrno("cannot create the file");
   return file;
 }
 
 void UnpackFolder::MakeSymlink(const MemberPath& path, const std::string& target) {
-  const FileDescriptor parent = PrepareParent(path);
+  const posix::FileDescriptor parent = PrepareParent(path);
   if (symlinkat(target.c_str(), parent.Get(), path.back().c_str()) != 0) FailWithErrno("cannot make the link");
 }
 
 void UnpackFolder::MakeHardLink(const MemberPath& path, const MemberPath& target) {
-  const FileDescriptor targetParent = OpenParent(target, false);
+  const posix::FileDescriptor targetParent = OpenParent(target, false);
   // A second name for a symbolic link would change what a relative target means.
   struct stat status {};
   if (fstatat(targetParent.Get(), target.back().c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0 ||
@@ -50,32 +50,32 @@ void UnpackFolder::MakeHardLink(const MemberPath& path, const MemberPath& target
     throw ArchiveError("the file that it is another name for is not there");
   }
   if (path == target) return;
-  const FileDescriptor parent = PrepareParent(path);
+  const posix::FileDescriptor parent = PrepareParent(path);
   if (linkat(targetParent.Get(), target.back().c_str(), parent.Get(), path.back().c_str(), 0) != 0) {
     FailWithErrno("cannot make the link");
   }
 }
 
-FileDescriptor UnpackFolder::OpenFolder(MemberPath::const_iterator first, MemberPath::const_iterator last,
-                                        bool create) {
-  FileDescriptor folder(openat(folder_.Get(), ".", kFolderFlags));
+posix::FileDescriptor UnpackFolder::OpenFolder(MemberPath::const_iterator first, MemberPath::const_iterator last,
+                                               bool create) {
+  posix::FileDescriptor folder(openat(folder_.Get(), ".", kFolderFlags));
   for (auto component = first; component != last; ++component) {
     if (create && mkdirat(folder.Get(), component->c_str(), kFolderMode) != 0 && errno != EEXIST) {
       FailWithErrno("cannot make the folder " + *component);
     }
-    folder = FileDescriptor(openat(folder.Get(), component->c_str(), kFolderFlags));
+    folder = posix::FileDescriptor(openat(folder.Get(), component->c_str(), kFolderFlags));
     if (!folder.IsOpen()) FailWithErrno(*component + " is not a folder that can be used");
   }
   return folder;
 }
 
-FileDescriptor UnpackFolder::OpenParent(const MemberPath& path, bool create) {
+posix::FileDescriptor UnpackFolder::OpenParent(const MemberPath& path, bool create) {
   if (path.empty()) throw ArchiveError("the name stands for the folder itself");
   return OpenFolder(path.begin(), path.end() - 1, create);
 }
 
-FileDescriptor UnpackFolder::PrepareParent(const MemberPath& path) {
-  FileDescriptor parent = OpenParent(path, true);
+posix::FileDescriptor UnpackFolder::PrepareParent(const MemberPath& path) {
+  posix::FileDescriptor parent = OpenParent(path, true);
   if (unlinkat(parent.Get(), path.back().c_str(), 0) != 0 && errno != ENOENT) {
     FailWithErrno("cannot replace what is there");
   }

@@ -8,7 +8,7 @@
 
 #include <string>
 
-#include "refhost/common/file_descriptor.h"
+#include "posix/file_descriptor.h"
 #include "refhost/common/member_path.h"
 
 namespace refhost {
@@ -20,18 +20,18 @@ class UnpackFolder {
 
   // Each makes the missing folders above it. A file or link that is there already is replaced.
   void MakeFolder(const MemberPath& path);
-  FileDescriptor CreateFile(const MemberPath& path, mode_t permissions);
+  posix::FileDescriptor CreateFile(const MemberPath& path, mode_t permissions);
   void MakeSymlink(const MemberPath& path, const std::string& target);
 
   // Another name for the file `target`, which must be in the folder already.
   void MakeHardLink(const MemberPath& path, const MemberPath& target);
 
  private:
-  FileDescriptor OpenFolder(MemberPath::const_iterator first, MemberPath::const_iterator last, bool create);
-  FileDescriptor OpenParent(const MemberPath& path, bool create);
-  FileDescriptor PrepareParent(const MemberPath& path);
+  posix::FileDescriptor OpenFolder(MemberPath::const_iterator first, MemberPath::const_iterator last, bool create);
+  posix::FileDescriptor OpenParent(const MemberPath& path, bool create);
+  posix::FileDescriptor PrepareParent(const MemberPath& path);
 
-  FileDescriptor folder_;
+  posix::FileDescriptor folder_;
 };
 
 }  // namespace refhost

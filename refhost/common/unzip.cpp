@@ -1,8 +1,8 @@
 // CUnzip_Utility::UpdateModuleUnzip and the reading of a single member. An archive is read twice: first as a whole, so
 // that one that is damaged or wants to leave its folder is refused before anything is written, then for unpacking.
 #include <set>
-#include <system_error>
 
+#include "posix/last_error.h"
 #include "refhost/archive_member.h"
 #include "refhost/common/archive_reader.h"
 #include "refhost/common/member_path.h"
@@ -56,9 +56,9 @@ std::set<std::string> CheckArchive(const std::string& package, std::set<std::str
   return wanted;
 }
 
-void WriteFile(ArchiveReader* reader, const FileDescriptor& file) {
+void WriteFile(ArchiveReader* reader, const posix::FileDescriptor& file) {
   reader->ReadData([&file](const char* bytes, size_t size) {
-    if (!WriteAll(file.Get(), bytes, size)) throw ArchiveError(std::generic_category().message(errno));
+    if (!posix::WriteAll(file.Get(), bytes, size)) throw ArchiveError(posix::LastError());
   });
 }
 

@@ -16,7 +16,7 @@ DOCUMENTS = sorted([REPOSITORY / "README.md", *REPOSITORY.glob("*/README.md"), *
 INLINE = re.compile(r"(\./dev|orvhost|lab/lab|tools/\w+|ipmitool|modprobe|man) \w.*|ctest .*|tools/terminal_picture\.py")
 
 HERE = "tests/documents/commands_test.py"  # in the repository, before a temporary folder
-SERVER = "tests/lab/document_commands_test.py"  # in a virtual server, or about one
+SERVER = "tests/lab/roads/document_commands_test.py"  # in a virtual server, or about one
 DEV = "tests/documents/dev_test.py"  # every step of ./dev, with recording programs in the place of the real ones
 
 
@@ -48,8 +48,8 @@ RULES = [
          "{build}/refhost/orvhost validate {build}/provider/liborvp_KESTREL_BMC.so"),
     Rule(r"orvhost .*", SERVER),
     Rule(r"(ipmitool|modprobe|echo) .*", SERVER),
-    Rule(r"tools/terminal_picture\.py", "tests/lab/demo_test.py"),
-    Rule(r"man orvhost", "tests/refhost/manual_test.py"),
+    Rule(r"tools/terminal_picture\.py", "tests/lab/roads/demo_test.py"),
+    Rule(r"man orvhost", "tests/orvhost/manual_test.py"),
 ]
 
 

@@ -30,7 +30,7 @@ def rows(text: str) -> list:
 
 
 def sources(*folders: str) -> str:
-    return "\n".join(path.read_text() for folder in folders for path in sorted((REPOSITORY / folder).glob("*.*"))
+    return "\n".join(path.read_text() for folder in folders for path in sorted((REPOSITORY / folder).rglob("*.*"))
                      if path.suffix in (".h", ".cpp"))
 
 
@@ -93,19 +93,19 @@ class VirtualServer(unittest.TestCase):
         self.assertEqual(told - {"06 01"}, built)  # the simulator's own
 
     def test_every_order(self):
-        built = re.findall(r'\{"([a-z-]+)", &Server::Order', sources("lab/bmc"))
+        built = re.findall(r'\{"([a-z-]+)", &Server::Order', sources("lab/server"))
         told = [re.match(r"`([a-z-]+)", row[0]).group(1) for row in rows(section("docs/lab.md", "## Orders"))]
         self.assertEqual(sorted(told), sorted(built))
 
 
 class Orvhost(unittest.TestCase):
     def test_every_exit_code(self):
-        codes = re.findall(r"(?m)^  k\w+ = (\d+), ", document("refhost/driver/outcome.h"))
-        told = re.findall(r"(?m)^\| (\d+) \| .* \|$", document("refhost/README.md").split("| Exit code |")[1].split("\n\n")[0])
+        codes = re.findall(r"(?m)^  k\w+ = (\d+), ", document("orvhost/interface/outcome.h"))
+        told = re.findall(r"(?m)^\| (\d+) \| .* \|$", document("orvhost/README.md").split("| Exit code |")[1].split("\n\n")[0])
         self.assertEqual(told, codes)
 
     def test_symptoms_are_texts_of_the_program(self):
-        texts = re.sub(r'"\n *"', "", sources("refhost/driver", "refhost/common", "refhost/base"))
+        texts = re.sub(r'"\n *"', "", sources("orvhost", "refhost/common", "refhost/base"))
         quoted = re.findall(r'"([^"]+)"', " ".join(row[0] for row in rows(document("docs/troubleshooting.md"))))
         self.assertGreater(len(quoted), 1)
         for text in quoted:

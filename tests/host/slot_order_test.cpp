@@ -6,8 +6,8 @@
 #include <cstring>
 #include <new>
 
-#include "firmware/kestrel_firmware.h"
 #include "host/ProviderBase.h"
+#include "provider/kestrel_firmware.h"
 #include "provider/kestrel_vendor.h"
 #include "tests/support/scripted_host.h"
 

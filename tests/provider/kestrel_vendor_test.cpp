@@ -9,7 +9,7 @@
 #include <fstream>
 #include <memory>
 
-#include "firmware/kestrel_firmware.h"
+#include "provider/kestrel_firmware.h"
 #include "tests/report/report_lines.h"
 #include "tests/support/scripted_host.h"
 #include "tests/svp/transfer_lines.h"

@@ -1,0 +1,131 @@
+#include "orvhost/command_line.h"
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <filesystem>
+#include <iostream>
+
+#include "refhost/settings.h"
+
+namespace orvhost {
+namespace {
+
+// The plug-in of this installation, wherever that was moved to.
+std::string DefaultPluginPath() {
+  std::error_code error;
+  const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe", error);
+  return (program.parent_path() / ORVHOST_PLUGIN_FROM_PROGRAM).lexically_normal().string();
+}
+
+constexpr const char* kHelp = R"(The way of an update: identify, check, update, apply, and verify when the machine
+is up again. The options above may also stand behind the subcommand; those of a
+subcommand are told by "orvhost SUBCOMMAND --help".
+
+Results go to the standard output and failures to the standard error: the cause,
+the evidence from the plug-in's trace, whether the flash was touched, and the
+next safe step. With --json all of it is one object on the standard output, and
+nothing is asked. At a terminal one live line tells what the run is at and what it
+waits for; not with --quiet, --json or -v.
+
+Exit codes:
+  0   done, or nothing to do
+  1   an unexpected error of this program
+  2   bad usage, a confirmation is missing, or a folder or log file is unusable
+  3   the plug-in could not be loaded, or fails a check of "orvhost validate"
+  4   something is missing on this machine
+  5   the package cannot be read
+  6   the package, or the report, is not for this machine
+  7   failed; this run did not touch the flash
+  8   failed after writing the flash had begun
+  9   the BMC runs another version than the one that was installed
+  10  another run is at work; nothing was touched
+
+Files:
+  INSTALL_PATH/repository/state.json  what the host recorded
+  INSTALL_PATH/journal                what every run did; see "orvhost history"
+  INSTALL_PATH/orvhost.lock           held by the run that is at work
+  INSTALL_PATH/tmp                    the plug-in's scratch folder
+  INSTALL_PATH/MngSrv                 the management library
+
+Environment:
+  TERM                     "dumb" for a terminal that cannot show a live line
+  ORVHOST_LAB_SLEEP_SCALE  factor for every wait and limit; laboratory only)";
+
+void AddGlobalOptions(CLI::App* app, Options* options) {
+  app->add_option("--plugin", options->pluginPath, "Plug-in to load instead of this installation's")->type_name("FILE");
+  app->add_option("--install-path", options->installPath,
+                  "Folder of the host's installation (default: " + options->installPath + ")")
+      ->type_name("DIR");
+  app->add_option("--server-type", options->serverType, "Server type instead of the one that the machine tells")
+      ->type_name("TYPE");
+  app->add_option("--log-file", options->logFile, "Append the full trace to this file")->type_name("FILE");
+  app->add_flag("-v,--verbose", options->verbose, "Show the plug-in's trace while it works");
+  app->add_flag("--quiet", options->quiet, "Say nothing but errors");
+  app->add_flag("--yes", options->yes, "Confirm what halts the machine");
+  app->add_flag("--json", options->json, "Print one JSON object on the standard output and nothing else there");
+}
+
+// Has `subcommand` fill the argument's field of `options`.
+void AddArgument(CLI::App* subcommand, const Argument& argument, Options* options) {
+  const auto add = [&](auto field) -> CLI::Option* {
+    auto& value = options->*field;
+    if constexpr (std::is_same_v<decltype(value), bool&>) {
+      return subcommand->add_flag(argument.name, value, argument.description);
+    } else {
+      return subcommand->add_option(argument.name, value, argument.description)->type_name(argument.typeName);
+    }
+  };
+  CLI::Option* option = std::visit(add, argument.value);
+  option->required(argument.isRequired);
+  if (argument.complaint != nullptr) option->check(argument.complaint);
+  if (argument.tellsDefault) option->capture_default_str();
+}
+
+// The name of the subcommand on a command line that could not be parsed, as far as it is one.
+std::string NameOf(const CLI::App& app) {
+  const auto chosen = app.get_subcommands();
+  return chosen.empty() ? "" : chosen.front()->get_name();
+}
+
+}  // namespace
+
+ParsedCommandLine ParseCommandLine(int argc, const char* const* argv) {
+  ParsedCommandLine parsed;
+  Options& options = parsed.options;
+  options.pluginPath = DefaultPluginPath();
+  options.installPath = refhost::Settings().installPath;
+
+  CLI::App app("Identifies and updates a server's management controller (BMC) through a plug-in.", "orvhost");
+  app.set_version_flag("--version", std::string("orvhost ") + ORVHOST_VERSION);
+  app.footer(kHelp);
+  app.require_subcommand(1);
+  app.fallthrough();  // global options may stand behind the subcommand
+  AddGlobalOptions(&app, &options);
+  for (const Command* command : AllCommands()) {
+    CLI::App* subcommand = app.add_subcommand(command->name, command->description);
+    subcommand->footer(command->help);
+    for (const Argument& argument : command->arguments) AddArgument(subcommand, argument, &options);
+    subcommand->callback([&parsed, command] { parsed.command = command; });
+  }
+  try {
+    app.parse(argc, argv);
+    options.installPath = std::filesystem::absolute(options.installPath).string();
+    parsed.outcome.command = parsed.command->name;
+  } catch (const CLI::ParseError& error) {
+    parsed.command = nullptr;
+    parsed.outcome.command = NameOf(app);
+    parsed.outcome.phase = "command line";
+    // CLI11 reports a request for help or version as an error too.
+    if (error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success)) {
+      app.exit(error);
+      return parsed;
+    }
+    options.json = std::any_of(argv, argv + argc, [](const char* word) { return std::string_view(word) == "--json"; });
+    parsed.outcome.exitCode = ExitCode::kUsage;
+    parsed.outcome.verdict = "usage";
+    parsed.outcome.failure = Failure{error.what(), {}, "Run \"orvhost --help\"."};
+  }
+  return parsed;
+}
+
+}  // namespace orvhost

@@ -1,0 +1,66 @@
+// orvhost apply: puts the firmware that "update" wrote into operation, which takes the machine down.
+#include "orvhost/commands/commands.h"
+#include "orvhost/commands/dry_run.h"
+#include "orvhost/commands/shutdown.h"
+#include "refhost/module_state.h"
+
+namespace orvhost {
+namespace {
+
+// True when a written update waits; otherwise false with a complete outcome.
+bool IsWaiting(const Run& run, const Session& session, Outcome* outcome) {
+  const int status = session.Firmware().GetUpdateStatus();
+  if (status == refhost::kUpdateWritten) return true;
+  if (status == refhost::kUpdateRunning || status == refhost::kUpdateFailed) {
+    Fail(run, outcome, ExitCode::kFailedUntouched, "not-written",
+         status == refhost::kUpdateFailed ? "The last update failed."
+                                          : "The last update was cut off while it was written.",
+         "Run \"orvhost update\" again before anything is put into operation.");
+    return false;
+  }
+  outcome->verdict = "nothing-to-do";
+  outcome->summary = "Nothing to do: no written update waits for being put into operation.";
+  return false;
+}
+
+Outcome Apply(const Run& run) {
+  Outcome outcome;
+  EnterPhase(run, &outcome, "plug-in");
+  const std::unique_ptr<Session> session = OpenSession(run, DamagedRecordsOf(run.options), &outcome);
+  if (!session || !IsWaiting(run, *session, &outcome)) return outcome;
+  outcome.before = session->Firmware().GetPrevVendorVersion();
+  const std::string written = session->Firmware().GetOperatingModuleInfo().moduleVersion;
+  EnterPhase(run, &outcome, "confirm");
+  if (run.options.dryRun) {
+    EndDryRun("\"orvhost apply\" would take the machine down at once, and the BMC would start version " + written +
+                  " in the place of " + outcome.before + ".",
+              &outcome);
+    return outcome;
+  }
+  if (!MayHalt(run, &outcome)) return outcome;
+  EnterPhase(run, &outcome, "apply");
+  PutIntoOperation(run, *session, &outcome);
+  if (!outcome.failure) outcome.after = written;
+  return outcome;
+}
+
+constexpr const char* kHelp = R"(Has the BMC take the firmware that "orvhost update" wrote, and takes the machine
+down at once. Asks first at a terminal; without one it wants --yes. When the
+machine is up again, run "orvhost verify".
+
+Refused when the last update failed or was cut off. With --dry-run it tells
+which version would be started, and nothing is asked, changed or halted.
+
+Examples:
+  orvhost apply --dry-run
+  orvhost apply --yes
+
+Exit codes: 0 going down, or nothing to do; 2 not confirmed; 3 no plug-in; 7 not
+applied, the machine stays up.)";
+
+}  // namespace
+
+const Command kApplyCommand = {
+    "apply", "Put written firmware into operation; halts the machine", kHelp, {kDryRunFlag}, Apply};
+
+}  // namespace orvhost

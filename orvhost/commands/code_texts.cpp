@@ -1,0 +1,65 @@
+// What the exit codes of orvhost and the results of a plug-in's operations mean: texts for operators and nothing else.
+#include <array>
+
+#include "orvhost/commands/explanations.h"
+
+namespace orvhost {
+namespace {
+
+constexpr auto kExitCodes = std::to_array<NumberText>({
+    {0, "Nothing failed.", "The run did what it was asked for, or there was nothing to do.",
+     "Go on with what its text names as the next step."},
+    {1, "An unexpected error ended the run.",
+     "This is a fault of orvhost or of the plug-in. The flash was not touched.",
+     "Run it again with --log-file, keep the log and report it."},
+    {2, "The command line was not right, or a confirmation, a folder or the log file was missing.",
+     "Nothing was begun and the flash was not touched.", "Correct the command as the message tells; see --help."},
+    {3, "The plug-in could not be loaded.",
+     "Its file is missing or damaged, or it does not keep to the host's contract. The flash was not touched.",
+     "Check the path that --plugin gives, then run \"orvhost validate\" on it."},
+    {4, "Something that the plug-in needs is missing on this machine.",
+     "The message names what is missing. The flash was not touched.",
+     "Install or start what is missing, then run the same command again."},
+    {5, "The package cannot be read, or its description is not valid.",
+     "The archive is damaged or is no update package. The flash was not touched.", "Get the package anew."},
+    {6, "The package, or the report, is not for this machine.",
+     "The server type, the major version or the model differs. The flash was not touched.",
+     "Get the package that is made for this server."},
+    {7, "The run failed before anything was written.",
+     "This run did not touch the flash; the firmware that ran before still runs.",
+     "Mend what the evidence names, then run the same command again."},
+    {8, "The run failed after writing the flash had begun.",
+     "The running firmware still runs, but what is written beside it may be incomplete.",
+     "Keep the machine powered, do not reboot it, and run the same command again."},
+    {9, "The BMC runs another version than the one that was installed.",
+     "The new firmware was not activated, or the package's image is not what its description tells.",
+     "Run \"orvhost apply\" if it was left out; otherwise update again."},
+    {10, "Another run of orvhost is at work.", "Two runs must not meet at one BMC, so this one began nothing.",
+     "Wait until the other run has ended, then run the same command again."},
+});
+
+constexpr auto kResults = std::to_array<NumberText>({
+    {0, "Nothing failed.", "The operation succeeded, or there was nothing to do.", "Go on."},
+    {1, "The operation failed, or the host could not run a command.",
+     "Of UpdateApply alone 1 means that the machine is going down.", "Look at the records and error lines beside it."},
+    {255, "A command ran longer than its limit and was ended.", "The command's own work may be incomplete.",
+     "Look at the error lines beside it. If it was the flash tool, keep the machine powered and do not reboot it."},
+    {1024, "The flash command ran into its time limit, and everything after it succeeded.",
+     "The firmware is most likely written, but nobody saw the tool's own result.",
+     "Run \"orvhost apply\", and do not leave out \"orvhost verify\"."},
+    {2048, "There is no device configuration report for this machine.",
+     "The server type is not one that the plug-in reports on. Nothing was changed.",
+     "Check the server type with \"orvhost identify\"."},
+});
+
+}  // namespace
+
+std::span<const NumberText> ExitCodeTexts() {
+  return kExitCodes;
+}
+
+std::span<const NumberText> ResultTexts() {
+  return kResults;
+}
+
+}  // namespace orvhost

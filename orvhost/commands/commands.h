@@ -1,0 +1,45 @@
+// The subcommands of orvhost, one source file each. A new one is a new file and a new line in the table.
+#ifndef ORVHOST_COMMANDS_COMMANDS_H
+#define ORVHOST_COMMANDS_COMMANDS_H
+
+#include <array>
+#include <vector>
+
+#include "orvhost/commands/argument.h"
+#include "orvhost/run/run.h"
+
+namespace orvhost {
+
+struct Command {
+  const char* name;
+  const char* description;  // one line
+  const char* help;         // what stands below the options in its help: what it does and changes, examples, results
+  std::vector<Argument> arguments;  // of its own, in the order of its help
+  Outcome (*run)(const Run& run);
+  bool loadsPlugin = true;  // such a run has the install path to itself; others read the host's own files only
+};
+
+extern const Command kIdentifyCommand;
+extern const Command kCheckCommand;
+extern const Command kUpdateCommand;
+extern const Command kApplyCommand;
+extern const Command kVerifyCommand;
+extern const Command kReportCommand;
+extern const Command kNotifyCommand;
+extern const Command kMethodsCommand;
+extern const Command kHistoryCommand;
+extern const Command kShowCommand;
+extern const Command kDiagnoseCommand;
+extern const Command kExplainCommand;
+extern const Command kValidateCommand;
+
+// In the order of the road of an update, then what helps beside it.
+inline std::array<const Command*, 13> AllCommands() {
+  return {&kIdentifyCommand, &kCheckCommand,   &kUpdateCommand,  &kApplyCommand,   &kVerifyCommand,
+          &kReportCommand,   &kNotifyCommand,  &kMethodsCommand, &kHistoryCommand, &kShowCommand,
+          &kDiagnoseCommand, &kExplainCommand, &kValidateCommand};
+}
+
+}  // namespace orvhost
+
+#endif  // ORVHOST_COMMANDS_COMMANDS_H

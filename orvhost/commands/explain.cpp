@@ -1,0 +1,55 @@
+// orvhost explain: what a code stands for and what to do about it. Needs neither a device nor a plug-in.
+
+#include "orvhost/commands/commands.h"
+#include "orvhost/commands/explanations.h"
+
+namespace orvhost {
+namespace {
+
+std::string AsText(const Explanation& each) {
+  std::string title = each.code;
+  if (each.kind == "exit" || each.kind == "result") title.insert(0, each.kind + " ");
+  return title + "\n  failed: " + each.failed + "\n  means:  " + each.means + "\n  do:     " + each.todo + "\n";
+}
+
+Outcome ExplainCodes(const Run& run) {
+  Outcome outcome;
+  outcome.phase = "look up";
+  std::string unknown;
+  const auto explanations = run.options.codes.empty() ? ExplainAll() : Explain(run.options.codes, &unknown);
+  if (!explanations) {
+    Fail(run, &outcome, ExitCode::kUsage, "unknown-code", "There is no code \"" + unknown + "\".",
+         "Run \"orvhost explain\" to see every code.");
+    return outcome;
+  }
+  outcome.verdict = "explained";
+  outcome.listing.name = "explanations";
+  for (const Explanation& each : *explanations) {
+    outcome.listing.entries.push_back(
+        {{"kind", each.kind}, {"code", each.code}, {"failed", each.failed}, {"means", each.means}, {"do", each.todo}});
+    outcome.summary += (outcome.summary.empty() ? "" : "\n") + AsText(each);
+  }
+  outcome.summary.pop_back();  // the text for people brings the last line end itself
+  return outcome;
+}
+
+constexpr const char* kHelp = R"(Tells of each code what failed, what that means and what to do. A code is a
+message identifier, a detail code (also several run together, as a record shows
+them), or "exit" or "result" with a number: the exit code of orvhost, or what an
+operation of a plug-in answered. Without a code all of them are told. Asks
+neither the BMC nor a plug-in.
+
+Examples:
+  orvhost explain MSGID_BMC_0013_F 161616
+  orvhost explain exit 8
+
+Exit codes: 0 explained; 2 there is no such code.)";
+
+}  // namespace
+
+const Command kExplainCommand = {
+    "explain",    "Explain a message, detail, exit or result code",
+    kHelp,        {{"codes", &Options::codes, "Codes to explain; all of them without one", "CODE"}},
+    ExplainCodes, false};
+
+}  // namespace orvhost

@@ -1,0 +1,49 @@
+// orvhost identify: which device this is and what it runs.
+#include "host/DllCommon.h"
+#include "orvhost/commands/commands.h"
+#include "orvhost/commands/status_words.h"
+
+namespace orvhost {
+namespace {
+
+Outcome Identify(const Run& run) {
+  Outcome outcome;
+  EnterPhase(run, &outcome, "plug-in");
+  const std::unique_ptr<Session> session = OpenSession(run, DamagedRecords::kKeepAside, &outcome);
+  if (!session) return outcome;
+  EnterPhase(run, &outcome, "prerequisites");
+  if (!HasPrerequisites(run, *session, &outcome)) return outcome;
+  EnterPhase(run, &outcome, "identify");
+  const CManageModuleInfo device = session->Vendor().GetDeviceInfo();
+  outcome.facts = {{"Device", device.operating.deviceName}, {"Server type", CCommon_Information::GetServerType("bmc")}};
+  std::list<std::pair<std::string, std::string>> extended;
+  session->Vendor().GetExtendedInfo(&extended);
+  outcome.facts.insert(outcome.facts.end(), extended.begin(), extended.end());
+  outcome.facts.emplace_back("Recorded version", device.operating.moduleVersion);
+  outcome.facts.emplace_back("Last update", InWords(session->Firmware().GetUpdateStatus()));
+  if (!ReadRunningVersion(run, *session, &outcome)) return outcome;
+  outcome.verdict = "identified";
+  outcome.after = outcome.before;
+  outcome.summary = "The BMC runs firmware version " + outcome.before + ".";
+  return outcome;
+}
+
+constexpr const char* kHelp = R"(Asks the plug-in and the BMC for the device's name, the server type, the serial
+number and the running firmware version, and tells what the host recorded: the
+version that was installed and how the last update ended. Changes nothing, but
+records that are damaged are kept under another name, and the next run goes on
+without them.
+
+Examples:
+  orvhost identify
+  orvhost identify --json | jq -r .before
+
+Exit codes: 0 identified; 3 no plug-in; 4 something is missing on this machine;
+7 the BMC does not tell its version, or the host's records are damaged.)";
+
+}  // namespace
+
+const Command kIdentifyCommand = {
+    "identify", "Tell which device this is and which firmware it runs", kHelp, {}, Identify};
+
+}  // namespace orvhost

@@ -1,0 +1,71 @@
+// orvhost methods: runs one of the plug-in's own methods by its name.
+
+#include "orvhost/commands/commands.h"
+#include "orvhost/commands/dry_run.h"
+#include "orvhost/commands/shutdown.h"
+
+namespace orvhost {
+namespace {
+
+void RunMethod(const Run& run, const Session& session, Outcome* outcome) {
+  const std::string& name = run.options.methodName;
+  if (name == kRebootMethod) {
+    PutIntoOperation(run, session, outcome);
+    return;
+  }
+  if (session.Vendor().ExecVendorMethod(name) != 0) {
+    Fail(run, outcome, FailedExitCode(run), "method-failed",
+         "The plug-in does not know the method or it failed: " + name + ".",
+         "Check the name (it is case-sensitive) and mend what the evidence names.");
+    return;
+  }
+  outcome->verdict = "done";
+  outcome->changed = true;
+  outcome->summary = "The method " + name + " is done.";
+}
+
+std::string WhatWouldBe(const std::string& name) {
+  return "The plug-in would be told to run its method " + name + ". " +
+         (name == kRebootMethod ? "That takes the machine down at once."
+                                : "Whether it knows that method shows only when it is told to.");
+}
+
+Outcome Methods(const Run& run) {
+  Outcome outcome;
+  outcome.facts = {{"Method", run.options.methodName}};
+  EnterPhase(run, &outcome, "confirm");
+  if (run.options.methodName == kRebootMethod && !run.options.dryRun && !MayHalt(run, &outcome)) return outcome;
+  EnterPhase(run, &outcome, "plug-in");
+  const std::unique_ptr<Session> session = OpenSession(run, DamagedRecordsOf(run.options), &outcome);
+  if (!session) return outcome;
+  EnterPhase(run, &outcome, "method");
+  if (run.options.dryRun) {
+    EndDryRun(WhatWouldBe(run.options.methodName), &outcome);
+    return outcome;
+  }
+  RunMethod(run, *session, &outcome);
+  return outcome;
+}
+
+constexpr const char* kHelp = R"(Runs the plug-in's method of that name. The plug-in of this installation knows
+SendInfoToSVP (better: "orvhost notify") and Reboot (better: "orvhost apply"),
+which takes the machine down and so must be confirmed. Names are case-sensitive.
+
+With --dry-run the plug-in is loaded and the method is not run. Whether the
+plug-in knows the method shows only when it is run.
+
+Example:
+  orvhost methods SendInfoToSVP
+
+Exit codes: 0 done; 2 not confirmed; 3 no plug-in; 7 unknown or failed.)";
+
+}  // namespace
+
+const Command kMethodsCommand = {
+    "methods",
+    "Run one of the plug-in's own methods",
+    kHelp,
+    {{"name", &Options::methodName, "Name of the method, e.g. SendInfoToSVP", "TEXT", true}, kDryRunFlag},
+    Methods};
+
+}  // namespace orvhost

@@ -1,0 +1,66 @@
+// orvhost show: the story of one run, from its journal. Reads the host's own files only.
+
+#include "orvhost/commands/commands.h"
+#include "orvhost/journal/journal_folder.h"
+#include "orvhost/journal/recorded_run.h"
+#include "orvhost/journal/story.h"
+
+namespace orvhost {
+namespace {
+
+std::string AsText(const std::vector<StoryLine>& story) {
+  std::string text;
+  for (const StoryLine& line : story) text += "\n" + line.seconds + "  " + line.text;
+  return text;
+}
+
+Outcome Show(const Run& run) {
+  Outcome outcome;
+  outcome.phase = "show";
+  const std::string folder = JournalFolder(run.options.installPath);
+  std::string error;
+  const auto id = FindRun(ListRuns(folder), run.options.runName, &error);
+  if (!id) {
+    Fail(run, &outcome, ExitCode::kUsage, "no-such-run", error, "Run \"orvhost history\" to see which runs there are.");
+    return outcome;
+  }
+  const RecordedRun recorded = ReadRun(folder, *id);
+  outcome.verdict = "told";
+  outcome.notices = Damage(recorded);
+  for (const std::string& notice : outcome.notices) run.console.Notice(notice);
+  const auto story = TellStory(recorded);
+  outcome.listing.name = "timeline";
+  for (const StoryLine& line : story) {
+    outcome.listing.entries.push_back({{"s", line.seconds}, {"kind", line.kind}, {"text", line.text}});
+  }
+  outcome.facts = {{"Run", recorded.id},
+                   {"Command", recorded.Begin("command")},
+                   {"Started", recorded.Begin("t")},
+                   {"Journal", JournalPath(folder, recorded.id)}};
+  outcome.summary = "Run " + recorded.id + ", orvhost " + recorded.Begin("command") + " on a server of type " +
+                    recorded.Begin("server_type") + "; seconds since its start:" + AsText(story);
+  return outcome;
+}
+
+constexpr const char* kHelp = R"(Tells the story of a run with the seconds since its start: the steps that it
+took, the commands that were run with how they ended, what failed, the plug-in's
+records with their detail codes in words, and how it ended. The journal itself
+holds more: every line of the trace, and the answers to the commands.
+
+Asks neither the BMC nor the plug-in. Lines of the journal that are damaged are
+counted and left out.
+
+Examples:
+  orvhost show last
+  orvhost show 42
+
+Exit codes: 0 told; 2 there is no such run, or more than one.)";
+
+}  // namespace
+
+const Command kShowCommand = {
+    "show", "Tell the story of one run",
+    kHelp,  {{"run", &Options::runName, "Id of a run, its number, its beginning, or \"last\"", "RUN", true}},
+    Show,   false};
+
+}  // namespace orvhost

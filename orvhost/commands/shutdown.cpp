@@ -1,0 +1,31 @@
+#include "orvhost/commands/shutdown.h"
+
+namespace orvhost {
+
+bool MayHalt(const Run& run, Outcome* outcome) {
+  if (run.options.yes) return true;
+  if (run.console.CanAsk() && run.console.Ask("This halts the machine now. Go on?")) return true;
+  Fail(run, outcome, ExitCode::kUsage, "not-confirmed", "This halts the machine, so it must be confirmed.",
+       "Run the same command again with --yes when the machine may go down.");
+  return false;
+}
+
+void PutIntoOperation(const Run& run, const Session& session, Outcome* outcome) {
+  const bool accepted = session.Vendor().ExecVendorMethod(kRebootMethod) == 0;
+  if (!accepted) {
+    Fail(run, outcome, FailedExitCode(run), "not-applied", "The new firmware was not put into operation.",
+         "The machine stays up and the written firmware stays in place; run the same command again.");
+    return;
+  }
+  // A plug-in may report success although it stopped before the shutdown; the trace tells.
+  if (!run.watch.ShutdownWasRequested()) {
+    Fail(run, outcome, FailedExitCode(run), "not-halted", "The BMC is ready, but the machine was not shut down.",
+         "Shut the machine down by hand (shutdown -h now); the BMC then starts the new firmware.");
+    return;
+  }
+  outcome->verdict = "going-down";
+  outcome->changed = true;
+  outcome->summary = "The machine is going down. When it is up again, run \"orvhost verify\".";
+}
+
+}  // namespace orvhost

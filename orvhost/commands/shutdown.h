@@ -1,0 +1,18 @@
+// What "apply" and the vendor method "Reboot" share: both end with the machine going down.
+#ifndef ORVHOST_COMMANDS_SHUTDOWN_H
+#define ORVHOST_COMMANDS_SHUTDOWN_H
+
+#include "orvhost/run/run.h"
+
+namespace orvhost {
+
+// True when the machine may be halted: --yes was given, or somebody at the terminal agrees. Otherwise false with the
+// refusal in `*outcome`.
+bool MayHalt(const Run& run, Outcome* outcome);
+
+// Runs the vendor method and completes `*outcome`.
+void PutIntoOperation(const Run& run, const Session& session, Outcome* outcome);
+
+}  // namespace orvhost
+
+#endif  // ORVHOST_COMMANDS_SHUTDOWN_H

@@ -1,0 +1,161 @@
+// orvhost update: checks a package and writes it to the device. What is written takes effect with "orvhost apply".
+#include <csignal>
+
+#include "orvhost/commands/commands.h"
+#include "orvhost/commands/dry_run.h"
+#include "orvhost/commands/package_check.h"
+#include "orvhost/commands/steps.h"
+#include "refhost/module_state.h"
+
+namespace orvhost {
+namespace {
+
+constexpr int kDone = 0;
+constexpr int kDoneAfterTimeout = 1024;
+
+// Keeps the interrupt key and a lost terminal from ending this program while the device is written to.
+class UninterruptedSection {
+ public:
+  UninterruptedSection() : interrupt_(signal(SIGINT, SIG_IGN)), hangUp_(signal(SIGHUP, SIG_IGN)) {}
+  UninterruptedSection(const UninterruptedSection&) = delete;
+  UninterruptedSection& operator=(const UninterruptedSection&) = delete;
+  ~UninterruptedSection() {
+    signal(SIGINT, interrupt_);
+    signal(SIGHUP, hangUp_);
+  }
+
+ private:
+  sighandler_t interrupt_;
+  sighandler_t hangUp_;
+};
+
+// The road of one update.
+class UpdateRoad {
+ public:
+  explicit UpdateRoad(const Run& run) : run_(run), check_(run, DamagedRecordsOf(run.options), &outcome_) {}
+
+  Outcome Go();
+
+ private:
+  bool FindSomethingToDo();
+  bool Register();
+  bool Prepare();
+  bool Write();
+  bool Record();
+
+  const std::string& Version() const { return check_.Manifest().version; }
+
+  const Run& run_;
+  Outcome outcome_;
+  PackageCheck check_;
+  int result_ = 0;
+};
+
+Outcome UpdateRoad::Go() {
+  constexpr std::array<Step<UpdateRoad>, 5> kSteps{{{"compare", &UpdateRoad::FindSomethingToDo},
+                                                    {"register", &UpdateRoad::Register},
+                                                    {"prepare", &UpdateRoad::Prepare},
+                                                    {"write", &UpdateRoad::Write},
+                                                    {"record", &UpdateRoad::Record}}};
+  if (!check_.Go() || !TakeSteps(run_, this, kSteps, &outcome_)) return outcome_;
+  outcome_.verdict = result_ == kDoneAfterTimeout ? "updated-after-time-out" : "updated";
+  outcome_.changed = true;
+  outcome_.flashTouched = run_.watch.FlashBegan();
+  outcome_.after = Version();
+  outcome_.summary = "Firmware version " + Version() + " is written; the BMC still runs " + outcome_.before +
+                     ". Run \"orvhost apply\" to put it into operation, then \"orvhost verify\".";
+  if (result_ == kDoneAfterTimeout) {
+    outcome_.summary += " The flash command took longer than allowed, so do not leave out the verifying.";
+  }
+  return outcome_;
+}
+
+// Ends a dry run too: up to here nothing is changed.
+bool UpdateRoad::FindSomethingToDo() {
+  if (outcome_.before != Version()) {
+    if (!run_.options.dryRun) return true;
+    EndDryRun(check_.Compare().sentence + " \"orvhost update\" would write version " + Version() +
+                  " and record it, which takes minutes; the BMC would go on running " + outcome_.before +
+                  " until \"orvhost apply\".",
+              &outcome_);
+    return false;
+  }
+  CFirmware& firmware = check_.OpenedSession().Firmware();
+  outcome_.verdict = "nothing-to-do";
+  outcome_.after = outcome_.before;
+  outcome_.summary = "Nothing to do: the BMC already runs version " + outcome_.before + ".";
+  if (firmware.GetUpdateStatus() == refhost::kUpdateWritten) {
+    outcome_.summary += " Version " + firmware.GetOperatingModuleInfo().moduleVersion +
+                        ", which was written earlier, still waits for \"orvhost apply\".";
+  }
+  return false;
+}
+
+bool UpdateRoad::Register() {
+  CFirmware& firmware = check_.OpenedSession().Firmware();
+  if (firmware.InitializeOperatingModuleInfo(outcome_.before) == 0 &&
+      check_.OpenedSession().Vendor().ConfirmUpdateModuleRegistration(kModuleKind, kModuleId, check_.PackagePath()) ==
+          0) {
+    return true;
+  }
+  Fail(run_, &outcome_, ExitCode::kFailedUntouched, "not-registered", "The host could not keep its records.",
+       "Make sure that " + refhost::ModuleStateFolder() + " can be written, then try again.");
+  return false;
+}
+
+bool UpdateRoad::Prepare() {
+  if (check_.OpenedSession().Vendor().ExecutePreUpdate(kModuleKind, false) == 0) return true;
+  Fail(run_, &outcome_, FailedExitCode(run_), "not-prepared", "The plug-in refused to start the update.",
+       "Mend what the evidence names, then run the same command again.");
+  return false;
+}
+
+bool UpdateRoad::Write() {
+  run_.console.Say("Writing", Version() + "; this takes minutes, keep the machine powered");
+  const UninterruptedSection section;
+  result_ = check_.OpenedSession().Vendor().ExecuteUpdate(kModuleKind, false);
+  if (result_ == kDone || result_ == kDoneAfterTimeout) return true;
+  const bool begun = run_.watch.FlashBegan();
+  Fail(run_, &outcome_, FailedExitCode(run_), "update-failed",
+       begun ? "The update failed after writing the firmware had begun."
+             : "The update failed before anything was written.",
+       begun ? "Keep the machine powered and do not reboot it; run the same command again."
+             : "Mend what the evidence names, then run the same command again.");
+  return false;
+}
+
+bool UpdateRoad::Record() {
+  if (check_.OpenedSession().Firmware().ApplyUpdatesRepository() == 0) return true;
+  Fail(run_, &outcome_, FailedExitCode(run_), "not-recorded",
+       "Firmware version " + Version() + " is written, but the host could not keep its records.",
+       "Make sure that " + refhost::ModuleStateFolder() + " can be written, then run the same command again.");
+  return false;
+}
+
+constexpr const char* kHelp = R"(Takes the steps of "orvhost check", registers the package, writes its firmware
+to the BMC and records it. That takes minutes: keep the machine powered. The BMC
+goes on running the old version until "orvhost apply". There is nothing to do
+when it runs the package's version already.
+
+While the firmware is written, the interrupt key and a lost terminal do not end
+the run. After a failure the text tells whether writing had begun; then keep the
+machine powered, do not reboot it, and run the same command again.
+
+With --dry-run everything is judged, and told what would be written.
+
+Examples:
+  orvhost update bmc-01-24.zip --dry-run
+  orvhost update bmc-01-24.zip --log-file /var/log/orvhost.log
+
+Exit codes: 0 written, or nothing to do; 3 to 6 as of "orvhost check"; 7 failed,
+the flash is untouched; 8 failed after writing had begun.)";
+
+}  // namespace
+
+const Command kUpdateCommand = {"update",
+                                "Check an update package and write it to the BMC",
+                                kHelp,
+                                {kPackageArgument, kDryRunFlag},
+                                [](const Run& run) { return UpdateRoad(run).Go(); }};
+
+}  // namespace orvhost

@@ -1,0 +1,150 @@
+// orvhost validate: judges a plug-in against the host's contract, without a device.
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <filesystem>
+#include <map>
+
+#include "orvhost/commands/commands.h"
+#include "orvhost/validation/validation.h"
+
+namespace orvhost {
+namespace {
+
+namespace fs = std::filesystem;
+using Status = CheckResult::Status;
+
+class ScratchFolder {
+ public:
+  ScratchFolder() {
+    std::string name = (fs::temp_directory_path() / "orvhost-validate-XXXXXX").string();
+    if (mkdtemp(name.data()) == nullptr) throw fs::filesystem_error("no scratch folder", name, std::error_code());
+    path_ = name;
+  }
+  ScratchFolder(const ScratchFolder&) = delete;
+  ScratchFolder& operator=(const ScratchFolder&) = delete;
+  ~ScratchFolder() {
+    std::error_code ignored;
+    fs::remove_all(path_, ignored);
+  }
+  const std::string& Path() const { return path_; }
+
+ private:
+  std::string path_;
+};
+
+const char* InWord(Status status) {
+  switch (status) {
+    case Status::kPass:
+      return "pass";
+    case Status::kFail:
+      return "fail";
+    default:
+      return "skip";
+  }
+}
+
+// The validation of one plug-in.
+class Validation {
+ public:
+  explicit Validation(const Options& options)
+      : pluginPath_(fs::absolute(options.pluginPath).lexically_normal().string()),
+        limit_(static_cast<long>(std::ceil(options.timeLimit * 1000))) {}
+
+  void Go() {
+    for (const auto checks : {FileChecks(), ObjectChecks()}) {
+      for (const ValidationCheck& check : checks) Take(check, ResultOf(check));
+    }
+  }
+
+  const std::string& Table() const { return table_; }
+  const Listing& Entries() const { return listing_; }
+  const std::vector<std::string>& Failed() const { return failed_; }
+  size_t Count() const { return listing_.entries.size(); }
+
+ private:
+  CheckResult ResultOf(const ValidationCheck& check) const {
+    for (const std::string& needed : check.needs) {
+      if (results_.at(needed) != Status::kPass) return CheckResult::Skip("it needs \"" + needed + "\"");
+    }
+    const ScratchFolder folder;
+    const Candidate candidate{pluginPath_, folder.Path()};
+    return RunIsolated([&] { return check.run(candidate); }, limit_);
+  }
+
+  void Take(const ValidationCheck& check, const CheckResult& result) {
+    constexpr size_t kNameWidth = 14;  // of "unknown-method"
+    results_[check.name] = result.status;
+    if (result.status == Status::kFail) failed_.push_back(check.name);
+    listing_.entries.push_back({{"name", check.name},
+                                {"description", check.description},
+                                {"result", InWord(result.status)},
+                                {"reason", result.reason}});
+    const std::string padding(kNameWidth - std::min(kNameWidth, check.name.size()) + 2, ' ');
+    table_ += std::string(InWord(result.status)) + "  " + check.name + padding + check.description + "\n";
+    if (!result.reason.empty()) table_ += std::string(6 + kNameWidth + 2, ' ') + "-> " + result.reason + "\n";
+  }
+
+  std::string pluginPath_;
+  std::chrono::milliseconds limit_;
+  std::map<std::string, Status> results_;
+  std::vector<std::string> failed_;
+  Listing listing_{"checks", {}};
+  std::string table_;
+};
+
+Outcome Validate(const Run& run) {
+  Outcome outcome;
+  outcome.phase = "validate";
+  Validation validation(run.options);
+  validation.Go();
+  outcome.listing = validation.Entries();
+  outcome.facts = {{"Plug-in", run.options.pluginPath}};
+  run.console.Show(validation.Table());
+  if (validation.Failed().empty()) {
+    outcome.verdict = "valid";
+    outcome.summary = "The plug-in passes all " + std::to_string(validation.Count()) + " checks.";
+    return outcome;
+  }
+  std::string names;
+  for (const std::string& name : validation.Failed()) names += (names.empty() ? "" : ", ") + name;
+  Fail(run, &outcome, ExitCode::kPluginUnusable, "not-valid",
+       "The plug-in " + run.options.pluginPath + " fails of " + std::to_string(validation.Count()) +
+           " checks these: " + names + ".",
+       "Do not use this plug-in before its maker has mended what the failed checks tell.");
+  return outcome;
+}
+
+std::string RefuseOddTime(const std::string& text) {
+  const double seconds = std::strtod(text.c_str(), nullptr);
+  return seconds >= 0.001 && seconds <= 3600 ? "" : "it is to be between 0.001 and 3600 seconds";
+}
+
+constexpr const char* kHelp = R"(Checks a plug-in's file, its loading, its entry points and the life of its
+objects against the host's contract. No device is touched: commands that the
+plug-in wants to run through the host are refused and told, and its install path
+is an empty folder. What a plug-in runs past the host is not held back, so do
+not validate a file that you would not load.
+
+Each check has a process of its own, so a crash, an exit or a hang is its result
+and the others go on. A check ends in "pass", "fail" or, when one before it that
+it needs did not pass, "skip".
+
+Examples:
+  orvhost validate
+  orvhost validate ./liborvp_KESTREL_BMC.so --json
+
+Exit codes: 0 all checks pass; 3 a check failed.)";
+
+}  // namespace
+
+const Command kValidateCommand = {
+    "validate",
+    "Check a plug-in against the host's contract",
+    kHelp,
+    {{"file", &Options::pluginPath, "Plug-in to judge, instead of the one of --plugin", "PLUGIN.so"},
+     {"--time-limit", &Options::timeLimit, "Seconds that each check may take", "SECONDS", false, true, RefuseOddTime}},
+    Validate,
+    false};
+
+}  // namespace orvhost

@@ -1,0 +1,62 @@
+// orvhost verify: whether the device runs the version that was installed.
+#include "orvhost/commands/commands.h"
+
+namespace orvhost {
+namespace {
+
+constexpr const char* kMismatchMessage = "MSGID_BMC_0015_F";  // carries the running version
+
+void Explain(const Run& run, const std::string& recorded, Outcome* outcome) {
+  if (run.watch.LastMessageId() != kMismatchMessage) {
+    Fail(run, outcome, FailedExitCode(run), "bmc-unreadable", "The BMC does not tell its firmware version.",
+         "Wait a minute in case the BMC is restarting, then run \"orvhost verify\" again.");
+    return;
+  }
+  outcome->before = run.watch.LastDetail();
+  outcome->after = outcome->before;
+  Fail(run, outcome, ExitCode::kVersionNotExpected, "version-not-expected",
+       "The BMC runs version " + outcome->before + ", but version " + recorded + " was installed.",
+       "If the new firmware was not put into operation yet, run \"orvhost apply\"; otherwise run \"orvhost update\" "
+       "again.");
+}
+
+Outcome Verify(const Run& run) {
+  Outcome outcome;
+  EnterPhase(run, &outcome, "plug-in");
+  const std::unique_ptr<Session> session = OpenSession(run, DamagedRecords::kKeepAside, &outcome);
+  if (!session) return outcome;
+  EnterPhase(run, &outcome, "verify");
+  const std::string recorded = session->Firmware().GetOperatingModuleInfo().moduleVersion;
+  if (recorded.empty()) {
+    Fail(run, &outcome, ExitCode::kFailedUntouched, "nothing-recorded",
+         "No version is recorded under " + run.options.installPath + ", so there is nothing to compare with.",
+         "Run \"orvhost identify\" to see what the BMC runs.");
+    return outcome;
+  }
+  outcome.facts = {{"Recorded version", recorded}};
+  if (session->Vendor().ExecuteUpdateApplyCheck(kModuleKind) != 0) {
+    Explain(run, recorded, &outcome);
+    return outcome;
+  }
+  outcome.verdict = "verified";
+  outcome.before = recorded;
+  outcome.after = recorded;
+  outcome.summary = "The BMC runs version " + recorded + ", the one that was installed.";
+  return outcome;
+}
+
+constexpr const char* kHelp = R"(Compares the version that the BMC runs with the one that the host recorded when
+it was installed, and keeps the result in the records. Run it when the machine
+is up again after "orvhost apply".
+
+Example:
+  orvhost verify && echo done
+
+Exit codes: 0 the same; 3 no plug-in; 7 nothing is recorded, or the BMC does not
+tell its version; 9 another version runs.)";
+
+}  // namespace
+
+const Command kVerifyCommand = {"verify", "Check that the BMC runs the version that was installed", kHelp, {}, Verify};
+
+}  // namespace orvhost

@@ -1,0 +1,38 @@
+// What the command line of one run asks for. Filled once, never changed afterwards.
+#ifndef ORVHOST_INTERFACE_OPTIONS_H
+#define ORVHOST_INTERFACE_OPTIONS_H
+
+#include <string>
+#include <vector>
+
+namespace orvhost {
+
+// The vendor method that puts written firmware into operation.
+inline constexpr const char* kRebootMethod = "Reboot";
+
+struct Options {
+  // Of every subcommand.
+  std::string pluginPath;
+  std::string installPath;
+  std::string serverType;  // "" for the one that the machine tells
+  std::string logFile;     // "" for none
+  bool verbose = false;
+  bool quiet = false;
+  bool yes = false;
+  bool json = false;
+
+  // Of some subcommands.
+  bool dryRun = false;  // tell what would be done and change nothing
+  std::string packagePath;
+
+  // Of one subcommand each.
+  std::string outFolder = ".";
+  std::string methodName;
+  std::string runName;  // id of a run, the beginning of one, or "last"
+  std::vector<std::string> codes;
+  double timeLimit = 20.0;  // seconds for each check of a plug-in
+};
+
+}  // namespace orvhost
+
+#endif  // ORVHOST_INTERFACE_OPTIONS_H

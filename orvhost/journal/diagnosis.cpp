@@ -1,0 +1,193 @@
+#include "orvhost/journal/diagnosis.h"
+
+#include <algorithm>
+
+#include "host/DllCommon.h"
+
+namespace orvhost {
+namespace {
+
+constexpr const char* kShutDown =
+    "Shut the machine down by hand (shutdown -h now), and when it is up again, run \"orvhost verify\".";
+constexpr const char* kVerify = "Run \"orvhost verify\": it asks the BMC which firmware it runs and changes nothing.";
+constexpr const char* kApply = "Run \"orvhost apply\", and when the machine is up again, \"orvhost verify\".";
+
+// What the plug-in told of taking the update into operation.
+class ApplyWatch : public refhost::TraceSink {
+ public:
+  void Write(const refhost::TraceRecord& record) override {
+    if (record.level != CTraceUtility::TRACE_DBG_INFO) return;
+    // The marker is deleted only when the BMC has confirmed the reboot flag.
+    if (record.text.starts_with("Delete ")) flagIsArmed_ = true;
+    if (record.text.starts_with("shutdown -")) shutdown_ = record.text;
+  }
+
+  bool FlagIsArmed() const { return flagIsArmed_ || IsHalting(); }
+  bool IsHalting() const { return shutdown_.starts_with("shutdown -h"); }
+  bool IsRestarting() const { return shutdown_.starts_with("shutdown -r"); }
+
+ private:
+  bool flagIsArmed_ = false;
+  std::string shutdown_;
+};
+
+// How the command that writes the flash ended: "" when the journal does not hold it.
+std::string EndOfFlashing(const RecordedRun& run, const std::string& commandLine) {
+  nlohmann::json number;
+  std::string end;
+  for (const JournalEntry& entry : run.entries) {
+    if (entry.kind == "command" && entry.Text("line") == commandLine) {
+      number = entry.fields.value("n", nlohmann::json());
+      end = "";
+    } else if (entry.kind == "command_end" && !number.is_null() &&
+               entry.fields.value("n", nlohmann::json()) == number) {
+      end = entry.Text("result");
+      if (end == "exited" && entry.fields.value("exit_code", nlohmann::json()) != 0) end = "failed";
+    }
+  }
+  return end;
+}
+
+std::string UpdateAgain(const Situation& situation, bool flashTouched) {
+  const std::string package = situation.run.Option("package");
+  const std::string command = "run \"orvhost update " + (package.empty() ? "PACKAGE" : package) + "\" again.";
+  return flashTouched ? "Keep the machine powered, do not reboot it, and " + command : "R" + command.substr(1);
+}
+
+bool IsRecordedAsWritten(const Situation& situation) {
+  return situation.recordsAreReadable && situation.records.updateStatus == refhost::kUpdateWritten &&
+         situation.records.operating.info.moduleVersion == situation.records.update.info.moduleVersion;
+}
+
+Diagnosis OfUpdateBeforeTheFlash(const Situation& situation) {
+  Diagnosis diagnosis;
+  diagnosis.verdict = "flash-untouched";
+  diagnosis.flash = "not touched by this run";
+  diagnosis.bmc = "runs the firmware that it ran before; this run gave it no image";
+  diagnosis.marker = "not made by this run";
+  if (situation.run.Outcome() == nullptr && situation.run.Entered("write") && !situation.machineWasRestarted) {
+    diagnosis.unknown = "Whether the BMC's virtual media are connected.";
+  }
+  diagnosis.nextStep = UpdateAgain(situation, !situation.unfinishedBefore.empty());
+  return diagnosis;
+}
+
+Diagnosis OfUpdateInTheFlash(const Situation& situation, const std::string& end) {
+  Diagnosis diagnosis;
+  const bool failed = end == "failed" || situation.run.Told("verdict") == "update-failed";
+  diagnosis.verdict = "flash-incomplete";
+  diagnosis.flashTouched = true;
+  diagnosis.flash = failed ? "writing it began and failed" : "writing it had begun, and its end is not in the journal";
+  diagnosis.bmc = "runs the firmware that it ran before; the image beside it may be incomplete";
+  diagnosis.marker = "not made by this run";
+  diagnosis.unknown = "Whether the image in the BMC is whole.";
+  diagnosis.nextStep = UpdateAgain(situation, true);
+  return diagnosis;
+}
+
+Diagnosis OfUpdateBehindTheFlash(const Situation& situation) {
+  Diagnosis diagnosis;
+  diagnosis.verdict = "written-not-recorded";
+  diagnosis.flashTouched = true;
+  diagnosis.flash = "the command that writes it ended well";
+  diagnosis.bmc = "runs the firmware that it ran before; the image beside it is written";
+  diagnosis.marker = situation.run.Entered("record") ? "made" : "unknown";
+  diagnosis.unknown = situation.run.Entered("record") ? "" : "Whether the update marker was made.";
+  diagnosis.nextStep = UpdateAgain(situation, true);
+  return diagnosis;
+}
+
+Diagnosis OfWrittenUpdate(bool tookTooLong) {
+  Diagnosis diagnosis;
+  diagnosis.verdict = "written";
+  diagnosis.flashTouched = true;
+  diagnosis.flash = tookTooLong ? "written, but its command was cut off at its time limit" : "written";
+  diagnosis.bmc = "runs the firmware that it ran before; the image beside it waits for being put into operation";
+  diagnosis.marker = "made";
+  if (tookTooLong)
+    diagnosis.unknown = "Whether the image in the BMC is whole; it refuses the reboot flag when it is not.";
+  diagnosis.nextStep = kApply;
+  return diagnosis;
+}
+
+Diagnosis OfUpdate(const Situation& situation) {
+  TraceWatch watch;
+  Replay(situation.run, &watch);
+  if (!watch.FlashBegan()) return OfUpdateBeforeTheFlash(situation);
+  const std::string end = EndOfFlashing(situation.run, watch.Gathered().command);
+  const std::string verdict = situation.run.Told("verdict");
+  const bool tookTooLong = end == "timed-out" || verdict == "updated-after-time-out";
+  if (verdict.starts_with("updated") || (situation.run.Entered("record") && IsRecordedAsWritten(situation))) {
+    return OfWrittenUpdate(tookTooLong);
+  }
+  const bool endedWell = situation.run.Entered("record") || end == "exited";
+  return endedWell && verdict != "update-failed" ? OfUpdateBehindTheFlash(situation)
+                                                 : OfUpdateInTheFlash(situation, end);
+}
+
+Diagnosis OfApply(const Situation& situation) {
+  ApplyWatch watch;
+  Replay(situation.run, &watch);
+  Diagnosis diagnosis;
+  diagnosis.flash = "not touched by this run";
+  const bool restarted = situation.machineWasRestarted;
+  if (watch.IsRestarting()) {
+    diagnosis.verdict = "restarted-only";
+    diagnosis.bmc = "was given no reboot flag by this run, because there was no update marker";
+    diagnosis.marker = "not there when the run began";
+  } else if (watch.FlagIsArmed()) {
+    diagnosis.verdict = watch.IsHalting() ? "going-down" : "armed";
+    diagnosis.bmc = "had its reboot flag armed; it takes the written firmware when the machine is shut down";
+    diagnosis.marker = watch.IsHalting() ? "deleted" : "unknown";
+    if (!watch.IsHalting()) diagnosis.unknown = "Whether the update marker was deleted.";
+  } else {
+    diagnosis.verdict = "apply-incomplete";
+    diagnosis.bmc = "runs the firmware that it ran before; the journal does not prove its reboot flag";
+    diagnosis.marker = "kept";
+    if (situation.run.Outcome() == nullptr) diagnosis.unknown = "Whether the reboot flag is armed.";
+  }
+  if (restarted) {
+    diagnosis.unknown = "Which firmware the BMC runs since the machine was started anew.";
+    diagnosis.nextStep = kVerify;
+  } else {
+    diagnosis.nextStep = diagnosis.verdict == "apply-incomplete" ? kApply : kShutDown;
+  }
+  return diagnosis;
+}
+
+// What a later "verify" found replaces what the run's own journal leaves open.
+void TakeVerified(const Situation& situation, Diagnosis* diagnosis) {
+  const bool isRecorded = situation.recordsAreReadable && situation.records.updateStatus == refhost::kUpdateVerified;
+  if (situation.verifiedAs == "verified" && isRecorded) {
+    diagnosis->verdict = "verified";
+    diagnosis->bmc = "runs the firmware that was installed, as \"orvhost verify\" found";
+    diagnosis->unknown = "";
+    diagnosis->nextStep = "Nothing is to be done.";
+  } else if (situation.verifiedAs == "version-not-expected") {
+    diagnosis->bmc = "runs another version than the one that was installed, as \"orvhost verify\" found";
+    diagnosis->unknown = "";
+    diagnosis->nextStep = diagnosis->marker == "kept" || diagnosis->marker == "made"
+                              ? kApply
+                              : "Run \"orvhost update\" with the package again, then \"orvhost apply\".";
+  }
+}
+
+}  // namespace
+
+Diagnosis Diagnose(const Situation& situation) {
+  Diagnosis diagnosis = situation.run.Begin("command") == "update" ? OfUpdate(situation) : OfApply(situation);
+  if (situation.isAtWork) {
+    diagnosis.verdict = "at-work";
+    diagnosis.unknown = "";
+    diagnosis.nextStep =
+        "Keep the machine powered and wait until what is at work has ended, then run \"orvhost diagnose\" again.";
+    return diagnosis;
+  }
+  TakeVerified(situation, &diagnosis);
+  if (!situation.recordsAreReadable) {
+    diagnosis.unknown += std::string(diagnosis.unknown.empty() ? "" : " ") + "What the host recorded.";
+  }
+  return diagnosis;
+}
+
+}  // namespace orvhost

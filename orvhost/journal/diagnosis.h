@@ -1,0 +1,38 @@
+// What a run left behind, concluded from its journal, from the host's records and from what is known of the machine
+// since. Pure: it asks nobody, and what the journal does not prove it calls unknown.
+#ifndef ORVHOST_JOURNAL_DIAGNOSIS_H
+#define ORVHOST_JOURNAL_DIAGNOSIS_H
+
+#include <string>
+#include <vector>
+
+#include "orvhost/journal/recorded_run.h"
+#include "refhost/module_state.h"
+
+namespace orvhost {
+
+struct Situation {
+  RecordedRun run;
+  bool isAtWork = false;             // the run goes on, or something that it started does
+  bool machineWasRestarted = false;  // since the run began
+  std::string verifiedAs;            // verdict of the last "verify" behind it; "" for none
+  std::string unfinishedBefore;  // an earlier run that began to write the flash and that no run finished; "" for none
+  bool recordsAreReadable = true;
+  refhost::ModuleState records;
+};
+
+struct Diagnosis {
+  std::string verdict;  // one word for programs
+  bool flashTouched = false;
+  std::string flash;
+  std::string bmc;     // what it has and runs
+  std::string marker;  // of an update that waits for being put into operation
+  std::string unknown;
+  std::string nextStep;  // the one that is safe
+};
+
+Diagnosis Diagnose(const Situation& situation);
+
+}  // namespace orvhost
+
+#endif  // ORVHOST_JOURNAL_DIAGNOSIS_H

@@ -1,0 +1,29 @@
+// A recorded run in the words of people. Pure.
+#ifndef ORVHOST_JOURNAL_STORY_H
+#define ORVHOST_JOURNAL_STORY_H
+
+#include <string>
+#include <vector>
+
+#include "orvhost/journal/recorded_run.h"
+
+namespace orvhost {
+
+struct StoryLine {
+  std::string seconds;  // since the start, right-aligned
+  std::string kind;     // as of the journal's line
+  std::string text;
+};
+
+// What a phase does, e.g. "writes the firmware".
+std::string PhaseInWords(const std::string& phase);
+
+// What happened, in order, without the lines that only a developer needs.
+std::vector<StoryLine> TellStory(const RecordedRun& run);
+
+// Sentences about lines of the journal that could not be read.
+std::vector<std::string> Damage(const RecordedRun& run);
+
+}  // namespace orvhost
+
+#endif  // ORVHOST_JOURNAL_STORY_H

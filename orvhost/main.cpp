@@ -1,0 +1,91 @@
+// orvhost: drives a plug-in through the reference host's libraries.
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <exception>
+
+#include "host/DllCommon.h"
+#include "orvhost/command_line.h"
+#include "orvhost/run/exclusive_run.h"
+#include "orvhost/terminal/live_progress.h"
+#include "orvhost/trace/line_sink.h"
+#include "refhost/settings.h"
+
+namespace orvhost {
+namespace {
+
+// All that -v shows: the start and end lines of operations are for the log file only.
+constexpr int kVerboseLevels = refhost::kAllTraceLevels & ~CTraceUtility::TRACE_DBG_FLOW;
+
+// Where the trace of this run goes. False with the failure in `*outcome` when the log file cannot be opened.
+bool AddSinks(const Run& run, TeeSink* tee, Outcome* outcome) {
+  if (!run.options.logFile.empty()) {
+    std::string error;
+    auto file = LineSink::OpenFile(run.options.logFile, &error);
+    if (!file) {
+      Fail(run, outcome, ExitCode::kUsage, "log-file-unusable", error, "Give --log-file a path that can be written.");
+      return false;
+    }
+    tee->Add(std::move(file));
+  }
+  if (run.options.verbose) {
+    posix::FileDescriptor standardError(fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
+    tee->Add(std::make_unique<LineSink>(std::move(standardError), kVerboseLevels));
+  }
+  return true;
+}
+
+Outcome RunCommand(const Command& command, const Run& run) {
+  try {
+    return command.run(run);
+  } catch (const std::exception& error) {
+    Outcome outcome;
+    outcome.phase = "unexpected";
+    Fail(run, &outcome, run.watch.FlashBegan() ? ExitCode::kFailedFlashBegun : ExitCode::kUnexpected, "unexpected",
+         std::string("An unexpected error ended the run: ") + error.what(),
+         "Keep the log of a run with --log-file and report it.");
+    return outcome;
+  }
+}
+
+int Main(int argc, const char* const* argv) {
+  const ParsedCommandLine parsed = ParseCommandLine(argc, argv);
+  Console console(parsed.options);
+  Outcome outcome = parsed.outcome;
+  if (parsed.command != nullptr) {
+    refhost::Configure({parsed.options.installPath, parsed.options.serverType, ""});
+    TeeSink tee;
+    auto watch = std::make_unique<TraceWatch>();
+    Journal journal;
+    LiveProgress progress(&journal);
+    console.BeforeText([&progress] { progress.Hide(); });
+    const Run run{parsed.options, console, *watch, tee, journal};
+    tee.Add(std::move(watch));
+    tee.Add(std::make_unique<ProgressSink>(&progress));
+    ExclusiveRun exclusive(run, parsed.command->name);
+    if ((!parsed.command->loadsPlugin || exclusive.Begin(&outcome)) && AddSinks(run, &tee, &outcome)) {
+      refhost::SetTraceSink(&tee);
+      refhost::SetCommandObserver(&progress);
+      if (parsed.command->loadsPlugin) progress.Begin(parsed.options);
+      outcome = RunCommand(*parsed.command, run);
+      refhost::SetCommandObserver(nullptr);
+      refhost::SetTraceSink(nullptr);
+      progress.End();
+    }
+    exclusive.End(&outcome);
+    console.BeforeText([] {});
+  }
+  if (parsed.command != nullptr || outcome.failure) console.Report(outcome);
+  return static_cast<int>(outcome.exitCode);
+}
+
+}  // namespace
+}  // namespace orvhost
+
+int main(int argc, char** argv) {
+  // A reader of the output that goes away must not end a run that writes to a device.
+  signal(SIGPIPE, SIG_IGN);
+  signal(SIGXFSZ, SIG_IGN);  // nor may a limit on the size of its journal
+  return orvhost::Main(argc, argv);
+}

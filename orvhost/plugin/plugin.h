@@ -1,0 +1,38 @@
+// A plug-in's shared library in memory, with its two entry points.
+#ifndef ORVHOST_PLUGIN_PLUGIN_H
+#define ORVHOST_PLUGIN_PLUGIN_H
+
+#include <memory>
+#include <string>
+
+#include "host/ProviderBase.h"
+
+namespace orvhost {
+
+class Plugin {
+ public:
+  // Loads the library at `path`. Null, with the reason in `*error`, when it cannot be loaded or lacks an entry point.
+  static std::unique_ptr<Plugin> Load(const std::string& path, std::string* error);
+
+  Plugin(const Plugin&) = delete;
+  Plugin& operator=(const Plugin&) = delete;
+  ~Plugin();
+
+  // The plug-in's vendor object of that class, to be handed back to Release; null when the plug-in has none.
+  CVendor* Create(const char* className, const char* provider) const;
+  void Release(CVendor* vendor) const;
+
+ private:
+  using Factory = CVendor* (*)(const char* className, const char* provider);
+  using Releaser = void (*)(CVendor* vendor);
+
+  explicit Plugin(void* library) : library_(library) {}
+
+  void* library_;
+  Factory factory_ = nullptr;
+  Releaser releaser_ = nullptr;
+};
+
+}  // namespace orvhost
+
+#endif  // ORVHOST_PLUGIN_PLUGIN_H

@@ -1,0 +1,54 @@
+// One run of a subcommand: what it was asked for and what it has at hand. Every subcommand gets one and answers an
+// Outcome.
+#ifndef ORVHOST_RUN_RUN_H
+#define ORVHOST_RUN_RUN_H
+
+#include <memory>
+#include <string>
+
+#include "orvhost/interface/options.h"
+#include "orvhost/interface/outcome.h"
+#include "orvhost/journal/journal.h"
+#include "orvhost/plugin/session.h"
+#include "orvhost/terminal/console.h"
+#include "orvhost/trace/line_sink.h"
+#include "orvhost/trace/trace_watch.h"
+
+namespace orvhost {
+
+struct Run {
+  const Options& options;
+  const Console& console;
+  const TraceWatch& watch;
+  TeeSink& trace;  // for a subcommand that reads more of the plug-in's trace than the watch keeps
+  Journal& journal;
+};
+
+// The run goes on with the step of that name, which is then the one that it ends in unless another one follows.
+void EnterPhase(const Run& run, Outcome* outcome, const std::string& phase);
+
+// Makes `*outcome` a failure: with what the trace gathered as evidence and what it tells about the flash.
+void Fail(const Run& run, Outcome* outcome, ExitCode exitCode, const std::string& verdict, const std::string& cause,
+          const std::string& nextStep);
+
+// kFailedFlashBegun or kFailedUntouched, as the trace tells.
+ExitCode FailedExitCode(const Run& run);
+
+// What becomes of kept records that cannot be understood, which is a failure either way.
+enum class DamagedRecords { kKeepAside, kLeave };
+
+// Checks the kept records and opens the plug-in; null with the failure in `*outcome`.
+std::unique_ptr<Session> OpenSession(const Run& run, DamagedRecords damaged, Outcome* outcome);
+
+// False, with the failure in `*outcome`, when something that the plug-in needs is missing on this machine.
+bool HasPrerequisites(const Run& run, const Session& session, Outcome* outcome);
+
+// Reads the running version into `outcome->before`. False with the failure in `*outcome` when the BMC does not tell it.
+bool ReadRunningVersion(const Run& run, const Session& session, Outcome* outcome);
+
+// What a plug-in answers for the version of a device that it cannot ask.
+inline constexpr const char* kUnreadableVersion = "abnormal";
+
+}  // namespace orvhost
+
+#endif  // ORVHOST_RUN_RUN_H

@@ -1,0 +1,82 @@
+// Shows at a terminal what a run is at, in one live line that every other text of the program first takes away.
+//
+// The line is written whole by one write(2) and the cursor goes back to its beginning, so there is no state of the
+// terminal to restore. A clock of its own redraws it once a second. Only the process that made the object draws: a
+// child that the plug-in forks may use its trace, and takes no lock here.
+#ifndef ORVHOST_TERMINAL_LIVE_PROGRESS_H
+#define ORVHOST_TERMINAL_LIVE_PROGRESS_H
+
+#include <condition_variable>
+#include <mutex>
+#include <optional>
+#include <thread>
+
+#include "orvhost/interface/options.h"
+#include "orvhost/terminal/progress_line.h"
+#include "posix/file_descriptor.h"
+#include "refhost/command_observer.h"
+#include "refhost/trace_sink.h"
+
+namespace orvhost {
+
+class LiveProgress : public refhost::CommandObserver {
+ public:
+  // Does nothing before Begin. What it is told as an observer goes to `next` as well.
+  explicit LiveProgress(refhost::CommandObserver* next) : next_(*next) {}
+  ~LiveProgress() override { End(); }
+
+  // Begins to show progress, if the standard output is a terminal that can show a live line (not TERM=dumb) and the
+  // options ask neither for quiet nor for JSON nor for the trace itself.
+  void Begin(const Options& options);
+
+  // Takes the line away until there is something new to show.
+  void Hide();
+
+  // Takes the line away for good.
+  void End();
+
+  void Take(const refhost::TraceRecord& record);
+
+  bool Allows(const refhost::CommandRequest& request) override { return next_.Allows(request); }
+  void Starts(const refhost::CommandRequest& request) override;
+  void Ended(const refhost::CommandRequest& request, const refhost::CommandResult& result) override;
+  void PauseStarts(unsigned long milliseconds) override;
+  void PauseEnded() override;
+
+ private:
+  using Clock = std::chrono::steady_clock;
+
+  bool IsMine() const;
+  void WaitFor(const ProgressWait& wait);
+  void Tick();
+  void Draw();
+
+  refhost::CommandObserver& next_;
+  posix::FileDescriptor terminal_;
+  pid_t owner_ = 0;
+  std::mutex mutex_;  // of everything below
+  std::condition_variable changed_;
+  bool ended_ = false;
+  bool shown_ = false;
+  bool hidden_ = true;
+  Clock::time_point start_;
+  Clock::time_point waitStart_;
+  ProgressSteps steps_;
+  ProgressWait wait_;
+  std::string drawn_;
+  std::thread clock_;
+};
+
+// Hands the trace on to a LiveProgress, which stays the caller's.
+class ProgressSink : public refhost::TraceSink {
+ public:
+  explicit ProgressSink(LiveProgress* progress) : progress_(*progress) {}
+  void Write(const refhost::TraceRecord& record) override { progress_.Take(record); }
+
+ private:
+  LiveProgress& progress_;
+};
+
+}  // namespace orvhost
+
+#endif  // ORVHOST_TERMINAL_LIVE_PROGRESS_H

@@ -1,0 +1,35 @@
+// Reads the plug-in's trace while it judges a package for this machine and keeps what it told of the machine's model.
+// Like TraceWatch it guesses nothing: each answer rests on a line that the plug-in wrote.
+#ifndef ORVHOST_TRACE_FIT_WATCH_H
+#define ORVHOST_TRACE_FIT_WATCH_H
+
+#include <optional>
+#include <string>
+
+#include "refhost/trace_sink.h"
+
+namespace orvhost {
+
+class FitWatch : public refhost::TraceSink {
+ public:
+  struct Machine {
+    std::string model;  // "" for the ordinary one
+    std::string serialNumber;
+  };
+
+  void Write(const refhost::TraceRecord& record) override;
+
+  // The machine, when the plug-in told that its model is not the package's.
+  const std::optional<Machine>& OfOtherModel() const { return ofOtherModel_; }
+
+  // The machine's serial number as the plug-in found it ("" for none), when it told that no model follows from it.
+  const std::optional<std::string>& SerialWithoutModel() const { return serialWithoutModel_; }
+
+ private:
+  std::optional<Machine> ofOtherModel_;
+  std::optional<std::string> serialWithoutModel_;
+};
+
+}  // namespace orvhost
+
+#endif  // ORVHOST_TRACE_FIT_WATCH_H

@@ -1,0 +1,42 @@
+// Writes the trace as lines to a file or to the standard error, each with one write(2), so that lines of this process
+// and of its children never mix. And a sink that hands every record on to several others.
+#ifndef ORVHOST_TRACE_LINE_SINK_H
+#define ORVHOST_TRACE_LINE_SINK_H
+
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "posix/file_descriptor.h"
+#include "refhost/trace_sink.h"
+
+namespace orvhost {
+
+class LineSink : public refhost::TraceSink {
+ public:
+  // Appends all records to the file `path`. Null, with the reason in `*error`, when it cannot be opened.
+  static std::unique_ptr<LineSink> OpenFile(const std::string& path, std::string* error);
+
+  // Writes to `descriptor` the records for operators and the lines whose level is in `levels`.
+  LineSink(posix::FileDescriptor descriptor, int levels) : descriptor_(std::move(descriptor)), levels_(levels) {}
+
+  void Write(const refhost::TraceRecord& record) override;
+
+ private:
+  posix::FileDescriptor descriptor_;
+  int levels_;
+};
+
+class TeeSink : public refhost::TraceSink {
+ public:
+  void Add(std::unique_ptr<refhost::TraceSink> sink) { sinks_.push_back(std::move(sink)); }
+  void Write(const refhost::TraceRecord& record) override;
+
+ private:
+  std::vector<std::unique_ptr<refhost::TraceSink>> sinks_;
+};
+
+}  // namespace orvhost
+
+#endif  // ORVHOST_TRACE_LINE_SINK_H

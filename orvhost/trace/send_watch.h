@@ -1,0 +1,47 @@
+// Reads the plug-in's trace while it sends its records to the service processor and keeps what became of each. Like
+// TraceWatch it guesses nothing: each answer rests on lines that the plug-in wrote.
+#ifndef ORVHOST_TRACE_SEND_WATCH_H
+#define ORVHOST_TRACE_SEND_WATCH_H
+
+#include <array>
+#include <string>
+
+#include "refhost/trace_sink.h"
+
+namespace orvhost {
+
+// What became of one record.
+struct SendResult {
+  enum class State { kUntold, kSent, kNotSupported, kFailed };
+
+  const char* name;  // what the record tells of, for people
+  State state = State::kUntold;
+  std::string detail{};  // not supported: how that is known; failed: at which step; otherwise ""
+};
+
+class SendWatch : public refhost::TraceSink {
+ public:
+  void Write(const refhost::TraceRecord& record) override;
+
+  // In the order of sending.
+  const std::array<SendResult, 2>& Results() const { return results_; }
+
+ private:
+  void WatchStart(const std::string& text);
+  void WatchCapability(const std::string& text);
+  void WatchStep(const std::string& text);
+  void WatchEnd(const std::string& text);
+  void Conclude(SendResult::State state, const std::string& detail);
+
+  std::array<SendResult, 2> results_{{{"Operating system"}, {"Disks"}}};
+  SendResult* current_ = nullptr;  // the record whose sender is at work
+  std::string capability_;         // what the last line about the BMC's capability tells, in words
+  std::string step_;               // the step that the last line about a failed attempt names, in words
+};
+
+// The result in words: "sent", "not supported by this BMC (...)", "failed at ...", "unknown (...)".
+std::string InWords(const SendResult& result);
+
+}  // namespace orvhost
+
+#endif  // ORVHOST_TRACE_SEND_WATCH_H

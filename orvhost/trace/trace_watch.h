@@ -1,0 +1,43 @@
+// Reads the plug-in's trace while it is written and keeps what a run must know of it: whether writing the flash began,
+// whether the machine was told to go down, and what to show as evidence of a failure. It guesses nothing: each answer
+// rests on a line that the plug-in wrote.
+#ifndef ORVHOST_TRACE_TRACE_WATCH_H
+#define ORVHOST_TRACE_TRACE_WATCH_H
+
+#include <string>
+
+#include "orvhost/interface/outcome.h"
+#include "refhost/trace_sink.h"
+
+namespace orvhost {
+
+class TraceWatch : public refhost::TraceSink {
+ public:
+  void Write(const refhost::TraceRecord& record) override;
+
+  // The plug-in started the flash tool or the package's update script.
+  bool FlashBegan() const { return flashBegan_; }
+
+  // The plug-in ran the command that halts or restarts the machine.
+  bool ShutdownWasRequested() const { return shutdownWasRequested_; }
+
+  // Identifier and first inserted text of the last record for operators; "" when there was none.
+  const std::string& LastMessageId() const { return lastMessageId_; }
+  const std::string& LastDetail() const { return lastDetail_; }
+
+  const Evidence& Gathered() const { return evidence_; }
+
+ private:
+  void WatchProgress(const std::string& text);
+  void WatchFailure(const refhost::TraceRecord& record, const std::string& text);
+
+  bool flashBegan_ = false;
+  bool shutdownWasRequested_ = false;
+  std::string lastMessageId_;
+  std::string lastDetail_;
+  Evidence evidence_;
+};
+
+}  // namespace orvhost
+
+#endif  // ORVHOST_TRACE_TRACE_WATCH_H

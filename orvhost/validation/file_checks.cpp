@@ -1,0 +1,98 @@
+// The checks of a plug-in's file, which is read and not loaded.
+#include <algorithm>
+#include <array>
+
+#include "orvhost/validation/library_file.h"
+#include "orvhost/validation/validation.h"
+
+namespace orvhost {
+namespace {
+
+constexpr std::array kEntryPoints = {"GetVendorFactory", "ReleaseVendor"};
+
+// The host's libraries, and the C and C++ runtime; the last three belong to the runtime of older systems.
+constexpr std::array kAllowedLibraries = {
+    "liborv_ProviderBase.so", "liborv_DllCommon.so", "libstdc++.so.6", "libgcc_s.so.1", "libc.so.6", "libm.so.6",
+    "ld-linux-x86-64.so.2",   "libpthread.so.0",     "libdl.so.2",     "librt.so.1"};
+
+template <typename Names>
+bool Holds(const Names& names, const std::string& name) {
+  return std::find(names.begin(), names.end(), name) != names.end();
+}
+
+std::string Joined(const std::vector<std::string>& names) {
+  constexpr size_t kTold = 5;
+  std::string text;
+  for (size_t i = 0; i < names.size() && i < kTold; ++i) text += (i == 0 ? "" : ", ") + names[i];
+  if (names.size() > kTold) text += " and " + std::to_string(names.size() - kTold) + " more";
+  return text;
+}
+
+// Hands the file to `judge`; a file that cannot be read fails whatever is asked.
+template <typename Judge>
+CheckResult OfFile(const Candidate& candidate, Judge judge) {
+  std::string error;
+  const auto file = ReadLibraryFile(candidate.path, &error);
+  return file ? judge(*file) : CheckResult::Fail(error);
+}
+
+CheckResult CheckFile(const Candidate& candidate) {
+  return OfFile(candidate, [](const LibraryFile& file) {
+    if (!file.isSharedLibrary) return CheckResult::Fail("it is an ELF file, but no shared library");
+    if (!file.isForThisMachine) return CheckResult::Fail("it is made for another kind of machine");
+    return CheckResult::Pass();
+  });
+}
+
+CheckResult CheckEntryPoints(const Candidate& candidate) {
+  return OfFile(candidate, [](const LibraryFile& file) {
+    std::vector<std::string> missing;
+    for (const std::string name : kEntryPoints) {
+      if (!Holds(file.exports, name)) missing.push_back(name);
+    }
+    return missing.empty() ? CheckResult::Pass() : CheckResult::Fail("it does not export " + Joined(missing));
+  });
+}
+
+CheckResult CheckExports(const Candidate& candidate) {
+  return OfFile(candidate, [](const LibraryFile& file) {
+    std::vector<std::string> others;
+    for (const std::string& name : file.exports) {
+      if (!Holds(kEntryPoints, name)) others.push_back(name);
+    }
+    return others.empty() ? CheckResult::Pass() : CheckResult::Fail("it also exports " + Joined(others));
+  });
+}
+
+CheckResult CheckLibraries(const Candidate& candidate) {
+  return OfFile(candidate, [](const LibraryFile& file) {
+    std::vector<std::string> others;
+    for (const std::string& name : file.needed) {
+      if (!Holds(kAllowedLibraries, name)) others.push_back(name);
+    }
+    return others.empty() ? CheckResult::Pass() : CheckResult::Fail("it also needs " + Joined(others));
+  });
+}
+
+CheckResult CheckHardening(const Candidate& candidate) {
+  return OfFile(candidate, [](const LibraryFile& file) {
+    if (file.hasTextRelocations) return CheckResult::Fail("its code is written to when it is loaded");
+    if (!file.hasRelro || !file.bindsNow) return CheckResult::Fail("its relocations stay writable (no full RELRO)");
+    return CheckResult::Pass();
+  });
+}
+
+}  // namespace
+
+std::span<const ValidationCheck> FileChecks() {
+  static const std::array<ValidationCheck, 5> kChecks{{
+      {"file", "It is an ELF shared library for this kind of machine.", {}, CheckFile},
+      {"entry-points", "It exports GetVendorFactory and ReleaseVendor.", {"file"}, CheckEntryPoints},
+      {"exports", "It exports nothing else.", {"file"}, CheckExports},
+      {"libraries", "It needs the host's libraries and the C and C++ runtime only.", {"file"}, CheckLibraries},
+      {"hardening", "Its code and its relocations are read-only once it is loaded.", {"file"}, CheckHardening},
+  }};
+  return kChecks;
+}
+
+}  // namespace orvhost

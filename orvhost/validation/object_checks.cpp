@@ -1,0 +1,245 @@
+// The checks of a plug-in in memory: its loading, its entry points and its objects.
+#include <dlfcn.h>
+
+#include <array>
+#include <filesystem>
+
+#include "orvhost/validation/trial.h"
+#include "orvhost/validation/validation.h"
+
+namespace orvhost {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr int kManyTimes = 50;
+
+long Entries(const char* folder) {
+  return std::distance(fs::directory_iterator(folder), fs::directory_iterator());
+}
+
+// Descriptors and threads of this process; what grows from one look to the next was left behind.
+struct Holdings {
+  long descriptors = Entries("/proc/self/fd");
+  long threads = Entries("/proc/self/task");
+};
+
+CheckResult NothingIsLeftOf(const Holdings& before) {
+  const Holdings now;
+  if (now.descriptors > before.descriptors) {
+    return CheckResult::Fail("it leaves " + std::to_string(now.descriptors - before.descriptors) +
+                             " file descriptors open");
+  }
+  return now.threads > before.threads ? CheckResult::Fail("it leaves a thread running") : CheckResult::Pass();
+}
+
+CheckResult CheckLoad(const Candidate& candidate) {
+  PrepareTrial(candidate);
+  return dlopen(candidate.path.c_str(), RTLD_NOW | RTLD_LOCAL) != nullptr ? CheckResult::Pass()
+                                                                          : CheckResult::Fail(dlerror());
+}
+
+CheckResult CheckUnload(const Candidate& candidate) {
+  PrepareTrial(candidate);
+  const Holdings before;
+  dlclose(dlopen(candidate.path.c_str(), RTLD_NOW | RTLD_LOCAL));
+  if (dlopen(candidate.path.c_str(), RTLD_NOW | RTLD_NOLOAD) != nullptr) {
+    return CheckResult::Fail("it stays in memory after it was unloaded");
+  }
+  return NothingIsLeftOf(before);
+}
+
+// Asks for an object that must not exist.
+CheckResult NoObjectFor(const Candidate& candidate, const char* className, const char* provider) {
+  return WithPlugin(candidate, [&](const Plugin& plugin) {
+    return plugin.Create(className, provider) == nullptr ? CheckResult::Pass()
+                                                         : CheckResult::Fail("it gives an object all the same");
+  });
+}
+
+CheckResult CheckNullClass(const Candidate& candidate) {
+  return NoObjectFor(candidate, nullptr, kProvider);
+}
+
+CheckResult CheckNullProvider(const Candidate& candidate) {
+  return NoObjectFor(candidate, kVendorClassName, nullptr);
+}
+
+CheckResult CheckOtherClass(const Candidate& candidate) {
+  return WithPlugin(candidate, [](const Plugin& plugin) {
+    const std::string right = kVendorClassName;
+    for (const std::string& name : {std::string(), right + "2", right + " ", right.substr(1), std::string("CVendor")}) {
+      if (plugin.Create(name.c_str(), kProvider) != nullptr) {
+        return CheckResult::Fail("it gives an object for the class \"" + name + "\"");
+      }
+    }
+    return CheckResult::Pass();
+  });
+}
+
+CheckResult CheckObject(const Candidate& candidate) {
+  return WithVendor(candidate, [](CVendor& vendor) {
+    return vendor.GetFirmwareHandler() == nullptr
+               ? CheckResult::Pass()
+               : CheckResult::Fail("it has a firmware handler before it is linked to the device");
+  });
+}
+
+CheckResult CheckEmptyProvider(const Candidate& candidate) {
+  return WithPlugin(candidate, [](const Plugin& plugin) {
+    CVendor* vendor = plugin.Create(kVendorClassName, "");
+    plugin.Release(vendor);
+    return vendor != nullptr ? CheckResult::Pass() : CheckResult::Fail("it gives no object");
+  });
+}
+
+CheckResult CheckClassName(const Candidate& candidate) {
+  return WithVendor(candidate, [](CVendor& vendor) {
+    const std::string name = vendor.GetVendorClassName();
+    return name == kVendorClassName ? CheckResult::Pass() : CheckResult::Fail("the object tells \"" + name + "\"");
+  });
+}
+
+CheckResult CheckReleaseOfNull(const Candidate& candidate) {
+  return WithPlugin(candidate, [](const Plugin& plugin) {
+    plugin.Release(nullptr);
+    return CheckResult::Pass();
+  });
+}
+
+CheckResult CheckLifeCycle(const Candidate& candidate) {
+  return WithPlugin(candidate, [](const Plugin& plugin) {
+    plugin.Release(plugin.Create(kVendorClassName, kProvider));  // what the first object opens for good counts not
+    const Holdings before;
+    for (int i = 0; i < kManyTimes; ++i) {
+      CVendor* vendor = plugin.Create(kVendorClassName, kProvider);
+      if (vendor == nullptr) return CheckResult::Fail("after " + std::to_string(i + 1) + " objects there is no other");
+      vendor->LinkDevice();
+      plugin.Release(vendor);
+    }
+    return NothingIsLeftOf(before);
+  });
+}
+
+CheckResult CheckTwoObjects(const Candidate& candidate) {
+  return WithVendor(candidate, [&candidate](CVendor& first) {
+    const std::string name = first.GetVendorClassName();
+    CheckResult second = WithVendor(candidate, [&first](CVendor& other) {
+      return &other != &first ? CheckResult::Pass() : CheckResult::Fail("it gives the same object twice");
+    });
+    if (second.status != CheckResult::Status::kPass) return second;
+    return first.GetVendorClassName() == name ? CheckResult::Pass()
+                                              : CheckResult::Fail("releasing one object damages the other");
+  });
+}
+
+CheckResult CheckLinkDevice(const Candidate& candidate) {
+  return WithVendor(candidate, [](CVendor& vendor) {
+    vendor.LinkDevice();
+    return vendor.GetFirmwareHandler() != nullptr ? CheckResult::Pass()
+                                                  : CheckResult::Fail("there is no firmware handler afterwards");
+  });
+}
+
+CheckResult CheckAnswers(const Candidate& candidate) {
+  return WithVendor(candidate, [&candidate](CVendor& vendor) {
+    vendor.LinkDevice();
+    const std::string hardware = vendor.GetHardwareVersion();
+    if (vendor.GetHardwareVersionCache() != hardware) return CheckResult::Fail("the hardware version changes");
+    if (vendor.CheckHardwareVersion(hardware, hardware) != 0) {
+      return CheckResult::Fail("the hardware version is not compatible with itself");
+    }
+    if (vendor.IsUpdateFailure()) return CheckResult::Fail("it tells of a failed update without any");
+    if (vendor.EndOutputDeviceConfigInfo(candidate.folder + "/work/", nullptr) != 0) {
+      return CheckResult::Fail("the end of a report is not 0");
+    }
+    return CheckResult::Pass();
+  });
+}
+
+CheckResult CheckLists(const Candidate& candidate) {
+  return WithVendor(candidate, [](CVendor& vendor) {
+    vendor.LinkDevice();
+    std::list<CNecessaryComponentInfo> missing{{"kept", ""}};
+    vendor.GetShortageOfNecessaryApplicationInfo(missing);
+    if (missing.empty() || missing.front().name != "kept") {
+      return CheckResult::Fail("the list of missing prerequisites is cleared");
+    }
+    std::list<CLinkApplicationInfo> applications{{"kept", ""}};
+    vendor.GetLinkApplicationInfo(&applications);
+    if (applications.empty() || applications.front().name != "kept") {
+      return CheckResult::Fail("the list of linked applications is cleared");
+    }
+    return CheckResult::Pass();
+  });
+}
+
+CheckResult CheckUnknownMethod(const Candidate& candidate) {
+  return WithVendor(candidate, [](CVendor& vendor) {
+    vendor.LinkDevice();
+    for (const std::string name : {"", "OrvhostNoSuchMethod"}) {
+      const long result = vendor.ExecVendorMethod(name);
+      if (result != -1) {
+        return CheckResult::Fail("the method \"" + name + "\" answers " + std::to_string(result) + " and not -1");
+      }
+    }
+    return CheckResult::Pass();
+  });
+}
+
+// A whole life without a question to the device.
+CheckResult LiveThrough(const Candidate& candidate) {
+  CheckResult result = CheckAnswers(candidate);
+  if (result.status == CheckResult::Status::kPass) result = CheckUnknownMethod(candidate);
+  return result;
+}
+
+CheckResult CheckNoCommands(const Candidate& candidate) {
+  CheckResult life = WithVendor(candidate, [](CVendor& vendor) {
+    vendor.LinkDevice();
+    vendor.GetHardwareVersion();
+    return CheckResult::Pass();
+  });
+  if (life.status != CheckResult::Status::kPass || RefusedCommands().empty()) return life;
+  return CheckResult::Fail("it wanted to run [" + RefusedCommands().front() + "]");
+}
+
+CheckResult CheckNoWrites(const Candidate& candidate) {
+  CheckResult life = LiveThrough(candidate);
+  if (life.status != CheckResult::Status::kPass) return life;
+  for (const auto& entry : fs::recursive_directory_iterator(candidate.folder)) {
+    const std::string name = entry.path().lexically_relative(candidate.folder).string();
+    const bool allowed =
+        name == "install" || name == "work" || name == "install/tmp" || name.rfind("install/tmp/", 0) == 0;
+    if (!allowed) return CheckResult::Fail("it writes " + name);
+  }
+  return CheckResult::Pass();
+}
+
+}  // namespace
+
+std::span<const ValidationCheck> ObjectChecks() {
+  static const std::vector<std::string> kEntry{"load", "entry-points"};
+  static const std::vector<ValidationCheck> kChecks{
+      {"load", "It loads with all its symbols bound.", {"file"}, CheckLoad},
+      {"unload", "Unloading it leaves nothing behind.", {"load"}, CheckUnload},
+      {"null-class", "A null class name gives no object.", kEntry, CheckNullClass},
+      {"other-class", "The name of another class gives no object.", kEntry, CheckOtherClass},
+      {"null-provider", "A null name of the host gives no object.", kEntry, CheckNullProvider},
+      {"release-null", "Releasing null does nothing.", kEntry, CheckReleaseOfNull},
+      {"object", "The vendor class gives an object, not yet linked to the device.", kEntry, CheckObject},
+      {"empty-provider", "An empty name of the host gives an object too.", {"object"}, CheckEmptyProvider},
+      {"class-name", "An object tells the class that it was asked for.", {"object"}, CheckClassName},
+      {"link-device", "Linking an object to the device makes its firmware handler.", {"object"}, CheckLinkDevice},
+      {"life-cycle", "Objects come and go many times and leave nothing behind.", {"link-device"}, CheckLifeCycle},
+      {"two-objects", "Two objects live side by side.", {"object"}, CheckTwoObjects},
+      {"answers", "What needs no device is answered as the contract says.", {"link-device"}, CheckAnswers},
+      {"lists", "Lists are appended to and never cleared.", {"link-device"}, CheckLists},
+      {"unknown-method", "A method that does not exist is refused with -1.", {"link-device"}, CheckUnknownMethod},
+      {"no-commands", "No command is run before the device is asked for something.", {"link-device"}, CheckNoCommands},
+      {"no-writes", "Nothing is written outside of INSTALL_PATH/tmp.", {"answers", "unknown-method"}, CheckNoWrites},
+  };
+  return kChecks;
+}
+
+}  // namespace orvhost

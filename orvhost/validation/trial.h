@@ -1,0 +1,45 @@
+// A plug-in on trial: loaded under an install path that is an empty folder, with a host that refuses to run commands
+// and remembers what it was asked to run. For the process of one check, which ends afterwards.
+#ifndef ORVHOST_VALIDATION_TRIAL_H
+#define ORVHOST_VALIDATION_TRIAL_H
+
+#include <string>
+#include <vector>
+
+#include "orvhost/plugin/plugin.h"
+#include "orvhost/plugin/session.h"
+#include "orvhost/validation/validation.h"
+
+namespace orvhost {
+
+// Configures this process for a trial in the folder of `candidate`: install path "install", and "work" as the current,
+// home and temporary folder.
+void PrepareTrial(const Candidate& candidate);
+
+// The commands that were refused in this process.
+const std::vector<std::string>& RefusedCommands();
+
+// Prepares a trial, loads the plug-in, and returns what `judge(plugin)` finds; a failure when it cannot be loaded.
+template <typename Judge>
+CheckResult WithPlugin(const Candidate& candidate, Judge judge) {
+  PrepareTrial(candidate);
+  std::string error;
+  const std::unique_ptr<Plugin> plugin = Plugin::Load(candidate.path, &error);
+  return plugin ? judge(*plugin) : CheckResult::Fail(error);
+}
+
+// The same with a vendor object, which is released afterwards: `judge(vendor)`.
+template <typename Judge>
+CheckResult WithVendor(const Candidate& candidate, Judge judge) {
+  return WithPlugin(candidate, [&judge](const Plugin& plugin) {
+    CVendor* vendor = plugin.Create(kVendorClassName, kProvider);
+    if (vendor == nullptr) return CheckResult::Fail(std::string("there is no object of the class ") + kVendorClassName);
+    CheckResult result = judge(*vendor);
+    plugin.Release(vendor);
+    return result;
+  });
+}
+
+}  // namespace orvhost
+
+#endif  // ORVHOST_VALIDATION_TRIAL_H

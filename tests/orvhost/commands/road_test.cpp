@@ -1,0 +1,417 @@
+// The driver as a process of its own, with a plug-in that answers as each test asks.
+#include "tests/orvhost/support/orvhost_fixture.h"
+
+namespace orvhost {
+namespace {
+
+TEST_F(Driver, IdentifyTellsTheDevice) {
+  EXPECT_EQ(Run("identify"), 0);
+  EXPECT_EQ(out_,
+            "The BMC runs firmware version 01-23.\n"
+            "  Device:           KV6KBmc\n"
+            "  Server type:      kv6000\n"
+            "  Serial Number:    0123456789ABC\n"
+            "  Recorded version: (none)\n"
+            "  Last update:      none\n");
+  EXPECT_EQ(err_, "");
+}
+
+TEST_F(Driver, IdentifyAsJson) {
+  const json object = RunJson("identify");
+  EXPECT_EQ(object["command"], "identify");
+  EXPECT_EQ(object["verdict"], "identified");
+  EXPECT_EQ(object["before"], "01-23");
+  EXPECT_EQ(object["changed"], false);
+  EXPECT_EQ(object["facts"]["Serial Number"], "0123456789ABC");
+}
+
+TEST_F(Driver, IdentifyOfABmcThatDoesNotAnswer) {
+  Ask("unreadable");
+  EXPECT_EQ(Run("identify"), 7);
+  EXPECT_EQ(out_, "");
+  EXPECT_EQ(
+      err_,
+      "orvhost identify: The BMC does not tell its firmware version.\n"
+      "  trace:           Failed to execute ipmi command(GetDeviceID) CompletionCode:C3\n"
+      "  command:         tool raw 0x06 0x01 > result\n"
+      "  completion code: C3\n"
+      "  flash:           not touched\n"
+      "  next step:       Wait a minute in case the BMC is restarting, then run \"orvhost identify\". If that fails "
+      "too, run the command above by hand to see why.\n");
+}
+
+TEST_F(Driver, UpdateTellsEveryStepAndRecordsTheNewVersion) {
+  EXPECT_EQ(Run(Update(good_)), 0) << err_;
+  EXPECT_EQ(out_,
+            "Package: KV6000 BMC firmware 01-24\n"
+            "Running: 01-23\n"
+            "Writing: 01-24; this takes minutes, keep the machine powered\n"
+            "Firmware version 01-24 is written; the BMC still runs 01-23. Run \"orvhost apply\" to put it into "
+            "operation, then \"orvhost verify\".\n"
+            "  Package:         " +
+                good_ +
+                "\n"
+                "  Package name:    KV6000 BMC firmware\n"
+                "  Package version: 01-24\n"
+                "  Server type:     kv6000\n");
+  const refhost::ModuleState state = State();
+  EXPECT_EQ(state.operating.info.moduleVersion, "01-24");
+  EXPECT_EQ(state.previous.info.moduleVersion, "01-23");
+  EXPECT_EQ(state.updateStatus, refhost::kUpdateWritten);
+  EXPECT_EQ(state.previousVersion, "01-23");
+}
+
+TEST_F(Driver, UpdateAsJson) {
+  const json object = RunJson(Update(good_));
+  EXPECT_EQ(object["verdict"], "updated");
+  EXPECT_EQ(object["changed"], true);
+  EXPECT_EQ(object["before"], "01-23");
+  EXPECT_EQ(object["after"], "01-24");
+  EXPECT_EQ(object["flash_touched"], true);
+  EXPECT_EQ(object["phase"], "record");
+}
+
+TEST_F(Driver, QuietSaysNothingOfASuccess) {
+  EXPECT_EQ(Run(Update(good_) + " --quiet"), 0);
+  EXPECT_EQ(out_ + err_, "");
+}
+
+TEST_F(Driver, AFlashThatOverranItsTimeIsASuccessThatIsTold) {
+  Ask("overruns");
+  const json object = RunJson(Update(good_));
+  EXPECT_EQ(object["verdict"], "updated-after-time-out");
+  EXPECT_EQ(object["changed"], true);
+  EXPECT_EQ(State().updateStatus, refhost::kUpdateWritten);
+}
+
+TEST_F(Driver, TheVersionThatRunsAlreadyIsNothingToDo) {
+  setenv("TEST_PLUGIN_VERSION", "01-24", 1);
+  const json object = RunJson(Update(good_));
+  EXPECT_EQ(object["verdict"], "nothing-to-do");
+  EXPECT_EQ(object["changed"], false);
+  EXPECT_EQ(object["flash_touched"], false);
+  EXPECT_EQ(State().updateStatus, refhost::kNoUpdate);
+}
+
+TEST_F(Driver, NothingToDoLeavesAWrittenUpdateWaiting) {
+  ASSERT_EQ(Run(Update(good_)), 0);
+  EXPECT_EQ(Run(Update(folder_.Write("same.zip", refhost::Package("01-23")))), 0);
+  EXPECT_NE(out_.find("Nothing to do: the BMC already runs version 01-23. Version 01-24, which was written earlier, "
+                      "still waits for \"orvhost apply\"."),
+            std::string::npos)
+      << out_;
+  EXPECT_EQ(State().updateStatus, refhost::kUpdateWritten);
+  EXPECT_EQ(State().operating.info.moduleVersion, "01-24");
+}
+
+TEST_F(Driver, APackageThatCannotBeUsedIsToldBeforeThePluginIsLoaded) {
+  plugin_ = "/missing.so";
+  const std::pair<std::string, std::string> cases[] = {
+      {folder_ / "missing.zip", "No such file or directory"},
+      {folder_.Write("empty.zip", ""), "the file is empty"},
+      {folder_.Write("text.zip", "text"), "Unrecognized archive format"},
+      {folder_.Write("other.zip",
+                     refhost::ArchiveBuilder().File("a", "x").Build(refhost::ArchiveBuilder::Format::kZip)),
+       "the archive holds no module.json"},
+      {folder_.Write("bad.zip", refhost::Package("")), "module.json is not valid: \"version\" is empty"}};
+  for (const auto& [path, reason] : cases) {
+    EXPECT_EQ(Run(Update(path)), 5);
+    const std::string cause = std::string("The package ").append(path).append(" cannot be used: ").append(reason);
+    EXPECT_EQ(err_.find("orvhost update: " + cause + ".\n"), 0U) << err_;
+    EXPECT_NE(err_.find("flash:           not touched"), std::string::npos);
+  }
+}
+
+TEST_F(Driver, MissingPrerequisitesAreNamed) {
+  Ask("no-tool");
+  const json object = RunJson(Update(good_));
+  EXPECT_EQ(object["exit_code"], 4);
+  EXPECT_EQ(object["verdict"], "prerequisites-missing");
+  EXPECT_EQ(object["error"]["cause"], "Missing on this machine: IPMI tool.");
+  EXPECT_EQ(Run("identify"), 4);
+}
+
+TEST_F(Driver, APackageForOtherServersDoesNotFit) {
+  const std::string other = folder_.Write("other.zip", refhost::Package("01-24", "", R"(["kv6000rt", "mx4000"])"));
+  const json object = RunJson(Update(other));
+  EXPECT_EQ(object["exit_code"], 6);
+  EXPECT_EQ(object["error"]["cause"], "The package is made for kv6000rt, mx4000, and this machine is kv6000.");
+}
+
+TEST_F(Driver, APackageThatThePluginRefusesDoesNotFit) {
+  const json object = RunJson(Update(folder_.Write("other.zip", refhost::Package("06-01", "long/ssd"))));
+  EXPECT_EQ(object["exit_code"], 6);
+  EXPECT_EQ(object["phase"], "fit");
+  EXPECT_EQ(
+      object["error"]["cause"],
+      "The package, version 06-01, for the model \"long/ssd\", does not fit this machine, which runs version 01-23.");
+  EXPECT_EQ(State().updateStatus, refhost::kNoUpdate);
+}
+
+TEST_F(Driver, ABmcThatDoesNotAnswerIsNotAPackageThatDoesNotFit) {
+  Ask("unreadable");
+  const json object = RunJson(Update(good_));
+  EXPECT_EQ(object["exit_code"], 7);
+  EXPECT_EQ(object["verdict"], "bmc-unreadable");
+  EXPECT_EQ(object["error"]["evidence"]["completion_code"], "C3");
+}
+
+TEST_F(Driver, AnUpdateThatCannotBePreparedIsTold) {
+  Ask("unprepared");
+  const json object = RunJson(Update(good_));
+  EXPECT_EQ(object["exit_code"], 7);
+  EXPECT_EQ(object["phase"], "prepare");
+  EXPECT_EQ(object["error"]["evidence"]["records"][0],
+            "MSGID_BMC_0016_F The update cannot be started (0B: no IPMI tool).");
+}
+
+TEST_F(Driver, AFailureBeforeTheFlashIsToldWithItsEvidence) {
+  Ask("connect-fails");
+  EXPECT_EQ(Run(Update(good_)), 7);
+  EXPECT_EQ(err_,
+            "orvhost update: The update failed before anything was written.\n"
+            "  record:          MSGID_BMC_0012_F The BMC did not carry out a command that the update needs (14: the "
+            "BMC did not connect its virtual media).\n"
+            "  trace:           Failed to execute ipmi command (Connect to virtual media) CompletionCode:C0\n"
+            "  command:         tool raw 0x34 0x8c 0x55 0xaa 0x01 > result\n"
+            "  completion code: C0\n"
+            "  flash:           not touched\n"
+            "  next step:       Mend what the evidence names, then run the same command again.\n");
+  EXPECT_EQ(State().updateStatus, refhost::kUpdateFailed);
+  EXPECT_EQ(State().operating.info.moduleVersion, "01-23");
+}
+
+TEST_F(Driver, AFailureAfterTheFlashBeganIsAnother) {
+  Ask("flash-fails");
+  const json object = RunJson(Update(good_));
+  EXPECT_EQ(object["exit_code"], 8);
+  EXPECT_EQ(object["flash_touched"], true);
+  EXPECT_EQ(object["changed"], false);
+  EXPECT_EQ(object["error"]["evidence"]["command"], "\"/opt/orv/KV6KBMC/Yafuflash\"  -cd  \"image.ima\"");
+}
+
+TEST_F(Driver, AnUnexpectedErrorIsToldToo) {
+  Ask("throws");
+  json object = RunJson(Update(good_));
+  EXPECT_EQ(object["exit_code"], 1);
+  EXPECT_EQ(object["error"]["cause"], "An unexpected error ended the run: basic_string::substr");
+  EXPECT_EQ(object["command"], "update");
+  Ask("throws-late");
+  object = RunJson(Update(good_));
+  EXPECT_EQ(object["exit_code"], 8);
+  EXPECT_EQ(object["flash_touched"], true);
+}
+
+TEST_F(Driver, RecordsThatCannotBeKeptStopTheUpdateBeforeItBegins) {
+  folder_.Write("repository", "a file where the folder should be");
+  const json object = RunJson(Update(good_));
+  EXPECT_EQ(object["exit_code"], 7);
+  EXPECT_EQ(object["phase"], "register");
+  EXPECT_EQ(object["flash_touched"], false);
+}
+
+TEST_F(Driver, DamagedRecordsAreToldOnceAndKeptAside) {
+  folder_.Write("repository/state.json", "garbage");
+  const json object = RunJson(Update(good_));
+  EXPECT_EQ(object["exit_code"], 7);
+  EXPECT_EQ(object["verdict"], "records-damaged");
+  EXPECT_EQ(folder_.Read("repository/state.json.damaged-1"), "garbage");
+  EXPECT_EQ(Run(Update(good_)), 0);
+}
+
+TEST_F(Driver, ApplyPutsAWrittenUpdateIntoOperation) {
+  ASSERT_EQ(Run(Update(good_)), 0);
+  const json object = RunJson("apply --yes");
+  EXPECT_EQ(object["verdict"], "going-down");
+  EXPECT_EQ(object["changed"], true);
+  EXPECT_EQ(object["before"], "01-23");
+  EXPECT_EQ(object["after"], "01-24");
+}
+
+TEST_F(Driver, ApplyWithoutAConfirmationIsRefused) {
+  ASSERT_EQ(Run(Update(good_)), 0);
+  EXPECT_EQ(Run("apply"), 2);
+  EXPECT_EQ(err_.find("orvhost apply: This halts the machine, so it must be confirmed.\n"), 0U) << err_;
+  EXPECT_EQ(RunJson("apply")["verdict"], "not-confirmed");
+}
+
+TEST_F(Driver, ApplyWithoutAWrittenUpdateIsNothingToDo) {
+  const json object = RunJson("apply");
+  EXPECT_EQ(object["verdict"], "nothing-to-do");
+  EXPECT_EQ(object["changed"], false);
+}
+
+TEST_F(Driver, ApplyOfAFailedUpdateIsRefused) {
+  Ask("flash-fails");
+  ASSERT_EQ(Run(Update(good_)), 8);
+  const json object = RunJson("apply --yes");
+  EXPECT_EQ(object["exit_code"], 7);
+  EXPECT_EQ(object["error"]["cause"], "The last update failed.");
+}
+
+TEST_F(Driver, ApplyThatTheBmcRefusesIsTold) {
+  ASSERT_EQ(Run(Update(good_)), 0);
+  Ask("unarmed");
+  const json object = RunJson("apply --yes");
+  EXPECT_EQ(object["exit_code"], 7);
+  EXPECT_EQ(object["verdict"], "not-applied");
+  EXPECT_EQ(object["flash_touched"], false);
+}
+
+TEST_F(Driver, ApplyThatDoesNotHaltTheMachineIsTold) {
+  ASSERT_EQ(Run(Update(good_)), 0);
+  Ask("stays-up");
+  const json object = RunJson("apply --yes");
+  EXPECT_EQ(object["exit_code"], 7);
+  EXPECT_EQ(object["verdict"], "not-halted");
+  EXPECT_EQ(object["error"]["evidence"]["trace"][0], "Failed to delete ExistUpdate.txt");
+}
+
+TEST_F(Driver, VerifyComparesWithTheRecord) {
+  ASSERT_EQ(Run(Update(good_)), 0);
+  setenv("TEST_PLUGIN_VERSION", "01-24", 1);
+  EXPECT_EQ(Run("verify"), 0);
+  EXPECT_EQ(out_, "The BMC runs version 01-24, the one that was installed.\n  Recorded version: 01-24\n");
+  EXPECT_EQ(State().updateStatus, refhost::kUpdateVerified);
+}
+
+TEST_F(Driver, VerifyOfAnotherVersionFails) {
+  ASSERT_EQ(Run(Update(good_)), 0);
+  const json object = RunJson("verify");
+  EXPECT_EQ(object["exit_code"], 9);
+  EXPECT_EQ(object["verdict"], "version-not-expected");
+  EXPECT_EQ(object["after"], "01-23");
+  EXPECT_EQ(object["error"]["cause"], "The BMC runs version 01-23, but version 01-24 was installed.");
+}
+
+TEST_F(Driver, VerifyOfABmcThatDoesNotAnswerIsAnotherFailure) {
+  ASSERT_EQ(Run(Update(good_)), 0);
+  Ask("unreadable");
+  EXPECT_EQ(RunJson("verify")["exit_code"], 7);
+}
+
+TEST_F(Driver, VerifyWithoutARecordIsTold) {
+  const json object = RunJson("verify");
+  EXPECT_EQ(object["exit_code"], 7);
+  EXPECT_EQ(object["verdict"], "nothing-recorded");
+}
+
+TEST_F(Driver, MethodsRunsAMethodByItsName) {
+  EXPECT_EQ(RunJson("methods SendInfoToSVP")["verdict"], "done");
+  const json object = RunJson("methods reboot");
+  EXPECT_EQ(object["exit_code"], 7);
+  EXPECT_EQ(object["error"]["evidence"]["trace"][0], "Invalid function name");
+}
+
+TEST_F(Driver, TheMethodRebootMustBeConfirmed) {
+  EXPECT_EQ(Run("methods Reboot"), 2);
+  EXPECT_EQ(RunJson("methods Reboot --yes")["verdict"], "going-down");
+}
+
+TEST_F(Driver, APluginThatCannotBeLoadedIsTold) {
+  const std::pair<std::string, std::string> cases[] = {
+      {folder_ / "missing.so", "cannot open shared object file: No such file or directory"},
+      {folder_.Write("text.so", "no library"), "file too short"},
+      {NO_PLUGIN_PATH, NO_PLUGIN_PATH " has no entry point GetVendorFactory"},
+      {TEST_PLUGIN_WITHOUT_RELEASE_PATH, TEST_PLUGIN_WITHOUT_RELEASE_PATH " has no entry point ReleaseVendor"}};
+  for (const auto& [path, reason] : cases) {
+    plugin_ = path;
+    const json object = RunJson("identify");
+    EXPECT_EQ(object["exit_code"], 3);
+    EXPECT_NE(object["error"]["cause"].get<std::string>().find(reason), std::string::npos) << object;
+  }
+}
+
+TEST_F(Driver, APluginWithoutAVendorObjectOrAHandlerIsTold) {
+  Ask("no-vendor");
+  json object = RunJson("identify");
+  EXPECT_EQ(object["exit_code"], 3);
+  EXPECT_NE(object["error"]["cause"].get<std::string>().find("no vendor object of the class CBMC_KESTREL_Vendor"),
+            std::string::npos);
+  Ask("no-handler");
+  object = RunJson("identify");
+  EXPECT_EQ(object["exit_code"], 3);
+  EXPECT_NE(object["error"]["cause"].get<std::string>().find("could not create its firmware handler"),
+            std::string::npos);
+}
+
+TEST_F(Driver, APluginIsFoundByARelativePath) {
+  const std::filesystem::path plugin(TEST_PLUGIN_PATH);
+  plugin_ = plugin.filename();
+  const std::string command = "cd \"" + plugin.parent_path().string() + "\" && " + CommandLine("identify --quiet");
+  unsigned long exitCode = 99;
+  EXPECT_EQ(CCommon_Information::ExecForeignModule(command, "", "", &exitCode, ~0UL), 0);
+  EXPECT_EQ(exitCode, 0U);
+}
+
+TEST_F(Driver, BadUsageIsTold) {
+  for (const char* arguments : {"", "frobnicate", "update", "methods", "identify --frobnicate", "identify extra"}) {
+    EXPECT_EQ(Run(arguments), 2) << arguments;
+    EXPECT_EQ(out_, "") << arguments;
+    EXPECT_EQ(err_.find("orvhost"), 0U) << err_;
+    const json object = RunJson(arguments);
+    EXPECT_EQ(object["verdict"], "usage") << arguments;
+  }
+}
+
+TEST_F(Driver, HelpAndVersionAreNoErrors) {
+  EXPECT_EQ(Run("--help"), 0);
+  EXPECT_NE(out_.find("Subcommands:"), std::string::npos);
+  EXPECT_EQ(Run("update --help"), 0);
+  EXPECT_NE(out_.find("package"), std::string::npos);
+  for (const char* name : {"identify", "check", "update", "apply", "verify", "report", "notify", "methods", "history",
+                           "show", "diagnose", "explain", "validate"}) {
+    EXPECT_EQ(Run(std::string(name) + " --help"), 0);
+    EXPECT_NE(out_.find("\nExample"), std::string::npos) << out_;
+    EXPECT_NE(out_.find(std::string("\n  orvhost ") + name), std::string::npos) << out_;
+    EXPECT_NE(out_.find("\nExit codes: 0 "), std::string::npos) << out_;
+    std::istringstream lines(out_);
+    for (std::string line; std::getline(lines, line);) EXPECT_LE(line.size(), 80U) << line;
+  }
+  EXPECT_EQ(Run("--version"), 0);
+  EXPECT_EQ(out_.find("orvhost "), 0U);
+}
+
+TEST_F(Driver, TheLogFileHoldsTheFullTrace) {
+  ASSERT_EQ(Run("identify --log-file \"" + (folder_ / "log") + "\""), 0);
+  ASSERT_EQ(Run("identify --log-file \"" + (folder_ / "log") + "\""), 0);
+  std::istringstream log(folder_.Read("log"));
+  refhost::Lines lines;
+  for (std::string line; std::getline(log, line);) lines.push_back(line.substr(refhost::kTraceTimeWidth));
+  const refhost::Lines once = {"4 LinkDevice [START]", "1 Execute command [tool raw 0x06 0x01 > result]",
+                               "4 ReleaseVendor"};
+  refhost::Lines twice = once;
+  twice.insert(twice.end(), once.begin(), once.end());
+  EXPECT_EQ(lines, twice);
+}
+
+TEST_F(Driver, ALogFileThatCannotBeWrittenIsTold) {
+  const json object = RunJson("identify --log-file \"" + (folder_ / "missing/log") + "\"");
+  EXPECT_EQ(object["exit_code"], 2);
+  EXPECT_EQ(object["error"]["cause"],
+            "cannot open the log file " + (folder_ / "missing/log") + ": No such file or directory");
+}
+
+TEST_F(Driver, VerboseShowsTheTraceBesideTheOutput) {
+  EXPECT_EQ(Run("identify -v"), 0);
+  EXPECT_NE(err_.find(" 1 Execute command [tool raw 0x06 0x01 > result]\n"), std::string::npos);
+  EXPECT_EQ(err_.find("LinkDevice"), std::string::npos);
+}
+
+TEST_F(DriverAtATerminal, ApplyAsksBeforeItHaltsTheMachine) {
+  ASSERT_EQ(Run(Update(good_)), 0);
+  EXPECT_EQ(RunAtTerminal("apply", "\n"), 2);
+  EXPECT_NE(screen_.find("This halts the machine now. Go on? [y/N]"), std::string::npos) << screen_;
+  EXPECT_EQ(RunAtTerminal("apply", "y\n"), 0);
+  EXPECT_NE(screen_.find("The machine is going down."), std::string::npos) << screen_;
+}
+
+TEST_F(DriverAtATerminal, ThereIsNoQuestionWithJsonOrQuiet) {
+  ASSERT_EQ(Run(Update(good_)), 0);
+  EXPECT_EQ(RunAtTerminal("apply --json", ""), 2);
+  EXPECT_EQ(RunAtTerminal("apply --quiet", ""), 2);
+  EXPECT_EQ(screen_.find("[y/N]"), std::string::npos) << screen_;
+}
+
+}  // namespace
+}  // namespace orvhost

@@ -1,0 +1,135 @@
+// Base of the tests that run the driver as a process of its own, with a plug-in that answers as each test asks.
+#ifndef TESTS_ORVHOST_SUPPORT_ORVHOST_FIXTURE_H
+#define TESTS_ORVHOST_SUPPORT_ORVHOST_FIXTURE_H
+
+#include <gtest/gtest.h>
+#include <pty.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <map>
+#include <nlohmann/json.hpp>
+
+#include "host/DllCommon.h"
+#include "refhost/module_state.h"
+#include "tests/refhost/support/archive_builder.h"
+#include "tests/refhost/support/host_test.h"
+
+namespace orvhost {
+
+using nlohmann::json;
+
+// Leaves one object that the driver printed where output_schema_test.py finds it, when there is such a place.
+inline void KeepForTheSchema(const std::string& object) {
+  static int number = 0;
+  const char* folder = getenv("ORVHOST_OUTPUTS");
+  if (folder == nullptr) return;
+  const auto* test = testing::UnitTest::GetInstance()->current_test_info();
+  std::ofstream(std::filesystem::path(folder) /
+                (std::string(test->test_suite_name()) + "." + test->name() + "-" + std::to_string(++number) + ".json"))
+      << object;
+}
+
+class Driver : public refhost::HostTest {
+ protected:
+  Driver() {
+    unsetenv("TEST_PLUGIN");
+    unsetenv("TEST_PLUGIN_VERSION");
+    good_ = folder_.Write("good.zip", refhost::Package("01-24"));
+  }
+  ~Driver() override {
+    unsetenv("TEST_PLUGIN");
+    unsetenv("TEST_PLUGIN_VERSION");
+  }
+
+  std::string CommandLine(const std::string& arguments) const {
+    return "\"" ORVHOST_PROGRAM "\" --install-path \"" + installPath_ + "\" --plugin \"" + plugin_ +
+           "\" --server-type kv6000 " + arguments;
+  }
+
+  // Runs the driver and returns its exit code; its outputs are then in out_ and err_.
+  int Run(const std::string& arguments) {
+    unsigned long exitCode = 99;
+    const std::string command = CommandLine(arguments) + " 2> \"" + (folder_ / "err") + "\"";
+    EXPECT_EQ(CCommon_Information::ExecForeignModule(command, folder_ / "out", "", &exitCode, ~0UL), 0);
+    out_ = folder_.Read("out");
+    err_ = folder_.Read("err");
+    return static_cast<int>(exitCode);
+  }
+
+  // The same with --json; exactly one object on the standard output and nothing beside it.
+  json RunJson(const std::string& arguments) {
+    const int exitCode = Run(arguments + " --json");
+    EXPECT_EQ(std::count(out_.begin(), out_.end(), '\n'), 1) << out_;
+    EXPECT_EQ(err_, "");
+    KeepForTheSchema(out_);
+    json object = json::parse(out_);
+    EXPECT_EQ(object["schema"], 1);
+    EXPECT_EQ(object["exit_code"], exitCode);
+    EXPECT_EQ(object["error"].is_null(), exitCode == 0);
+    return object;
+  }
+
+  static void Ask(const std::string& words) { setenv("TEST_PLUGIN", words.c_str(), 1); }
+  std::string Update(const std::string& package) const { return "update \"" + package + "\""; }
+
+  refhost::ModuleState State() const {
+    refhost::ModuleState state;
+    std::string error;
+    EXPECT_TRUE(refhost::LoadModuleState(refhost::ModuleStateFolder(), &state, &error)) << error;
+    return state;
+  }
+
+  // Every path below the install folder with its content, but for the outputs that a run is read from and for what
+  // every run leaves.
+  std::map<std::string, std::string> Tree() const {
+    namespace fs = std::filesystem;
+    std::map<std::string, std::string> tree;
+    for (const auto& entry : fs::recursive_directory_iterator(folder_.Path())) {
+      const std::string name = entry.path().lexically_relative(folder_.Path()).string();
+      if (name == "out" || name == "err" || name == "orvhost.lock" || name.starts_with("journal")) continue;
+      tree[name] = entry.is_regular_file() ? folder_.Read(name) : "folder";
+    }
+    return tree;
+  }
+
+  std::string installPath_ = folder_.Path();
+  std::string plugin_ = TEST_PLUGIN_PATH;
+  std::string good_;
+  std::string out_;
+  std::string err_;
+};
+
+// Runs the driver at a terminal and types `answer`.
+class DriverAtATerminal : public Driver {
+ protected:
+  int RunAtTerminal(const std::string& arguments, const std::string& answer) {
+    int terminal = -1;
+    const pid_t pid = forkpty(&terminal, nullptr, nullptr, nullptr);
+    if (pid == 0) {
+      setenv("TERM", "dumb", 1);  // without the live line, which live_progress_test.py looks at
+      execl("/bin/sh", "sh", "-c", CommandLine(arguments).c_str(), nullptr);
+      _exit(99);
+    }
+    screen_.clear();
+    bool answered = false;
+    char buffer[4096];
+    for (ssize_t size = 0; (size = read(terminal, buffer, sizeof buffer)) > 0;) {
+      screen_.append(buffer, static_cast<size_t>(size));
+      if (answered || screen_.find("[y/N]") == std::string::npos) continue;
+      answered = true;
+      EXPECT_EQ(write(terminal, answer.data(), answer.size()), static_cast<ssize_t>(answer.size()));
+    }
+    close(terminal);
+    int status = 0;
+    waitpid(pid, &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  }
+
+  std::string screen_;
+};
+
+}  // namespace orvhost
+
+#endif  // TESTS_ORVHOST_SUPPORT_ORVHOST_FIXTURE_H

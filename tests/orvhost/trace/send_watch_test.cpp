@@ -1,0 +1,171 @@
+#include "orvhost/trace/send_watch.h"
+
+#include <gtest/gtest.h>
+
+namespace orvhost {
+namespace {
+
+constexpr int kInfo = 1;
+constexpr int kError = 2;
+constexpr int kFlow = 4;
+constexpr int kRetry = 16;
+
+class Sending : public testing::Test {
+ protected:
+  void Line(int level, const std::string& text) { watch_.Write({level, "bmc", "", "", text}); }
+  void Record(const std::string& id) { watch_.Write({0, "bmc", id, "29", id + " It failed."}); }
+  void StartOs() { Line(kFlow, "CBMC_KESTREL_Firmware::ExecSendOSInfo [START]"); }
+  void StartDisks() { Line(kFlow, "CBMC_KESTREL_Firmware::ExecSendHddInfo [START]"); }
+  void EndOs() { Line(kFlow, "CBMC_KESTREL_Firmware::ExecSendInfoToSVP [END]"); }
+  void EndDisks() { Line(kFlow, "CBMC_KESTREL_Firmware::ExecSendHDDInfo [END]"); }
+  void Attempt(int level, const std::string& step) {
+    Line(level, "Failed to execute IPMI command(" + step + ") CompletionCode:C0");
+  }
+
+  std::string Os() const { return InWords(watch_.Results()[0]); }
+  std::string Disks() const { return InWords(watch_.Results()[1]); }
+
+  SendWatch watch_;
+};
+
+TEST_F(Sending, AtFirstNothingIsKnown) {
+  EXPECT_EQ(Os(), "unknown (the plug-in does not tell)");
+  EXPECT_EQ(Disks(), "unknown (the plug-in does not tell)");
+}
+
+TEST_F(Sending, LinesBeforeASenderStartsMeanNothing) {
+  EndOs();
+  Record("MSGID_BMC_0021_F");
+  Line(kInfo, "Send OS Information not supported");
+  EXPECT_EQ(Os(), "unknown (the plug-in does not tell)");
+}
+
+TEST_F(Sending, BothAreSent) {
+  StartOs();
+  Line(kFlow, "17:03");
+  Line(kFlow, "17:03 SendInfoToSVP Support info");
+  EndOs();
+  EXPECT_EQ(Disks(), "unknown (the plug-in does not tell)");
+  StartDisks();
+  Line(kInfo, "ErrCode:[] WrnCode:[]");
+  EndDisks();
+  EXPECT_EQ(Os(), "sent");
+  EXPECT_EQ(Disks(), "sent");
+}
+
+TEST_F(Sending, AttemptsThatWereRepeatedAreForgottenOnceAllWentWell) {
+  StartOs();
+  Line(kRetry, "Get Capability Failed");
+  Attempt(kRetry, "OEM Lock Server Config File");
+  EndOs();
+  EXPECT_EQ(Os(), "sent");
+}
+
+TEST_F(Sending, EveryStepOfATransferIsNamed) {
+  const std::pair<const char*, const char*> steps[] = {
+      {"OEM Lock Server Config File", "failed at locking the file"},
+      {"OEM Write Server Config File", "failed at writing the file"},
+      {"OEM Write Server Config File [Signature]", "failed at writing the file's signature"},
+      {"OEM UnLock Server Config File", "failed at unlocking the file"},
+      {"OEM Notify ORV Event", "failed at announcing the file"}};
+  for (const auto& [step, words] : steps) {
+    // The operating system's sender ends before its record; that of the disks tells its last attempt by the record
+    // alone.
+    StartOs();
+    Attempt(kRetry, step);
+    Attempt(kError, step);
+    EndOs();
+    Record("MSGID_BMC_0021_F");
+    StartDisks();
+    Attempt(kRetry, step);
+    Record("MSGID_BMC_0021_F");
+    EXPECT_EQ(Os(), words);
+    EXPECT_EQ(Disks(), words);
+  }
+}
+
+TEST_F(Sending, AnEarlierStepThatWentWellInTheEndIsNotTheOneThatFailed) {
+  StartDisks();
+  Attempt(kRetry, "OEM Lock Server Config File");
+  Attempt(kRetry, "OEM Write Server Config File");
+  Record("MSGID_BMC_0021_F");
+  EXPECT_EQ(Disks(), "failed at writing the file");
+}
+
+TEST_F(Sending, TheUnlockBehindAFailureIsNotTheStepThatFailed) {
+  StartOs();
+  Attempt(kError, "OEM Write Server Config File [Signature]");
+  EndOs();
+  Record("MSGID_BMC_0021_F");
+  Attempt(kRetry, "OEM UnLock Server Config File");
+  EXPECT_EQ(Os(), "failed at writing the file's signature");
+}
+
+TEST_F(Sending, AFailedStepOfOneRecordIsNotThatOfTheNext) {
+  StartOs();
+  Attempt(kError, "OEM Lock Server Config File");
+  EndOs();
+  Record("MSGID_BMC_0021_F");
+  StartDisks();
+  Record("MSGID_BMC_0021_F");
+  EXPECT_EQ(Disks(), "failed at a step that is not told");
+}
+
+TEST_F(Sending, InformationThatCannotBeHadIsAFailureOfItsOwn) {
+  StartOs();
+  Line(kError, "Feiled to get hostname");
+  EndOs();
+  Record("MSGID_BMC_0022_F");
+  EXPECT_EQ(Os(), "failed at reading the host name");
+  const std::pair<const char*, const char*> lines[] = {
+      {"Failed to createCBMC_MngLib. try catch error", "failed at loading the management library"},
+      {"Failed to createCBMC_MngLib. pMngLib == NULL", "failed at loading the management library"},
+      {"GetHddInfoToSVP Error!", "failed at asking the management library"},
+      {"Invalid send data [123]", "failed at checking what the management library gave"}};
+  for (const auto& [line, words] : lines) {
+    StartDisks();
+    Line(kError, line);
+    Record("MSGID_BMC_0023_F");
+    EXPECT_EQ(Disks(), words);
+  }
+}
+
+TEST_F(Sending, ABmcThatDoesNotAnswerDoesNotSupportIt) {
+  StartOs();
+  for (int attempt = 0; attempt < 3; ++attempt) Line(kRetry, "Get Capability Failed");
+  Line(kInfo, "Send OS Information not supported");
+  Line(kFlow, "CBMC_KESTREL_Firmware::ExecSendOSInfo [END]");
+  StartDisks();
+  Line(kRetry, "Get Capability Failed");
+  Line(kFlow, "CBMC_KESTREL_Firmware::ExecSendHddInfo [END]");
+  Line(kInfo, "Send HDD Information not supported");
+  Line(kFlow, "CBMC_KESTREL_Firmware::ExecSendHddInfo [END]");
+  const char* words = "not supported by this BMC (it did not answer the question for its capabilities)";
+  EXPECT_EQ(Os(), words);
+  EXPECT_EQ(Disks(), words);
+}
+
+TEST_F(Sending, ABmcWhoseBitIsClearDoesNotSupportIt) {
+  StartDisks();
+  Line(kRetry, "Get Capability Failed");
+  Line(kFlow, "0:00");
+  Line(kFlow, "17:01");
+  Line(kFlow, "17:01 SendInfoToSVP Support info");
+  Line(kFlow, "18:00");
+  Line(kInfo, "Send HDD Information not supported");
+  EndDisks();
+  EXPECT_EQ(Disks(), "not supported by this BMC (its capabilities are 01)");
+}
+
+TEST_F(Sending, AnAnswerThatIsTooShortDoesNotSupportIt) {
+  StartOs();
+  Line(kFlow, "0:00");
+  Line(kInfo, "Send OS Information not supported");
+  EXPECT_EQ(Os(), "not supported by this BMC (its answer is too short to tell its capabilities)");
+  StartDisks();
+  Line(kInfo, "Send HDD Information not supported");
+  EXPECT_EQ(Disks(), "not supported by this BMC");
+}
+
+}  // namespace
+}  // namespace orvhost

@@ -1,0 +1,142 @@
+// orvhost validate: the plug-in passes, and each way of breaking the contract fails the check that is made for it, with
+// all other checks still done.
+#include "tests/orvhost/support/orvhost_fixture.h"
+
+namespace orvhost {
+namespace {
+
+class Validate : public Driver {
+ protected:
+  // "name: reason" of every check with that result.
+  refhost::Lines Ending(const std::string& result) const {
+    refhost::Lines lines;
+    for (const json& check : object_["checks"]) {
+      if (check["result"] != result) continue;
+      lines.push_back(check["name"].get<std::string>() + ": " + check["reason"].get<std::string>());
+    }
+    return lines;
+  }
+
+  // Validates the plug-in and returns what failed.
+  refhost::Lines Failures(const std::string& plugin, const std::string& options = "") {
+    object_ = RunJson("validate \"" + plugin + "\" " + options);
+    const refhost::Lines failures = Ending("fail");
+    EXPECT_EQ(object_["checks"].size(), 22U);
+    EXPECT_EQ(object_["exit_code"], failures.empty() ? 0 : 3);
+    EXPECT_EQ(object_["verdict"], failures.empty() ? "valid" : "not-valid");
+    EXPECT_EQ(object_["changed"], false);
+    return failures;
+  }
+
+  // The same of the test plug-in that does what `words` ask.
+  refhost::Lines FailuresOf(const std::string& words, const std::string& options = "") {
+    Ask(words);
+    return Failures(TEST_PLUGIN_PATH, options);
+  }
+
+  json object_;
+};
+
+TEST_F(Validate, ThePluginPassesEveryCheck) {
+  EXPECT_EQ(Failures(REAL_PLUGIN_PATH), refhost::Lines{});
+  EXPECT_EQ(Ending("skip"), refhost::Lines{});
+  EXPECT_EQ(FailuresOf(""), refhost::Lines{});
+  EXPECT_EQ(Ending("skip"), refhost::Lines{});
+}
+
+TEST_F(Validate, WhatIsNoFileOrNoLibraryFailsAndTheRestIsSkipped) {
+  const std::pair<std::string, std::string> cases[] = {
+      {folder_ / "missing.so", "file: it cannot be opened: No such file or directory"},
+      {folder_.Path(), "file: it is no ELF file"},
+      {folder_.Write("empty.so", ""), "file: it is no ELF file"},
+      {folder_.Write("text.so", "no library"), "file: it is no ELF file"},
+      {folder_.Write("cut.so", std::string("\177ELF\2\1\1\0", 8)), "file: it is no ELF file"},
+      {ORVHOST_PROGRAM, "file: it is an ELF file, but no shared library"}};
+  for (const auto& [path, reason] : cases) {
+    EXPECT_EQ(Failures(path), refhost::Lines{reason});
+    EXPECT_EQ(Ending("skip").size(), 21U);
+    EXPECT_EQ(Ending("skip")[0], "entry-points: it needs \"file\"");
+  }
+}
+
+TEST_F(Validate, AFileForAnotherKindOfMachine) {
+  std::string bytes = (std::ostringstream() << std::ifstream(TEST_PLUGIN_PATH, std::ios::binary).rdbuf()).str();
+  bytes[18] = static_cast<char>(0xb7);  // e_machine: EM_AARCH64
+  EXPECT_EQ(Failures(folder_.Write("other.so", bytes)), refhost::Lines{"file: it is made for another kind of machine"});
+}
+
+TEST_F(Validate, WhatTheFileTellsIsChecked) {
+  EXPECT_EQ(Failures(TEST_PLUGIN_WITHOUT_RELEASE_PATH),
+            refhost::Lines{"entry-points: it does not export ReleaseVendor"});
+  EXPECT_EQ(Failures(NO_PLUGIN_PATH),
+            (refhost::Lines{"entry-points: it does not export GetVendorFactory, ReleaseVendor",
+                            "exports: it also exports SomethingElse"}));
+  EXPECT_EQ(Failures(TEST_PLUGIN_VARIANT "extra_export.so"), refhost::Lines{"exports: it also exports SomethingElse"});
+  EXPECT_EQ(Failures(TEST_PLUGIN_VARIANT "extra_library.so"), refhost::Lines{"libraries: it also needs libz.so.1"});
+  EXPECT_EQ(Failures(TEST_PLUGIN_VARIANT "writable_relocations.so"),
+            refhost::Lines{"hardening: its relocations stay writable (no full RELRO)"});
+}
+
+TEST_F(Validate, ALibraryThatStaysInMemory) {
+  EXPECT_EQ(Failures(TEST_PLUGIN_VARIANT "not_unloadable.so"),
+            refhost::Lines{"unload: it stays in memory after it was unloaded"});
+}
+
+TEST_F(Validate, ACrashAnExitOrAnExceptionInTheFactoryIsItsResult) {
+  EXPECT_EQ(FailuresOf("crashes"), refhost::Lines{"object: it was ended by signal 11 (Segmentation fault)"});
+  EXPECT_EQ(Ending("skip").size(), 10U);
+  EXPECT_EQ(Ending("pass").size(), 11U);
+  EXPECT_EQ(FailuresOf("exits"), refhost::Lines{"object: it ended the process with exit status 5"});
+  EXPECT_EQ(FailuresOf("throws-in-factory"), refhost::Lines{"object: an exception left it: basic_string::substr"});
+  EXPECT_EQ(FailuresOf("releases-null"), refhost::Lines{"release-null: it was ended by signal 6 (Aborted)"});
+}
+
+TEST_F(Validate, AHangEndsAtTheTimeLimit) {
+  EXPECT_EQ(FailuresOf("hangs", "--time-limit 2.5"), refhost::Lines{"object: it did not come back within 2.5 s"});
+}
+
+TEST_F(Validate, TheFactoryGivesAnObjectForItsClassAlone) {
+  EXPECT_EQ(FailuresOf("no-vendor"), refhost::Lines{"object: there is no object of the class CBMC_KESTREL_Vendor"});
+  EXPECT_EQ(FailuresOf("null-class"), refhost::Lines{"null-class: it gives an object all the same"});
+  EXPECT_EQ(FailuresOf("any-class"), refhost::Lines{"other-class: it gives an object for the class \"\""});
+  EXPECT_EQ(FailuresOf("any-provider"), refhost::Lines{"null-provider: it gives an object all the same"});
+}
+
+TEST_F(Validate, TheObjectKeepsToTheContract) {
+  EXPECT_EQ(FailuresOf("other-name"), refhost::Lines{"class-name: the object tells \"CVendor\""});
+  EXPECT_EQ(FailuresOf("no-handler"), refhost::Lines{"link-device: there is no firmware handler afterwards"});
+  EXPECT_EQ(FailuresOf("keeps-descriptor"), refhost::Lines{"life-cycle: it leaves 50 file descriptors open"});
+  EXPECT_EQ(FailuresOf("incompatible"), refhost::Lines{"answers: the hardware version is not compatible with itself"});
+  EXPECT_EQ(FailuresOf("clears-list"), refhost::Lines{"lists: the list of missing prerequisites is cleared"});
+  EXPECT_EQ(FailuresOf("any-method"), refhost::Lines{"unknown-method: the method \"\" answers 0 and not -1"});
+}
+
+TEST_F(Validate, NoCommandIsRunAndNothingIsWrittenBesideTheScratchFolder) {
+  EXPECT_EQ(FailuresOf("runs-command"), refhost::Lines{"no-commands: it wanted to run [echo 18 01 | ipmicmd]"});
+  const auto before = Tree();
+  EXPECT_EQ(FailuresOf("writes-outside"), refhost::Lines{"no-writes: it writes install/beside"});
+  EXPECT_EQ(Tree(), before);
+}
+
+TEST_F(Validate, PeopleGetATable) {
+  EXPECT_EQ(Run("validate \"" REAL_PLUGIN_PATH "\""), 0);
+  EXPECT_EQ(out_.find("pass  file            It is an ELF shared library for this kind of machine.\n"), 0U) << out_;
+  EXPECT_NE(out_.find("\nThe plug-in passes all 22 checks.\n"), std::string::npos) << out_;
+  EXPECT_EQ(Run("validate \"" TEST_PLUGIN_VARIANT "extra_export.so\""), 3);
+  EXPECT_NE(out_.find("\nfail  exports         It exports nothing else.\n"
+                      "                      -> it also exports SomethingElse\n"),
+            std::string::npos)
+      << out_;
+  EXPECT_EQ(err_, "orvhost validate: The plug-in " TEST_PLUGIN_VARIANT
+                  "extra_export.so fails of 22 checks these: exports.\n"
+                  "  flash:           not touched\n"
+                  "  next step:       Do not use this plug-in before its maker has mended what the failed checks "
+                  "tell.\n");
+}
+
+TEST_F(Validate, WithoutAFileItIsThePluginThatIsUsed) {
+  EXPECT_EQ(RunJson("validate")["facts"]["Plug-in"], TEST_PLUGIN_PATH);
+}
+
+}  // namespace
+}  // namespace orvhost
