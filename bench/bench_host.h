@@ -29,8 +29,8 @@ class BenchHost {
   BenchHost(const BenchHost&) = delete;
   BenchHost& operator=(const BenchHost&) = delete;
 
-  const std::string& Folder() const { return folder_; }
-  std::string TraceFilePath() const { return folder_ + "/trace"; }
+  [[nodiscard]] const std::string& Folder() const { return folder_; }
+  [[nodiscard]] std::string TraceFilePath() const { return folder_ + "/trace"; }
 
  private:
   std::string folder_;

@@ -77,7 +77,7 @@ Comparison Compare(const std::function<Pass()>& pass) {
 }
 
 double Median(std::vector<double> values) {
-  std::sort(values.begin(), values.end());
+  std::ranges::sort(values);
   const std::size_t middle = values.size() / 2;
   return values.size() % 2 == 1 ? values[middle] : (values[middle - 1] + values[middle]) / 2;
 }

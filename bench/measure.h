@@ -18,7 +18,7 @@ Cost operator-(Cost left, Cost right);
 Cost operator*(double factor, Cost cost);
 
 // A moment: the difference of two is the cost of what lies between them.
-Cost Now();
+[[nodiscard]] Cost Now();
 
 // The same commands in one pass: bare, run by the host, and through the plug-in.
 struct Pass {
@@ -38,16 +38,16 @@ struct Comparison {
   int passes;       // 0 when this was not measured but computed
 };
 
-Comparison Summary(const std::vector<Pass>& passes);
+[[nodiscard]] Comparison Summary(const std::vector<Pass>& passes);
 
 // Repeats a pass for about two seconds, at least once.
-Comparison Compare(const std::function<Pass()>& pass);
+[[nodiscard]] Comparison Compare(const std::function<Pass()>& pass);
 
 // Of at least one value; the mean of the middle two when their number is even.
-double Median(std::vector<double> values);
+[[nodiscard]] double Median(std::vector<double> values);
 
 // Resident memory of this process in KiB.
-double ResidentKiB();
+[[nodiscard]] double ResidentKiB();
 
 }  // namespace bench
 

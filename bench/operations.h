@@ -17,7 +17,7 @@ void ReadVersion(const std::string& tool, const std::string& expected);
 
 // A disk record of `bytes` bytes for the service processor: lock, pieces, signature, unlock, notification.
 void SendRecord(const std::string& tool, int bytes);
-int RequestsToSend(int bytes);
+[[nodiscard]] int RequestsToSend(int bytes);
 
 }  // namespace bench
 

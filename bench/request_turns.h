@@ -28,11 +28,11 @@ class RequestTurns : public refhost::TraceSink {
 
   // Runs `operation` once; `ours` is its whole cost but for the other requests between its own. Ends this program when
   // the operation has not sent exactly `requests`.
-  Pass Measure(int requests, const std::function<void()>& operation);
+  [[nodiscard]] Pass Measure(int requests, const std::function<void()>& operation);
 
   // The same for requests that a BMC does not take twice in a row, such as a lock: all are run without it behind
   // the operation.
-  Pass MeasureOneAfterTheOther(int requests, const std::function<void()>& operation);
+  [[nodiscard]] Pass MeasureOneAfterTheOther(int requests, const std::function<void()>& operation);
 
   void Write(const refhost::TraceRecord& record) override;
 

@@ -19,21 +19,21 @@ class FlashToolMethod {
 
   // kUpdateDone and kUpdateTimedOut leave the update marker; the virtual device stays connected. With kUpdateFailed the
   // trace says why.
-  int Run();
+  [[nodiscard]] int Run();
 
   FlashToolMethod(const FlashToolMethod&) = delete;
   FlashToolMethod& operator=(const FlashToolMethod&) = delete;
 
  private:
-  bool FindImage();
-  bool ReadRunningVersion();
-  bool ChangeWriteMode();
-  bool FindFlashTool();
-  bool LoadScsiGenericDriver();
-  CommandOutcome Flash();
-  bool MayFlashAgain(const CommandOutcome& flash);
-  bool PrepareNextRun();
-  int Complete(const CommandOutcome& flash);
+  [[nodiscard]] bool FindImage();
+  [[nodiscard]] bool ReadRunningVersion();
+  [[nodiscard]] bool ChangeWriteMode();
+  [[nodiscard]] bool FindFlashTool();
+  [[nodiscard]] bool LoadScsiGenericDriver();
+  [[nodiscard]] CommandOutcome Flash();
+  [[nodiscard]] bool MayFlashAgain(const CommandOutcome& flash);
+  [[nodiscard]] bool PrepareNextRun();
+  [[nodiscard]] int Complete(const CommandOutcome& flash);
 
   CFirmware& firmware_;
   const std::string toolPath_;

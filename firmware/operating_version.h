@@ -13,7 +13,7 @@ inline constexpr const char* kAbnormalVersion = "abnormal";
 // "mx400" the major one is decimal, of at least two digits. On "kv6000rt" "BMC:MM-mm,SDR:" and the version of the
 // sensor data records, which may be empty. kAbnormalVersion when `toolPath` is empty or the BMC did not answer in three
 // attempts.
-std::string ReadOperatingVersion(const std::string& toolPath);
+[[nodiscard]] std::string ReadOperatingVersion(const std::string& toolPath);
 
 }  // namespace kestrel
 

@@ -11,8 +11,7 @@ namespace {
 
 constexpr std::string_view kPhrase = KESTREL_WRITE_MODE_PHRASE;
 static_assert(kPhrase.size() == 22, "KESTREL_WRITE_MODE_PHRASE must be 22 characters long");
-static_assert(std::all_of(kPhrase.begin(), kPhrase.end(),
-                          [](char character) { return character >= ' ' && character <= '~'; }),
+static_assert(std::ranges::all_of(kPhrase, [](char character) { return character >= ' ' && character <= '~'; }),
               "KESTREL_WRITE_MODE_PHRASE must be printable ASCII");
 
 }  // namespace

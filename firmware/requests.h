@@ -7,48 +7,48 @@
 namespace kestrel {
 
 // Versions (IPMI v2.0, sections 20.1, 33.9 and 33.12).
-inline IpmiRequest GetDeviceIdRequest() {
+[[nodiscard]] inline IpmiRequest GetDeviceIdRequest() {
   return {"06", "01"};
 }
 
-inline IpmiRequest GetSdrRepositoryInfoRequest() {
+[[nodiscard]] inline IpmiRequest GetSdrRepositoryInfoRequest() {
   return {"0a", "20"};
 }
 
 // Without a reservation, the whole record from its first byte on. `low` and `high`: the two bytes of its ID.
-inline IpmiRequest GetSdrRequest(const std::string& low, const std::string& high) {
+[[nodiscard]] inline IpmiRequest GetSdrRequest(const std::string& low, const std::string& high) {
   return {"0a", "23", "00", "00", low, high, "00", "ff"};
 }
 
 // Update by the flash utility (OEM).
-IpmiRequest ChangeWriteModeRequest();  // carries the phrase that this plug-in was built with
+[[nodiscard]] IpmiRequest ChangeWriteModeRequest();  // carries the phrase that this plug-in was built with
 
-inline IpmiRequest ConnectVirtualMediaRequest() {
+[[nodiscard]] inline IpmiRequest ConnectVirtualMediaRequest() {
   return {"34", "8c", "55", "aa", "01"};
 }
 
-inline IpmiRequest DisconnectVirtualMediaRequest() {
+[[nodiscard]] inline IpmiRequest DisconnectVirtualMediaRequest() {
   return {"34", "8c", "55", "aa", "00"};
 }
 
-inline IpmiRequest CheckVirtualDeviceRequest() {
+[[nodiscard]] inline IpmiRequest CheckVirtualDeviceRequest() {
   return {"34", "8d"};
 }
 
-inline IpmiRequest DisableWaitRequest() {
+[[nodiscard]] inline IpmiRequest DisableWaitRequest() {
   return {"34", "2c", "00"};
 }
 
-inline IpmiRequest CheckWaitDisabledRequest() {
+[[nodiscard]] inline IpmiRequest CheckWaitDisabledRequest() {
   return {"34", "2d"};
 }
 
 // Apply (OEM).
-inline IpmiRequest SetRebootFlagRequest() {
+[[nodiscard]] inline IpmiRequest SetRebootFlagRequest() {
   return {"34", "5e", "55", "aa", "01"};
 }
 
-inline IpmiRequest CheckRebootFlagRequest() {
+[[nodiscard]] inline IpmiRequest CheckRebootFlagRequest() {
   return {"34", "5f"};
 }
 

@@ -18,15 +18,15 @@ class ScriptMethod {
 
   // kUpdateDone when the script ended well and both its logs say so; kUpdateFailed otherwise, with the reason in the
   // trace.
-  int Run();
+  [[nodiscard]] int Run();
 
  private:
-  bool MakeExecutable();
+  [[nodiscard]] bool MakeExecutable();
   void ChooseLogs();
-  bool FindScript();
+  [[nodiscard]] bool FindScript();
   void RunScript();
-  bool ReadLog(const std::string& path, const char* goodText, const char* unreadableDetail, bool* good);
-  int Judge();
+  [[nodiscard]] bool ReadLog(const std::string& path, const char* goodText, const char* unreadableDetail, bool* good);
+  [[nodiscard]] int Judge();
   void TraceFailedCommand();
 
   const std::string workFolder_;

@@ -19,7 +19,7 @@ struct SdrVersionField {
 // `record`: the whole record from the next record's ID on, its bytes as upper-case hexadecimal digits without
 // separators; any other text has no marker or is read like ByteValue does. A length byte too small to leave room for a
 // version gives the rest of the record; a single character left over at its end counts as the byte 00.
-SdrVersionField FindSdrVersion(const std::string& record);
+[[nodiscard]] SdrVersionField FindSdrVersion(const std::string& record);
 
 }  // namespace kestrel
 

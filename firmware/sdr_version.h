@@ -9,7 +9,7 @@ namespace kestrel {
 
 // The version text, any bytes; "" when the repository cannot be read, when no record holds a version, and when the
 // record that does is shorter than it says. A record that cannot be read in three attempts is passed over.
-std::string ReadSdrVersion(const std::string& toolPath);
+[[nodiscard]] std::string ReadSdrVersion(const std::string& toolPath);
 
 }  // namespace kestrel
 

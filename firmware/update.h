@@ -18,8 +18,8 @@ namespace kestrel {
 //
 // kUpdateDone also when the version runs already, which "kv6000rt" servers are not asked; kUpdateFailed, with the
 // reason in the trace; or kUpdateTimedOut. Blocks for as long as the flash takes, retries included.
-int RunUpdate(CFirmware& firmware, const std::string& toolPath, const std::string& packagePath,
-              std::list<std::string>* fileList, bool useOldModule);
+[[nodiscard]] int RunUpdate(CFirmware& firmware, const std::string& toolPath, const std::string& packagePath,
+                            std::list<std::string>* fileList, bool useOldModule);
 
 }  // namespace kestrel
 

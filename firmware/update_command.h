@@ -14,15 +14,16 @@ struct CommandOutcome {
   int result;    // 0: it ran to its end; 255: it ran into its limit; anything else: it could not be run
   int exitCode;  // its exit status, negative ones as such
 
-  bool Succeeded() const { return result == 0 && exitCode == 0; }
-  bool TimedOut() const { return result == 255; }
+  [[nodiscard]] bool Succeeded() const { return result == 0 && exitCode == 0; }
+  [[nodiscard]] bool TimedOut() const { return result == 255; }
 };
 
 // By the host's runner, in the current folder; what it prints is discarded.
-CommandOutcome RunByHost(const std::string& command, unsigned long timeoutMs);
+[[nodiscard]] CommandOutcome RunByHost(const std::string& command, unsigned long timeoutMs);
 
 // In `workDir`; what it prints goes to the system console.
-CommandOutcome RunOnConsole(const std::string& command, const std::string& workDir, unsigned long timeoutMs);
+[[nodiscard]] CommandOutcome RunOnConsole(const std::string& command, const std::string& workDir,
+                                          unsigned long timeoutMs);
 
 }  // namespace kestrel
 

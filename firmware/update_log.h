@@ -17,10 +17,11 @@ inline constexpr std::size_t kLongestLogLine = 65536;
 // Reads `log` to its end and calls `onLine` with every line, without its line end. True when a line contains `wanted`,
 // which must not be empty. A line is searched whole but handed on only up to kLongestLogLine: a log need not consist of
 // lines at all, and it is never held in memory whole.
-bool ScanLog(std::istream& log, std::string_view wanted, const std::function<void(const std::string&)>& onLine);
+[[nodiscard]] bool ScanLog(std::istream& log, std::string_view wanted,
+                           const std::function<void(const std::string&)>& onLine);
 
 // The locale `name`, or the classic one on a machine that has no locale of that name.
-std::locale LocaleOrClassic(const char* name);
+[[nodiscard]] std::locale LocaleOrClassic(const char* name);
 
 }  // namespace kestrel
 

@@ -10,7 +10,7 @@
 namespace kestrel {
 
 // Path of the marker.
-inline std::string UpdateMarker() {
+[[nodiscard]] inline std::string UpdateMarker() {
   return ScratchDirectory() + "/" + "ExistUpdate.txt";
 }
 

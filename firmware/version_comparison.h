@@ -9,7 +9,7 @@ namespace kestrel {
 
 // By the grammar of this machine's server type: combined versions on "kv6000rt", BMC versions on all others. A version
 // of any shape is taken; a malformed one leaves one message for operators and compares as 0.
-int CompareVersions(const std::string& first, const std::string& second);
+[[nodiscard]] int CompareVersions(const std::string& first, const std::string& second);
 
 // BMC versions "MM-mm", by their decimal numbers. False, with a message and `*result` 0, when either is malformed.
 bool CompareBmcVersions(const std::string& first, const std::string& second, int* result);

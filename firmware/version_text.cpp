@@ -20,12 +20,12 @@ std::string LastPiece(std::string text) {
 }  // namespace
 
 std::optional<int> ParseBmcVersion(const std::string& text) {
-  constexpr std::size_t dash = 2;
-  if (text.size() != 5 || text[dash] != '-') {
+  constexpr std::size_t kDash = 2;
+  if (text.size() != 5 || text[kDash] != '-') {
     return std::nullopt;
   }
   int number = 0;
-  for (const char character : text.substr(0, dash) + text.substr(dash + 1)) {
+  for (const char character : text.substr(0, kDash) + text.substr(kDash + 1)) {
     if (character < '0' || character > '9') {
       return std::nullopt;
     }

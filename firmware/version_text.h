@@ -9,7 +9,7 @@ namespace kestrel {
 
 // Major and minor version of exactly "MM-mm", in decimal digits, as one number of four digits; nothing for any other
 // text.
-std::optional<int> ParseBmcVersion(const std::string& text);
+[[nodiscard]] std::optional<int> ParseBmcVersion(const std::string& text);
 
 // "BMC:MM-mm,SDR:TEXT", where "*" in the place of either version stands for any.
 struct CombinedVersion {
@@ -21,7 +21,7 @@ struct CombinedVersion {
 };
 
 // Takes any text, also one without "," or ":".
-CombinedVersion ParseCombinedVersion(const std::string& text);
+[[nodiscard]] CombinedVersion ParseCombinedVersion(const std::string& text);
 
 }  // namespace kestrel
 

@@ -13,13 +13,13 @@ class VirtualMedia {
   VirtualMedia(std::string toolPath, std::string* detail);
 
   // Connects and waits until the device is there. The third failure ends it, counted over all calls.
-  bool Connect();
+  [[nodiscard]] bool Connect();
 
   // Tells the BMC not to wait any longer; three attempts in each call.
-  bool DisableWait();
+  [[nodiscard]] bool DisableWait();
 
   // One attempt. The record of its failure carries the detail as it stands.
-  bool Disconnect();
+  [[nodiscard]] bool Disconnect();
 
  private:
   const std::string toolPath_;

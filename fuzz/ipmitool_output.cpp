@@ -13,7 +13,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   fuzz::Require(response.size() >= 2 && response.front() == "kept", "what the list held stays in front");
   response.pop_front();
   fuzz::Require(response.front() == "00", "the completion code is 00");
-  fuzz::Require(std::all_of(response.begin(), response.end(), [](const auto& byte) { return byte.size() == 2; }),
+  fuzz::Require(std::ranges::all_of(response, [](const auto& byte) { return byte.size() == 2; }),
                 "every element has two characters");
 
   std::istringstream words(text);

@@ -1,5 +1,6 @@
 // What the maker's tool prints, as ParseMakersToolOutput reads it.
 #include <algorithm>
+#include <span>
 #include <sstream>
 #include <vector>
 
@@ -25,13 +26,13 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   std::list<std::string> response;
   const bool whole = kestrel::ParseMakersToolOutput(text, &response);
 
-  fuzz::Require(std::all_of(response.begin(), response.end(), [](const auto& byte) { return byte.size() == 2; }),
+  fuzz::Require(std::ranges::all_of(response, [](const auto& byte) { return byte.size() == 2; }),
                 "every element has two characters");
   const std::vector<std::string> words = WordsOfSecondLine(text);
   const std::size_t answer = words.size() < 4 ? 0 : words.size() - 4;
   fuzz::Require(response.size() <= answer, "four words and every other line are skipped");
   fuzz::Require(whole == (response.size() == answer), "the answer is whole when every word was taken");
-  fuzz::Require(std::equal(response.begin(), response.end(), words.end() - static_cast<std::ptrdiff_t>(answer)),
+  fuzz::Require(std::ranges::equal(response, std::span(words).last(answer).first(response.size())),
                 "the elements are the words behind the first four");
   return 0;
 }

@@ -23,7 +23,7 @@ std::vector<fs::path> FilesOf(const fs::path& folder) {
       files.push_back(entry.path());
     }
   }
-  std::sort(files.begin(), files.end());
+  std::ranges::sort(files);
   return files;
 }
 
@@ -47,7 +47,7 @@ int main(int count, char** words) {
     std::cerr << "Usage: " << words[0] << " FOLDER, which must hold inputs\n";
     return 2;
   }
-  if (!std::all_of(files.begin(), files.end(), Replay)) {
+  if (!std::ranges::all_of(files, Replay)) {
     return 1;
   }
   std::cout << files.size() << " inputs\n";

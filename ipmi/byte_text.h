@@ -9,10 +9,10 @@ namespace kestrel {
 
 // Value 0 to 255 of two hexadecimal digits in either case. A character that is no digit counts as 0; a text of any
 // other length is 0.
-int ByteValue(const std::string& text);
+[[nodiscard]] int ByteValue(const std::string& text);
 
 // The two lower-case digits of the low eight bits of `value`.
-std::string ByteText(unsigned int value);
+[[nodiscard]] std::string ByteText(unsigned int value);
 
 // Appends `count` byte texts of `value`, least significant byte first; a negative value is its 32-bit two's complement,
 // and what does not fit `count` bytes is dropped.

@@ -13,8 +13,8 @@ namespace kestrel {
 // 0: the command ran to its end and `*exitCode` is its exit status, which is 1 also when its output could not be
 // opened. 1: it could not be run, or a signal ended or stopped it. 255: the limit passed; the command is left running,
 // since ending a flash half-way is worse than losing sight of it. `*exitCode` is 255 with both.
-int RunToConsole(const std::string& command, const std::string& outputFile, const std::string& workDir,
-                 unsigned long* exitCode, unsigned long timeoutMs);
+[[nodiscard]] int RunToConsole(const std::string& command, const std::string& outputFile, const std::string& workDir,
+                               unsigned long* exitCode, unsigned long timeoutMs);
 
 }  // namespace kestrel
 

@@ -8,7 +8,7 @@ namespace kestrel {
 
 // True when `path` can be opened for reading, which is all that is asked: whether a program runs is seen when it is
 // used.
-bool CanBeRead(const std::string& path);
+[[nodiscard]] bool CanBeRead(const std::string& path);
 
 }  // namespace kestrel
 

@@ -21,19 +21,19 @@ class IpmiReply {
   IpmiReply(bool ran, std::list<std::string> elements);
 
   // False also when the answer could not be read; CompletionCode() may then still hold what was read of it.
-  bool Ran() const { return ran_; }
+  [[nodiscard]] bool Ran() const { return ran_; }
 
   // Element `index`, or "" when the reply has none: 0 the completion code, from 1 on the data bytes.
-  std::string Element(std::size_t index) const;
-  std::string CompletionCode() const { return Element(0); }
+  [[nodiscard]] std::string Element(std::size_t index) const;
+  [[nodiscard]] std::string CompletionCode() const { return Element(0); }
 
   // The tool ran and the BMC took the request.
-  bool Succeeded() const { return ran_ && CompletionCode() == "00"; }
+  [[nodiscard]] bool Succeeded() const { return ran_ && CompletionCode() == "00"; }
 
   // The same, and the first data byte is `byte`.
-  bool Succeeded(const std::string& byte) const { return Succeeded() && Element(1) == byte; }
+  [[nodiscard]] bool Succeeded(const std::string& byte) const { return Succeeded() && Element(1) == byte; }
 
-  const std::list<std::string>& Elements() const { return elements_; }
+  [[nodiscard]] const std::list<std::string>& Elements() const { return elements_; }
 
  private:
   bool ran_;
@@ -41,7 +41,7 @@ class IpmiReply {
 };
 
 // Sends `request` once through the tool at `toolPath`.
-IpmiReply Exchange(const std::string& toolPath, const IpmiRequest& request);
+[[nodiscard]] IpmiReply Exchange(const std::string& toolPath, const IpmiRequest& request);
 
 }  // namespace kestrel
 

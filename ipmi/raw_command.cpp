@@ -38,8 +38,8 @@ std::string IpmitoolCommand(const std::string& toolPath, const std::list<std::st
 
 // Index of a hexadecimal digit; anything else, and a missing character, counts as 0.
 unsigned int Digit(const std::string& text, std::size_t position) {
-  constexpr std::string_view digits = "0123456789abcdef";
-  const std::size_t index = position < text.size() ? digits.find(text[position]) : std::string_view::npos;
+  constexpr std::string_view kDigits = "0123456789abcdef";
+  const std::size_t index = position < text.size() ? kDigits.find(text[position]) : std::string_view::npos;
   return index == std::string_view::npos ? 0 : static_cast<unsigned int>(index);
 }
 

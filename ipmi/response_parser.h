@@ -13,11 +13,11 @@ namespace kestrel {
 
 // ipmitool prints the response bytes only, and fails by its exit status when the completion code is not zero: so the
 // completion code is always "00".
-bool ParseIpmitoolOutput(std::string_view output, std::list<std::string>* response);
+[[nodiscard]] bool ParseIpmitoolOutput(std::string_view output, std::list<std::string>* response);
 
 // The maker's tool prints the answer on its second line, behind four words of its own. Without such a line, or with an
 // empty one, nothing is appended.
-bool ParseMakersToolOutput(std::string_view output, std::list<std::string>* response);
+[[nodiscard]] bool ParseMakersToolOutput(std::string_view output, std::list<std::string>* response);
 
 }  // namespace kestrel
 

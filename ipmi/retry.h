@@ -21,7 +21,7 @@ inline constexpr RetryPolicy kLocalRetry{3, 1000, 0};
 // failed attempt `report(level)` is called, before the pause: with kRetry while another attempt follows, with kError at
 // the last.
 template <typename Attempt, typename Report>
-bool Retry(const RetryPolicy& policy, Attempt attempt, Report report) {
+[[nodiscard]] bool Retry(const RetryPolicy& policy, Attempt attempt, Report report) {
   unsigned long pause = policy.pause;
   for (int number = 1; !attempt(); ++number) {
     if (number == policy.attempts) {

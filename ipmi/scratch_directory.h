@@ -7,7 +7,7 @@
 namespace kestrel {
 
 // The scratch directory below the host's installation, without a trailing separator.
-std::string ScratchDirectory();
+[[nodiscard]] std::string ScratchDirectory();
 
 // Makes the scratch directory and its parent; they usually exist already, so the results are of no interest.
 void MakeScratchDirectory();

@@ -21,9 +21,9 @@ std::string SelectIpmiTool(std::string* errorCode) {
 }
 
 bool IsMakersTool(const std::string& toolPath) {
-  constexpr std::string_view tail = "ipmicmd";
+  constexpr std::string_view kTail = "ipmicmd";
   // Of a shorter path the position runs over, and substr throws; callers of the host know that exception.
-  return toolPath.substr(toolPath.size() - tail.size()) == tail;
+  return toolPath.substr(toolPath.size() - kTail.size()) == kTail;
 }
 
 }  // namespace kestrel

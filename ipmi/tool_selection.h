@@ -11,11 +11,11 @@ inline constexpr const char* kIpmitool = "/usr/bin/ipmitool";
 
 // Path of the tool to use: the maker's own wins whenever both are there. "" when neither can be opened for reading;
 // then "23" stands in front of `*errorCode`.
-std::string SelectIpmiTool(std::string* errorCode);
+[[nodiscard]] std::string SelectIpmiTool(std::string* errorCode);
 
 // True when `toolPath` names the maker's tool, which reads its request from standard input; every other path is driven
 // as ipmitool. Throws std::out_of_range for a path of fewer than seven characters.
-bool IsMakersTool(const std::string& toolPath);
+[[nodiscard]] bool IsMakersTool(const std::string& toolPath);
 
 }  // namespace kestrel
 

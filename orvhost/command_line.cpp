@@ -8,6 +8,7 @@
 #include "refhost/settings.h"
 
 namespace orvhost {
+
 namespace {
 
 // The plug-in of this installation, wherever that was moved to.
@@ -77,8 +78,12 @@ void AddArgument(CLI::App* subcommand, const Argument& argument, Options* option
   };
   CLI::Option* option = std::visit(add, argument.value);
   option->required(argument.isRequired);
-  if (argument.complaint != nullptr) option->check(argument.complaint);
-  if (argument.tellsDefault) option->capture_default_str();
+  if (argument.complaint != nullptr) {
+    option->check(argument.complaint);
+  }
+  if (argument.tellsDefault) {
+    option->capture_default_str();
+  }
 }
 
 // The name of the subcommand on a command line that could not be parsed, as far as it is one.
@@ -104,7 +109,9 @@ ParsedCommandLine ParseCommandLine(int argc, const char* const* argv) {
   for (const Command* command : AllCommands()) {
     CLI::App* subcommand = app.add_subcommand(command->name, command->description);
     subcommand->footer(command->help);
-    for (const Argument& argument : command->arguments) AddArgument(subcommand, argument, &options);
+    for (const Argument& argument : command->arguments) {
+      AddArgument(subcommand, argument, &options);
+    }
     subcommand->callback([&parsed, command] { parsed.command = command; });
   }
   try {

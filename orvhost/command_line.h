@@ -14,7 +14,7 @@ struct ParsedCommandLine {
   Outcome outcome;  // without a command: the refusal, or a success when help or version was asked for and printed
 };
 
-ParsedCommandLine ParseCommandLine(int argc, const char* const* argv);
+[[nodiscard]] ParsedCommandLine ParseCommandLine(int argc, const char* const* argv);
 
 }  // namespace orvhost
 

@@ -13,6 +13,7 @@
 #include "refhost/settings.h"
 
 namespace orvhost {
+
 namespace {
 
 // All that -v shows: the start and end lines of operations are for the log file only.
@@ -67,7 +68,9 @@ int Main(int argc, const char* const* argv) {
     if ((!parsed.command->loadsPlugin || exclusive.Begin(&outcome)) && AddSinks(run, &tee, &outcome)) {
       refhost::SetTraceSink(&tee);
       refhost::SetCommandObserver(&progress);
-      if (parsed.command->loadsPlugin) progress.Begin(parsed.options);
+      if (parsed.command->loadsPlugin) {
+        progress.Begin(parsed.options);
+      }
       outcome = RunCommand(*parsed.command, run);
       refhost::SetCommandObserver(nullptr);
       refhost::SetTraceSink(nullptr);
@@ -76,7 +79,9 @@ int Main(int argc, const char* const* argv) {
     exclusive.End(&outcome);
     console.BeforeText([] {});
   }
-  if (parsed.command != nullptr || outcome.failure) console.Report(outcome);
+  if (parsed.command != nullptr || outcome.failure) {
+    console.Report(outcome);
+  }
   return static_cast<int>(outcome.exitCode);
 }
 

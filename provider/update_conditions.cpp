@@ -48,8 +48,8 @@ void AppendMissing(const char* name, std::list<CNecessaryComponentInfo>* missing
 }  // namespace
 
 std::string ModelOfMachine(const std::string& serialNumber) {
-  constexpr std::string_view longModels = "BEFGHJKL";
-  const bool isLong = longModels.find(serialNumber.at(kModelPosition)) != std::string_view::npos;
+  constexpr std::string_view kLongModels = "BEFGHJKL";
+  const bool isLong = kLongModels.find(serialNumber.at(kModelPosition)) != std::string_view::npos;
   const bool hasSsd = serialNumber.size() > kDrivePosition && serialNumber[kDrivePosition] == 'S';
   return isLong || hasSsd ? "long/ssd" : "";
 }

@@ -12,12 +12,12 @@ namespace kestrel {
 
 // Model text of the machine with this serial number of at least 14 characters, as packages name it: "long/ssd", or ""
 // for the ordinary model. Pure.
-std::string ModelOfMachine(const std::string& serialNumber);
+[[nodiscard]] std::string ModelOfMachine(const std::string& serialNumber);
 
 // False when the package fits this machine, true when it must not be applied, also when that cannot be told. A machine
 // whose version is of the form "BMC:..." takes the packages of its model; any other takes those whose version begins
 // with the two characters that its own begins with. The record is not looked at when the BMC cannot be read.
-bool PackageDoesNotFit(CFirmware& firmware, const CManageRepositoryInfo* repository);
+[[nodiscard]] bool PackageDoesNotFit(CFirmware& firmware, const CManageRepositoryInfo* repository);
 
 // Appends what an update needs and this machine lacks: "IPMI tool" without any tool, "IPMI service" when ipmitool is
 // used but the operating system's service does not run; else nothing.

@@ -10,8 +10,8 @@ namespace refhost {
 
 // Stores the member `name` of the archive at `path` in `*content`. The whole archive is read and checked. False, with
 // the reason in `*error`, when the archive is unusable or holds no such file, or one of more than 1 MiB.
-REFHOST_EXPORT bool ReadArchiveMember(const std::string& path, const std::string& name, std::string* content,
-                                      std::string* error);
+[[nodiscard]] REFHOST_EXPORT bool ReadArchiveMember(const std::string& path, const std::string& name,
+                                                    std::string* content, std::string* error);
 
 }  // namespace refhost
 

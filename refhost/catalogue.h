@@ -28,15 +28,15 @@ struct Detail {
 };
 
 // Everything in the catalogue, in the order of the identifiers and codes.
-REFHOST_EXPORT std::span<const Message> AllMessages();
-REFHOST_EXPORT std::span<const Detail> AllDetails();
+[[nodiscard]] REFHOST_EXPORT std::span<const Message> AllMessages();
+[[nodiscard]] REFHOST_EXPORT std::span<const Detail> AllDetails();
 
 // The message of that identifier, null when the catalogue has none.
-REFHOST_EXPORT const Message* FindMessage(std::string_view id);
+[[nodiscard]] REFHOST_EXPORT const Message* FindMessage(std::string_view id);
 
 // The sentence with the texts inserted; a text that is missing is inserted as "". Where the text is a detail code, its
 // meaning follows it.
-REFHOST_EXPORT std::string Sentence(const Message& message, const std::vector<std::string>& inserts);
+[[nodiscard]] REFHOST_EXPORT std::string Sentence(const Message& message, const std::vector<std::string>& inserts);
 
 // One code of a detail, and how often it stands there in a row.
 struct DetailPart {
@@ -46,11 +46,11 @@ struct DetailPart {
 
 // The parts of a detail code, which is one or more two-character codes run together, newest first. Nothing when the
 // text is empty or holds an unknown code.
-REFHOST_EXPORT std::optional<std::vector<DetailPart>> SplitDetail(std::string_view detail);
+[[nodiscard]] REFHOST_EXPORT std::optional<std::vector<DetailPart>> SplitDetail(std::string_view detail);
 
 // What failed by a detail code: its parts joined by "; ", one that repeats with its number of times. "" when the text
 // is not such a code.
-REFHOST_EXPORT std::string DetailMeaning(std::string_view detail);
+[[nodiscard]] REFHOST_EXPORT std::string DetailMeaning(std::string_view detail);
 
 }  // namespace refhost
 

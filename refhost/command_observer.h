@@ -36,7 +36,7 @@ class REFHOST_EXPORT CommandObserver {
 
   // Asked before everything else. False refuses the command: it is not run, nothing more is told of it, and the plug-in
   // gets the answer of one that could not be run.
-  virtual bool Allows(const CommandRequest& /*request*/) { return true; }
+  [[nodiscard]] virtual bool Allows(const CommandRequest& /*request*/) { return true; }
 
   virtual void Starts(const CommandRequest& request) = 0;
   virtual void Ended(const CommandRequest& request, const CommandResult& result) = 0;
@@ -50,7 +50,7 @@ class REFHOST_EXPORT CommandObserver {
 REFHOST_EXPORT void SetCommandObserver(CommandObserver* observer);
 
 // The one that is told now; null for none.
-REFHOST_EXPORT CommandObserver* CurrentCommandObserver();
+[[nodiscard]] REFHOST_EXPORT CommandObserver* CurrentCommandObserver();
 
 }  // namespace refhost
 

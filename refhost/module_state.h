@@ -36,17 +36,18 @@ struct ModuleState {
 };
 
 // Folder of the state file: "repository" under the install path.
-REFHOST_EXPORT std::string ModuleStateFolder();
+[[nodiscard]] REFHOST_EXPORT std::string ModuleStateFolder();
 
 // Reads the state file in `folder`; an empty state when there is none. False, with the reason in `*error` and an empty
 // state, when there is one that cannot be used. Changes nothing.
-REFHOST_EXPORT bool ReadModuleState(const std::string& folder, ModuleState* state, std::string* error);
+[[nodiscard]] REFHOST_EXPORT bool ReadModuleState(const std::string& folder, ModuleState* state, std::string* error);
 
 // The same, but a file that can be read and not understood is kept beside under another name, which the reason tells.
-REFHOST_EXPORT bool LoadModuleState(const std::string& folder, ModuleState* state, std::string* error);
+[[nodiscard]] REFHOST_EXPORT bool LoadModuleState(const std::string& folder, ModuleState* state, std::string* error);
 
 // Replaces the state file in `folder`, which is made when it is missing. False with the reason in `*error`.
-REFHOST_EXPORT bool SaveModuleState(const std::string& folder, const ModuleState& state, std::string* error);
+[[nodiscard]] REFHOST_EXPORT bool SaveModuleState(const std::string& folder, const ModuleState& state,
+                                                  std::string* error);
 
 }  // namespace refhost
 

@@ -17,14 +17,16 @@ struct PackageManifest {
 };
 
 // Reads the content of a module.json. False, with the reason in `*error`, when it is not valid. Pure.
-REFHOST_EXPORT bool ParsePackageManifest(const std::string& text, PackageManifest* manifest, std::string* error);
+[[nodiscard]] REFHOST_EXPORT bool ParsePackageManifest(const std::string& text, PackageManifest* manifest,
+                                                       std::string* error);
 
 // False, with the reason in `*error`, when the archive is unusable or its module.json is missing or not valid.
-REFHOST_EXPORT bool ReadPackageManifest(const std::string& packagePath, PackageManifest* manifest, std::string* error);
+[[nodiscard]] REFHOST_EXPORT bool ReadPackageManifest(const std::string& packagePath, PackageManifest* manifest,
+                                                      std::string* error);
 
 // True when the package is made for a server of that type: the type is listed, or a listed type is followed in it by
 // a character that is neither a letter nor a digit ("kv6000-2" for "kv6000", but not "kv6000rt").
-REFHOST_EXPORT bool IsMadeFor(const PackageManifest& manifest, const std::string& serverType);
+[[nodiscard]] REFHOST_EXPORT bool IsMadeFor(const PackageManifest& manifest, const std::string& serverType);
 
 }  // namespace refhost
 

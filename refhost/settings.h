@@ -17,11 +17,11 @@ struct Settings {
 // Replaces the settings of this process. Call it before a plug-in is loaded, not beside running services.
 REFHOST_EXPORT void Configure(Settings settings);
 
-REFHOST_EXPORT const Settings& CurrentSettings();
+[[nodiscard]] REFHOST_EXPORT const Settings& CurrentSettings();
 
 // Milliseconds as this process is to wait for them: scaled by the factor in the environment variable
 // ORVHOST_LAB_SLEEP_SCALE, unscaled without one. A factor that is not a number above 0 is ignored. Laboratory use only.
-REFHOST_EXPORT unsigned long ScaledMilliseconds(unsigned long milliseconds);
+[[nodiscard]] REFHOST_EXPORT unsigned long ScaledMilliseconds(unsigned long milliseconds);
 
 }  // namespace refhost
 

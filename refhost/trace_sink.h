@@ -43,13 +43,13 @@ REFHOST_EXPORT void SetTraceLevels(int mask);
 
 // The record as a line of a trace file: UTC time, level ("R" for a record for operators) and text, each separated from
 // the next by one blank, with a line end. The time has a fixed width and holds no blank.
-REFHOST_EXPORT std::string FormatTraceLine(const TraceRecord& record);
+[[nodiscard]] REFHOST_EXPORT std::string FormatTraceLine(const TraceRecord& record);
 
 // Now, as in such a line: "2026-01-31T12:00:00.000000Z". Takes no lock.
-REFHOST_EXPORT std::string UtcNow();
+[[nodiscard]] REFHOST_EXPORT std::string UtcNow();
 
 // Width of the time and the blank behind it in such a line.
-inline constexpr size_t kTraceTimeWidth = 28;
+inline constexpr std::size_t kTraceTimeWidth = 28;
 
 }  // namespace refhost
 

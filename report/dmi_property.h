@@ -14,7 +14,7 @@ inline constexpr const char* kSerialNumberLabel = "Serial Number:";
 
 // What follows the first occurrence of `property` in `line`, without the blanks around it; other white space stays, and
 // the value may be empty. Nothing when `property` does not occur. Pure.
-std::optional<std::string> DmiValue(const std::string& line, const std::string& property);
+[[nodiscard]] std::optional<std::string> DmiValue(const std::string& line, const std::string& property);
 
 // Runs the shell command `command`, up to three times until it prints something, and stores the value behind the label
 // `property` in `*value`. False, with `*value` untouched, when either argument is empty, nothing was printed or the

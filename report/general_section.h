@@ -8,7 +8,7 @@ namespace kestrel {
 
 // Adds product name, product version and serial number to `section`. 0 when all three could be read; 1 otherwise, and
 // then nothing was added.
-int FillGeneralSection(COrvXmlNode* section);
+[[nodiscard]] int FillGeneralSection(COrvXmlNode* section);
 
 }  // namespace kestrel
 

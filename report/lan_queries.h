@@ -12,11 +12,11 @@ namespace kestrel {
 
 // The MAC address as upper-case pairs joined by ":". False, with `*macAddress` untouched, when the BMC did not give
 // one. Blocks for up to 20 seconds besides the requests; so does the next one.
-bool QueryMacAddress(const std::string& toolPath, std::string* macAddress);
+[[nodiscard]] bool QueryMacAddress(const std::string& toolPath, std::string* macAddress);
 
 // The data bytes of the Tcpip info, joined; see ParseTcpipInfo. False, with `*digits` untouched, when the BMC did not
 // give at least 14.
-bool QueryTcpipInfo(const std::string& toolPath, std::string* digits);
+[[nodiscard]] bool QueryTcpipInfo(const std::string& toolPath, std::string* digits);
 
 // Writes what is wrong with `reply`, an answer that gave nothing: at kRetry when another attempt follows, at kError
 // after the last.

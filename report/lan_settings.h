@@ -26,7 +26,7 @@ bool JoinMacAddress(const IpmiReply& reply, std::string* text);
 bool JoinTcpipInfo(const IpmiReply& reply, std::string* digits);
 
 // The settings in the joined digits, in either case. Throws std::out_of_range for the digits of fewer than 15 bytes.
-LanSettings ParseTcpipInfo(const std::string& digits);
+[[nodiscard]] LanSettings ParseTcpipInfo(const std::string& digits);
 
 }  // namespace kestrel
 

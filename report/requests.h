@@ -7,12 +7,12 @@
 namespace kestrel {
 
 // Get LAN Configuration Parameters (IPMI v2.0, section 23.2): channel 1, parameter 5, no set and no block selector.
-inline IpmiRequest GetMacAddressRequest() {
+[[nodiscard]] inline IpmiRequest GetMacAddressRequest() {
   return {"0C", "02", "01", "05", "00", "00"};
 }
 
 // The BMC's own: addresses in use and whether they come from DHCP.
-inline IpmiRequest GetTcpipInfoRequest() {
+[[nodiscard]] inline IpmiRequest GetTcpipInfoRequest() {
   return {"3c", "13"};
 }
 

@@ -16,11 +16,11 @@ struct FirmwareVersions {
 
 // The two versions in an operating version: of "BMC:aa-bb,SDR:cc" they are "aa-bb" and "cc". Without a comma both are
 // what follows the last colon; without "BMC:" the whole text is the BMC's. Pure.
-FirmwareVersions SplitOperatingVersion(const std::string& operatingVersion);
+[[nodiscard]] FirmwareVersions SplitOperatingVersion(const std::string& operatingVersion);
 
 // Adds the versions of BMC, SDR (when there is one) and BIOS to `section`. 0 on success; 1 when the BMC or the BIOS
 // version cannot be read, and then nothing was added.
-int FillVersionSection(CFirmware& firmware, COrvXmlNode* section);
+[[nodiscard]] int FillVersionSection(CFirmware& firmware, COrvXmlNode* section);
 
 }  // namespace kestrel
 

@@ -25,7 +25,7 @@ inline constexpr int kSent = 0;
 inline constexpr int kNotSupported = 1;  // by this BMC; no failure
 inline constexpr int kSendFailed = -1;
 
-constexpr bool IsNoFailure(int result) {
+[[nodiscard]] constexpr bool IsNoFailure(int result) {
   return result == kSent || result == kNotSupported;
 }
 
@@ -45,18 +45,18 @@ class ConfigFileTransfer {
   // Sends `record`, a list of byte texts; an empty one makes a file of a signature only. kSent, or kSendFailed with
   // "29" in front of the detail text and the record written. A transfer that failed with the file locked tries to
   // unlock it; a failed lock, unlock or notification leaves the file as it is.
-  int Run(std::list<std::string> record);
+  [[nodiscard]] int Run(std::list<std::string> record);
 
  private:
-  bool Lock();
-  bool Write(std::list<std::string> record);
-  bool WritePiece(const IpmiRequest& request);
-  bool WriteSignature();
-  bool Notify();
+  [[nodiscard]] bool Lock();
+  [[nodiscard]] bool Write(std::list<std::string> record);
+  [[nodiscard]] bool WritePiece(const IpmiRequest& request);
+  [[nodiscard]] bool WriteSignature();
+  [[nodiscard]] bool Notify();
 
-  bool Tells(CTraceUtility::TRACE_DBG_LEVEL level) const;
-  int FailStep();
-  int Fail();
+  [[nodiscard]] bool Tells(CTraceUtility::TRACE_DBG_LEVEL level) const;
+  [[nodiscard]] int FailStep();
+  [[nodiscard]] int Fail();
 
   const std::string toolPath_;
   const ConfigFile file_;

@@ -9,31 +9,31 @@
 
 namespace kestrel {
 
-inline IpmiRequest GetCapabilityRequest() {
+[[nodiscard]] inline IpmiRequest GetCapabilityRequest() {
   return {"3c", "04"};
 }
 
 // Two completion codes mean that the file is locked: 00 and 01.
-inline IpmiRequest LockRequest(const std::string& fileId) {
+[[nodiscard]] inline IpmiRequest LockRequest(const std::string& fileId) {
   return {"3c", "6a", "05", fileId, "01", "00", "00", "00", "00", "00"};
 }
 
 // To be followed by four offset bytes, least significant first, and 1 to 32 data bytes.
-inline IpmiRequest WriteRequestHead(const std::string& fileId) {
+[[nodiscard]] inline IpmiRequest WriteRequestHead(const std::string& fileId) {
   return {"3c", "69", "05", fileId, "00", "00"};
 }
 
 // Ends the writing: five bytes for offset 0, sent after all data. What they mean is the BMC's.
-inline IpmiRequest WriteSignatureRequest(const std::string& fileId) {
+[[nodiscard]] inline IpmiRequest WriteSignatureRequest(const std::string& fileId) {
   return {"3c", "69", "05", fileId, "00", "00", "00", "00", "00", "00", "51", "54", "4c", "4d", "50"};
 }
 
-inline IpmiRequest UnlockRequest(const std::string& fileId) {
+[[nodiscard]] inline IpmiRequest UnlockRequest(const std::string& fileId) {
   return {"3c", "6b", "05", fileId, "00", "00", "00", "00", "00", "00"};
 }
 
 // Tells the service processor that a file is new; `event` names which.
-inline IpmiRequest NotifyRequest(const std::string& event) {
+[[nodiscard]] inline IpmiRequest NotifyRequest(const std::string& event) {
   return {"34", "39", event};
 }
 

@@ -1,6 +1,7 @@
 // See config_files.h. The byte table stands in docs/lab.md.
 #include "lab/bmc/config_files.h"
 
+#include <algorithm>
 #include <array>
 
 namespace kv6000 {
@@ -79,7 +80,8 @@ Bytes ConfigFiles::Write(std::span<const std::uint8_t> data) {
     return {kOk};
   }
   Bytes& bytes = file->incoming;
-  const bool isRepeated = bytes.size() >= piece.size() && std::equal(piece.begin(), piece.end(), bytes.begin());
+  const bool isRepeated =
+      bytes.size() >= piece.size() && std::ranges::equal(piece, std::span(bytes).first(piece.size()));
   if (offset == 0 && piece.size() == kSignature.size() && !bytes.empty() && !isRepeated) {
     return {kInvalidData};  // at this place and of this length it was to be the signature
   }

@@ -31,25 +31,25 @@ class ConfigFiles {
   // `support` are the flags that Get Capability ends with: bit 0 for the OS file, bit 1 for the disk file.
   explicit ConfigFiles(std::uint8_t support) : support_(support) {}
 
-  static std::span<const Command<ConfigFiles>> Table();
+  [[nodiscard]] static std::span<const Command<ConfigFiles>> Table();
 
   // By file number.
-  [[nodiscard]] const std::map<std::uint8_t, File>& files() const { return files_; }
+  [[nodiscard]] const std::map<std::uint8_t, File>& Files() const { return files_; }
 
-  [[nodiscard]] std::uint8_t support() const { return support_; }
+  [[nodiscard]] std::uint8_t Support() const { return support_; }
   void SetSupport(std::uint8_t support) { support_ = support; }
 
   // The machine went off or was reset: transfers end without an unlock, stored bytes stay.
   void MachineDown();
 
  private:
-  Bytes GetCapability(std::span<const std::uint8_t> data);
-  Bytes Lock(std::span<const std::uint8_t> data);
-  Bytes Write(std::span<const std::uint8_t> data);
-  Bytes Unlock(std::span<const std::uint8_t> data);
-  Bytes Notify(std::span<const std::uint8_t> data);
+  [[nodiscard]] Bytes GetCapability(std::span<const std::uint8_t> data);
+  [[nodiscard]] Bytes Lock(std::span<const std::uint8_t> data);
+  [[nodiscard]] Bytes Write(std::span<const std::uint8_t> data);
+  [[nodiscard]] Bytes Unlock(std::span<const std::uint8_t> data);
+  [[nodiscard]] Bytes Notify(std::span<const std::uint8_t> data);
 
-  File* Find(std::span<const std::uint8_t> data);
+  [[nodiscard]] File* Find(std::span<const std::uint8_t> data);
 
   std::uint8_t support_;
   std::map<std::uint8_t, File> files_ = {{kOsFile, {}}, {kDiskFile, {}}};

@@ -51,7 +51,7 @@ std::optional<Version> ParseVersion(const std::string& text) {
 }
 
 std::optional<ImageHeader> ReadHeader(std::span<const std::uint8_t> image) {
-  if (image.size() < ImageHeader::kSize || !std::equal(kMagic.begin(), kMagic.end(), image.begin())) {
+  if (image.size() < ImageHeader::kSize || !std::ranges::equal(kMagic, image.first(kMagic.size()))) {
     return std::nullopt;
   }
   const ImageHeader header{{image[8], image[9]}, ReadU32(image.subspan(12)), ReadU32(image.subspan(16))};

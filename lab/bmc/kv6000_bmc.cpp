@@ -17,7 +17,7 @@ constexpr std::uint8_t kAtPowerOff = 0x01;
 constexpr std::uint8_t kAlsoAtReset = 0x02;
 
 bool IsSigned(std::span<const std::uint8_t> data) {
-  return std::equal(kSignature.begin(), kSignature.end(), data.begin());
+  return std::ranges::equal(kSignature, data.first(kSignature.size()));
 }
 
 // These majors are write protected: connecting media needs Change Write mode first.
@@ -88,7 +88,7 @@ Bytes Bmc::Handle(std::uint8_t netfn, std::uint8_t cmd, std::span<const std::uin
   answer = answer ? answer : RunCommand(network_, netfn, cmd, data);
   answer = answer ? answer : RunCommand(files_, netfn, cmd, data);
   answer = answer ? answer : RunCommand(sdr_, netfn, cmd, data);
-  if (sdr_.updating()) {
+  if (sdr_.IsUpdating()) {
     state_.rebootFlag = false;  // as at the start of a flash: what stands by is being replaced
   }
   return answer.value_or(Bytes{kInvalidCommand});
@@ -147,7 +147,7 @@ Bytes Bmc::ArmRebootFlag(std::span<const std::uint8_t> data) {
   if (!IsSigned(data) || (data[2] != kAtPowerOff && data[2] != kAlsoAtReset)) {
     return {kInvalidData};
   }
-  if (!state_.standby && !sdr_.standby()) {
+  if (!state_.standby && !sdr_.Standby()) {
     return {kWrongState};
   }
   state_.rebootFlag = true;

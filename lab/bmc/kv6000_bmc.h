@@ -30,7 +30,7 @@ class Outside {
   virtual void DetachMedia() = 0;
 
   // `length` bytes of the media from `offset`; shorter when the media ends before.
-  virtual Bytes ReadMedia(std::uint32_t offset, std::uint32_t length) = 0;
+  [[nodiscard]] virtual Bytes ReadMedia(std::uint32_t offset, std::uint32_t length) = 0;
 
   // The firmware that Get Device ID tells from now on.
   virtual void SetRunningVersion(const Version& version) = 0;
@@ -91,7 +91,7 @@ class Bmc {
   [[nodiscard]] static std::vector<std::pair<std::uint8_t, std::uint8_t>> Commands();
 
   // Carries the command out. The first byte of the answer is the completion code.
-  Bytes Handle(std::uint8_t netfn, std::uint8_t cmd, std::span<const std::uint8_t> data);
+  [[nodiscard]] Bytes Handle(std::uint8_t netfn, std::uint8_t cmd, std::span<const std::uint8_t> data);
 
   // The machine's system has taken up the drive that AttachMedia() plugged in.
   void MediaSeen();
@@ -109,28 +109,28 @@ class Bmc {
   // The mains is gone: everything that is not in a slot is forgotten. MachineOff() follows when the machine is down.
   void PowerLost();
 
-  [[nodiscard]] const State& state() const { return state_; }
+  [[nodiscard]] const State& CurrentState() const { return state_; }
 
   // The parts that have commands and a state of their own.
-  Network& network() { return network_; }
-  [[nodiscard]] const Network& network() const { return network_; }
-  ConfigFiles& files() { return files_; }
-  [[nodiscard]] const ConfigFiles& files() const { return files_; }
-  [[nodiscard]] const SdrRepository& sdr() const { return sdr_; }
+  [[nodiscard]] Network& TheNetwork() { return network_; }
+  [[nodiscard]] const Network& TheNetwork() const { return network_; }
+  [[nodiscard]] ConfigFiles& Files() { return files_; }
+  [[nodiscard]] const ConfigFiles& Files() const { return files_; }
+  [[nodiscard]] const SdrRepository& Sdr() const { return sdr_; }
 
   // The commands of the update; each part has a table of its own.
-  static std::span<const Command<Bmc>> Table();
+  [[nodiscard]] static std::span<const Command<Bmc>> Table();
 
  private:
-  Bytes ChangeWriteMode(std::span<const std::uint8_t> data);
-  Bytes ConnectMedia(std::span<const std::uint8_t> data);
-  Bytes CheckMedia(std::span<const std::uint8_t> data);
-  Bytes DisableWait(std::span<const std::uint8_t> data);
-  Bytes CheckWait(std::span<const std::uint8_t> data);
-  Bytes ArmRebootFlag(std::span<const std::uint8_t> data);
-  Bytes CheckRebootFlag(std::span<const std::uint8_t> data);
-  Bytes StartFlash(std::span<const std::uint8_t> data);
-  Bytes CheckFlash(std::span<const std::uint8_t> data);
+  [[nodiscard]] Bytes ChangeWriteMode(std::span<const std::uint8_t> data);
+  [[nodiscard]] Bytes ConnectMedia(std::span<const std::uint8_t> data);
+  [[nodiscard]] Bytes CheckMedia(std::span<const std::uint8_t> data);
+  [[nodiscard]] Bytes DisableWait(std::span<const std::uint8_t> data);
+  [[nodiscard]] Bytes CheckWait(std::span<const std::uint8_t> data);
+  [[nodiscard]] Bytes ArmRebootFlag(std::span<const std::uint8_t> data);
+  [[nodiscard]] Bytes CheckRebootFlag(std::span<const std::uint8_t> data);
+  [[nodiscard]] Bytes StartFlash(std::span<const std::uint8_t> data);
+  [[nodiscard]] Bytes CheckFlash(std::span<const std::uint8_t> data);
 
   void TakeStandby();
   void LoseMedia();

@@ -25,15 +25,15 @@ class Network {
  public:
   explicit Network(const LanConfig& config) : config_(config) {}
 
-  static std::span<const Command<Network>> Table();
+  [[nodiscard]] static std::span<const Command<Network>> Table();
 
-  [[nodiscard]] const LanConfig& config() const { return config_; }
+  [[nodiscard]] const LanConfig& Config() const { return config_; }
   void SetDhcp(std::uint8_t flag) { config_.dhcp = flag; }
 
  private:
-  Bytes GetChannelInfo(std::span<const std::uint8_t> data);
-  Bytes GetLanParameter(std::span<const std::uint8_t> data);
-  Bytes GetTcpipInfo(std::span<const std::uint8_t> data);
+  [[nodiscard]] Bytes GetChannelInfo(std::span<const std::uint8_t> data);
+  [[nodiscard]] Bytes GetLanParameter(std::span<const std::uint8_t> data);
+  [[nodiscard]] Bytes GetTcpipInfo(std::span<const std::uint8_t> data);
 
   LanConfig config_;
 };

@@ -25,12 +25,12 @@ class SdrRepository {
   // `unreadable` are the numbers of records that cannot be read until the standby is taken.
   SdrRepository(Records records, std::set<unsigned> unreadable);
 
-  static std::span<const Command<SdrRepository>> Table();
+  [[nodiscard]] static std::span<const Command<SdrRepository>> Table();
 
-  [[nodiscard]] const Records& records() const { return records_; }
+  [[nodiscard]] const Records& AllRecords() const { return records_; }
   // Set when an update was ended well.
-  [[nodiscard]] const std::optional<Records>& standby() const { return standby_; }
-  [[nodiscard]] bool updating() const { return updating_; }
+  [[nodiscard]] const std::optional<Records>& Standby() const { return standby_; }
+  [[nodiscard]] bool IsUpdating() const { return updating_; }
 
   // The standby becomes what the machine reads, if there is one.
   void TakeStandby();
@@ -39,12 +39,12 @@ class SdrRepository {
   void EndUpdate();
 
  private:
-  Bytes GetInfo(std::span<const std::uint8_t> data);
-  Bytes Reserve(std::span<const std::uint8_t> data);
-  Bytes GetRecord(std::span<const std::uint8_t> data);
-  Bytes AddRecord(std::span<const std::uint8_t> data);
-  Bytes EnterUpdate(std::span<const std::uint8_t> data);
-  Bytes ExitUpdate(std::span<const std::uint8_t> data);
+  [[nodiscard]] Bytes GetInfo(std::span<const std::uint8_t> data);
+  [[nodiscard]] Bytes Reserve(std::span<const std::uint8_t> data);
+  [[nodiscard]] Bytes GetRecord(std::span<const std::uint8_t> data);
+  [[nodiscard]] Bytes AddRecord(std::span<const std::uint8_t> data);
+  [[nodiscard]] Bytes EnterUpdate(std::span<const std::uint8_t> data);
+  [[nodiscard]] Bytes ExitUpdate(std::span<const std::uint8_t> data);
 
   Records records_;
   std::set<unsigned> unreadable_;

@@ -52,7 +52,7 @@ class ConnectedMedia {
       if (connected == std::vector<std::uint8_t>{0x01} && drive) {
         return std::move(*drive);
       }
-      ::usleep(kPollMicroseconds);
+      usleep(kPollMicroseconds);
     }
     throw std::runtime_error("the virtual media does not appear; is the driver sg loaded?");
   }

@@ -78,7 +78,7 @@ FlashResult FlashFromMedia(IpmiDevice& bmc, std::size_t length) {
     if (answer[1] != kRunning) {
       return {FlashResult::End::kFailed, WhyFailed(answer[1])};
     }
-    ::usleep(kPollMicroseconds);
+    usleep(kPollMicroseconds);
   }
 }
 

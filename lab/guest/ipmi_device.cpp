@@ -25,7 +25,7 @@ constexpr const char* kDevice = "/dev/ipmi0";
 
 }  // namespace
 
-IpmiDevice::IpmiDevice() : fd_(::open(kDevice, O_RDWR | O_CLOEXEC)) {
+IpmiDevice::IpmiDevice() : fd_(open(kDevice, O_RDWR | O_CLOEXEC)) {
   if (!fd_.IsOpen()) {
     Throw(kDevice);
   }
@@ -46,12 +46,12 @@ std::vector<std::uint8_t> IpmiDevice::Exchange(std::uint8_t netfn, std::uint8_t 
   request.msg.cmd = cmd;
   request.msg.data = payload.data();
   request.msg.data_len = static_cast<unsigned short>(payload.size());
-  if (::ioctl(fd_.Get(), IPMICTL_SEND_COMMAND, &request) != 0) {
+  if (ioctl(fd_.Get(), IPMICTL_SEND_COMMAND, &request) != 0) {
     Throw("sending a request");
   }
   while (true) {
     pollfd readable{fd_.Get(), POLLIN, 0};
-    if (::poll(&readable, 1, -1) < 0) {
+    if (poll(&readable, 1, -1) < 0) {
       Throw("waiting for an answer");
     }
     std::array<unsigned char, IPMI_MAX_MSG_LENGTH> buffer{};
@@ -61,7 +61,7 @@ std::vector<std::uint8_t> IpmiDevice::Exchange(std::uint8_t netfn, std::uint8_t 
     answer.addr_len = sizeof(from);
     answer.msg.data = buffer.data();
     answer.msg.data_len = buffer.size();
-    if (::ioctl(fd_.Get(), IPMICTL_RECEIVE_MSG_TRUNC, &answer) != 0) {
+    if (ioctl(fd_.Get(), IPMICTL_RECEIVE_MSG_TRUNC, &answer) != 0) {
       Throw("receiving an answer");
     }
     if (answer.msgid == lastId_) {

@@ -23,7 +23,7 @@ constexpr const char* kAnswerFile = "liborv_MngSrv_OrvLib.answer";
 std::map<std::string, std::string> ReadAnswer() {
   std::map<std::string, std::string> answer;
   Dl_info self{};
-  if (::dladdr(kAnswerFile, &self) == 0) {
+  if (dladdr(kAnswerFile, &self) == 0) {
     return answer;
   }
   const std::string path = self.dli_fname;

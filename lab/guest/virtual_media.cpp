@@ -39,7 +39,7 @@ void RunScsi(int fd, std::array<std::uint8_t, N> command, int direction, std::sp
   io.sbp = sense.data();
   io.mx_sb_len = sense.size();
   io.timeout = kTimeoutMs;
-  if (::ioctl(fd, SG_IO, &io) != 0) {
+  if (ioctl(fd, SG_IO, &io) != 0) {
     throw std::system_error(errno, std::generic_category(), "virtual media");
   }
   if ((io.info & SG_INFO_OK_MASK) != SG_INFO_OK) {
@@ -69,7 +69,7 @@ std::optional<VirtualMedia> VirtualMedia::Find() {
     if (!entry.path().filename().string().starts_with("sg")) {
       continue;
     }
-    posix::FileDescriptor fd(::open(entry.path().c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC));
+    posix::FileDescriptor fd(open(entry.path().c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC));
     if (fd.IsOpen() && IsVirtualMedia(fd.Get())) {
       return VirtualMedia(std::move(fd));
     }

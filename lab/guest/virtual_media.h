@@ -15,10 +15,10 @@ namespace kv6000 {
 class VirtualMedia {
  public:
   // True when the SCSI generic driver is loaded.
-  static bool HasDriver();
+  [[nodiscard]] static bool HasDriver();
 
   // The drive, or nullopt when no /dev/sg* is it.
-  static std::optional<VirtualMedia> Find();
+  [[nodiscard]] static std::optional<VirtualMedia> Find();
 
   // Writes `data` from the first block on; the last block is filled with zeros. `onWritten` gets the bytes written so
   // far. Throws std::runtime_error when the drive refuses or is too small, std::system_error when it is gone.

@@ -50,7 +50,7 @@ void ObeyOrder(const std::string& order) {
     std::printf("Yafuflash: waiting for ever, as ordered\n");
     std::fflush(stdout);
     while (true) {
-      ::pause();
+      pause();
     }
   }
   std::fprintf(stderr, "Yafuflash: ending with %s, as ordered\n", order.c_str());

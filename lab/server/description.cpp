@@ -54,10 +54,10 @@ Json DescribeLan(const LanConfig& lan) {
 }
 
 Json DescribeSdr(const SdrRepository& sdr) {
-  return {{"version", SdrVersion(sdr.records())},
-          {"records", sdr.records().size()},
-          {"standby", sdr.standby() ? Json(SdrVersion(*sdr.standby())) : Json()},
-          {"updating", sdr.updating()}};
+  return {{"version", SdrVersion(sdr.AllRecords())},
+          {"records", sdr.AllRecords().size()},
+          {"standby", sdr.Standby() ? Json(SdrVersion(*sdr.Standby())) : Json()},
+          {"updating", sdr.IsUpdating()}};
 }
 
 Json DescribeOsRecord(const OsRecord& record) {
@@ -74,7 +74,7 @@ Json DescribeOsRecord(const OsRecord& record) {
 }  // namespace
 
 Json DescribeState(const Bmc& bmc) {
-  const auto& state = bmc.state();
+  const auto& state = bmc.CurrentState();
   Json described;
   described["running"] = Text(state.running);
   described["standby"] = state.standby ? Json(Text(*state.standby)) : Json();
@@ -86,15 +86,15 @@ Json DescribeState(const Bmc& bmc) {
   described["writeMode"] = state.writeMode;
   described["flash"] = Name(state.flash);
   described["flashPercent"] = state.flashPercent;
-  described["lan"] = DescribeLan(bmc.network().config());
-  described["capability"] = bmc.files().support();
-  described["sdr"] = DescribeSdr(bmc.sdr());
+  described["lan"] = DescribeLan(bmc.TheNetwork().Config());
+  described["capability"] = bmc.Files().Support();
+  described["sdr"] = DescribeSdr(bmc.Sdr());
   return described;
 }
 
 Json DescribeFiles(const ConfigFiles& files) {
   Json all = Json::object();
-  for (const auto& [number, file] : files.files()) {
+  for (const auto& [number, file] : files.Files()) {
     Json described;
     described["locked"] = file.locked;
     described["signed"] = file.hasSignature;

@@ -37,7 +37,7 @@ class FaultPlan {
 
   // Uses up one request. False when it is to get no answer at all; otherwise `answer` (completion code first) is
   // changed as ordered.
-  bool Apply(std::span<const std::uint8_t> request, std::vector<std::uint8_t>& answer);
+  [[nodiscard]] bool Apply(std::span<const std::uint8_t> request, std::vector<std::uint8_t>& answer);
 
  private:
   struct Entry {

@@ -34,21 +34,21 @@ constexpr const char* kMediaQuestion = "media-was-read";
 
 // In the child between fork and exec. Never returns.
 [[noreturn]] void BecomeMachine(const std::vector<char*>& arguments, const char* logPath, int qmpFd) {
-  ::prctl(PR_SET_PDEATHSIG, SIGKILL);
-  ::setsid();
+  prctl(PR_SET_PDEATHSIG, SIGKILL);
+  setsid();
   sigset_t none;
   sigemptyset(&none);
-  ::sigprocmask(SIG_SETMASK, &none, nullptr);
-  const int nothing = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
-  const int log = ::open(logPath, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600);
-  if (nothing < 0 || log < 0 || ::dup2(nothing, STDIN_FILENO) < 0 || ::dup2(log, STDOUT_FILENO) < 0 ||
-      ::dup2(log, STDERR_FILENO) < 0 || ::dup2(qmpFd, kQmpChildFd) < 0) {
-    ::_exit(126);
+  sigprocmask(SIG_SETMASK, &none, nullptr);
+  const int nothing = open("/dev/null", O_RDONLY | O_CLOEXEC);
+  const int log = open(logPath, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600);
+  if (nothing < 0 || log < 0 || dup2(nothing, STDIN_FILENO) < 0 || dup2(log, STDOUT_FILENO) < 0 ||
+      dup2(log, STDERR_FILENO) < 0 || dup2(qmpFd, kQmpChildFd) < 0) {
+    _exit(126);
   }
-  ::close_range(kQmpChildFd + 1, ~0U, 0);
-  ::execvp(arguments[0], arguments.data());
-  ::dprintf(STDERR_FILENO, "cannot start %s: %s\n", arguments[0], std::strerror(errno));
-  ::_exit(127);
+  close_range(kQmpChildFd + 1, ~0U, 0);
+  execvp(arguments[0], arguments.data());
+  dprintf(STDERR_FILENO, "cannot start %s: %s\n", arguments[0], std::strerror(errno));
+  _exit(127);
 }
 
 bool WasRead(const Json& blockStats) {
@@ -70,12 +70,12 @@ Machine::~Machine() {
 }
 
 bool Machine::Start() {
-  return running() || StartProcess();
+  return IsRunning() || StartProcess();
 }
 
 bool Machine::StartProcess() {
   std::array<int, 2> pair{};
-  if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, pair.data()) != 0) {
+  if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, pair.data()) != 0) {
     std::printf("machine: no QMP channel: %s\n", std::strerror(errno));
     return false;
   }
@@ -91,7 +91,7 @@ bool Machine::StartProcess() {
   }
   arguments.push_back(nullptr);
 
-  const pid_t pid = ::fork();
+  const pid_t pid = fork();
   if (pid == 0) {
     BecomeMachine(arguments, config_.logPath.c_str(), theirs.Get());
   }
@@ -101,7 +101,7 @@ bool Machine::StartProcess() {
   }
   pid_ = pid;
   // The simulator reaps every child of its process; the descriptor tells the end all the same.
-  pidFd_ = posix::FileDescriptor(::pidfd_open(pid, 0));
+  pidFd_ = posix::FileDescriptor(pidfd_open(pid, 0));
   qmp_ = std::move(ours);
   qmpInput_.clear();
   loop_.Watch(pidFd_.Get(), [this] { OnExit(); });
@@ -112,8 +112,8 @@ bool Machine::StartProcess() {
 }
 
 void Machine::Kill() {
-  if (running()) {
-    ::pidfd_send_signal(pidFd_.Get(), SIGKILL, nullptr, 0);
+  if (IsRunning()) {
+    pidfd_send_signal(pidFd_.Get(), SIGKILL, nullptr, 0);
   }
 }
 
@@ -145,7 +145,7 @@ void Machine::DropQmp() {
 
 void Machine::OnQmp() {
   std::array<char, 4096> buffer{};
-  const auto count = ::recv(qmp_.Get(), buffer.data(), buffer.size(), MSG_DONTWAIT);
+  const auto count = recv(qmp_.Get(), buffer.data(), buffer.size(), MSG_DONTWAIT);
   if (count < 0 && (errno == EAGAIN || errno == EINTR)) {
     return;
   }
@@ -188,7 +188,7 @@ void Machine::Send(const std::string& command) {
 }
 
 void Machine::AttachMedia() {
-  if (!running()) {
+  if (!IsRunning()) {
     return;
   }
   mediaAttached_ = true;
@@ -223,12 +223,12 @@ void Machine::DetachMedia() {
 
 std::vector<std::uint8_t> Machine::ReadMedia(std::uint32_t offset, std::uint32_t length) const {
   std::vector<std::uint8_t> bytes;
-  const posix::FileDescriptor file(::open(config_.mediaPath.c_str(), O_RDONLY | O_CLOEXEC));
+  const posix::FileDescriptor file(open(config_.mediaPath.c_str(), O_RDONLY | O_CLOEXEC));
   if (!mediaAttached_ || !file.IsOpen()) {
     return bytes;
   }
   bytes.resize(length);
-  const auto count = ::pread(file.Get(), bytes.data(), length, offset);
+  const auto count = pread(file.Get(), bytes.data(), length, offset);
   bytes.resize(count < 0 ? 0 : static_cast<std::size_t>(count));
   return bytes;
 }

@@ -36,12 +36,12 @@ class Machine {
   Machine& operator=(const Machine&) = delete;
 
   // Powers on. No effect on a running machine. False, with the cause on standard output, when there is no process.
-  bool Start();
+  [[nodiscard]] bool Start();
 
   // Cuts the power. Listener::off follows.
   void Kill();
 
-  [[nodiscard]] bool running() const { return pid_ > 0; }
+  [[nodiscard]] bool IsRunning() const { return pid_ > 0; }
 
   void AttachMedia();
   void DetachMedia();
@@ -50,7 +50,7 @@ class Machine {
   [[nodiscard]] std::vector<std::uint8_t> ReadMedia(std::uint32_t offset, std::uint32_t length) const;
 
  private:
-  bool StartProcess();
+  [[nodiscard]] bool StartProcess();
   void OnExit();
   void OnQmp();
   void DropQmp();

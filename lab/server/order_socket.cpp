@@ -31,10 +31,10 @@ posix::FileDescriptor ListenAt(const std::string& path) {
     Throw(path);
   }
   std::memcpy(address.sun_path, path.data(), path.size());
-  posix::FileDescriptor fd(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
-  ::unlink(path.c_str());
-  if (!fd.IsOpen() || ::bind(fd.Get(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0 ||
-      ::listen(fd.Get(), 16) != 0) {
+  posix::FileDescriptor fd(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+  unlink(path.c_str());
+  if (!fd.IsOpen() || bind(fd.Get(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0 ||
+      listen(fd.Get(), 16) != 0) {
     Throw(path);
   }
   return fd;
@@ -46,7 +46,7 @@ void SendAll(int fd, std::string_view text) {
   (void)::setsockopt(fd, SOL_SOCKET, SO_SNDTIMEO, &patience, sizeof(patience));
   (void)::fcntl(fd, F_SETFL, 0);
   while (!text.empty()) {
-    const auto count = ::send(fd, text.data(), text.size(), MSG_NOSIGNAL);
+    const auto count = send(fd, text.data(), text.size(), MSG_NOSIGNAL);
     if (count <= 0) {
       return;
     }
@@ -62,7 +62,7 @@ OrderSocket::OrderSocket(const std::string& path, Handler handler, EventLoop& lo
 }
 
 void OrderSocket::OnConnect() {
-  posix::FileDescriptor fd(::accept4(listener_.Get(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
+  posix::FileDescriptor fd(accept4(listener_.Get(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
   if (!fd.IsOpen()) {
     return;
   }
@@ -74,7 +74,7 @@ void OrderSocket::OnConnect() {
 void OrderSocket::OnInput(int fd) {
   Client& client = clients_.at(fd);
   std::array<char, 1024> buffer{};
-  const auto count = ::recv(fd, buffer.data(), buffer.size(), 0);
+  const auto count = recv(fd, buffer.data(), buffer.size(), 0);
   if (count < 0 && (errno == EAGAIN || errno == EINTR)) {
     return;
   }

@@ -47,7 +47,7 @@ Bytes Server::Handle(std::uint8_t netfn, std::uint8_t cmd, std::span<const std::
     return {kBusy};  // Answer() puts the ordered answer in its place
   }
   Bytes answer = bmc_.Handle(netfn, cmd, data);
-  if (bmc_.state().flash == Flash::kRunning && !stepping_) {
+  if (bmc_.CurrentState().flash == Flash::kRunning && !stepping_) {
     stepping_ = true;
     loop_.After(kFlashPace, [this] { StepFlash(); });
   }
@@ -65,7 +65,7 @@ bool Server::Answer(std::uint8_t netfn, std::uint8_t cmd, std::span<const std::u
 }
 
 void Server::PowerOn() {
-  if (!machine_.running() && machine_.Start()) {
+  if (!machine_.IsRunning() && machine_.Start()) {
     ++boots_;
   }
 }
@@ -97,11 +97,11 @@ void Server::OnMachineReset() {
 
 void Server::StepFlash() {
   bmc_.FlashStep();
-  if (bmc_.state().flash == Flash::kRunning && powerLossAtPercent_ &&
-      bmc_.state().flashPercent >= *powerLossAtPercent_) {
+  if (bmc_.CurrentState().flash == Flash::kRunning && powerLossAtPercent_ &&
+      bmc_.CurrentState().flashPercent >= *powerLossAtPercent_) {
     CutPower();
   }
-  stepping_ = bmc_.state().flash == Flash::kRunning;
+  stepping_ = bmc_.CurrentState().flash == Flash::kRunning;
   if (stepping_) {
     loop_.After(kFlashPace, [this] { StepFlash(); });
   }
@@ -178,7 +178,7 @@ std::string Server::OrderPowerLoss(Words words) {
 
 std::string Server::OrderPowerOn(Words /*words*/) {
   PowerOn();
-  return machine_.running() ? kDone : "error: the machine does not start";
+  return machine_.IsRunning() ? kDone : "error: the machine does not start";
 }
 
 std::string Server::OrderDhcp(Words words) {
@@ -186,7 +186,7 @@ std::string Server::OrderDhcp(Words words) {
   if (!flag) {
     return "error: expected the DHCP flag, one hexadecimal byte";
   }
-  bmc_.network().SetDhcp(static_cast<std::uint8_t>(*flag));
+  bmc_.TheNetwork().SetDhcp(static_cast<std::uint8_t>(*flag));
   return kDone;
 }
 
@@ -195,18 +195,18 @@ std::string Server::OrderCapability(Words words) {
   if (!flags) {
     return "error: expected the support flags, one hexadecimal byte";
   }
-  bmc_.files().SetSupport(static_cast<std::uint8_t>(*flags));
+  bmc_.Files().SetSupport(static_cast<std::uint8_t>(*flags));
   return kDone;
 }
 
 std::string Server::OrderFiles(Words /*words*/) {
   // The names in a record are the host's and may be anything.
-  return DescribeFiles(bmc_.files()).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+  return DescribeFiles(bmc_.Files()).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
 }
 
 std::string Server::OrderState(Words /*words*/) {
   nlohmann::json state = DescribeState(bmc_);
-  state["power"] = machine_.running() ? "on" : "off";
+  state["power"] = machine_.IsRunning() ? "on" : "off";
   state["boots"] = boots_;
   state["commands"] = record_;
   return state.dump();

@@ -25,14 +25,14 @@ class Server : private Outside {
   Server(const ServerConfig& config, std::function<void(const Version&)> setVersion, EventLoop& loop);
 
   // One of the BMC's own commands. A call that is ordered to fail or to stay unanswered has no effect.
-  Bytes Handle(std::uint8_t netfn, std::uint8_t cmd, std::span<const std::uint8_t> data);
+  [[nodiscard]] Bytes Handle(std::uint8_t netfn, std::uint8_t cmd, std::span<const std::uint8_t> data);
 
   // To be called with every answer, own command or not, before it goes to the machine: applies the ordered faults and
   // keeps the record. False when no answer is to go out.
-  bool Answer(std::uint8_t netfn, std::uint8_t cmd, std::span<const std::uint8_t> data, Bytes& answer);
+  [[nodiscard]] bool Answer(std::uint8_t netfn, std::uint8_t cmd, std::span<const std::uint8_t> data, Bytes& answer);
 
   // Carries out one order line; see docs/lab.md. Returns "ok", "error: ..." or a JSON object.
-  std::string Order(const std::string& line);
+  [[nodiscard]] std::string Order(const std::string& line);
 
   void PowerOn() override;
 
@@ -54,17 +54,17 @@ class Server : private Outside {
     std::string (Server::*handler)(Words words);
     bool plain = false;
   };
-  static std::span<const OrderEntry> Orders();
+  [[nodiscard]] static std::span<const OrderEntry> Orders();
 
   template <Fault::Kind kind>
-  std::string OrderFault(Words words);
-  std::string OrderClear(Words words);
-  std::string OrderPowerLoss(Words words);
-  std::string OrderPowerOn(Words words);
-  std::string OrderDhcp(Words words);
-  std::string OrderCapability(Words words);
-  std::string OrderFiles(Words words);
-  std::string OrderState(Words words);
+  [[nodiscard]] std::string OrderFault(Words words);
+  [[nodiscard]] std::string OrderClear(Words words);
+  [[nodiscard]] std::string OrderPowerLoss(Words words);
+  [[nodiscard]] std::string OrderPowerOn(Words words);
+  [[nodiscard]] std::string OrderDhcp(Words words);
+  [[nodiscard]] std::string OrderCapability(Words words);
+  [[nodiscard]] std::string OrderFiles(Words words);
+  [[nodiscard]] std::string OrderState(Words words);
 
   EventLoop& loop_;
   std::function<void(const Version&)> setVersion_;

@@ -5,12 +5,15 @@
 #include "refhost/module_state.h"
 
 namespace orvhost {
+
 namespace {
 
 // True when a written update waits; otherwise false with a complete outcome.
 bool IsWaiting(const Run& run, const Session& session, Outcome* outcome) {
   const int status = session.Firmware().GetUpdateStatus();
-  if (status == refhost::kUpdateWritten) return true;
+  if (status == refhost::kUpdateWritten) {
+    return true;
+  }
   if (status == refhost::kUpdateRunning || status == refhost::kUpdateFailed) {
     Fail(run, outcome, ExitCode::kFailedUntouched, "not-written",
          status == refhost::kUpdateFailed ? "The last update failed."
@@ -27,7 +30,9 @@ Outcome Apply(const Run& run) {
   Outcome outcome;
   EnterPhase(run, &outcome, "plug-in");
   const std::unique_ptr<Session> session = OpenSession(run, DamagedRecordsOf(run.options), &outcome);
-  if (!session || !IsWaiting(run, *session, &outcome)) return outcome;
+  if (!session || !IsWaiting(run, *session, &outcome)) {
+    return outcome;
+  }
   outcome.before = session->Firmware().GetPrevVendorVersion();
   const std::string written = session->Firmware().GetOperatingModuleInfo().moduleVersion;
   EnterPhase(run, &outcome, "confirm");
@@ -37,10 +42,14 @@ Outcome Apply(const Run& run) {
               &outcome);
     return outcome;
   }
-  if (!MayHalt(run, &outcome)) return outcome;
+  if (!MayHalt(run, &outcome)) {
+    return outcome;
+  }
   EnterPhase(run, &outcome, "apply");
   PutIntoOperation(run, *session, &outcome);
-  if (!outcome.failure) outcome.after = written;
+  if (!outcome.failure) {
+    outcome.after = written;
+  }
   return outcome;
 }
 

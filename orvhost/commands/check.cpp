@@ -3,18 +3,25 @@
 #include "orvhost/commands/package_check.h"
 
 namespace orvhost {
+
 namespace {
 
 std::string WhatUpdateWouldDo(const Outcome& outcome, const std::string& offered) {
-  if (outcome.verdict == "newer") return " Run \"orvhost update\" to write it.";
-  if (outcome.before == offered) return " There is nothing to update.";
+  if (outcome.verdict == "newer") {
+    return " Run \"orvhost update\" to write it.";
+  }
+  if (outcome.before == offered) {
+    return " There is nothing to update.";
+  }
   return " \"orvhost update\" would write it all the same.";
 }
 
 Outcome Check(const Run& run) {
   Outcome outcome;
   PackageCheck check(run, DamagedRecords::kLeave, &outcome);
-  if (!check.Go()) return outcome;
+  if (!check.Go()) {
+    return outcome;
+  }
   const Comparison comparison = check.Compare();
   outcome.verdict = comparison.verdict;
   outcome.after = outcome.before;

@@ -4,6 +4,7 @@
 #include "orvhost/commands/explanations.h"
 
 namespace orvhost {
+
 namespace {
 
 constexpr auto kExitCodes = std::to_array<NumberText>({

@@ -34,7 +34,7 @@ extern const Command kExplainCommand;
 extern const Command kValidateCommand;
 
 // In the order of the road of an update, then what helps beside it.
-inline std::array<const Command*, 13> AllCommands() {
+[[nodiscard]] inline std::array<const Command*, 13> AllCommands() {
   return {&kIdentifyCommand, &kCheckCommand,   &kUpdateCommand,  &kApplyCommand,   &kVerifyCommand,
           &kReportCommand,   &kNotifyCommand,  &kMethodsCommand, &kHistoryCommand, &kShowCommand,
           &kDiagnoseCommand, &kExplainCommand, &kValidateCommand};

@@ -1,4 +1,5 @@
 // orvhost diagnose: what a run left behind and the one safe next step. Reads the host's own files only.
+#include <algorithm>
 #include <fstream>
 
 #include "orvhost/commands/commands.h"
@@ -10,10 +11,13 @@
 #include "posix/boot_id.h"
 
 namespace orvhost {
+
 namespace {
 
 std::string End(const RecordedRun& run, bool isAtWork) {
-  if (run.Outcome() != nullptr) return run.Told("verdict") + ", in step \"" + run.Told("phase") + "\"";
+  if (run.Outcome() != nullptr) {
+    return run.Told("verdict") + ", in step \"" + run.Told("phase") + "\"";
+  }
   return (isAtWork ? "none yet; it is" : "cut off") + std::string(" in step \"") + run.LastPhase() + "\"";
 }
 
@@ -27,8 +31,8 @@ class DiagnoseRoad {
  private:
   bool FindRunInQuestion();
   void LookAround();
-  void LookBack(size_t at);
-  void LookAhead(size_t at);
+  void LookBack(std::size_t at);
+  void LookAhead(std::size_t at);
   void ReadRecords();
   void Tell(const Diagnosis& diagnosis);
   void NothingToDiagnose();
@@ -46,8 +50,12 @@ class DiagnoseRoad {
 Outcome DiagnoseRoad::Go() {
   outcome_.phase = "diagnose";
   ReadRecords();
-  if (!FindRunInQuestion()) return outcome_;
-  for (const std::string& sentence : Damage(situation_.run)) Notice(sentence);
+  if (!FindRunInQuestion()) {
+    return outcome_;
+  }
+  for (const std::string& sentence : Damage(situation_.run)) {
+    Notice(sentence);
+  }
   LookAround();
   Tell(Diagnose(situation_));
   return outcome_;
@@ -64,14 +72,18 @@ bool DiagnoseRoad::FindRunInQuestion() {
       return false;
     }
     situation_.run = ReadRun(folder_, *id);
-    if (ReachedTheDevice(situation_.run)) return true;
+    if (ReachedTheDevice(situation_.run)) {
+      return true;
+    }
     outcome_.verdict = "nothing-changed";
     outcome_.summary = "Run " + *id + " did not get as far as to change the device.";
     return false;
   }
   for (auto id = runs_.rbegin(); id != runs_.rend(); ++id) {
     situation_.run = ReadRun(folder_, *id);
-    if (ReachedTheDevice(situation_.run)) return true;
+    if (ReachedTheDevice(situation_.run)) {
+      return true;
+    }
   }
   NothingToDiagnose();
   return false;
@@ -83,7 +95,9 @@ void DiagnoseRoad::NothingToDiagnose() {
   outcome_.facts = {{"Records", recordsError_.empty() ? InWords(situation_.records.updateStatus) : recordsError_}};
   const bool cutOff = situation_.records.updateStatus == refhost::kUpdateRunning ||
                       situation_.records.updateStatus == refhost::kUpdateFailed;
-  if (!cutOff) return;
+  if (!cutOff) {
+    return;
+  }
   outcome_.verdict = "flash-unknown";
   outcome_.summary += " But the records tell of an update that was not finished, so the flash may be incomplete.";
   outcome_.facts.emplace_back("Next step",
@@ -97,29 +111,39 @@ void DiagnoseRoad::LookAround() {
   }
   situation_.isAtWork = !left_.empty() || RunAtWork(run_.options.installPath) == run.id;
   situation_.machineWasRestarted = run.Begin("boot_id") != posix::BootId();
-  const auto at = static_cast<size_t>(std::find(runs_.begin(), runs_.end(), run.id) - runs_.begin());
+  const auto at = static_cast<std::size_t>(std::ranges::find(runs_, run.id) - runs_.begin());
   LookBack(at);
   LookAhead(at);
 }
 
 // Is there an update further back that was left in the flash?
-void DiagnoseRoad::LookBack(size_t at) {
+void DiagnoseRoad::LookBack(std::size_t at) {
   while (at-- > 0) {
     const RecordedRun earlier = ReadRun(folder_, runs_[at]);
-    if (earlier.Begin("command") != "update" || !ReachedTheDevice(earlier)) continue;
+    if (earlier.Begin("command") != "update" || !ReachedTheDevice(earlier)) {
+      continue;
+    }
     TraceWatch watch;
     Replay(earlier, &watch);
-    if (!watch.FlashBegan()) continue;
-    if (!earlier.Told("verdict").starts_with("updated")) situation_.unfinishedBefore = earlier.id;
+    if (!watch.FlashBegan()) {
+      continue;
+    }
+    if (!earlier.Told("verdict").starts_with("updated")) {
+      situation_.unfinishedBefore = earlier.id;
+    }
     return;
   }
 }
 
-void DiagnoseRoad::LookAhead(size_t at) {
+void DiagnoseRoad::LookAhead(std::size_t at) {
   while (++at < runs_.size()) {
     const RecordedRun later = ReadRun(folder_, runs_[at]);
-    if (ReachedTheDevice(later)) return;
-    if (later.Begin("command") == "verify" && later.Outcome() != nullptr) situation_.verifiedAs = later.Told("verdict");
+    if (ReachedTheDevice(later)) {
+      return;
+    }
+    if (later.Begin("command") == "verify" && later.Outcome() != nullptr) {
+      situation_.verifiedAs = later.Told("verdict");
+    }
   }
 }
 
@@ -141,12 +165,16 @@ void DiagnoseRoad::Tell(const Diagnosis& diagnosis) {
                     {"BMC", diagnosis.bmc},
                     {"Update marker", diagnosis.marker},
                     {"Records", recordsError_.empty() ? InWords(situation_.records.updateStatus) : recordsError_}};
-  if (!left_.empty()) outcome_.facts.emplace_back("At work", left_);
+  if (!left_.empty()) {
+    outcome_.facts.emplace_back("At work", left_);
+  }
   if (!situation_.unfinishedBefore.empty() && !diagnosis.flashTouched && diagnosis.verdict != "verified") {
     outcome_.facts.emplace_back(
         "Before", "run " + situation_.unfinishedBefore + " had begun to write the flash and did not finish it");
   }
-  if (!diagnosis.unknown.empty()) outcome_.facts.emplace_back("Unknown", diagnosis.unknown);
+  if (!diagnosis.unknown.empty()) {
+    outcome_.facts.emplace_back("Unknown", diagnosis.unknown);
+  }
   outcome_.facts.emplace_back("Next step", diagnosis.nextStep);
 }
 

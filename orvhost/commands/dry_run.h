@@ -12,7 +12,7 @@ namespace orvhost {
 void EndDryRun(const std::string& whatWouldBe, Outcome* outcome);
 
 // How a dry run, or a real one, treats records that are damaged.
-DamagedRecords DamagedRecordsOf(const Options& options);
+[[nodiscard]] DamagedRecords DamagedRecordsOf(const Options& options);
 
 }  // namespace orvhost
 

@@ -4,11 +4,14 @@
 #include "orvhost/commands/explanations.h"
 
 namespace orvhost {
+
 namespace {
 
 std::string AsText(const Explanation& each) {
   std::string title = each.code;
-  if (each.kind == "exit" || each.kind == "result") title.insert(0, each.kind + " ");
+  if (each.kind == "exit" || each.kind == "result") {
+    title.insert(0, each.kind + " ");
+  }
   return title + "\n  failed: " + each.failed + "\n  means:  " + each.means + "\n  do:     " + each.todo + "\n";
 }
 

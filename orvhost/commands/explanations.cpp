@@ -7,6 +7,7 @@
 #include "refhost/catalogue.h"
 
 namespace orvhost {
+
 namespace {
 
 std::string AsSentence(std::string clause) {
@@ -25,7 +26,9 @@ Explanation Of(const refhost::Message& message) {
 
 Explanation Of(const refhost::DetailPart& part) {
   std::string failed(part.detail->failed);
-  if (part.times > 1) failed += " (" + std::to_string(part.times) + " times)";
+  if (part.times > 1) {
+    failed += " (" + std::to_string(part.times) + " times)";
+  }
   return {"detail", std::string(part.detail->code), AsSentence(failed), std::string(part.detail->meaning),
           std::string(part.detail->remedy)};
 }
@@ -37,9 +40,11 @@ Explanation Of(const std::string& kind, const NumberText& text) {
 // Appends what `number` stands for; false when it stands for nothing.
 bool ExplainNumber(const std::string& kind, const std::string& number, std::vector<Explanation>* explanations) {
   const auto texts = kind == "exit" ? ExitCodeTexts() : ResultTexts();
-  const auto found = std::find_if(texts.begin(), texts.end(),
-                                  [&number](const NumberText& text) { return std::to_string(text.number) == number; });
-  if (found == texts.end()) return false;
+  const auto found =
+      std::ranges::find_if(texts, [&number](const NumberText& text) { return std::to_string(text.number) == number; });
+  if (found == texts.end()) {
+    return false;
+  }
   explanations->push_back(Of(kind, *found));
   return true;
 }
@@ -51,8 +56,12 @@ bool ExplainCode(const std::string& word, std::vector<Explanation>* explanations
     return true;
   }
   const auto parts = refhost::SplitDetail(code);
-  if (!parts) return false;
-  for (const refhost::DetailPart& part : *parts) explanations->push_back(Of(part));
+  if (!parts) {
+    return false;
+  }
+  for (const refhost::DetailPart& part : *parts) {
+    explanations->push_back(Of(part));
+  }
   return true;
 }
 
@@ -61,7 +70,9 @@ std::vector<std::string> Separated(const std::vector<std::string>& arguments) {
   std::vector<std::string> words;
   for (const std::string& argument : arguments) {
     std::istringstream stream(argument);
-    for (std::string word; stream >> word;) words.push_back(word);
+    for (std::string word; stream >> word;) {
+      words.push_back(word);
+    }
   }
   return words;
 }
@@ -71,7 +82,7 @@ std::vector<std::string> Separated(const std::vector<std::string>& arguments) {
 std::optional<std::vector<Explanation>> Explain(const std::vector<std::string>& words, std::string* unknown) {
   const std::vector<std::string> separated = Separated(words);
   std::vector<Explanation> explanations;
-  for (size_t i = 0; i < separated.size(); ++i) {
+  for (std::size_t i = 0; i < separated.size(); ++i) {
     const std::string kind = CStringUtil::StringToLowerCase(separated[i]);
     const bool counts = (kind == "exit" || kind == "result") && i + 1 < separated.size();
     if (counts ? ExplainNumber(kind, separated[i + 1], &explanations) : ExplainCode(separated[i], &explanations)) {
@@ -86,11 +97,18 @@ std::optional<std::vector<Explanation>> Explain(const std::vector<std::string>& 
 
 std::vector<Explanation> ExplainAll() {
   std::vector<Explanation> explanations;
-  for (const refhost::Message& message : refhost::AllMessages()) explanations.push_back(Of(message));
-  for (const refhost::Detail& detail : refhost::AllDetails())
+  for (const refhost::Message& message : refhost::AllMessages()) {
+    explanations.push_back(Of(message));
+  }
+  for (const refhost::Detail& detail : refhost::AllDetails()) {
     explanations.push_back(Of(refhost::DetailPart{&detail, 1}));
-  for (const NumberText& text : ExitCodeTexts()) explanations.push_back(Of("exit", text));
-  for (const NumberText& text : ResultTexts()) explanations.push_back(Of("result", text));
+  }
+  for (const NumberText& text : ExitCodeTexts()) {
+    explanations.push_back(Of("exit", text));
+  }
+  for (const NumberText& text : ResultTexts()) {
+    explanations.push_back(Of("result", text));
+  }
   return explanations;
 }
 

@@ -29,16 +29,17 @@ struct NumberText {
 };
 
 // Every exit code of orvhost, and every result of a plug-in's operations and of the host's command service, ascending.
-std::span<const NumberText> ExitCodeTexts();
-std::span<const NumberText> ResultTexts();
+[[nodiscard]] std::span<const NumberText> ExitCodeTexts();
+[[nodiscard]] std::span<const NumberText> ResultTexts();
 
 // Explains codes as they stand on a command line: an identifier, a detail code also of several codes run together, or
 // "exit" or "result" followed by a number, in one word or in two. Letters count in either case. Nothing, with the first
 // word that is no code in `*unknown`, when there is one.
-std::optional<std::vector<Explanation>> Explain(const std::vector<std::string>& words, std::string* unknown);
+[[nodiscard]] std::optional<std::vector<Explanation>> Explain(const std::vector<std::string>& words,
+                                                              std::string* unknown);
 
 // Everything that can be explained: messages, details, exit codes, results.
-std::vector<Explanation> ExplainAll();
+[[nodiscard]] std::vector<Explanation> ExplainAll();
 
 }  // namespace orvhost
 

@@ -9,6 +9,7 @@
 #include "orvhost/run/run_lock.h"
 
 namespace orvhost {
+
 namespace {
 
 using Row = std::array<std::string, 7>;
@@ -48,15 +49,19 @@ Row Told(const RecordedRun& run, bool isAtWork) {
 
 // Columns as wide as their widest text, two blanks apart.
 std::string Table(const std::vector<Row>& rows) {
-  constexpr size_t kColumns = 6;  // the id tells the time already
-  std::array<size_t, kColumns> widths{};
+  constexpr std::size_t kColumns = 6;  // the id tells the time already
+  std::array<std::size_t, kColumns> widths{};
   for (const Row& row : rows) {
-    for (size_t i = 0; i < kColumns; ++i) widths[i] = std::max(widths[i], row[i].size());
+    for (std::size_t i = 0; i < kColumns; ++i) {
+      widths[i] = std::max(widths[i], row[i].size());
+    }
   }
   std::string text;
   for (const Row& row : rows) {
     std::string line;
-    for (size_t i = 0; i < kColumns; ++i) line += row[i] + std::string(widths[i] + 2 - row[i].size(), ' ');
+    for (std::size_t i = 0; i < kColumns; ++i) {
+      line += row[i] + std::string(widths[i] + 2 - row[i].size(), ' ');
+    }
     text += line.substr(0, line.find_last_not_of(' ') + 1) + "\n";
   }
   text.pop_back();
@@ -90,7 +95,9 @@ Outcome History(const Run& run) {
   }
   outcome.verdict = rows.size() > 1 ? "listed" : "no-runs";
   outcome.summary = rows.size() > 1 ? Table(rows) : "No run has left a journal in " + folder + ".";
-  for (const std::string& notice : outcome.notices) run.console.Notice(notice);
+  for (const std::string& notice : outcome.notices) {
+    run.console.Notice(notice);
+  }
   return outcome;
 }
 

@@ -4,15 +4,20 @@
 #include "orvhost/commands/status_words.h"
 
 namespace orvhost {
+
 namespace {
 
 Outcome Identify(const Run& run) {
   Outcome outcome;
   EnterPhase(run, &outcome, "plug-in");
   const std::unique_ptr<Session> session = OpenSession(run, DamagedRecords::kKeepAside, &outcome);
-  if (!session) return outcome;
+  if (!session) {
+    return outcome;
+  }
   EnterPhase(run, &outcome, "prerequisites");
-  if (!HasPrerequisites(run, *session, &outcome)) return outcome;
+  if (!HasPrerequisites(run, *session, &outcome)) {
+    return outcome;
+  }
   EnterPhase(run, &outcome, "identify");
   const CManageModuleInfo device = session->Vendor().GetDeviceInfo();
   outcome.facts = {{"Device", device.operating.deviceName}, {"Server type", CCommon_Information::GetServerType("bmc")}};
@@ -21,7 +26,9 @@ Outcome Identify(const Run& run) {
   outcome.facts.insert(outcome.facts.end(), extended.begin(), extended.end());
   outcome.facts.emplace_back("Recorded version", device.operating.moduleVersion);
   outcome.facts.emplace_back("Last update", InWords(session->Firmware().GetUpdateStatus()));
-  if (!ReadRunningVersion(run, *session, &outcome)) return outcome;
+  if (!ReadRunningVersion(run, *session, &outcome)) {
+    return outcome;
+  }
   outcome.verdict = "identified";
   outcome.after = outcome.before;
   outcome.summary = "The BMC runs firmware version " + outcome.before + ".";

@@ -5,6 +5,7 @@
 #include "orvhost/commands/shutdown.h"
 
 namespace orvhost {
+
 namespace {
 
 void RunMethod(const Run& run, const Session& session, Outcome* outcome) {
@@ -34,10 +35,14 @@ Outcome Methods(const Run& run) {
   Outcome outcome;
   outcome.facts = {{"Method", run.options.methodName}};
   EnterPhase(run, &outcome, "confirm");
-  if (run.options.methodName == kRebootMethod && !run.options.dryRun && !MayHalt(run, &outcome)) return outcome;
+  if (run.options.methodName == kRebootMethod && !run.options.dryRun && !MayHalt(run, &outcome)) {
+    return outcome;
+  }
   EnterPhase(run, &outcome, "plug-in");
   const std::unique_ptr<Session> session = OpenSession(run, DamagedRecordsOf(run.options), &outcome);
-  if (!session) return outcome;
+  if (!session) {
+    return outcome;
+  }
   EnterPhase(run, &outcome, "method");
   if (run.options.dryRun) {
     EndDryRun(WhatWouldBe(run.options.methodName), &outcome);

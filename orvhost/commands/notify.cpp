@@ -6,6 +6,7 @@
 #include "orvhost/trace/send_watch.h"
 
 namespace orvhost {
+
 namespace {
 
 using State = SendResult::State;
@@ -14,7 +15,7 @@ constexpr const char* kSendMethod = "SendInfoToSVP";
 
 long Count(const SendWatch& seen, State state) {
   const auto& results = seen.Results();
-  return std::count_if(results.begin(), results.end(), [state](const SendResult& r) { return r.state == state; });
+  return std::ranges::count_if(results, [state](const SendResult& r) { return r.state == state; });
 }
 
 void Conclude(const SendWatch& seen, Outcome* outcome) {
@@ -57,9 +58,13 @@ Outcome Notify(const Run& run) {
   Outcome outcome;
   EnterPhase(run, &outcome, "plug-in");
   const std::unique_ptr<Session> session = OpenSession(run, DamagedRecordsOf(run.options), &outcome);
-  if (!session) return outcome;
+  if (!session) {
+    return outcome;
+  }
   EnterPhase(run, &outcome, "prerequisites");
-  if (!HasPrerequisites(run, *session, &outcome)) return outcome;
+  if (!HasPrerequisites(run, *session, &outcome)) {
+    return outcome;
+  }
   EnterPhase(run, &outcome, "send");
   if (run.options.dryRun) {
     EndDryRun(

@@ -6,13 +6,18 @@
 #include "orvhost/commands/steps.h"
 
 namespace orvhost {
+
 namespace {
 
 constexpr const char* kMalformedMessage = "MSGID_BMC_0008_F";  // its detail tells which version is malformed
 
 std::string WhichIsMalformed(const std::string& detail) {
-  if (detail == "09") return "the running version is";
-  if (detail == "0A") return "the package's version is";
+  if (detail == "09") {
+    return "the running version is";
+  }
+  if (detail == "0A") {
+    return "the package's version is";
+  }
   return "one of them is";
 }
 
@@ -41,11 +46,17 @@ bool PackageCheck::Go() {
 Comparison PackageCheck::Compare() const {
   const std::string& running = outcome_->before;
   const std::string& offered = manifest_.version;
-  if (offered == running) return {"same", "The package is the same: the BMC already runs version " + running + "."};
+  if (offered == running) {
+    return {"same", "The package is the same: the BMC already runs version " + running + "."};
+  }
   const std::string both = "it holds version " + offered + ", and the BMC runs " + running + ".";
   const int direction = session_->Firmware().CheckVendorVersion(running, offered);
-  if (direction > 0) return {"newer", "The package is newer: " + both};
-  if (direction < 0) return {"older", "The package is older: " + both};
+  if (direction > 0) {
+    return {"newer", "The package is newer: " + both};
+  }
+  if (direction < 0) {
+    return {"older", "The package is older: " + both};
+  }
   // The plug-in answers the same for versions that it cannot compare, but then it records why.
   if (run_.watch.LastMessageId() == kMalformedMessage) {
     return {"not-comparable", "The package cannot be compared, because " + WhichIsMalformed(run_.watch.LastDetail()) +
@@ -84,9 +95,13 @@ bool PackageCheck::CheckServerType() {
     return false;
   }
   outcome_->facts.emplace_back("Server type", serverType);
-  if (refhost::IsMadeFor(manifest_, serverType)) return true;
+  if (refhost::IsMadeFor(manifest_, serverType)) {
+    return true;
+  }
   std::string types;
-  for (const std::string& type : manifest_.serverTypes) types += (types.empty() ? "" : ", ") + type;
+  for (const std::string& type : manifest_.serverTypes) {
+    types += (types.empty() ? "" : ", ") + type;
+  }
   return DoesNotFit("The package is made for " + types + ", and this machine is " + serverType + ".");
 }
 
@@ -95,7 +110,9 @@ bool PackageCheck::CheckFit() {
   const FitWatch& seen = *watch;
   run_.trace.Add(std::move(watch));
   CManageRepositoryInfo repository{kModuleId, manifest_.name, kModuleKind, "", manifest_.version, manifest_.model};
-  if (!session_->Vendor().CheckUpdateConditionByDevicevendor(kModuleKind, &repository)) return true;
+  if (!session_->Vendor().CheckUpdateConditionByDevicevendor(kModuleKind, &repository)) {
+    return true;
+  }
   // The plug-in answers the same for a BMC that it cannot ask; then asking again tells which of the two it was.
   return ReadRunningVersion(run_, *session_, outcome_) && RefusedByPlugin(seen);
 }
@@ -120,7 +137,9 @@ bool PackageCheck::RefusedByPlugin(const FitWatch& seen) {
 }
 
 bool PackageCheck::ReadVersion() {
-  if (!ReadRunningVersion(run_, *session_, outcome_)) return false;
+  if (!ReadRunningVersion(run_, *session_, outcome_)) {
+    return false;
+  }
   run_.console.Say("Running", outcome_->before);
   return true;
 }

@@ -25,24 +25,24 @@ class PackageCheck {
 
   // Takes every step up to reading the running version, which is then in `before` of the outcome. False when the
   // package is not for this machine or a step failed; the outcome is then complete.
-  bool Go();
+  [[nodiscard]] bool Go();
 
   // Only after Go() answered true. The plug-in compares, but the same text is the same version whatever its form.
-  Comparison Compare() const;
-  const Session& OpenedSession() const { return *session_; }
+  [[nodiscard]] Comparison Compare() const;
+  [[nodiscard]] const Session& OpenedSession() const { return *session_; }
 
-  const std::string& PackagePath() const { return packagePath_; }
-  const refhost::PackageManifest& Manifest() const { return manifest_; }
+  [[nodiscard]] const std::string& PackagePath() const { return packagePath_; }
+  [[nodiscard]] const refhost::PackageManifest& Manifest() const { return manifest_; }
 
  private:
-  bool ReadPackage();
-  bool LoadPlugin();
-  bool CheckPrerequisites();
-  bool CheckServerType();
-  bool CheckFit();
-  bool RefusedByPlugin(const FitWatch& seen);
-  bool ReadVersion();
-  bool DoesNotFit(const std::string& cause, const std::string& nextStep = kOtherPackage);
+  [[nodiscard]] bool ReadPackage();
+  [[nodiscard]] bool LoadPlugin();
+  [[nodiscard]] bool CheckPrerequisites();
+  [[nodiscard]] bool CheckServerType();
+  [[nodiscard]] bool CheckFit();
+  [[nodiscard]] bool RefusedByPlugin(const FitWatch& seen);
+  [[nodiscard]] bool ReadVersion();
+  [[nodiscard]] bool DoesNotFit(const std::string& cause, const std::string& nextStep = kOtherPackage);
 
   static constexpr const char* kOtherPackage = "Get the package that is made for this machine.";
 

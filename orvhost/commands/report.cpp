@@ -8,6 +8,7 @@
 #include "orvhost/commands/report_file.h"
 
 namespace orvhost {
+
 namespace {
 
 constexpr int kNoReport = 2048;                              // this server has none
@@ -18,9 +19,15 @@ constexpr const char* kFileDetail = "27";
 std::string FindFolder(const Run& run, Outcome* outcome) {
   std::error_code error;
   const std::filesystem::path folder = std::filesystem::canonical(run.options.outFolder, error);
-  if (!error && !is_directory(folder, error) && !error) error = std::make_error_code(std::errc::not_a_directory);
-  if (!error && access(folder.c_str(), W_OK | X_OK) != 0) error = {errno, std::generic_category()};
-  if (!error) return (folder / "").string();
+  if (!error && !is_directory(folder, error) && !error) {
+    error = std::make_error_code(std::errc::not_a_directory);
+  }
+  if (!error && access(folder.c_str(), W_OK | X_OK) != 0) {
+    error = {errno, std::generic_category()};
+  }
+  if (!error) {
+    return (folder / "").string();
+  }
   Fail(run, outcome, ExitCode::kUsage, "folder-unusable",
        "The report cannot be written to the folder " + run.options.outFolder + ": " + error.message() + ".",
        "Give another folder with --out, or make this one usable.");
@@ -48,7 +55,9 @@ bool Write(const Run& run, const Session& session, const std::string& folder, Ou
   }
   const int result = vendor.ExecOutputDeviceConfigInfo(folder, nullptr);
   vendor.EndOutputDeviceConfigInfo(folder, nullptr);
-  if (result == 0) return true;
+  if (result == 0) {
+    return true;
+  }
   if (result == kNoReport) {
     Fail(run, outcome, ExitCode::kDoesNotFit, "no-report",
          "There is no report for a server of the type " + CCommon_Information::GetServerType("bmc") + ".",
@@ -70,7 +79,9 @@ void Tell(const Run& run, const std::string& path, Outcome* outcome) {
   outcome->verdict = "reported";
   outcome->summary = "The report is in " + path + ".";
   // What reads a text that goes elsewhere than to a terminal needs no more than the place.
-  if (!run.options.json && !run.console.IsTerminal()) return;
+  if (!run.options.json && !run.console.IsTerminal()) {
+    return;
+  }
   outcome->facts = {{"File", path}};
   outcome->facts.insert(outcome->facts.end(), items.begin(), items.end());
 }
@@ -79,20 +90,30 @@ Outcome Report(const Run& run) {
   Outcome outcome;
   EnterPhase(run, &outcome, "folder");
   const std::string folder = FindFolder(run, &outcome);
-  if (folder.empty()) return outcome;
+  if (folder.empty()) {
+    return outcome;
+  }
   EnterPhase(run, &outcome, "plug-in");
   const std::unique_ptr<Session> session = OpenSession(run, DamagedRecords::kKeepAside, &outcome);
-  if (!session) return outcome;
+  if (!session) {
+    return outcome;
+  }
   EnterPhase(run, &outcome, "prerequisites");
-  if (!HasPrerequisites(run, *session, &outcome)) return outcome;
+  if (!HasPrerequisites(run, *session, &outcome)) {
+    return outcome;
+  }
   EnterPhase(run, &outcome, "report");
-  if (Write(run, *session, folder, &outcome)) Tell(run, folder + kReportFileName, &outcome);
+  if (Write(run, *session, folder, &outcome)) {
+    Tell(run, folder + kReportFileName, &outcome);
+  }
   return outcome;
 }
 
 // What a script passes whose variable is not set: no name, or with "--out=" the option behind it.
 std::string RefuseNoName(const std::string& folder) {
-  if (!folder.empty() && folder.front() != '-') return "";
+  if (!folder.empty() && folder.front() != '-') {
+    return "";
+  }
   return "the folder has no name (./NAME for one that begins with a dash)";
 }
 

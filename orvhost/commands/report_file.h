@@ -13,8 +13,8 @@ inline constexpr const char* kReportFileName = "Kestrel_BmcConfigInfo.xml";
 
 // Name and value of every item of the report at `path`, in the order of the document. False, with the reason in
 // `*error`, when the file cannot be read or is no report.
-bool ReadReportFile(const std::string& path, std::vector<std::pair<std::string, std::string>>* items,
-                    std::string* error);
+[[nodiscard]] bool ReadReportFile(const std::string& path, std::vector<std::pair<std::string, std::string>>* items,
+                                  std::string* error);
 
 }  // namespace orvhost
 

@@ -6,11 +6,14 @@
 #include "orvhost/journal/story.h"
 
 namespace orvhost {
+
 namespace {
 
 std::string AsText(const std::vector<StoryLine>& story) {
   std::string text;
-  for (const StoryLine& line : story) text += "\n" + line.seconds + "  " + line.text;
+  for (const StoryLine& line : story) {
+    text += "\n" + line.seconds + "  " + line.text;
+  }
   return text;
 }
 
@@ -27,7 +30,9 @@ Outcome Show(const Run& run) {
   const RecordedRun recorded = ReadRun(folder, *id);
   outcome.verdict = "told";
   outcome.notices = Damage(recorded);
-  for (const std::string& notice : outcome.notices) run.console.Notice(notice);
+  for (const std::string& notice : outcome.notices) {
+    run.console.Notice(notice);
+  }
   const auto story = TellStory(recorded);
   outcome.listing.name = "timeline";
   for (const StoryLine& line : story) {

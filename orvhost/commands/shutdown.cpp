@@ -3,8 +3,12 @@
 namespace orvhost {
 
 bool MayHalt(const Run& run, Outcome* outcome) {
-  if (run.options.yes) return true;
-  if (run.console.CanAsk() && run.console.Ask("This halts the machine now. Go on?")) return true;
+  if (run.options.yes) {
+    return true;
+  }
+  if (run.console.CanAsk() && run.console.Ask("This halts the machine now. Go on?")) {
+    return true;
+  }
   Fail(run, outcome, ExitCode::kUsage, "not-confirmed", "This halts the machine, so it must be confirmed.",
        "Run the same command again with --yes when the machine may go down.");
   return false;

@@ -8,7 +8,7 @@ namespace orvhost {
 
 // True when the machine may be halted: --yes was given, or somebody at the terminal agrees. Otherwise false with the
 // refusal in `*outcome`.
-bool MayHalt(const Run& run, Outcome* outcome);
+[[nodiscard]] bool MayHalt(const Run& run, Outcome* outcome);
 
 // Runs the vendor method and completes `*outcome`.
 void PutIntoOperation(const Run& run, const Session& session, Outcome* outcome);

@@ -7,7 +7,7 @@
 namespace orvhost {
 
 // `updateStatus` is one of module_state.h.
-std::string InWords(int updateStatus);
+[[nodiscard]] std::string InWords(int updateStatus);
 
 }  // namespace orvhost
 

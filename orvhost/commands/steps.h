@@ -15,11 +15,13 @@ struct Step {
 };
 
 // Takes the steps in order until one answers false; true when none did.
-template <typename Road, size_t size>
-bool TakeSteps(const Run& run, Road* road, const std::array<Step<Road>, size>& steps, Outcome* outcome) {
+template <typename Road, std::size_t size>
+[[nodiscard]] bool TakeSteps(const Run& run, Road* road, const std::array<Step<Road>, size>& steps, Outcome* outcome) {
   for (const auto& step : steps) {
     EnterPhase(run, outcome, step.phase);
-    if (!(road->*step.take)()) return false;
+    if (!(road->*step.take)()) {
+      return false;
+    }
   }
   return true;
 }

@@ -8,6 +8,7 @@
 #include "refhost/module_state.h"
 
 namespace orvhost {
+
 namespace {
 
 constexpr int kDone = 0;
@@ -57,7 +58,9 @@ Outcome UpdateRoad::Go() {
                                                     {"prepare", &UpdateRoad::Prepare},
                                                     {"write", &UpdateRoad::Write},
                                                     {"record", &UpdateRoad::Record}}};
-  if (!check_.Go() || !TakeSteps(run_, this, kSteps, &outcome_)) return outcome_;
+  if (!check_.Go() || !TakeSteps(run_, this, kSteps, &outcome_)) {
+    return outcome_;
+  }
   outcome_.verdict = result_ == kDoneAfterTimeout ? "updated-after-time-out" : "updated";
   outcome_.changed = true;
   outcome_.flashTouched = run_.watch.FlashBegan();
@@ -73,7 +76,9 @@ Outcome UpdateRoad::Go() {
 // Ends a dry run too: up to here nothing is changed.
 bool UpdateRoad::FindSomethingToDo() {
   if (outcome_.before != Version()) {
-    if (!run_.options.dryRun) return true;
+    if (!run_.options.dryRun) {
+      return true;
+    }
     EndDryRun(check_.Compare().sentence + " \"orvhost update\" would write version " + Version() +
                   " and record it, which takes minutes; the BMC would go on running " + outcome_.before +
                   " until \"orvhost apply\".",
@@ -104,7 +109,9 @@ bool UpdateRoad::Register() {
 }
 
 bool UpdateRoad::Prepare() {
-  if (check_.OpenedSession().Vendor().ExecutePreUpdate(kModuleKind, false) == 0) return true;
+  if (check_.OpenedSession().Vendor().ExecutePreUpdate(kModuleKind, false) == 0) {
+    return true;
+  }
   Fail(run_, &outcome_, FailedExitCode(run_), "not-prepared", "The plug-in refused to start the update.",
        "Mend what the evidence names, then run the same command again.");
   return false;
@@ -114,7 +121,9 @@ bool UpdateRoad::Write() {
   run_.console.Say("Writing", Version() + "; this takes minutes, keep the machine powered");
   const UninterruptedSection section;
   result_ = check_.OpenedSession().Vendor().ExecuteUpdate(kModuleKind, false);
-  if (result_ == kDone || result_ == kDoneAfterTimeout) return true;
+  if (result_ == kDone || result_ == kDoneAfterTimeout) {
+    return true;
+  }
   const bool begun = run_.watch.FlashBegan();
   Fail(run_, &outcome_, FailedExitCode(run_), "update-failed",
        begun ? "The update failed after writing the firmware had begun."
@@ -125,7 +134,9 @@ bool UpdateRoad::Write() {
 }
 
 bool UpdateRoad::Record() {
-  if (check_.OpenedSession().Firmware().ApplyUpdatesRepository() == 0) return true;
+  if (check_.OpenedSession().Firmware().ApplyUpdatesRepository() == 0) {
+    return true;
+  }
   Fail(run_, &outcome_, FailedExitCode(run_), "not-recorded",
        "Firmware version " + Version() + " is written, but the host could not keep its records.",
        "Make sure that " + refhost::ModuleStateFolder() + " can be written, then run the same command again.");

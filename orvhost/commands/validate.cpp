@@ -9,6 +9,7 @@
 #include "orvhost/validation/validation.h"
 
 namespace orvhost {
+
 namespace {
 
 namespace fs = std::filesystem;
@@ -18,7 +19,9 @@ class ScratchFolder {
  public:
   ScratchFolder() {
     std::string name = (fs::temp_directory_path() / "orvhost-validate-XXXXXX").string();
-    if (mkdtemp(name.data()) == nullptr) throw fs::filesystem_error("no scratch folder", name, std::error_code());
+    if (mkdtemp(name.data()) == nullptr) {
+      throw fs::filesystem_error("no scratch folder", name, std::error_code());
+    }
     path_ = name;
   }
   ScratchFolder(const ScratchFolder&) = delete;
@@ -53,19 +56,23 @@ class Validation {
 
   void Go() {
     for (const auto checks : {FileChecks(), ObjectChecks()}) {
-      for (const ValidationCheck& check : checks) Take(check, ResultOf(check));
+      for (const ValidationCheck& check : checks) {
+        Take(check, ResultOf(check));
+      }
     }
   }
 
   const std::string& Table() const { return table_; }
   const Listing& Entries() const { return listing_; }
   const std::vector<std::string>& Failed() const { return failed_; }
-  size_t Count() const { return listing_.entries.size(); }
+  std::size_t Count() const { return listing_.entries.size(); }
 
  private:
   CheckResult ResultOf(const ValidationCheck& check) const {
     for (const std::string& needed : check.needs) {
-      if (results_.at(needed) != Status::kPass) return CheckResult::Skip("it needs \"" + needed + "\"");
+      if (results_.at(needed) != Status::kPass) {
+        return CheckResult::Skip("it needs \"" + needed + "\"");
+      }
     }
     const ScratchFolder folder;
     const Candidate candidate{pluginPath_, folder.Path()};
@@ -73,16 +80,20 @@ class Validation {
   }
 
   void Take(const ValidationCheck& check, const CheckResult& result) {
-    constexpr size_t kNameWidth = 14;  // of "unknown-method"
+    constexpr std::size_t kNameWidth = 14;  // of "unknown-method"
     results_[check.name] = result.status;
-    if (result.status == Status::kFail) failed_.push_back(check.name);
+    if (result.status == Status::kFail) {
+      failed_.push_back(check.name);
+    }
     listing_.entries.push_back({{"name", check.name},
                                 {"description", check.description},
                                 {"result", InWord(result.status)},
                                 {"reason", result.reason}});
     const std::string padding(kNameWidth - std::min(kNameWidth, check.name.size()) + 2, ' ');
     table_ += std::string(InWord(result.status)) + "  " + check.name + padding + check.description + "\n";
-    if (!result.reason.empty()) table_ += std::string(6 + kNameWidth + 2, ' ') + "-> " + result.reason + "\n";
+    if (!result.reason.empty()) {
+      table_ += std::string(6 + kNameWidth + 2, ' ') + "-> " + result.reason + "\n";
+    }
   }
 
   std::string pluginPath_;
@@ -107,7 +118,9 @@ Outcome Validate(const Run& run) {
     return outcome;
   }
   std::string names;
-  for (const std::string& name : validation.Failed()) names += (names.empty() ? "" : ", ") + name;
+  for (const std::string& name : validation.Failed()) {
+    names += (names.empty() ? "" : ", ") + name;
+  }
   Fail(run, &outcome, ExitCode::kPluginUnusable, "not-valid",
        "The plug-in " + run.options.pluginPath + " fails of " + std::to_string(validation.Count()) +
            " checks these: " + names + ".",

@@ -2,6 +2,7 @@
 #include "orvhost/commands/commands.h"
 
 namespace orvhost {
+
 namespace {
 
 constexpr const char* kMismatchMessage = "MSGID_BMC_0015_F";  // carries the running version
@@ -24,7 +25,9 @@ Outcome Verify(const Run& run) {
   Outcome outcome;
   EnterPhase(run, &outcome, "plug-in");
   const std::unique_ptr<Session> session = OpenSession(run, DamagedRecords::kKeepAside, &outcome);
-  if (!session) return outcome;
+  if (!session) {
+    return outcome;
+  }
   EnterPhase(run, &outcome, "verify");
   const std::string recorded = session->Firmware().GetOperatingModuleInfo().moduleVersion;
   if (recorded.empty()) {

@@ -4,6 +4,7 @@
 #include <nlohmann/json.hpp>
 
 namespace orvhost {
+
 namespace {
 
 using nlohmann::ordered_json;
@@ -22,14 +23,18 @@ ordered_json ToJson(const Failure& failure) {
 
 ordered_json ToJson(const std::vector<std::pair<std::string, std::string>>& items) {
   ordered_json object = ordered_json::object();
-  for (const auto& [name, value] : items) object[name] = value;
+  for (const auto& [name, value] : items) {
+    object[name] = value;
+  }
   return object;
 }
 
 // "  name:     value" with the values of a block below each other.
-void AppendItem(std::string* text, const std::string& name, const std::string& value, size_t width) {
-  if (value.empty()) return;
-  const size_t padding = std::max(width, name.size()) - name.size();
+void AppendItem(std::string* text, const std::string& name, const std::string& value, std::size_t width) {
+  if (value.empty()) {
+    return;
+  }
+  const std::size_t padding = std::max(width, name.size()) - name.size();
   *text += "  " + name + ": " + std::string(padding, ' ') + value + "\n";
 }
 
@@ -52,29 +57,41 @@ std::string ToJson(const Outcome& outcome) {
                            {"error", outcome.failure ? ToJson(*outcome.failure) : ordered_json()}};
   if (!outcome.listing.name.empty()) {
     ordered_json& list = document[outcome.listing.name] = ordered_json::array();
-    for (const auto& entry : outcome.listing.entries) list.push_back(ToJson(entry));
+    for (const auto& entry : outcome.listing.entries) {
+      list.push_back(ToJson(entry));
+    }
   }
   return document.dump(-1, ' ', false, ordered_json::error_handler_t::replace) + "\n";
 }
 
 std::string ToText(const Outcome& outcome) {
-  size_t width = 0;
-  for (const auto& fact : outcome.facts) width = std::max(width, fact.first.size());
+  std::size_t width = 0;
+  for (const auto& fact : outcome.facts) {
+    width = std::max(width, fact.first.size());
+  }
   std::string text = outcome.summary + "\n";
-  for (const auto& [name, value] : outcome.facts) AppendItem(&text, name, value.empty() ? "(none)" : value, width);
+  for (const auto& [name, value] : outcome.facts) {
+    AppendItem(&text, name, value.empty() ? "(none)" : value, width);
+  }
   return text;
 }
 
 std::string ToErrorText(const Outcome& outcome) {
-  constexpr size_t kWidth = 15;  // of "completion code"
+  constexpr std::size_t kWidth = 15;  // of "completion code"
   const Failure failure = outcome.failure.value_or(Failure{});
   std::string text = "orvhost" + (outcome.command.empty() ? "" : " " + outcome.command) + ": " + failure.cause + "\n";
-  for (const std::string& record : failure.evidence.records) AppendItem(&text, "record", record, kWidth);
-  for (const std::string& line : failure.evidence.trace) AppendItem(&text, "trace", line, kWidth);
+  for (const std::string& record : failure.evidence.records) {
+    AppendItem(&text, "record", record, kWidth);
+  }
+  for (const std::string& line : failure.evidence.trace) {
+    AppendItem(&text, "trace", line, kWidth);
+  }
   AppendItem(&text, "command", failure.evidence.command, kWidth);
   AppendItem(&text, "completion code", failure.evidence.completionCode, kWidth);
   const bool workBegan = outcome.exitCode != ExitCode::kUsage;
-  if (workBegan) AppendItem(&text, "flash", outcome.flashTouched ? "writing it had begun" : "not touched", kWidth);
+  if (workBegan) {
+    AppendItem(&text, "flash", outcome.flashTouched ? "writing it had begun" : "not touched", kWidth);
+  }
   AppendItem(&text, "next step", failure.nextStep, kWidth);
   return text;
 }

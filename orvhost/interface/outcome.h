@@ -63,13 +63,13 @@ struct Outcome {
 };
 
 // One JSON object on one line, with its line end. Bytes that are not UTF-8 are replaced.
-std::string ToJson(const Outcome& outcome);
+[[nodiscard]] std::string ToJson(const Outcome& outcome);
 
 // Lines for people about a success.
-std::string ToText(const Outcome& outcome);
+[[nodiscard]] std::string ToText(const Outcome& outcome);
 
 // Lines for people about a failure: cause, evidence, whether the flash was touched, next safe step.
-std::string ToErrorText(const Outcome& outcome);
+[[nodiscard]] std::string ToErrorText(const Outcome& outcome);
 
 }  // namespace orvhost
 

@@ -5,6 +5,7 @@
 #include "host/DllCommon.h"
 
 namespace orvhost {
+
 namespace {
 
 constexpr const char* kShutDown =
@@ -16,10 +17,16 @@ constexpr const char* kApply = "Run \"orvhost apply\", and when the machine is u
 class ApplyWatch : public refhost::TraceSink {
  public:
   void Write(const refhost::TraceRecord& record) override {
-    if (record.level != CTraceUtility::TRACE_DBG_INFO) return;
+    if (record.level != CTraceUtility::TRACE_DBG_INFO) {
+      return;
+    }
     // The marker is deleted only when the BMC has confirmed the reboot flag.
-    if (record.text.starts_with("Delete ")) flagIsArmed_ = true;
-    if (record.text.starts_with("shutdown -")) shutdown_ = record.text;
+    if (record.text.starts_with("Delete ")) {
+      flagIsArmed_ = true;
+    }
+    if (record.text.starts_with("shutdown -")) {
+      shutdown_ = record.text;
+    }
   }
 
   bool FlagIsArmed() const { return flagIsArmed_ || IsHalting(); }
@@ -42,7 +49,9 @@ std::string EndOfFlashing(const RecordedRun& run, const std::string& commandLine
     } else if (entry.kind == "command_end" && !number.is_null() &&
                entry.fields.value("n", nlohmann::json()) == number) {
       end = entry.Text("result");
-      if (end == "exited" && entry.fields.value("exit_code", nlohmann::json()) != 0) end = "failed";
+      if (end == "exited" && entry.fields.value("exit_code", nlohmann::json()) != 0) {
+        end = "failed";
+      }
     }
   }
   return end;
@@ -104,8 +113,9 @@ Diagnosis OfWrittenUpdate(bool tookTooLong) {
   diagnosis.flash = tookTooLong ? "written, but its command was cut off at its time limit" : "written";
   diagnosis.bmc = "runs the firmware that it ran before; the image beside it waits for being put into operation";
   diagnosis.marker = "made";
-  if (tookTooLong)
+  if (tookTooLong) {
     diagnosis.unknown = "Whether the image in the BMC is whole; it refuses the reboot flag when it is not.";
+  }
   diagnosis.nextStep = kApply;
   return diagnosis;
 }
@@ -113,7 +123,9 @@ Diagnosis OfWrittenUpdate(bool tookTooLong) {
 Diagnosis OfUpdate(const Situation& situation) {
   TraceWatch watch;
   Replay(situation.run, &watch);
-  if (!watch.FlashBegan()) return OfUpdateBeforeTheFlash(situation);
+  if (!watch.FlashBegan()) {
+    return OfUpdateBeforeTheFlash(situation);
+  }
   const std::string end = EndOfFlashing(situation.run, watch.Gathered().command);
   const std::string verdict = situation.run.Told("verdict");
   const bool tookTooLong = end == "timed-out" || verdict == "updated-after-time-out";
@@ -139,12 +151,16 @@ Diagnosis OfApply(const Situation& situation) {
     diagnosis.verdict = watch.IsHalting() ? "going-down" : "armed";
     diagnosis.bmc = "had its reboot flag armed; it takes the written firmware when the machine is shut down";
     diagnosis.marker = watch.IsHalting() ? "deleted" : "unknown";
-    if (!watch.IsHalting()) diagnosis.unknown = "Whether the update marker was deleted.";
+    if (!watch.IsHalting()) {
+      diagnosis.unknown = "Whether the update marker was deleted.";
+    }
   } else {
     diagnosis.verdict = "apply-incomplete";
     diagnosis.bmc = "runs the firmware that it ran before; the journal does not prove its reboot flag";
     diagnosis.marker = "kept";
-    if (situation.run.Outcome() == nullptr) diagnosis.unknown = "Whether the reboot flag is armed.";
+    if (situation.run.Outcome() == nullptr) {
+      diagnosis.unknown = "Whether the reboot flag is armed.";
+    }
   }
   if (restarted) {
     diagnosis.unknown = "Which firmware the BMC runs since the machine was started anew.";

@@ -31,7 +31,7 @@ struct Diagnosis {
   std::string nextStep;  // the one that is safe
 };
 
-Diagnosis Diagnose(const Situation& situation);
+[[nodiscard]] Diagnosis Diagnose(const Situation& situation);
 
 }  // namespace orvhost
 

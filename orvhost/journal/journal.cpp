@@ -16,6 +16,7 @@
 #include "posix/last_error.h"
 
 namespace orvhost {
+
 namespace {
 
 using nlohmann::ordered_json;
@@ -37,17 +38,23 @@ ordered_json ToJson(const Options& options) {
 
 // The file that the command's output goes to; "" when it is not kept. A plug-in redirects by the line itself.
 std::string OutputFileOf(const refhost::CommandRequest& request) {
-  if (!request.outputFile.empty()) return std::string(request.outputFile);
+  if (!request.outputFile.empty()) {
+    return std::string(request.outputFile);
+  }
   constexpr std::string_view kRedirection = "> \"";
-  const size_t start = request.line.rfind(kRedirection);
-  if (start == std::string_view::npos || request.line.back() != '"') return "";
-  const size_t name = start + kRedirection.size();
+  const std::size_t start = request.line.rfind(kRedirection);
+  if (start == std::string_view::npos || request.line.back() != '"') {
+    return "";
+  }
+  const std::size_t name = start + kRedirection.size();
   return name < request.line.size() ? std::string(request.line.substr(name, request.line.size() - name - 1)) : "";
 }
 
 const char* InWords(const refhost::CommandResult& result) {
   constexpr int kTimedOut = 255;
-  if (result.result == kTimedOut) return "timed-out";
+  if (result.result == kTimedOut) {
+    return "timed-out";
+  }
   return result.result == 0 ? "exited" : "not-run";
 }
 
@@ -73,9 +80,13 @@ bool Journal::Begin(const std::string& runId, const std::string& command, const 
                                                      {"pid", pid_},
                                                      {"boot_id", posix::BootId()}},
                                                     Durable::kYes);
-  if (begun) return true;
+  if (begun) {
+    return true;
+  }
   *error = "the journal " + path + " cannot be written: " + posix::LastError();
-  if (file_.IsOpen()) unlink(path.c_str());
+  if (file_.IsOpen()) {
+    unlink(path.c_str());
+  }
   file_.Close();
   return false;
 }
@@ -83,7 +94,9 @@ bool Journal::Begin(const std::string& runId, const std::string& command, const 
 bool Journal::Create(const std::string& folder, const std::string& path) {
   std::error_code failure;
   const bool made = std::filesystem::create_directories(folder, failure);
-  if (made) SyncFolder(folder + "/..");
+  if (made) {
+    SyncFolder(folder + "/..");
+  }
   DropOldRuns(folder);
   file_ = posix::FileDescriptor(open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_EXCL | O_CLOEXEC, kFileMode));
   return file_.IsOpen() && SyncFolder(folder);
@@ -130,7 +143,9 @@ void Journal::Ended(const refhost::CommandRequest& request, const refhost::Comma
           {"result", InWords(result)},
           {"exit_code", result.result == 0 ? ordered_json(result.exitStatus) : ordered_json()}},
          Durable::kNo);
-  if (!file_.IsOpen()) return;
+  if (!file_.IsOpen()) {
+    return;
+  }
   if (request.wantsFirstLine) {
     const std::string text(result.output.substr(0, kLongestResponse));
     Append("response", {{"n", number}, {"text", text}, {"cut", text.size() < result.output.size()}}, Durable::kNo);
@@ -142,14 +157,19 @@ void Journal::Ended(const refhost::CommandRequest& request, const refhost::Comma
 void Journal::KeepResponse(int number, const std::string& path) {
   const posix::FileDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
   struct stat status {};
-  if (!file.IsOpen() || fstat(file.Get(), &status) != 0 || !S_ISREG(status.st_mode)) return;
+  if (!file.IsOpen() || fstat(file.Get(), &status) != 0 || !S_ISREG(status.st_mode)) {
+    return;
+  }
   std::array<char, kLongestResponse> buffer{};
   const ssize_t size = pread(file.Get(), buffer.data(), buffer.size(), 0);
-  if (size < 0) return;
-  Append(
-      "response",
-      {{"n", number}, {"text", std::string(buffer.data(), static_cast<size_t>(size))}, {"cut", status.st_size > size}},
-      Durable::kNo);
+  if (size < 0) {
+    return;
+  }
+  Append("response",
+         {{"n", number},
+          {"text", std::string(buffer.data(), static_cast<std::size_t>(size))},
+          {"cut", status.st_size > size}},
+         Durable::kNo);
 }
 
 void Journal::End(const Outcome& outcome) {
@@ -158,20 +178,28 @@ void Journal::End(const Outcome& outcome) {
 }
 
 bool Journal::Append(const char* kind, const ordered_json& fields, Durable durable) {
-  if (!file_.IsOpen()) return false;
+  if (!file_.IsOpen()) {
+    return false;
+  }
   const std::chrono::duration<double> since = std::chrono::steady_clock::now() - start_;
   ordered_json line = {{"t", refhost::UtcNow()}, {"s", std::round(since.count() * 1e6) / 1e6}, {"kind", kind}};
-  if (const int pid = getpid(); pid != pid_) line["child"] = pid;  // a child of the plug-in's own
+  if (const int pid = getpid(); pid != pid_) {
+    line["child"] = pid;  // a child of the plug-in's own
+  }
   line.update(fields);
   std::string text = line.dump(-1, ' ', false, ordered_json::error_handler_t::replace) + "\n";
-  if (lineIsTorn_.exchange(false)) text.insert(0, "\n");
+  if (lineIsTorn_.exchange(false)) {
+    text.insert(0, "\n");
+  }
   if (posix::WriteAll(file_.Get(), text.data(), text.size()) &&
       (durable == Durable::kNo || fdatasync(file_.Get()) == 0)) {
     return true;
   }
   const int why = errno;
   lineIsTorn_ = true;
-  if (!hasFailed_.exchange(true) && tell_) tell_(posix::ErrorText(why));
+  if (!hasFailed_.exchange(true) && tell_) {
+    tell_(posix::ErrorText(why));
+  }
   errno = why;
   return false;
 }

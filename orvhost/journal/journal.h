@@ -23,7 +23,7 @@
 namespace orvhost {
 
 // A response of more bytes is cut.
-inline constexpr size_t kLongestResponse = 4096;
+inline constexpr std::size_t kLongestResponse = 4096;
 
 class Journal : public refhost::CommandObserver {
  public:
@@ -34,7 +34,8 @@ class Journal : public refhost::CommandObserver {
   void OnFailure(std::function<void(const std::string& reason)> tell) { tell_ = std::move(tell); }
 
   // Makes the file and its first line. False, with the reason in `*error`, when that fails; nothing is kept then.
-  bool Begin(const std::string& runId, const std::string& command, const Options& options, std::string* error);
+  [[nodiscard]] bool Begin(const std::string& runId, const std::string& command, const Options& options,
+                           std::string* error);
 
   void Phase(const std::string& name);
   void Notice(const std::string& sentence);
@@ -51,7 +52,7 @@ class Journal : public refhost::CommandObserver {
  private:
   enum class Durable { kNo, kYes };
 
-  bool Create(const std::string& folder, const std::string& path);
+  [[nodiscard]] bool Create(const std::string& folder, const std::string& path);
   bool Append(const char* kind, const nlohmann::ordered_json& fields, Durable durable);
   void KeepResponse(int number, const std::string& path);
 

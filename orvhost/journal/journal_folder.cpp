@@ -6,18 +6,23 @@
 #include <nlohmann/json.hpp>
 
 namespace orvhost {
+
 namespace {
 
 namespace fs = std::filesystem;
 
 constexpr const char* kSuffix = ".jsonl";
-constexpr size_t kNumberWidth = 8;
+constexpr std::size_t kNumberWidth = 8;
 
 bool IsRunId(const std::string& text) {
-  const auto digit = [&text](size_t at) { return text[at] >= '0' && text[at] <= '9'; };
-  if (text.size() <= kNumberWidth || text[kNumberWidth] != '-') return false;
-  for (size_t at = 0; at < kNumberWidth; ++at) {
-    if (!digit(at)) return false;
+  const auto digit = [&text](std::size_t at) { return text[at] >= '0' && text[at] <= '9'; };
+  if (text.size() <= kNumberWidth || text[kNumberWidth] != '-') {
+    return false;
+  }
+  for (std::size_t at = 0; at < kNumberWidth; ++at) {
+    if (!digit(at)) {
+      return false;
+    }
   }
   return true;
 }
@@ -26,7 +31,9 @@ bool CouldHaveChanged(const std::string& path) {
   std::string line;
   std::getline(std::ifstream(path), line);
   const auto begin = nlohmann::json::parse(line, nullptr, false);
-  if (!begin.is_object() || !begin.contains("options") || !begin["options"].is_object()) return false;
+  if (!begin.is_object() || !begin.contains("options") || !begin["options"].is_object()) {
+    return false;
+  }
   return MayChangeDevice(begin.value("command", std::string()), begin["options"].value("dry_run", false));
 }
 
@@ -44,9 +51,11 @@ std::vector<std::string> ListRuns(const std::string& folder) {
   std::vector<std::string> runs;
   std::error_code ignored;
   for (const fs::directory_entry& entry : fs::directory_iterator(folder, ignored)) {
-    if (entry.path().extension() == kSuffix && IsRunId(entry.path().stem())) runs.push_back(entry.path().stem());
+    if (entry.path().extension() == kSuffix && IsRunId(entry.path().stem())) {
+      runs.push_back(entry.path().stem());
+    }
   }
-  std::sort(runs.begin(), runs.end());
+  std::ranges::sort(runs);
   return runs;
 }
 
@@ -64,12 +73,14 @@ bool MayChangeDevice(const std::string& command, bool dryRun) {
 
 void DropOldRuns(const std::string& folder) {
   const std::vector<std::string> runs = ListRuns(folder);
-  const size_t surplus = runs.size() + 1 - std::min(runs.size() + 1, kKeptRuns);
-  size_t changing = 0;
+  const std::size_t surplus = runs.size() + 1 - std::min(runs.size() + 1, kKeptRuns);
+  std::size_t changing = 0;
   // From the newest of the surplus to the oldest.
-  for (size_t at = surplus; at-- > 0;) {
+  for (std::size_t at = surplus; at-- > 0;) {
     const std::string path = JournalPath(folder, runs[at]);
-    if (CouldHaveChanged(path) && ++changing <= kKeptChangingRuns) continue;
+    if (CouldHaveChanged(path) && ++changing <= kKeptChangingRuns) {
+      continue;
+    }
     std::error_code ignored;
     fs::remove(path, ignored);
   }

@@ -10,22 +10,22 @@ namespace orvhost {
 
 // How many journals are kept: the newest runs of any kind, and behind those the newest that could have changed the
 // device, so that many questions never displace the last update.
-inline constexpr size_t kKeptRuns = 50;
-inline constexpr size_t kKeptChangingRuns = 10;
+inline constexpr std::size_t kKeptRuns = 50;
+inline constexpr std::size_t kKeptChangingRuns = 10;
 
-std::string JournalFolder(const std::string& installPath);
+[[nodiscard]] std::string JournalFolder(const std::string& installPath);
 
-std::string JournalPath(const std::string& folder, const std::string& runId);
+[[nodiscard]] std::string JournalPath(const std::string& folder, const std::string& runId);
 
 // The ids of the runs with a journal in `folder`, oldest first; none when the folder is not there.
-std::vector<std::string> ListRuns(const std::string& folder);
+[[nodiscard]] std::vector<std::string> ListRuns(const std::string& folder);
 
 // The id of the run that follows `runs` and starts at `now` (as UtcNow tells it): a number and the time, such as
 // "00000042-20260131T120000Z". The number orders the runs, whatever the clock was set to.
-std::string NextRunId(const std::vector<std::string>& runs, const std::string& now);
+[[nodiscard]] std::string NextRunId(const std::vector<std::string>& runs, const std::string& now);
 
 // Whether a run of that subcommand could have changed the device or what it runs.
-bool MayChangeDevice(const std::string& command, bool dryRun);
+[[nodiscard]] bool MayChangeDevice(const std::string& command, bool dryRun);
 
 // Removes the journals that are not to be kept beside a new one.
 void DropOldRuns(const std::string& folder);

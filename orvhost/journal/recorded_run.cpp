@@ -8,6 +8,7 @@
 #include "orvhost/journal/journal_folder.h"
 
 namespace orvhost {
+
 namespace {
 
 using nlohmann::json;
@@ -20,9 +21,13 @@ std::string TextIn(const json& object, const char* name) {
 // Nothing when the line is not one that a run writes.
 std::optional<JournalEntry> Parse(const std::string& line) {
   json fields = json::parse(line, nullptr, false);
-  if (!fields.is_object() || !fields.contains("s") || !fields["s"].is_number()) return {};
+  if (!fields.is_object() || !fields.contains("s") || !fields["s"].is_number()) {
+    return {};
+  }
   const std::string kind = TextIn(fields, "kind");
-  if (kind.empty() || TextIn(fields, "t").empty()) return {};
+  if (kind.empty() || TextIn(fields, "t").empty()) {
+    return {};
+  }
   return JournalEntry{fields["s"], kind, std::move(fields)};
 }
 
@@ -44,12 +49,16 @@ std::string RecordedRun::Begin(const char* name) const {
 }
 
 std::string RecordedRun::Option(const char* name) const {
-  if (entries.empty() || !entries.front().fields.contains("options")) return "";
+  if (entries.empty() || !entries.front().fields.contains("options")) {
+    return "";
+  }
   return TextIn(entries.front().fields["options"], name);
 }
 
 bool RecordedRun::IsDryRun() const {
-  if (entries.empty()) return false;
+  if (entries.empty()) {
+    return false;
+  }
   const json::json_pointer dryRun("/options/dry_run");
   return entries.front().fields.contains(dryRun) && entries.front().fields[dryRun] == true;
 }
@@ -61,12 +70,14 @@ std::string RecordedRun::LastPhase() const {
 }
 
 bool RecordedRun::Entered(const std::string& phase) const {
-  return std::any_of(entries.begin(), entries.end(),
-                     [&](const JournalEntry& e) { return e.kind == "phase" && e.Text("name") == phase; });
+  return std::ranges::any_of(entries,
+                             [&](const JournalEntry& e) { return e.kind == "phase" && e.Text("name") == phase; });
 }
 
 const json* RecordedRun::Outcome() const {
-  if (entries.empty() || entries.back().kind != "end" || !entries.back().fields.contains("outcome")) return nullptr;
+  if (entries.empty() || entries.back().kind != "end" || !entries.back().fields.contains("outcome")) {
+    return nullptr;
+  }
   const json& outcome = entries.back().fields["outcome"];
   return outcome.is_object() ? &outcome : nullptr;
 }
@@ -86,7 +97,9 @@ RecordedRun ReadRun(const std::string& folder, const std::string& runId) {
   std::ifstream file(JournalPath(folder, runId), std::ios::binary);
   for (std::string line; std::getline(file, line);) {
     const bool isWhole = !file.eof();
-    if (line.empty()) continue;
+    if (line.empty()) {
+      continue;
+    }
     if (auto entry = Parse(line)) {
       run.entries.push_back(std::move(*entry));
     } else if (isWhole) {
@@ -100,13 +113,17 @@ RecordedRun ReadRun(const std::string& folder, const std::string& runId) {
 
 std::optional<std::string> FindRun(const std::vector<std::string>& runs, const std::string& name, std::string* error) {
   std::vector<std::string> found;
-  std::copy_if(runs.begin(), runs.end(), std::back_inserter(found),
-               [&](const std::string& run) { return run.starts_with(name); });
-  const auto numbered =
-      std::find_if(runs.begin(), runs.end(), [&](const std::string& run) { return HasNumber(run, name); });
-  if (numbered != runs.end()) found = {*numbered};
-  if (name == "last" && !runs.empty()) found = {runs.back()};
-  if (found.size() == 1) return found.front();
+  std::ranges::copy_if(runs, std::back_inserter(found), [&](const std::string& run) { return run.starts_with(name); });
+  const auto numbered = std::ranges::find_if(runs, [&](const std::string& run) { return HasNumber(run, name); });
+  if (numbered != runs.end()) {
+    found = {*numbered};
+  }
+  if (name == "last" && !runs.empty()) {
+    found = {runs.back()};
+  }
+  if (found.size() == 1) {
+    return found.front();
+  }
   *error = found.empty()
                ? "There is no run \"" + name + "\"."
                : "More than one run begins with \"" + name + "\": " + std::to_string(found.size()) + " of them.";
@@ -118,7 +135,9 @@ void Replay(const RecordedRun& run, refhost::TraceSink* sink) {
     const std::string text = entry.Text("text");
     if (entry.kind == "trace") {
       const json level = entry.fields.value("level", json());
-      if (level.is_number_integer() && level != 0) sink->Write({level.get<int>(), "bmc", "", "", text});
+      if (level.is_number_integer() && level != 0) {
+        sink->Write({level.get<int>(), "bmc", "", "", text});
+      }
     } else if (entry.kind == "record") {
       const std::string id = entry.Text("id");
       const std::string detail = entry.Text("detail");
@@ -129,9 +148,15 @@ void Replay(const RecordedRun& run, refhost::TraceSink* sink) {
 
 bool ReachedTheDevice(const RecordedRun& run) {
   const std::string command = run.Begin("command");
-  if (!MayChangeDevice(command, run.IsDryRun())) return false;
-  if (command == "update") return run.Entered("register");
-  if (command == "apply") return run.Entered("apply");
+  if (!MayChangeDevice(command, run.IsDryRun())) {
+    return false;
+  }
+  if (command == "update") {
+    return run.Entered("register");
+  }
+  if (command == "apply") {
+    return run.Entered("apply");
+  }
   return run.Entered("method") && run.Option("method") == kRebootMethod;
 }
 

@@ -17,7 +17,7 @@ struct JournalEntry {
   nlohmann::json fields;  // the whole line
 
   // A field as text; "" when it is not there or no text.
-  std::string Text(const char* name) const;
+  [[nodiscard]] std::string Text(const char* name) const;
 };
 
 struct RecordedRun {
@@ -27,36 +27,37 @@ struct RecordedRun {
   bool lastLineIsTorn = false;        // the writing was cut off in it
 
   // The first line and what stands in it; "" when the journal lacks it.
-  std::string Begin(const char* name) const;
-  std::string Option(const char* name) const;
-  bool IsDryRun() const;
+  [[nodiscard]] std::string Begin(const char* name) const;
+  [[nodiscard]] std::string Option(const char* name) const;
+  [[nodiscard]] bool IsDryRun() const;
 
   // The phase that was entered last; "" before the first.
-  std::string LastPhase() const;
-  bool Entered(const std::string& phase) const;
+  [[nodiscard]] std::string LastPhase() const;
+  [[nodiscard]] bool Entered(const std::string& phase) const;
 
   // How it ended, as the program told it; null for a run that was cut off or is at work.
-  const nlohmann::json* Outcome() const;
+  [[nodiscard]] const nlohmann::json* Outcome() const;
 
   // Of an outcome's text field; "" without an outcome.
-  std::string Told(const char* name) const;
+  [[nodiscard]] std::string Told(const char* name) const;
 
   // Seconds up to the last line.
-  double Seconds() const;
+  [[nodiscard]] double Seconds() const;
 };
 
 // Reads the journal of a run; an empty one when the file cannot be read.
-RecordedRun ReadRun(const std::string& folder, const std::string& runId);
+[[nodiscard]] RecordedRun ReadRun(const std::string& folder, const std::string& runId);
 
 // The id that `name` stands for among `runs` (oldest first): "last", the number of one without its zeros, or the
 // beginning of one only. Nothing, with a sentence in `*error`, when there is no such run or more than one.
-std::optional<std::string> FindRun(const std::vector<std::string>& runs, const std::string& name, std::string* error);
+[[nodiscard]] std::optional<std::string> FindRun(const std::vector<std::string>& runs, const std::string& name,
+                                                 std::string* error);
 
 // What the plug-in's trace told while that run went on.
 void Replay(const RecordedRun& run, refhost::TraceSink* sink);
 
 // True when the run could have changed the device, and went far enough to do so.
-bool ReachedTheDevice(const RecordedRun& run);
+[[nodiscard]] bool ReachedTheDevice(const RecordedRun& run);
 
 }  // namespace orvhost
 

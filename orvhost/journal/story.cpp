@@ -8,6 +8,7 @@
 #include "host/DllCommon.h"
 
 namespace orvhost {
+
 namespace {
 
 using nlohmann::json;
@@ -53,47 +54,70 @@ std::string Number(const JournalEntry& entry, const char* name) {
 // How the command of this number ended.
 std::string EndOf(const RecordedRun& run, const JournalEntry& command) {
   const json number = command.fields.value("n", json());
-  const auto found = std::find_if(run.entries.begin(), run.entries.end(), [&](const JournalEntry& entry) {
+  const auto found = std::ranges::find_if(run.entries, [&](const JournalEntry& entry) {
     return entry.kind == "command_end" && entry.fields.value("n", json()) == number &&
            entry.fields.value("child", json()) == command.fields.value("child", json());
   });
-  if (found == run.entries.end()) return "its end is not in the journal";
+  if (found == run.entries.end()) {
+    return "its end is not in the journal";
+  }
   const std::string result = found->Text("result");
   std::array<char, 32> buffer{};
   snprintf(buffer.data(), buffer.size(), " after %.3f s", found->seconds - command.seconds);
   const std::string took = buffer.data();
-  if (result == "timed-out") return "cut off at its time limit" + took;
-  if (result == "exited") return "ended with " + Number(*found, "exit_code") + took;
+  if (result == "timed-out") {
+    return "cut off at its time limit" + took;
+  }
+  if (result == "exited") {
+    return "ended with " + Number(*found, "exit_code") + took;
+  }
   return "could not be run, or was ended by a signal" + took;
 }
 
 std::string EndOfRun(const JournalEntry& entry) {
   const json outcome = entry.fields.value("outcome", json());
-  if (!outcome.is_object()) return "ends";
+  if (!outcome.is_object()) {
+    return "ends";
+  }
   std::string text =
       "ends: " + outcome.value("verdict", "") + ", exit code " + outcome.value("exit_code", json()).dump();
   const json error = outcome.value("error", json());
-  if (error.is_object()) text += "; " + error.value("cause", "") + " Next step: " + error.value("next_step", "");
+  if (error.is_object()) {
+    text += "; " + error.value("cause", "") + " Next step: " + error.value("next_step", "");
+  }
   return text;
 }
 
 // "" for a line that is left out.
 std::string InWords(const RecordedRun& run, const JournalEntry& entry, bool isTurningPoint) {
-  if (entry.kind == "phase") return PhaseInWords(entry.Text("name"));
-  if (entry.kind == "command") return "  runs " + entry.Text("line") + ": " + EndOf(run, entry);
-  if (entry.kind == "record") return "  reports " + entry.Text("text");
-  if (entry.kind == "notice") return "  notes: " + entry.Text("text");
-  if (entry.kind == "end") return EndOfRun(entry);
-  if (entry.kind != "trace") return "";
-  if (IsFailure(entry)) return "  fails: " + entry.Text("text");
+  if (entry.kind == "phase") {
+    return PhaseInWords(entry.Text("name"));
+  }
+  if (entry.kind == "command") {
+    return "  runs " + entry.Text("line") + ": " + EndOf(run, entry);
+  }
+  if (entry.kind == "record") {
+    return "  reports " + entry.Text("text");
+  }
+  if (entry.kind == "notice") {
+    return "  notes: " + entry.Text("text");
+  }
+  if (entry.kind == "end") {
+    return EndOfRun(entry);
+  }
+  if (entry.kind != "trace") {
+    return "";
+  }
+  if (IsFailure(entry)) {
+    return "  fails: " + entry.Text("text");
+  }
   return isTurningPoint ? "  begins: " + entry.Text("text") : "";
 }
 
 }  // namespace
 
 std::string PhaseInWords(const std::string& phase) {
-  const auto* found =
-      std::find_if(kPhases.begin(), kPhases.end(), [&](const auto& each) { return each.first == phase; });
+  const auto* found = std::ranges::find_if(kPhases, [&](const auto& each) { return each.first == phase; });
   return found != kPhases.end() ? std::string(found->second) : phase;
 }
 
@@ -105,7 +129,9 @@ std::vector<StoryLine> TellStory(const RecordedRun& run) {
     Replay({run.id, {entry}}, &watch);
     const bool isTurningPoint = !before && (watch.FlashBegan() || watch.ShutdownWasRequested());
     const std::string text = InWords(run, entry, isTurningPoint);
-    if (!text.empty()) story.push_back({Aligned(entry.seconds), entry.kind, text});
+    if (!text.empty()) {
+      story.push_back({Aligned(entry.seconds), entry.kind, text});
+    }
   }
   if (run.Outcome() == nullptr) {
     story.push_back({Aligned(run.Seconds()), "", "the journal stops here, without the end of the run"});
@@ -118,7 +144,9 @@ std::vector<std::string> Damage(const RecordedRun& run) {
   if (run.damagedLines > 0) {
     sentences.push_back(std::to_string(run.damagedLines) + " damaged lines of run " + run.id + " were skipped.");
   }
-  if (run.lastLineIsTorn) sentences.push_back("The last line of run " + run.id + " is torn and was skipped.");
+  if (run.lastLineIsTorn) {
+    sentences.push_back("The last line of run " + run.id + " is torn and was skipped.");
+  }
   return sentences;
 }
 

@@ -16,13 +16,13 @@ struct StoryLine {
 };
 
 // What a phase does, e.g. "writes the firmware".
-std::string PhaseInWords(const std::string& phase);
+[[nodiscard]] std::string PhaseInWords(const std::string& phase);
 
 // What happened, in order, without the lines that only a developer needs.
-std::vector<StoryLine> TellStory(const RecordedRun& run);
+[[nodiscard]] std::vector<StoryLine> TellStory(const RecordedRun& run);
 
 // Sentences about lines of the journal that could not be read.
-std::vector<std::string> Damage(const RecordedRun& run);
+[[nodiscard]] std::vector<std::string> Damage(const RecordedRun& run);
 
 }  // namespace orvhost
 

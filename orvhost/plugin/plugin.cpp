@@ -17,7 +17,9 @@ std::unique_ptr<Plugin> Plugin::Load(const std::string& path, std::string* error
   std::unique_ptr<Plugin> plugin(new Plugin(library));
   plugin->factory_ = reinterpret_cast<Factory>(dlsym(library, "GetVendorFactory"));
   plugin->releaser_ = reinterpret_cast<Releaser>(dlsym(library, "ReleaseVendor"));
-  if (plugin->factory_ != nullptr && plugin->releaser_ != nullptr) return plugin;
+  if (plugin->factory_ != nullptr && plugin->releaser_ != nullptr) {
+    return plugin;
+  }
   *error = absolute + " has no entry point " + (plugin->factory_ == nullptr ? "GetVendorFactory" : "ReleaseVendor");
   return nullptr;
 }

@@ -12,14 +12,14 @@ namespace orvhost {
 class Plugin {
  public:
   // Loads the library at `path`. Null, with the reason in `*error`, when it cannot be loaded or lacks an entry point.
-  static std::unique_ptr<Plugin> Load(const std::string& path, std::string* error);
+  [[nodiscard]] static std::unique_ptr<Plugin> Load(const std::string& path, std::string* error);
 
   Plugin(const Plugin&) = delete;
   Plugin& operator=(const Plugin&) = delete;
   ~Plugin();
 
   // The plug-in's vendor object of that class, to be handed back to Release; null when the plug-in has none.
-  CVendor* Create(const char* className, const char* provider) const;
+  [[nodiscard]] CVendor* Create(const char* className, const char* provider) const;
   void Release(CVendor* vendor) const;
 
  private:

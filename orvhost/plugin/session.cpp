@@ -4,7 +4,9 @@ namespace orvhost {
 
 std::unique_ptr<Session> Session::Open(const std::string& pluginPath, std::string* error) {
   std::unique_ptr<Plugin> plugin = Plugin::Load(pluginPath, error);
-  if (!plugin) return nullptr;
+  if (!plugin) {
+    return nullptr;
+  }
   CVendor* vendor = plugin->Create(kVendorClassName, kProvider);
   if (vendor == nullptr) {
     *error = pluginPath + " has no vendor object of the class " + kVendorClassName;
@@ -12,7 +14,9 @@ std::unique_ptr<Session> Session::Open(const std::string& pluginPath, std::strin
   }
   std::unique_ptr<Session> session(new Session(std::move(plugin), vendor));
   vendor->LinkDevice();
-  if (vendor->GetFirmwareHandler() != nullptr) return session;
+  if (vendor->GetFirmwareHandler() != nullptr) {
+    return session;
+  }
   *error = pluginPath + " could not create its firmware handler";
   return nullptr;
 }

@@ -22,14 +22,14 @@ class Session {
  public:
   // Loads the plug-in at `pluginPath`, takes its vendor object and links it. Null, with the reason in `*error`, when
   // any of that fails.
-  static std::unique_ptr<Session> Open(const std::string& pluginPath, std::string* error);
+  [[nodiscard]] static std::unique_ptr<Session> Open(const std::string& pluginPath, std::string* error);
 
   Session(const Session&) = delete;
   Session& operator=(const Session&) = delete;
   ~Session();
 
-  CVendor& Vendor() const { return *vendor_; }
-  CFirmware& Firmware() const { return *vendor_->GetFirmwareHandler(); }
+  [[nodiscard]] CVendor& Vendor() const { return *vendor_; }
+  [[nodiscard]] CFirmware& Firmware() const { return *vendor_->GetFirmwareHandler(); }
 
  private:
   Session(std::unique_ptr<Plugin> plugin, CVendor* vendor) : plugin_(std::move(plugin)), vendor_(vendor) {}

@@ -7,6 +7,7 @@
 #include "refhost/trace_sink.h"
 
 namespace orvhost {
+
 namespace {
 
 std::string Described(const LockNote& note) {
@@ -26,7 +27,9 @@ void Busy(const Run& run, Outcome* outcome, const std::string& cause, const std:
 
 bool ExclusiveRun::Begin(Outcome* outcome) {
   outcome->phase = "lock";
-  if (!IsFree(lock_.Take(run_.options.installPath), outcome)) return false;
+  if (!IsFree(lock_.Take(run_.options.installPath), outcome)) {
+    return false;
+  }
   if (lock_.Found() && !NothingIsLeftOf(*lock_.Found(), outcome)) {
     lock_.Sign(*lock_.Found());  // as it was found, for the next one who asks
     return false;
@@ -35,14 +38,18 @@ bool ExclusiveRun::Begin(Outcome* outcome) {
   runId_ = NextRunId(ListRuns(JournalFolder(run_.options.installPath)), now);
   lock_.Sign({runId_, command_, getpid(), now, false});
   setenv(kRunVariable, RunMark(run_.options.installPath, runId_).c_str(), 1);
-  if (!BeginJournal(outcome)) return false;
+  if (!BeginJournal(outcome)) {
+    return false;
+  }
   TellTakeover();
   return true;
 }
 
 void ExclusiveRun::End(Outcome* outcome) {
   outcome->command = command_;
-  if (runId_.empty()) return;
+  if (runId_.empty()) {
+    return;
+  }
   outcome->runId = runId_;
   outcome->notices = notices_;
   run_.journal.End(*outcome);
@@ -81,7 +88,9 @@ bool ExclusiveRun::IsFree(RunLock::Result result, Outcome* outcome) {
 
 bool ExclusiveRun::NothingIsLeftOf(const LockNote& last, Outcome* outcome) {
   const std::vector<WorkingProcess> left = ProcessesOfRun(run_.options.installPath, last.runId);
-  if (left.empty()) return true;
+  if (left.empty()) {
+    return true;
+  }
   std::string processes;
   for (const WorkingProcess& process : left) {
     processes += (processes.empty() ? "" : ", ") + std::to_string(process.pid) + " (" + process.commandLine + ")";
@@ -96,8 +105,12 @@ bool ExclusiveRun::NothingIsLeftOf(const LockNote& last, Outcome* outcome) {
 }
 
 void ExclusiveRun::TellTakeover() {
-  if (lock_.FoundDamage()) Notice("The lock file was damaged and is written anew.");
-  if (!lock_.Found() || lock_.Found()->ended) return;
+  if (lock_.FoundDamage()) {
+    Notice("The lock file was damaged and is written anew.");
+  }
+  if (!lock_.Found() || lock_.Found()->ended) {
+    return;
+  }
   Notice("The lock is taken over from a run that did not end properly (it was killed, or the machine went down): " +
          Described(*lock_.Found()) + ".");
 }

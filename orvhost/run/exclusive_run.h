@@ -16,17 +16,17 @@ class ExclusiveRun {
 
   // Takes the lock and begins the journal. False, with the failure in `*outcome`, when another run is at work, the lock
   // cannot be taken, or the run would write the flash and leave no journal; then nothing is touched.
-  bool Begin(Outcome* outcome);
+  [[nodiscard]] bool Begin(Outcome* outcome);
 
   // Ends the journal, gives the lock back and completes `*outcome`. Without a Begin that succeeded it only completes
   // the outcome.
   void End(Outcome* outcome);
 
  private:
-  bool IsFree(RunLock::Result result, Outcome* outcome);
-  bool NothingIsLeftOf(const LockNote& last, Outcome* outcome);
+  [[nodiscard]] bool IsFree(RunLock::Result result, Outcome* outcome);
+  [[nodiscard]] bool NothingIsLeftOf(const LockNote& last, Outcome* outcome);
   void TellTakeover();
-  bool BeginJournal(Outcome* outcome);
+  [[nodiscard]] bool BeginJournal(Outcome* outcome);
   void Notice(const std::string& sentence);
 
   const Run& run_;

@@ -44,9 +44,13 @@ std::unique_ptr<Session> OpenSession(const Run& run, DamagedRecords damaged, Out
 bool HasPrerequisites(const Run& run, const Session& session, Outcome* outcome) {
   std::list<CNecessaryComponentInfo> missing;
   session.Vendor().GetShortageOfNecessaryApplicationInfo(missing);
-  if (missing.empty()) return true;
+  if (missing.empty()) {
+    return true;
+  }
   std::string names;
-  for (const CNecessaryComponentInfo& component : missing) names += (names.empty() ? "" : ", ") + component.name;
+  for (const CNecessaryComponentInfo& component : missing) {
+    names += (names.empty() ? "" : ", ") + component.name;
+  }
   Fail(run, outcome, ExitCode::kPrerequisites, "prerequisites-missing", "Missing on this machine: " + names + ".",
        "Install or start what is missing (the IPMI service needs the kernel's ipmi_si and ipmi_devintf modules), then "
        "run the same command again.");

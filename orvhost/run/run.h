@@ -32,19 +32,19 @@ void Fail(const Run& run, Outcome* outcome, ExitCode exitCode, const std::string
           const std::string& nextStep);
 
 // kFailedFlashBegun or kFailedUntouched, as the trace tells.
-ExitCode FailedExitCode(const Run& run);
+[[nodiscard]] ExitCode FailedExitCode(const Run& run);
 
 // What becomes of kept records that cannot be understood, which is a failure either way.
 enum class DamagedRecords { kKeepAside, kLeave };
 
 // Checks the kept records and opens the plug-in; null with the failure in `*outcome`.
-std::unique_ptr<Session> OpenSession(const Run& run, DamagedRecords damaged, Outcome* outcome);
+[[nodiscard]] std::unique_ptr<Session> OpenSession(const Run& run, DamagedRecords damaged, Outcome* outcome);
 
 // False, with the failure in `*outcome`, when something that the plug-in needs is missing on this machine.
-bool HasPrerequisites(const Run& run, const Session& session, Outcome* outcome);
+[[nodiscard]] bool HasPrerequisites(const Run& run, const Session& session, Outcome* outcome);
 
 // Reads the running version into `outcome->before`. False with the failure in `*outcome` when the BMC does not tell it.
-bool ReadRunningVersion(const Run& run, const Session& session, Outcome* outcome);
+[[nodiscard]] bool ReadRunningVersion(const Run& run, const Session& session, Outcome* outcome);
 
 // What a plug-in answers for the version of a device that it cannot ask.
 inline constexpr const char* kUnreadableVersion = "abnormal";

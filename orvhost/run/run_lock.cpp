@@ -15,6 +15,7 @@
 #include "posix/last_error.h"
 
 namespace orvhost {
+
 namespace {
 
 namespace fs = std::filesystem;
@@ -22,7 +23,7 @@ using nlohmann::json;
 
 constexpr int kSchema = 1;
 constexpr mode_t kFileMode = 0644;
-constexpr size_t kLongestNote = 4096;
+constexpr std::size_t kLongestNote = 4096;
 
 std::string Content(const fs::path& path) {
   std::ostringstream text;
@@ -33,7 +34,9 @@ std::string Content(const fs::path& path) {
 bool HasVariable(const std::string& environment, const std::string& variable) {
   std::istringstream words(environment);
   for (std::string word; std::getline(words, word, '\0');) {
-    if (word == variable) return true;
+    if (word == variable) {
+      return true;
+    }
   }
   return false;
 }
@@ -46,7 +49,9 @@ std::string ToText(const LockNote& note) {
 
 LockNote NoteFrom(const json& value) {
   LockNote note;
-  if (value.at("schema") != kSchema) throw std::runtime_error("unknown schema");
+  if (value.at("schema") != kSchema) {
+    throw std::runtime_error("unknown schema");
+  }
   value.at("run_id").get_to(note.runId);
   value.at("command").get_to(note.command);
   value.at("pid").get_to(note.pid);
@@ -69,28 +74,38 @@ std::vector<WorkingProcess> ProcessesOfRun(const std::string& installPath, const
   std::error_code ignored;
   for (const fs::directory_entry& entry : fs::directory_iterator("/proc", ignored)) {
     const std::string name = entry.path().filename().string();
-    if (!std::all_of(name.begin(), name.end(), [](unsigned char c) { return std::isdigit(c) != 0; })) continue;
+    if (!std::ranges::all_of(name, [](unsigned char c) { return std::isdigit(c) != 0; })) {
+      continue;
+    }
     const pid_t pid = std::stoi(name);
     // A process that ends meanwhile, or belongs to another user, reads as empty.
-    if (pid == getpid() || !HasVariable(Content(entry.path() / "environ"), variable)) continue;
+    if (pid == getpid() || !HasVariable(Content(entry.path() / "environ"), variable)) {
+      continue;
+    }
     std::string commandLine = Content(entry.path() / "cmdline");
-    if (!commandLine.empty()) commandLine.pop_back();
-    std::replace(commandLine.begin(), commandLine.end(), '\0', ' ');
+    if (!commandLine.empty()) {
+      commandLine.pop_back();
+    }
+    std::ranges::replace(commandLine, '\0', ' ');
     found.push_back({pid, commandLine});
   }
-  std::sort(found.begin(), found.end(), [](const auto& a, const auto& b) { return a.pid < b.pid; });
+  std::ranges::sort(found, [](const auto& a, const auto& b) { return a.pid < b.pid; });
   return found;
 }
 
 std::string RunAtWork(const std::string& installPath) {
   const std::string path = installPath + "/orvhost.lock";
   struct stat status {};
-  if (stat(path.c_str(), &status) != 0) return "";
+  if (stat(path.c_str(), &status) != 0) {
+    return "";
+  }
   // "1: FLOCK  ADVISORY  WRITE 4711 00:2a:131 0 EOF"; the last part of the sixth word is the file's number.
   const std::string number = ":" + std::to_string(status.st_ino) + " ";
   std::ifstream locks("/proc/locks");
   for (std::string line; std::getline(locks, line);) {
-    if (line.find(" FLOCK ") == std::string::npos || line.find(number) == std::string::npos) continue;
+    if (line.find(" FLOCK ") == std::string::npos || line.find(number) == std::string::npos) {
+      continue;
+    }
     const json note = json::parse(Content(path), nullptr, false);
     return note.is_object() ? note.value("run_id", "") : "";
   }
@@ -129,7 +144,9 @@ void RunLock::Sign(const LockNote& note) {
 }
 
 void RunLock::Release(bool keepNote) {
-  if (!file_.IsOpen()) return;
+  if (!file_.IsOpen()) {
+    return;
+  }
   own_.ended = true;
   Write(keepNote ? ToText(own_) : "");
   flock(file_.Get(), LOCK_UN);
@@ -139,7 +156,9 @@ void RunLock::Release(bool keepNote) {
 void RunLock::ReadNote() {
   std::array<char, kLongestNote> buffer{};
   const ssize_t size = pread(file_.Get(), buffer.data(), buffer.size(), 0);
-  if (size <= 0) return;
+  if (size <= 0) {
+    return;
+  }
   try {
     found_ = NoteFrom(json::parse(buffer.data(), buffer.data() + size));
   } catch (const std::exception&) {
@@ -149,7 +168,9 @@ void RunLock::ReadNote() {
 
 // The note is for people, so a disk that takes no more does not stop the run: the lock is held all the same.
 void RunLock::Write(const std::string& text) {
-  if (ftruncate(file_.Get(), 0) != 0) return;
+  if (ftruncate(file_.Get(), 0) != 0) {
+    return;
+  }
   [[maybe_unused]] const ssize_t size = pwrite(file_.Get(), text.data(), text.size(), 0);
 }
 

@@ -34,32 +34,32 @@ inline constexpr const char* kRunVariable = "ORVHOST_RUN";
 
 // The run `runId` of the folder `installPath`, however that path is written. The id alone is not enough: two folders
 // may have a run with the same number that began in the same second.
-std::string RunMark(const std::string& installPath, const std::string& runId);
+[[nodiscard]] std::string RunMark(const std::string& installPath, const std::string& runId);
 
 // The processes but this one that carry that run's mark in their environment. They may outlive the program that started
 // them: a flash tool goes on when the program is killed.
-std::vector<WorkingProcess> ProcessesOfRun(const std::string& installPath, const std::string& runId);
+[[nodiscard]] std::vector<WorkingProcess> ProcessesOfRun(const std::string& installPath, const std::string& runId);
 
 // The id of the run that holds the lock in the folder `installPath` now; "" when nobody does. Takes nothing, so that
 // it disturbs nobody.
-std::string RunAtWork(const std::string& installPath);
+[[nodiscard]] std::string RunAtWork(const std::string& installPath);
 
 class RunLock {
  public:
   enum class Result { kTaken, kBusy, kUnusable };
 
   // Takes the lock in the folder `installPath`, which is made when it is missing. Never waits.
-  Result Take(const std::string& installPath);
+  [[nodiscard]] Result Take(const std::string& installPath);
 
   // After kTaken: the run that held the lock last, unless its note was removed. After kBusy: the one that holds it.
   // Nothing when the file is empty or damaged.
-  const std::optional<LockNote>& Found() const { return found_; }
+  [[nodiscard]] const std::optional<LockNote>& Found() const { return found_; }
 
   // True when the file held something else than a note.
-  bool FoundDamage() const { return foundDamage_; }
+  [[nodiscard]] bool FoundDamage() const { return foundDamage_; }
 
   // Why it is kUnusable, without a full stop.
-  const std::string& Error() const { return error_; }
+  [[nodiscard]] const std::string& Error() const { return error_; }
 
   // Writes the note of this run. Only after kTaken.
   void Sign(const LockNote& note);

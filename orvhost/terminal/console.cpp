@@ -8,17 +8,23 @@ namespace orvhost {
 
 void Console::Say(const std::string& step, const std::string& text) const {
   prepare_();
-  if (!quiet_) std::cout << step << ": " << text << std::endl;
+  if (!quiet_) {
+    std::cout << step << ": " << text << std::endl;
+  }
 }
 
 void Console::Notice(const std::string& sentence) const {
   prepare_();
-  if (!quiet_) std::cerr << "orvhost: " << sentence << std::endl;
+  if (!quiet_) {
+    std::cerr << "orvhost: " << sentence << std::endl;
+  }
 }
 
 void Console::Show(const std::string& lines) const {
   prepare_();
-  if (!quiet_) std::cout << lines << std::flush;
+  if (!quiet_) {
+    std::cout << lines << std::flush;
+  }
 }
 
 bool Console::IsTerminal() const {

@@ -27,13 +27,13 @@ class Console {
   void Show(const std::string& lines) const;
 
   // True when a person reads the standard output at a terminal.
-  bool IsTerminal() const;
+  [[nodiscard]] bool IsTerminal() const;
 
   // True when a question can be asked: somebody sits at a terminal and did not ask for quiet or JSON.
-  bool CanAsk() const;
+  [[nodiscard]] bool CanAsk() const;
 
   // Asks; true only for a clear yes.
-  bool Ask(const std::string& question) const;
+  [[nodiscard]] bool Ask(const std::string& question) const;
 
   // Tells how the run ended: a failure on the standard error, a success on the standard output, or for programs one
   // JSON object on the standard output whatever happened.

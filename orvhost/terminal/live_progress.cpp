@@ -13,11 +13,12 @@
 #include "refhost/settings.h"
 
 namespace orvhost {
+
 namespace {
 
 // To the end of the screen: a terminal that became narrower has wrapped what was drawn, and nothing stands below it.
 constexpr std::string_view kClear = "\r\033[J";
-constexpr size_t kUsualWidth = 80;
+constexpr std::size_t kUsualWidth = 80;
 
 // For the end of the program by a signal or by an exit that somebody else calls: where a line may stand.
 std::atomic<int> lineDescriptor{-1};
@@ -26,7 +27,9 @@ std::atomic<pid_t> lineOwner{0};
 // Can be called in a signal handler.
 void ClearLineOfThisProcess() {
   const int descriptor = lineDescriptor.load();
-  if (descriptor < 0 || lineOwner.load() != getpid()) return;
+  if (descriptor < 0 || lineOwner.load() != getpid()) {
+    return;
+  }
   (void)!write(descriptor, kClear.data(), kClear.size());
 }
 
@@ -39,7 +42,9 @@ void ClearAndDie(int number) {
 // Signals that end the program: those that are ignored stay so.
 void ClearOnSignals() {
   for (const int number : {SIGINT, SIGTERM, SIGHUP, SIGQUIT}) {
-    if (signal(number, ClearAndDie) == SIG_IGN) signal(number, SIG_IGN);
+    if (signal(number, ClearAndDie) == SIG_IGN) {
+      signal(number, SIG_IGN);
+    }
   }
 }
 
@@ -47,18 +52,22 @@ void ClearOnSignals() {
 // and the standard output itself stays as it is.
 posix::FileDescriptor OpenTerminal() {
   std::array<char, 256> name{};
-  if (ttyname_r(STDOUT_FILENO, name.data(), name.size()) != 0) return posix::FileDescriptor();
+  if (ttyname_r(STDOUT_FILENO, name.data(), name.size()) != 0) {
+    return posix::FileDescriptor();
+  }
   return posix::FileDescriptor(open(name.data(), O_WRONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
 }
 
 bool CanShowALiveLine(const Options& options) {
-  if (options.quiet || options.json || options.verbose || isatty(STDOUT_FILENO) == 0) return false;
+  if (options.quiet || options.json || options.verbose || isatty(STDOUT_FILENO) == 0) {
+    return false;
+  }
   const char* kind = getenv("TERM");
   return kind != nullptr && *kind != '\0' && strcmp(kind, "dumb") != 0;
 }
 
 // One column stays free, so that no terminal wraps.
-size_t WidthOf(const posix::FileDescriptor& terminal) {
+std::size_t WidthOf(const posix::FileDescriptor& terminal) {
   winsize size{};
   const bool told = ioctl(terminal.Get(), TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
   return (told ? size.ws_col : kUsualWidth) - 1;
@@ -71,9 +80,13 @@ std::chrono::milliseconds Scaled(unsigned long milliseconds) {
 }  // namespace
 
 void LiveProgress::Begin(const Options& options) {
-  if (!CanShowALiveLine(options)) return;
+  if (!CanShowALiveLine(options)) {
+    return;
+  }
   terminal_ = OpenTerminal();
-  if (!terminal_.IsOpen()) return;
+  if (!terminal_.IsOpen()) {
+    return;
+  }
   owner_ = getpid();
   start_ = Clock::now();
   lineOwner = owner_;
@@ -93,10 +106,14 @@ bool LiveProgress::IsMine() const {
 }
 
 void LiveProgress::Hide() {
-  if (!IsMine()) return;
+  if (!IsMine()) {
+    return;
+  }
   const std::scoped_lock lock(mutex_);
   hidden_ = true;
-  if (!shown_) return;
+  if (!shown_) {
+    return;
+  }
   shown_ = false;
   drawn_.clear();
   (void)!write(terminal_.Get(), kClear.data(), kClear.size());
@@ -104,7 +121,9 @@ void LiveProgress::Hide() {
 }
 
 void LiveProgress::End() {
-  if (!IsMine() || !clock_.joinable()) return;
+  if (!IsMine() || !clock_.joinable()) {
+    return;
+  }
   Hide();
   {
     const std::scoped_lock lock(mutex_);
@@ -113,12 +132,16 @@ void LiveProgress::End() {
   changed_.notify_all();
   clock_.join();
   for (const int number : {SIGINT, SIGTERM, SIGHUP, SIGQUIT}) {
-    if (signal(number, SIG_DFL) == SIG_IGN) signal(number, SIG_IGN);
+    if (signal(number, SIG_DFL) == SIG_IGN) {
+      signal(number, SIG_IGN);
+    }
   }
 }
 
 void LiveProgress::Take(const refhost::TraceRecord& record) {
-  if (!IsMine()) return;
+  if (!IsMine()) {
+    return;
+  }
   const std::scoped_lock lock(mutex_);
   steps_.Take(record);
   hidden_ = false;
@@ -150,7 +173,9 @@ void LiveProgress::PauseEnded() {
 }
 
 void LiveProgress::WaitFor(const ProgressWait& wait) {
-  if (!IsMine()) return;
+  if (!IsMine()) {
+    return;
+  }
   const std::scoped_lock lock(mutex_);
   wait_ = wait;
   waitStart_ = Clock::now();
@@ -161,20 +186,26 @@ void LiveProgress::Tick() {
   std::unique_lock lock(mutex_);
   while (!ended_) {
     changed_.wait_for(lock, std::chrono::seconds(1));
-    if (!ended_) Draw();
+    if (!ended_) {
+      Draw();
+    }
   }
 }
 
 void LiveProgress::Draw() {
   using std::chrono::duration_cast;
   using std::chrono::milliseconds;
-  if (hidden_ || steps_.Current().words.empty()) return;
+  if (hidden_ || steps_.Current().words.empty()) {
+    return;
+  }
   const auto now = Clock::now();
   ProgressWait wait = wait_;
   wait.alreadyFor = duration_cast<milliseconds>(now - waitStart_);
   const std::string line =
       ProgressLine(steps_.Current(), wait, duration_cast<milliseconds>(now - start_), WidthOf(terminal_));
-  if (shown_ && line == drawn_) return;
+  if (shown_ && line == drawn_) {
+    return;
+  }
   const std::string text = std::string(kClear) + line + "\r";
   lineDescriptor = terminal_.Get();
   (void)!write(terminal_.Get(), text.data(), text.size());

@@ -46,7 +46,7 @@ class LiveProgress : public refhost::CommandObserver {
  private:
   using Clock = std::chrono::steady_clock;
 
-  bool IsMine() const;
+  [[nodiscard]] bool IsMine() const;
   void WaitFor(const ProgressWait& wait);
   void Tick();
   void Draw();

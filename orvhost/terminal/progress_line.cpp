@@ -4,6 +4,7 @@
 #include <vector>
 
 namespace orvhost {
+
 namespace {
 
 // "0:12", "75:00".
@@ -20,7 +21,9 @@ void AppendWait(const ProgressWait& wait, std::vector<std::string>* parts) {
     parts->push_back(", " + MinutesAndSeconds(wait.limit - std::min(wait.limit, wait.alreadyFor)) + " left");
   } else if (wait.kind == ProgressWait::Kind::kCommand) {
     parts->push_back(": " + wait.program + " for " + MinutesAndSeconds(wait.alreadyFor));
-    if (wait.limit.count() > 0) parts->push_back(", " + MinutesAndSeconds(wait.limit) + " at most");
+    if (wait.limit.count() > 0) {
+      parts->push_back(", " + MinutesAndSeconds(wait.limit) + " at most");
+    }
   }
 }
 
@@ -28,14 +31,16 @@ void AppendWait(const ProgressWait& wait, std::vector<std::string>* parts) {
 
 std::string ProgramOf(std::string_view commandLine) {
   for (const std::string_view known : {"Yafuflash", "ipmitool", "ipmicmd", "bmcup.sh", "dmidecode", "modprobe"}) {
-    if (commandLine.find(known) != std::string_view::npos) return std::string(known);
+    if (commandLine.find(known) != std::string_view::npos) {
+      return std::string(known);
+    }
   }
   std::string word(commandLine.substr(0, commandLine.find(' ')));
   return word.substr(word.rfind('/') + 1);
 }
 
 std::string ProgressLine(const ProgressStep& step, const ProgressWait& wait, std::chrono::milliseconds elapsed,
-                         size_t width) {
+                         std::size_t width) {
   std::string line = "[" + MinutesAndSeconds(elapsed) + "] " + std::string(step.words);
   std::vector<std::string> parts;
   if (step.attempt > 1) {
@@ -43,7 +48,9 @@ std::string ProgressLine(const ProgressStep& step, const ProgressWait& wait, std
   }
   AppendWait(wait, &parts);
   for (const std::string& part : parts) {
-    if (line.size() + part.size() > width) break;
+    if (line.size() + part.size() > width) {
+      break;
+    }
     line += part;
   }
   return line.substr(0, width);

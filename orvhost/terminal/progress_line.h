@@ -20,12 +20,12 @@ struct ProgressWait {
 };
 
 // The name of the program that a command line runs, as people know it.
-std::string ProgramOf(std::string_view commandLine);
+[[nodiscard]] std::string ProgramOf(std::string_view commandLine);
 
 // "[1:05] Writing the firmware (2 of 3): Yafuflash for 0:12, 15:00 at most", at most `width` columns wide.
 // What does not fit is left out from the end, in whole parts as long as the step itself fits.
-std::string ProgressLine(const ProgressStep& step, const ProgressWait& wait, std::chrono::milliseconds elapsed,
-                         size_t width);
+[[nodiscard]] std::string ProgressLine(const ProgressStep& step, const ProgressWait& wait,
+                                       std::chrono::milliseconds elapsed, std::size_t width);
 
 }  // namespace orvhost
 

@@ -8,6 +8,7 @@
 #include "host/DllCommon.h"
 
 namespace orvhost {
+
 namespace {
 
 constexpr int kAttempts = 3;  // of every request to the BMC, and of the flash tool
@@ -62,8 +63,8 @@ constexpr auto kRequests = std::to_array<Entry>({
 
 template <typename Entries>
 const Entry* Find(const Entries& entries, std::string_view text) {
-  const auto found = std::find_if(entries.begin(), entries.end(),
-                                  [text](const Entry& entry) { return text.starts_with(entry.start); });
+  const auto found =
+      std::ranges::find_if(entries, [text](const Entry& entry) { return text.starts_with(entry.start); });
   return found != entries.end() ? &*found : nullptr;
 }
 
@@ -72,8 +73,12 @@ std::string InOneForm(const std::string& words, bool shifted) {
   std::istringstream stream(words);
   std::string request;
   for (std::string word; stream >> word;) {
-    if (word.starts_with("0x")) word.erase(0, 2);
-    if (word.size() != 2 || word.find_first_not_of("0123456789abcdefABCDEF") != std::string::npos) break;
+    if (word.starts_with("0x")) {
+      word.erase(0, 2);
+    }
+    if (word.size() != 2 || word.find_first_not_of("0123456789abcdefABCDEF") != std::string::npos) {
+      break;
+    }
     if (shifted && request.empty()) {
       std::array<char, 3> text{};
       snprintf(text.data(), text.size(), "%02x", static_cast<unsigned>(std::stoul(word, nullptr, 16)) >> 2U & 0x3fU);
@@ -90,10 +95,14 @@ std::string RequestIn(std::string_view line) {
   constexpr std::string_view kCommand = "Execute command [";
   constexpr std::string_view kEcho = "echo ";
   constexpr std::string_view kRaw = " raw ";
-  if (!line.starts_with(kCommand)) return "";
+  if (!line.starts_with(kCommand)) {
+    return "";
+  }
   line.remove_prefix(kCommand.size());
-  if (line.starts_with(kEcho)) return InOneForm(std::string(line.substr(kEcho.size())), true);
-  const size_t raw = line.find(kRaw);
+  if (line.starts_with(kEcho)) {
+    return InOneForm(std::string(line.substr(kEcho.size())), true);
+  }
+  const std::size_t raw = line.find(kRaw);
   return raw == std::string_view::npos ? "" : InOneForm(std::string(line.substr(raw + kRaw.size())), false);
 }
 
@@ -101,7 +110,9 @@ void ProgressSteps::Take(const refhost::TraceRecord& record) {
   const std::string_view text = record.text;
   if (record.level == CTraceUtility::TRACE_DBG_RETRY) {
     // How often the flash tool was started tells its attempts; what follows it is a new beginning.
-    if (step_.words != kFlashing) step_.attempt = std::min(step_.attempt + 1, step_.attempts);
+    if (step_.words != kFlashing) {
+      step_.attempt = std::min(step_.attempt + 1, step_.attempts);
+    }
   } else if (text.starts_with("Execute:")) {
     Enter(kFlashing, kAttempts);
     step_.attempt = std::min(++flashRuns_, kAttempts);
@@ -112,13 +123,17 @@ void ProgressSteps::Take(const refhost::TraceRecord& record) {
   } else if (const Entry* request = Find(kRequests, RequestIn(text))) {
     Enter(request->words, kAttempts);
   } else if (const Entry* line = Find(kLines, text)) {
-    if (text.starts_with("CBMC_KESTREL_Firmware::Update() ")) flashRuns_ = 0;
+    if (text.starts_with("CBMC_KESTREL_Firmware::Update() ")) {
+      flashRuns_ = 0;
+    }
     Enter(line->words, 1);
   }
 }
 
 void ProgressSteps::Enter(std::string_view words, int attempts) {
-  if (step_.words != words) step_.attempt = 1;
+  if (step_.words != words) {
+    step_.attempt = 1;
+  }
   step_.words = words;
   step_.attempts = std::max(attempts, step_.attempt);
 }

@@ -21,7 +21,7 @@ class ProgressSteps {
   // Takes the next record of the trace.
   void Take(const refhost::TraceRecord& record);
 
-  const ProgressStep& Current() const { return step_; }
+  [[nodiscard]] const ProgressStep& Current() const { return step_; }
 
  private:
   void Enter(std::string_view words, int attempts);
@@ -32,7 +32,7 @@ class ProgressSteps {
 
 // The bytes of the request to the BMC that an executed command line carries, as the plug-in's two tools take them:
 // "34 8c 55 aa 01" of network function 34. "" when the line is no such command.
-std::string RequestIn(std::string_view line);
+[[nodiscard]] std::string RequestIn(std::string_view line);
 
 }  // namespace orvhost
 

@@ -3,12 +3,15 @@
 #include "host/DllCommon.h"
 
 namespace orvhost {
+
 namespace {
 
 // What stands in front of the first `mark`, which is cut off with it; nothing when there is none.
 std::optional<std::string_view> TakeUpTo(std::string_view mark, std::string_view* text) {
-  const size_t hit = text->find(mark);
-  if (hit == std::string_view::npos) return std::nullopt;
+  const std::size_t hit = text->find(mark);
+  if (hit == std::string_view::npos) {
+    return std::nullopt;
+  }
   const std::string_view taken = text->substr(0, hit);
   text->remove_prefix(hit + mark.size());
   return taken;
@@ -16,17 +19,25 @@ std::optional<std::string_view> TakeUpTo(std::string_view mark, std::string_view
 
 // "Ver[...],Serial[...],Model[...],Rep[...],iRet[1]", in which only the package's own model, Rep, may be any text.
 std::optional<FitWatch::Machine> MachineIn(std::string_view text) {
-  if (!text.starts_with("Ver[") || !text.ends_with("],iRet[1]")) return std::nullopt;
-  if (!TakeUpTo("],Serial[", &text)) return std::nullopt;
+  if (!text.starts_with("Ver[") || !text.ends_with("],iRet[1]")) {
+    return std::nullopt;
+  }
+  if (!TakeUpTo("],Serial[", &text)) {
+    return std::nullopt;
+  }
   const auto serialNumber = TakeUpTo("],Model[", &text);
   const auto model = TakeUpTo("],Rep[", &text);
-  if (!serialNumber || !model) return std::nullopt;
+  if (!serialNumber || !model) {
+    return std::nullopt;
+  }
   return FitWatch::Machine{std::string(*model), std::string(*serialNumber)};
 }
 
 std::optional<std::string> SerialNumberIn(std::string_view text) {
   constexpr std::string_view kStart = "Failed to get serial number [";
-  if (!text.starts_with(kStart) || !text.ends_with(']')) return std::nullopt;
+  if (!text.starts_with(kStart) || !text.ends_with(']')) {
+    return std::nullopt;
+  }
   return std::string(text.substr(kStart.size(), text.size() - kStart.size() - 1));
 }
 
@@ -34,9 +45,13 @@ std::optional<std::string> SerialNumberIn(std::string_view text) {
 
 void FitWatch::Write(const refhost::TraceRecord& record) {
   if (record.level == CTraceUtility::TRACE_DBG_INFO) {
-    if (auto machine = MachineIn(record.text)) ofOtherModel_ = machine;
+    if (auto machine = MachineIn(record.text)) {
+      ofOtherModel_ = machine;
+    }
   } else if (record.level == CTraceUtility::TRACE_DBG_ERROR) {
-    if (auto serialNumber = SerialNumberIn(record.text)) serialWithoutModel_ = serialNumber;
+    if (auto serialNumber = SerialNumberIn(record.text)) {
+      serialWithoutModel_ = serialNumber;
+    }
   }
 }
 

@@ -20,10 +20,10 @@ class FitWatch : public refhost::TraceSink {
   void Write(const refhost::TraceRecord& record) override;
 
   // The machine, when the plug-in told that its model is not the package's.
-  const std::optional<Machine>& OfOtherModel() const { return ofOtherModel_; }
+  [[nodiscard]] const std::optional<Machine>& OfOtherModel() const { return ofOtherModel_; }
 
   // The machine's serial number as the plug-in found it ("" for none), when it told that no model follows from it.
-  const std::optional<std::string>& SerialWithoutModel() const { return serialWithoutModel_; }
+  [[nodiscard]] const std::optional<std::string>& SerialWithoutModel() const { return serialWithoutModel_; }
 
  private:
   std::optional<Machine> ofOtherModel_;

@@ -16,7 +16,7 @@ namespace orvhost {
 class LineSink : public refhost::TraceSink {
  public:
   // Appends all records to the file `path`. Null, with the reason in `*error`, when it cannot be opened.
-  static std::unique_ptr<LineSink> OpenFile(const std::string& path, std::string* error);
+  [[nodiscard]] static std::unique_ptr<LineSink> OpenFile(const std::string& path, std::string* error);
 
   // Writes to `descriptor` the records for operators and the lines whose level is in `levels`.
   LineSink(posix::FileDescriptor descriptor, int levels) : descriptor_(std::move(descriptor)), levels_(levels) {}

@@ -5,6 +5,7 @@
 #include <iterator>
 
 namespace orvhost {
+
 namespace {
 
 using State = SendResult::State;
@@ -33,7 +34,7 @@ bool StartsWith(const std::string& text, const std::string& start) {
 
 // True for "17:0F", with which the elements of the BMC's answer are traced.
 bool IsElement(const std::string& text) {
-  const size_t colon = text.find(':');
+  const std::size_t colon = text.find(':');
   return colon != 0 && colon != std::string::npos &&
          std::all_of(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(colon),
                      [](unsigned char character) { return isdigit(character) != 0; });
@@ -43,8 +44,12 @@ bool IsElement(const std::string& text) {
 
 void SendWatch::Write(const refhost::TraceRecord& record) {
   const std::string text(record.text);
-  if (record.level != 0) WatchStart(text);
-  if (current_ == nullptr) return;
+  if (record.level != 0) {
+    WatchStart(text);
+  }
+  if (current_ == nullptr) {
+    return;
+  }
   if (record.level == 0) {
     // The record is written at once when a step has failed for good; an unlock that follows changes nothing.
     Conclude(State::kFailed, step_.empty() ? "a step that is not told" : step_);
@@ -71,7 +76,7 @@ void SendWatch::WatchCapability(const std::string& text) {
   constexpr const char* kFlags = " SendInfoToSVP Support info";
   if (text == "Get Capability Failed") {
     capability_ = "it did not answer the question for its capabilities";
-  } else if (const size_t flags = text.find(kFlags); flags != std::string::npos && IsElement(text)) {
+  } else if (const std::size_t flags = text.find(kFlags); flags != std::string::npos && IsElement(text)) {
     capability_ = "its capabilities are " + text.substr(text.find(':') + 1, flags - text.find(':') - 1);
   } else if (IsElement(text) && !StartsWith(capability_, "its capabilities are")) {
     capability_ = "its answer is too short to tell its capabilities";
@@ -80,10 +85,12 @@ void SendWatch::WatchCapability(const std::string& text) {
 
 void SendWatch::WatchStep(const std::string& text) {
   // A longer start wins: that of the signature continues that of the data.
-  size_t longest = 0;
+  std::size_t longest = 0;
   for (const auto& [start, step] : kStepLines) {
     const std::string whole(start);
-    if (whole.size() <= longest || !StartsWith(text, whole)) continue;
+    if (whole.size() <= longest || !StartsWith(text, whole)) {
+      continue;
+    }
     longest = whole.size();
     step_ = step;
   }
@@ -101,7 +108,9 @@ void SendWatch::WatchEnd(const std::string& text) {
 // The end line of what was sent stands behind a refusal too, and it may stand before the record that tells of a
 // failure.
 void SendWatch::Conclude(State state, const std::string& detail) {
-  if (current_->state != State::kUntold && state != State::kFailed) return;
+  if (current_->state != State::kUntold && state != State::kFailed) {
+    return;
+  }
   current_->state = state;
   current_->detail = detail;
 }

@@ -24,7 +24,7 @@ class SendWatch : public refhost::TraceSink {
   void Write(const refhost::TraceRecord& record) override;
 
   // In the order of sending.
-  const std::array<SendResult, 2>& Results() const { return results_; }
+  [[nodiscard]] const std::array<SendResult, 2>& Results() const { return results_; }
 
  private:
   void WatchStart(const std::string& text);
@@ -40,7 +40,7 @@ class SendWatch : public refhost::TraceSink {
 };
 
 // The result in words: "sent", "not supported by this BMC (...)", "failed at ...", "unknown (...)".
-std::string InWords(const SendResult& result);
+[[nodiscard]] std::string InWords(const SendResult& result);
 
 }  // namespace orvhost
 

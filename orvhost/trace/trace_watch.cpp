@@ -5,12 +5,15 @@
 #include "host/DllCommon.h"
 
 namespace orvhost {
+
 namespace {
 
-constexpr size_t kKeptLines = 5;
+constexpr std::size_t kKeptLines = 5;
 
 void Keep(std::vector<std::string>* lines, const std::string& line) {
-  if (lines->size() == kKeptLines) lines->erase(lines->begin());
+  if (lines->size() == kKeptLines) {
+    lines->erase(lines->begin());
+  }
   lines->push_back(line);
 }
 
@@ -20,17 +23,23 @@ bool StartsWith(const std::string& text, const std::string& start) {
 
 // What stands between `start`, with which the text must begin, and the last "]"; "" when the text is another one.
 std::string Bracketed(const std::string& text, const std::string& start) {
-  const size_t end = text.rfind(']');
-  if (!StartsWith(text, start) || end == std::string::npos || end < start.size()) return "";
+  const std::size_t end = text.rfind(']');
+  if (!StartsWith(text, start) || end == std::string::npos || end < start.size()) {
+    return "";
+  }
   return text.substr(start.size(), end - start.size());
 }
 
 // The word behind the first occurrence of `label`, if that stands in the text; a colon or blank between is skipped.
 bool FindWord(const std::string& text, const std::string& label, std::string* word) {
-  const size_t hit = text.find(label);
-  if (hit == std::string::npos) return false;
-  size_t start = hit + label.size();
-  if (start < text.size() && (text[start] == ':' || text[start] == ' ')) ++start;
+  const std::size_t hit = text.find(label);
+  if (hit == std::string::npos) {
+    return false;
+  }
+  std::size_t start = hit + label.size();
+  if (start < text.size() && (text[start] == ':' || text[start] == ' ')) {
+    ++start;
+  }
   *word = text.substr(start, text.find(' ', start) - start);
   return true;
 }
@@ -45,7 +54,9 @@ void TraceWatch::Write(const refhost::TraceRecord& record) {
     Keep(&evidence_.records, text);
     return;
   }
-  if (record.level == CTraceUtility::TRACE_DBG_INFO) WatchProgress(text);
+  if (record.level == CTraceUtility::TRACE_DBG_INFO) {
+    WatchProgress(text);
+  }
   WatchFailure(record, text);
 }
 
@@ -71,7 +82,9 @@ void TraceWatch::WatchProgress(const std::string& text) {
 void TraceWatch::WatchFailure(const refhost::TraceRecord& record, const std::string& text) {
   const bool isFailure = record.level == CTraceUtility::TRACE_DBG_ERROR ||
                          record.level == CTraceUtility::TRACE_DBG_RETRY || StartsWith(text, "Failed to");
-  if (!isFailure) return;
+  if (!isFailure) {
+    return;
+  }
   Keep(&evidence_.trace, text);
   if (!FindWord(text, "CompletionCode", &evidence_.completionCode)) {
     FindWord(text, "ResponseData1", &evidence_.completionCode);

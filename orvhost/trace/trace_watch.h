@@ -16,16 +16,16 @@ class TraceWatch : public refhost::TraceSink {
   void Write(const refhost::TraceRecord& record) override;
 
   // The plug-in started the flash tool or the package's update script.
-  bool FlashBegan() const { return flashBegan_; }
+  [[nodiscard]] bool FlashBegan() const { return flashBegan_; }
 
   // The plug-in ran the command that halts or restarts the machine.
-  bool ShutdownWasRequested() const { return shutdownWasRequested_; }
+  [[nodiscard]] bool ShutdownWasRequested() const { return shutdownWasRequested_; }
 
   // Identifier and first inserted text of the last record for operators; "" when there was none.
-  const std::string& LastMessageId() const { return lastMessageId_; }
-  const std::string& LastDetail() const { return lastDetail_; }
+  [[nodiscard]] const std::string& LastMessageId() const { return lastMessageId_; }
+  [[nodiscard]] const std::string& LastDetail() const { return lastDetail_; }
 
-  const Evidence& Gathered() const { return evidence_; }
+  [[nodiscard]] const Evidence& Gathered() const { return evidence_; }
 
  private:
   void WatchProgress(const std::string& text);

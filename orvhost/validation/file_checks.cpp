@@ -6,6 +6,7 @@
 #include "orvhost/validation/validation.h"
 
 namespace orvhost {
+
 namespace {
 
 constexpr std::array kEntryPoints = {"GetVendorFactory", "ReleaseVendor"};
@@ -17,14 +18,18 @@ constexpr std::array kAllowedLibraries = {
 
 template <typename Names>
 bool Holds(const Names& names, const std::string& name) {
-  return std::find(names.begin(), names.end(), name) != names.end();
+  return std::ranges::find(names, name) != names.end();
 }
 
 std::string Joined(const std::vector<std::string>& names) {
-  constexpr size_t kTold = 5;
+  constexpr std::size_t kTold = 5;
   std::string text;
-  for (size_t i = 0; i < names.size() && i < kTold; ++i) text += (i == 0 ? "" : ", ") + names[i];
-  if (names.size() > kTold) text += " and " + std::to_string(names.size() - kTold) + " more";
+  for (std::size_t i = 0; i < names.size() && i < kTold; ++i) {
+    text += (i == 0 ? "" : ", ") + names[i];
+  }
+  if (names.size() > kTold) {
+    text += " and " + std::to_string(names.size() - kTold) + " more";
+  }
   return text;
 }
 
@@ -38,8 +43,12 @@ CheckResult OfFile(const Candidate& candidate, Judge judge) {
 
 CheckResult CheckFile(const Candidate& candidate) {
   return OfFile(candidate, [](const LibraryFile& file) {
-    if (!file.isSharedLibrary) return CheckResult::Fail("it is an ELF file, but no shared library");
-    if (!file.isForThisMachine) return CheckResult::Fail("it is made for another kind of machine");
+    if (!file.isSharedLibrary) {
+      return CheckResult::Fail("it is an ELF file, but no shared library");
+    }
+    if (!file.isForThisMachine) {
+      return CheckResult::Fail("it is made for another kind of machine");
+    }
     return CheckResult::Pass();
   });
 }
@@ -48,7 +57,9 @@ CheckResult CheckEntryPoints(const Candidate& candidate) {
   return OfFile(candidate, [](const LibraryFile& file) {
     std::vector<std::string> missing;
     for (const std::string name : kEntryPoints) {
-      if (!Holds(file.exports, name)) missing.push_back(name);
+      if (!Holds(file.exports, name)) {
+        missing.push_back(name);
+      }
     }
     return missing.empty() ? CheckResult::Pass() : CheckResult::Fail("it does not export " + Joined(missing));
   });
@@ -58,7 +69,9 @@ CheckResult CheckExports(const Candidate& candidate) {
   return OfFile(candidate, [](const LibraryFile& file) {
     std::vector<std::string> others;
     for (const std::string& name : file.exports) {
-      if (!Holds(kEntryPoints, name)) others.push_back(name);
+      if (!Holds(kEntryPoints, name)) {
+        others.push_back(name);
+      }
     }
     return others.empty() ? CheckResult::Pass() : CheckResult::Fail("it also exports " + Joined(others));
   });
@@ -68,7 +81,9 @@ CheckResult CheckLibraries(const Candidate& candidate) {
   return OfFile(candidate, [](const LibraryFile& file) {
     std::vector<std::string> others;
     for (const std::string& name : file.needed) {
-      if (!Holds(kAllowedLibraries, name)) others.push_back(name);
+      if (!Holds(kAllowedLibraries, name)) {
+        others.push_back(name);
+      }
     }
     return others.empty() ? CheckResult::Pass() : CheckResult::Fail("it also needs " + Joined(others));
   });
@@ -76,8 +91,12 @@ CheckResult CheckLibraries(const Candidate& candidate) {
 
 CheckResult CheckHardening(const Candidate& candidate) {
   return OfFile(candidate, [](const LibraryFile& file) {
-    if (file.hasTextRelocations) return CheckResult::Fail("its code is written to when it is loaded");
-    if (!file.hasRelro || !file.bindsNow) return CheckResult::Fail("its relocations stay writable (no full RELRO)");
+    if (file.hasTextRelocations) {
+      return CheckResult::Fail("its code is written to when it is loaded");
+    }
+    if (!file.hasRelro || !file.bindsNow) {
+      return CheckResult::Fail("its relocations stay writable (no full RELRO)");
+    }
     return CheckResult::Pass();
   });
 }

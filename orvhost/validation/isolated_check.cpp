@@ -18,12 +18,13 @@
 #include "posix/last_error.h"
 
 namespace orvhost {
+
 namespace {
 
 using Status = CheckResult::Status;
 
 // A result goes through the pipe in one piece that always fits: a byte for the status, then the reason.
-constexpr size_t kLongestResult = 4096;
+constexpr std::size_t kLongestResult = 4096;
 
 CheckResult Guarded(const std::function<CheckResult()>& check) {
   try {
@@ -41,7 +42,9 @@ CheckResult Guarded(const std::function<CheckResult()>& check) {
   const rlimit noCore{0, 0};
   setrlimit(RLIMIT_CORE, &noCore);
   const int nothing = open("/dev/null", O_RDWR | O_CLOEXEC);
-  for (const int standard : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) dup2(nothing, standard);
+  for (const int standard : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+    dup2(nothing, standard);
+  }
   close(nothing);
   const CheckResult result = Guarded(check);
   std::string message(1, static_cast<char>('0' + static_cast<int>(result.status)));
@@ -51,7 +54,9 @@ CheckResult Guarded(const std::function<CheckResult()>& check) {
 }
 
 std::string HowItEnded(const siginfo_t& info) {
-  if (info.si_code == CLD_EXITED) return "it ended the process with exit status " + std::to_string(info.si_status);
+  if (info.si_code == CLD_EXITED) {
+    return "it ended the process with exit status " + std::to_string(info.si_status);
+  }
   return "it was ended by signal " + std::to_string(info.si_status) + " (" + strsignal(info.si_status) + ")";
 }
 
@@ -63,14 +68,18 @@ bool WaitFor(int pidDescriptor, std::chrono::milliseconds limit) {
     pollfd ended{pidDescriptor, POLLIN, 0};
     const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - steady_clock::now()).count();
     const int ready = poll(&ended, 1, left > 0 ? static_cast<int>(left) : 0);
-    if (ready >= 0 || errno != EINTR) return ready == 1;
+    if (ready >= 0 || errno != EINTR) {
+      return ready == 1;
+    }
   }
 }
 
 std::string InSeconds(std::chrono::milliseconds limit) {
   std::string text = std::to_string(std::chrono::duration<double>(limit).count());
   text.erase(text.find_last_not_of('0') + 1);
-  if (text.back() == '.') text.pop_back();
+  if (text.back() == '.') {
+    text.pop_back();
+  }
   return text + " s";
 }
 
@@ -84,8 +93,12 @@ CheckResult RunIsolated(const std::function<CheckResult()>& check, std::chrono::
   const posix::FileDescriptor readEnd(ends[0]);
   posix::FileDescriptor writeEnd(ends[1]);
   const pid_t pid = fork();
-  if (pid < 0) return CheckResult::Skip("no process could be started: " + posix::LastError());
-  if (pid == 0) RunChild(check, writeEnd.Get());
+  if (pid < 0) {
+    return CheckResult::Skip("no process could be started: " + posix::LastError());
+  }
+  if (pid == 0) {
+    RunChild(check, writeEnd.Get());
+  }
   setpgid(pid, pid);  // in both, so that it is done whoever comes first
   writeEnd.Close();
   const posix::FileDescriptor pidDescriptor(static_cast<int>(syscall(SYS_pidfd_open, pid, 0)));
@@ -94,11 +107,15 @@ CheckResult RunIsolated(const std::function<CheckResult()>& check, std::chrono::
   siginfo_t info{};
   while (waitid(P_PID, static_cast<id_t>(pid), &info, WEXITED) != 0 && errno == EINTR) {
   }
-  if (!inTime) return CheckResult::Fail("it did not come back within " + InSeconds(limit));
+  if (!inTime) {
+    return CheckResult::Fail("it did not come back within " + InSeconds(limit));
+  }
   std::array<char, kLongestResult> buffer{};
   const ssize_t size = read(readEnd.Get(), buffer.data(), buffer.size());
-  if (size < 1) return CheckResult::Fail(HowItEnded(info));
-  return {static_cast<Status>(buffer[0] - '0'), std::string(buffer.data() + 1, static_cast<size_t>(size) - 1)};
+  if (size < 1) {
+    return CheckResult::Fail(HowItEnded(info));
+  }
+  return {static_cast<Status>(buffer[0] - '0'), std::string(buffer.data() + 1, static_cast<std::size_t>(size) - 1)};
 }
 
 }  // namespace orvhost

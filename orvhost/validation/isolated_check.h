@@ -14,16 +14,16 @@ struct CheckResult {
   Status status = Status::kPass;
   std::string reason;  // clause without its full stop; "" of a pass
 
-  static CheckResult Pass() { return {}; }
-  static CheckResult Fail(const std::string& reason) { return {Status::kFail, reason}; }
-  static CheckResult Skip(const std::string& reason) { return {Status::kSkip, reason}; }
+  [[nodiscard]] static CheckResult Pass() { return {}; }
+  [[nodiscard]] static CheckResult Fail(const std::string& reason) { return {Status::kFail, reason}; }
+  [[nodiscard]] static CheckResult Skip(const std::string& reason) { return {Status::kSkip, reason}; }
 };
 
 // Forks, lets the child call `check` and tells what came of it: the check's own result; a failure when the child threw,
 // was ended by a signal, ended by itself without a result, or did not come back within `limit`. The child has no
 // standard input and its outputs are discarded. Whatever it started in its process group is killed. Call it while this
 // process has one thread.
-CheckResult RunIsolated(const std::function<CheckResult()>& check, std::chrono::milliseconds limit);
+[[nodiscard]] CheckResult RunIsolated(const std::function<CheckResult()>& check, std::chrono::milliseconds limit);
 
 }  // namespace orvhost
 

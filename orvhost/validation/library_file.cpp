@@ -11,11 +11,12 @@
 #include "posix/last_error.h"
 
 namespace orvhost {
+
 namespace {
 
 using Handle = std::unique_ptr<Elf, decltype(&elf_end)>;
 
-std::string TextAt(Elf* elf, size_t section, size_t offset) {
+std::string TextAt(Elf* elf, std::size_t section, std::size_t offset) {
   const char* text = elf_strptr(elf, section, offset);
   return text != nullptr ? text : "";
 }
@@ -31,9 +32,11 @@ void ReadSymbols(Elf* elf, Elf_Scn* section, const GElf_Shdr& header, LibraryFil
   Elf_Data* data = elf_getdata(section, nullptr);
   GElf_Sym symbol;
   for (int i = 0; data != nullptr && gelf_getsym(data, i, &symbol) != nullptr; ++i) {
-    if (IsVisible(symbol)) file->exports.push_back(TextAt(elf, header.sh_link, symbol.st_name));
+    if (IsVisible(symbol)) {
+      file->exports.push_back(TextAt(elf, header.sh_link, symbol.st_name));
+    }
   }
-  std::sort(file->exports.begin(), file->exports.end());
+  std::ranges::sort(file->exports);
 }
 
 // `isProgram` is set for a position-independent program, which has the type of a shared library.
@@ -42,21 +45,31 @@ void ReadDynamic(Elf* elf, Elf_Scn* section, const GElf_Shdr& header, LibraryFil
   GElf_Dyn entry;
   for (int i = 0; data != nullptr && gelf_getdyn(data, i, &entry) != nullptr && entry.d_tag != DT_NULL; ++i) {
     const auto value = entry.d_un.d_val;
-    if (entry.d_tag == DT_NEEDED) file->needed.push_back(TextAt(elf, header.sh_link, value));
-    if (entry.d_tag == DT_BIND_NOW) file->bindsNow = true;
-    if (entry.d_tag == DT_FLAGS && (value & DF_BIND_NOW) != 0) file->bindsNow = true;
-    if (entry.d_tag == DT_FLAGS_1 && (value & DF_1_NOW) != 0) file->bindsNow = true;
+    if (entry.d_tag == DT_NEEDED) {
+      file->needed.push_back(TextAt(elf, header.sh_link, value));
+    }
+    if (entry.d_tag == DT_BIND_NOW) {
+      file->bindsNow = true;
+    }
+    if (entry.d_tag == DT_FLAGS && (value & DF_BIND_NOW) != 0) {
+      file->bindsNow = true;
+    }
+    if (entry.d_tag == DT_FLAGS_1 && (value & DF_1_NOW) != 0) {
+      file->bindsNow = true;
+    }
     if (entry.d_tag == DT_TEXTREL || (entry.d_tag == DT_FLAGS && (value & DF_TEXTREL) != 0)) {
       file->hasTextRelocations = true;
     }
-    if (entry.d_tag == DT_FLAGS_1 && (value & DF_1_PIE) != 0) *isProgram = true;
+    if (entry.d_tag == DT_FLAGS_1 && (value & DF_1_PIE) != 0) {
+      *isProgram = true;
+    }
   }
 }
 
 void ReadSegments(Elf* elf, LibraryFile* file) {
-  size_t count = 0;
+  std::size_t count = 0;
   elf_getphdrnum(elf, &count);
-  for (size_t i = 0; i < count; ++i) {
+  for (std::size_t i = 0; i < count; ++i) {
     GElf_Phdr header;
     if (gelf_getphdr(elf, static_cast<int>(i), &header) != nullptr && header.p_type == PT_GNU_RELRO) {
       file->hasRelro = true;
@@ -73,7 +86,9 @@ bool ReadHeader(const std::string& path, posix::FileDescriptor* descriptor, Hand
   }
   elf_version(EV_CURRENT);
   elf->reset(elf_begin(descriptor->Get(), ELF_C_READ, nullptr));
-  if (*elf && elf_kind(elf->get()) == ELF_K_ELF && gelf_getehdr(elf->get(), header) != nullptr) return true;
+  if (*elf && elf_kind(elf->get()) == ELF_K_ELF && gelf_getehdr(elf->get(), header) != nullptr) {
+    return true;
+  }
   *error = "it is no ELF file";
   return false;
 }
@@ -93,15 +108,23 @@ std::optional<LibraryFile> ReadLibraryFile(const std::string& path, std::string*
   posix::FileDescriptor descriptor(-1);
   Handle elf(nullptr, elf_end);
   GElf_Ehdr header;
-  if (!ReadHeader(path, &descriptor, &elf, &header, error)) return {};
+  if (!ReadHeader(path, &descriptor, &elf, &header, error)) {
+    return {};
+  }
   LibraryFile file;
   bool isProgram = false;
   Elf_Scn* section = nullptr;
   while ((section = elf_nextscn(elf.get(), section)) != nullptr) {
     GElf_Shdr sectionHeader;
-    if (gelf_getshdr(section, &sectionHeader) == nullptr) continue;
-    if (sectionHeader.sh_type == SHT_DYNSYM) ReadSymbols(elf.get(), section, sectionHeader, &file);
-    if (sectionHeader.sh_type == SHT_DYNAMIC) ReadDynamic(elf.get(), section, sectionHeader, &file, &isProgram);
+    if (gelf_getshdr(section, &sectionHeader) == nullptr) {
+      continue;
+    }
+    if (sectionHeader.sh_type == SHT_DYNSYM) {
+      ReadSymbols(elf.get(), section, sectionHeader, &file);
+    }
+    if (sectionHeader.sh_type == SHT_DYNAMIC) {
+      ReadDynamic(elf.get(), section, sectionHeader, &file, &isProgram);
+    }
   }
   ReadSegments(elf.get(), &file);
   file.isSharedLibrary = header.e_type == ET_DYN && !isProgram;

@@ -19,7 +19,7 @@ struct LibraryFile {
 };
 
 // Nothing, with the reason in `*error`, when `path` cannot be read or is no ELF file.
-std::optional<LibraryFile> ReadLibraryFile(const std::string& path, std::string* error);
+[[nodiscard]] std::optional<LibraryFile> ReadLibraryFile(const std::string& path, std::string* error);
 
 }  // namespace orvhost
 

@@ -8,6 +8,7 @@
 #include "orvhost/validation/validation.h"
 
 namespace orvhost {
+
 namespace {
 
 namespace fs = std::filesystem;
@@ -113,7 +114,9 @@ CheckResult CheckLifeCycle(const Candidate& candidate) {
     const Holdings before;
     for (int i = 0; i < kManyTimes; ++i) {
       CVendor* vendor = plugin.Create(kVendorClassName, kProvider);
-      if (vendor == nullptr) return CheckResult::Fail("after " + std::to_string(i + 1) + " objects there is no other");
+      if (vendor == nullptr) {
+        return CheckResult::Fail("after " + std::to_string(i + 1) + " objects there is no other");
+      }
       vendor->LinkDevice();
       plugin.Release(vendor);
     }
@@ -127,7 +130,9 @@ CheckResult CheckTwoObjects(const Candidate& candidate) {
     CheckResult second = WithVendor(candidate, [&first](CVendor& other) {
       return &other != &first ? CheckResult::Pass() : CheckResult::Fail("it gives the same object twice");
     });
-    if (second.status != CheckResult::Status::kPass) return second;
+    if (second.status != CheckResult::Status::kPass) {
+      return second;
+    }
     return first.GetVendorClassName() == name ? CheckResult::Pass()
                                               : CheckResult::Fail("releasing one object damages the other");
   });
@@ -145,11 +150,15 @@ CheckResult CheckAnswers(const Candidate& candidate) {
   return WithVendor(candidate, [&candidate](CVendor& vendor) {
     vendor.LinkDevice();
     const std::string hardware = vendor.GetHardwareVersion();
-    if (vendor.GetHardwareVersionCache() != hardware) return CheckResult::Fail("the hardware version changes");
+    if (vendor.GetHardwareVersionCache() != hardware) {
+      return CheckResult::Fail("the hardware version changes");
+    }
     if (vendor.CheckHardwareVersion(hardware, hardware) != 0) {
       return CheckResult::Fail("the hardware version is not compatible with itself");
     }
-    if (vendor.IsUpdateFailure()) return CheckResult::Fail("it tells of a failed update without any");
+    if (vendor.IsUpdateFailure()) {
+      return CheckResult::Fail("it tells of a failed update without any");
+    }
     if (vendor.EndOutputDeviceConfigInfo(candidate.folder + "/work/", nullptr) != 0) {
       return CheckResult::Fail("the end of a report is not 0");
     }
@@ -190,7 +199,9 @@ CheckResult CheckUnknownMethod(const Candidate& candidate) {
 // A whole life without a question to the device.
 CheckResult LiveThrough(const Candidate& candidate) {
   CheckResult result = CheckAnswers(candidate);
-  if (result.status == CheckResult::Status::kPass) result = CheckUnknownMethod(candidate);
+  if (result.status == CheckResult::Status::kPass) {
+    result = CheckUnknownMethod(candidate);
+  }
   return result;
 }
 
@@ -200,18 +211,24 @@ CheckResult CheckNoCommands(const Candidate& candidate) {
     vendor.GetHardwareVersion();
     return CheckResult::Pass();
   });
-  if (life.status != CheckResult::Status::kPass || RefusedCommands().empty()) return life;
+  if (life.status != CheckResult::Status::kPass || RefusedCommands().empty()) {
+    return life;
+  }
   return CheckResult::Fail("it wanted to run [" + RefusedCommands().front() + "]");
 }
 
 CheckResult CheckNoWrites(const Candidate& candidate) {
   CheckResult life = LiveThrough(candidate);
-  if (life.status != CheckResult::Status::kPass) return life;
+  if (life.status != CheckResult::Status::kPass) {
+    return life;
+  }
   for (const auto& entry : fs::recursive_directory_iterator(candidate.folder)) {
     const std::string name = entry.path().lexically_relative(candidate.folder).string();
     const bool allowed =
         name == "install" || name == "work" || name == "install/tmp" || name.rfind("install/tmp/", 0) == 0;
-    if (!allowed) return CheckResult::Fail("it writes " + name);
+    if (!allowed) {
+      return CheckResult::Fail("it writes " + name);
+    }
   }
   return CheckResult::Pass();
 }

@@ -17,11 +17,11 @@ namespace orvhost {
 void PrepareTrial(const Candidate& candidate);
 
 // The commands that were refused in this process.
-const std::vector<std::string>& RefusedCommands();
+[[nodiscard]] const std::vector<std::string>& RefusedCommands();
 
 // Prepares a trial, loads the plug-in, and returns what `judge(plugin)` finds; a failure when it cannot be loaded.
 template <typename Judge>
-CheckResult WithPlugin(const Candidate& candidate, Judge judge) {
+[[nodiscard]] CheckResult WithPlugin(const Candidate& candidate, Judge judge) {
   PrepareTrial(candidate);
   std::string error;
   const std::unique_ptr<Plugin> plugin = Plugin::Load(candidate.path, &error);
@@ -30,10 +30,12 @@ CheckResult WithPlugin(const Candidate& candidate, Judge judge) {
 
 // The same with a vendor object, which is released afterwards: `judge(vendor)`.
 template <typename Judge>
-CheckResult WithVendor(const Candidate& candidate, Judge judge) {
+[[nodiscard]] CheckResult WithVendor(const Candidate& candidate, Judge judge) {
   return WithPlugin(candidate, [&judge](const Plugin& plugin) {
     CVendor* vendor = plugin.Create(kVendorClassName, kProvider);
-    if (vendor == nullptr) return CheckResult::Fail(std::string("there is no object of the class ") + kVendorClassName);
+    if (vendor == nullptr) {
+      return CheckResult::Fail(std::string("there is no object of the class ") + kVendorClassName);
+    }
     CheckResult result = judge(*vendor);
     plugin.Release(vendor);
     return result;

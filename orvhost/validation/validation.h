@@ -25,10 +25,10 @@ struct ValidationCheck {
 };
 
 // Of the file alone; loads nothing.
-std::span<const ValidationCheck> FileChecks();
+[[nodiscard]] std::span<const ValidationCheck> FileChecks();
 
 // Of the library in memory and of its objects.
-std::span<const ValidationCheck> ObjectChecks();
+[[nodiscard]] std::span<const ValidationCheck> ObjectChecks();
 
 }  // namespace orvhost
 

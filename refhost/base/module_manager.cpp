@@ -24,13 +24,17 @@ void Trace(const std::string& text) {
 ModuleState Load() {
   ModuleState state;
   std::string error;
-  if (!refhost::LoadModuleState(refhost::ModuleStateFolder(), &state, &error)) Trace(error);
+  if (!refhost::LoadModuleState(refhost::ModuleStateFolder(), &state, &error)) {
+    Trace(error);
+  }
   return state;
 }
 
 int Save(const ModuleState& state) {
   std::string error;
-  if (refhost::SaveModuleState(refhost::ModuleStateFolder(), state, &error)) return kOk;
+  if (refhost::SaveModuleState(refhost::ModuleStateFolder(), state, &error)) {
+    return kOk;
+  }
   Trace(error);
   return kFailed;
 }
@@ -51,7 +55,7 @@ std::string Today() {
                               static_cast<int>(date.year()), static_cast<unsigned>(date.month()),
                               static_cast<unsigned>(date.day()), static_cast<long>(time.hours().count()),
                               static_cast<long>(time.minutes().count()), static_cast<long>(time.seconds().count()));
-  text.resize(static_cast<size_t>(length));
+  text.resize(static_cast<std::size_t>(length));
   return text;
 }
 
@@ -79,7 +83,9 @@ int CModuleManager::RegistUpdateModule(std::string moduleId, std::string package
   refhost::ModuleRecord record;
   record.info = {moduleId, manifest.name, kFirmwareKind, "", manifest.version, manifest.model};
   record.packagePath = packagePath;
-  if (CheckRegisterUpdateModule(record.info) != kOk) return kFailed;
+  if (CheckRegisterUpdateModule(record.info) != kOk) {
+    return kFailed;
+  }
   return Change([&record](ModuleState* state) {
     state->update = record;
     state->updateStatus = refhost::kUpdateRegistered;
@@ -113,7 +119,9 @@ void CModuleManager::SetUpdatePriority(int priority) {
 
 int CModuleManager::InitializeOperatingModuleInfo(std::string version) {
   ModuleState state = Load();
-  if (!state.operating.info.moduleVersion.empty()) return kOk;
+  if (!state.operating.info.moduleVersion.empty()) {
+    return kOk;
+  }
   state.operating.info.moduleKind = kFirmwareKind;
   state.operating.info.moduleVersion = std::move(version);
   return Save(state);
@@ -121,9 +129,15 @@ int CModuleManager::InitializeOperatingModuleInfo(std::string version) {
 
 int CModuleManager::CheckDependentInfo(CDependencyInfo dependency, bool useUpdateModule, bool allowEqual) {
   const CManageRepositoryInfo record = useUpdateModule ? GetUpdateModuleInfo() : GetOperatingModuleInfo();
-  if (!dependency.moduleId.empty() && dependency.moduleId != record.moduleId) return kFailed;
-  if (dependency.version.empty()) return kOk;
-  if (dependency.version == record.moduleVersion) return allowEqual ? kOk : kFailed;
+  if (!dependency.moduleId.empty() && dependency.moduleId != record.moduleId) {
+    return kFailed;
+  }
+  if (dependency.version.empty()) {
+    return kOk;
+  }
+  if (dependency.version == record.moduleVersion) {
+    return allowEqual ? kOk : kFailed;
+  }
   return CheckVendorVersion(dependency.version, record.moduleVersion) == 1 ? kOk : kFailed;
 }
 
@@ -157,7 +171,9 @@ int CModuleManager::ExecuteUpdateBackup(std::string backupPath, bool useOldModul
 
 int CModuleManager::ExecutePreUpdate(bool useOldModule) {
   auto* firmware = dynamic_cast<CFirmware*>(this);
-  if (firmware == nullptr) return kFailed;
+  if (firmware == nullptr) {
+    return kFailed;
+  }
   const ModuleState state = Load();
   const refhost::ModuleRecord& module = Selected(state, useOldModule);
   std::list<std::string> everything;
@@ -166,20 +182,26 @@ int CModuleManager::ExecutePreUpdate(bool useOldModule) {
 
 int CModuleManager::ExecuteUpdate(bool useOldModule) {
   auto* firmware = dynamic_cast<CFirmware*>(this);
-  if (firmware == nullptr) return kFailed;
+  if (firmware == nullptr) {
+    return kFailed;
+  }
   ModuleState state = Load();
   const refhost::ModuleRecord module = Selected(state, useOldModule);
   state.updateStatus = refhost::kUpdateRunning;
   state.updateProgress = 0;
   state.previousVersion = operatingVersionCache;
   // A device is not written to when the host could not remember it afterwards.
-  if (Save(state) != kOk) return kFailed;
+  if (Save(state) != kOk) {
+    return kFailed;
+  }
   std::list<std::string> everything;
   const int result = firmware->Update(module.info.moduleId, module.packagePath, &everything, useOldModule);
   const bool done = result == kOk || result == kDoneAfterTimeout;
   Change([done](ModuleState* after) {
     after->updateStatus = done ? refhost::kUpdateWritten : refhost::kUpdateFailed;
-    if (!done) return;
+    if (!done) {
+      return;
+    }
     after->updateProgress = 100;
     after->latestUpdateDate = Today();
   });
@@ -193,9 +215,13 @@ int CModuleManager::ExecuteUpdateRestore(std::string backupPath) {
 
 int CModuleManager::ExecuteUpdateApplyCheck() {
   auto* firmware = dynamic_cast<CFirmware*>(this);
-  if (firmware == nullptr) return kFailed;
+  if (firmware == nullptr) {
+    return kFailed;
+  }
   const int result = firmware->UpdateApplyCheck(GetOperatingModuleInfo().moduleId);
-  if (result == kOk) SetUpdateStatus(refhost::kUpdateVerified);
+  if (result == kOk) {
+    SetUpdateStatus(refhost::kUpdateVerified);
+  }
   return result;
 }
 
@@ -226,7 +252,9 @@ int CModuleManager::LoadRepository(std::string path) {
 }
 
 std::string CModuleManager::GetOperatingVersionCache() {
-  if (operatingVersionCache.empty()) operatingVersionCache = GetOperatingVersion();
+  if (operatingVersionCache.empty()) {
+    operatingVersionCache = GetOperatingVersion();
+  }
   return operatingVersionCache;
 }
 
@@ -238,7 +266,9 @@ void CModuleManager::SetDependencyInfo(CManageRepositoryInfo /*package*/) {
 // A device's firmware cannot be read back, so the host's own records are what a backup holds.
 int CModuleManager::UpdateBackup(std::string backupPath, bool /*useOldModule*/) {
   std::string error;
-  if (refhost::SaveModuleState(backupPath, Load(), &error)) return kOk;
+  if (refhost::SaveModuleState(backupPath, Load(), &error)) {
+    return kOk;
+  }
   Trace(error);
   return kFailed;
 }

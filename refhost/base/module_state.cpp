@@ -12,6 +12,7 @@
 #include "refhost/common/replace_file.h"
 
 namespace refhost {
+
 namespace {
 
 using nlohmann::json;
@@ -53,7 +54,9 @@ json ToJson(const ModuleState& state) {
 }
 
 ModuleState StateFrom(const json& value) {
-  if (value.at("schema") != kSchema) throw std::runtime_error("its \"schema\" is not 1");
+  if (value.at("schema") != kSchema) {
+    throw std::runtime_error("its \"schema\" is not 1");
+  }
   ModuleState state;
   state.operating = RecordFrom(value.at("operating"));
   state.update = RecordFrom(value.at("update"));
@@ -70,7 +73,9 @@ enum class FileState { kUsable, kUnreadable, kDamaged };
 
 FileState Read(const std::string& path, ModuleState* state, std::string* error) {
   *state = {};
-  if (!CCommon_Information::MyPathFileExists(path)) return FileState::kUsable;
+  if (!CCommon_Information::MyPathFileExists(path)) {
+    return FileState::kUsable;
+  }
   std::ifstream file(path, std::ios::binary);
   if (!file.is_open() || !CFileUtility::IsFileExist(path)) {
     *error = "The state file " + path + " cannot be read";
@@ -91,7 +96,9 @@ FileState Read(const std::string& path, ModuleState* state, std::string* error) 
 std::string KeepAside(const std::string& path) {
   for (int number = 1;; ++number) {
     const std::string aside = path + ".damaged-" + std::to_string(number);
-    if (CCommon_Information::MyPathFileExists(aside)) continue;
+    if (CCommon_Information::MyPathFileExists(aside)) {
+      continue;
+    }
     return rename(path.c_str(), aside.c_str()) == 0 ? aside : "";
   }
 }

@@ -8,6 +8,7 @@
 #include "refhost/archive_member.h"
 
 namespace refhost {
+
 namespace {
 
 using nlohmann::json;
@@ -28,9 +29,15 @@ PackageManifest Parse(const std::string& text) {
 
 // What a manifest that could be parsed still lacks; "" for nothing.
 std::string Shortcoming(const PackageManifest& manifest) {
-  if (manifest.name.empty()) return "\"name\" is empty";
-  if (manifest.version.empty()) return "\"version\" is empty";
-  if (manifest.serverTypes.empty()) return "\"server_types\" names no server type";
+  if (manifest.name.empty()) {
+    return "\"name\" is empty";
+  }
+  if (manifest.version.empty()) {
+    return "\"version\" is empty";
+  }
+  if (manifest.serverTypes.empty()) {
+    return "\"server_types\" names no server type";
+  }
   return "";
 }
 
@@ -43,7 +50,9 @@ bool ParsePackageManifest(const std::string& text, PackageManifest* manifest, st
   } catch (const json::exception& failure) {
     *error = failure.what();
   }
-  if (error->empty()) return true;
+  if (error->empty()) {
+    return true;
+  }
   *error = std::string(kManifestName) + " is not valid: " + *error;
   return false;
 }
@@ -54,8 +63,10 @@ bool ReadPackageManifest(const std::string& packagePath, PackageManifest* manife
 }
 
 bool IsMadeFor(const PackageManifest& manifest, const std::string& serverType) {
-  return std::any_of(manifest.serverTypes.begin(), manifest.serverTypes.end(), [&](const std::string& listed) {
-    if (serverType.compare(0, listed.size(), listed) != 0) return false;
+  return std::ranges::any_of(manifest.serverTypes, [&](const std::string& listed) {
+    if (serverType.compare(0, listed.size(), listed) != 0) {
+      return false;
+    }
     return serverType.size() == listed.size() || isalnum(static_cast<unsigned char>(serverType[listed.size()])) == 0;
   });
 }

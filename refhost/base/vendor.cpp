@@ -87,7 +87,9 @@ int CVendor::CheckUpdateCondition(std::string moduleKind, bool /*useUpdateModule
 
 CManageModuleInfo CVendor::GetDeviceInfo() {
   CManageModuleInfo info;
-  if (firmwareHandler != nullptr) info = firmwareHandler->GetManageModuleInfo();
+  if (firmwareHandler != nullptr) {
+    info = firmwareHandler->GetManageModuleInfo();
+  }
   info.vendorClassName = vendorClassName;
   info.operating.deviceName = deviceName;
   info.update.deviceName = deviceName;
@@ -95,7 +97,9 @@ CManageModuleInfo CVendor::GetDeviceInfo() {
 }
 
 void CVendor::SetUpdatePriority(int priority, std::string moduleKind) {
-  if (CFirmware* handler = HandlerFor(firmwareHandler, moduleKind)) handler->SetUpdatePriority(priority);
+  if (CFirmware* handler = HandlerFor(firmwareHandler, moduleKind)) {
+    handler->SetUpdatePriority(priority);
+  }
 }
 
 // This host has one provider and no management service, so there is nothing to choose between.
@@ -104,7 +108,9 @@ void CVendor::SetOwnerProvider(std::string /*moduleKind*/, std::string /*owner*/
 void CVendor::SetIWbemServices(IWbemServices* /*services*/) {}
 
 std::string CVendor::GetHardwareVersionCache() {
-  if (hardwareVersionCache.empty()) hardwareVersionCache = GetHardwareVersion();
+  if (hardwareVersionCache.empty()) {
+    hardwareVersionCache = GetHardwareVersion();
+  }
   return hardwareVersionCache;
 }
 
@@ -123,20 +129,28 @@ std::string CVendor::GetPrevVendorVersion(std::string moduleKind) {
 }
 
 void CVendor::SetDependencyInfo(CManageModuleInfo module) {
-  if (CFirmware* handler = HandlerFor(firmwareHandler, module.moduleKind)) handler->SetDependencyInfo(module.update);
+  if (CFirmware* handler = HandlerFor(firmwareHandler, module.moduleKind)) {
+    handler->SetDependencyInfo(module.update);
+  }
 }
 
 void CVendor::SetLatestUpdateDate(std::string moduleKind, std::string date) {
-  if (CFirmware* handler = HandlerFor(firmwareHandler, moduleKind)) handler->SetLatestUpdateDate(date);
+  if (CFirmware* handler = HandlerFor(firmwareHandler, moduleKind)) {
+    handler->SetLatestUpdateDate(date);
+  }
 }
 
 void CVendor::SetPrevVendorVersion(std::string moduleKind, std::string version) {
-  if (CFirmware* handler = HandlerFor(firmwareHandler, moduleKind)) handler->SetPrevVendorVersion(version);
+  if (CFirmware* handler = HandlerFor(firmwareHandler, moduleKind)) {
+    handler->SetPrevVendorVersion(version);
+  }
 }
 
 void CVendor::ClearUpdateStatus(std::string moduleKind, bool keepFailure) {
   CFirmware* handler = HandlerFor(firmwareHandler, moduleKind);
-  if (handler == nullptr || (keepFailure && IsUpdateFailure())) return;
+  if (handler == nullptr || (keepFailure && IsUpdateFailure())) {
+    return;
+  }
   handler->SetUpdateStatus(refhost::kNoUpdate);
 }
 

@@ -10,18 +10,25 @@
 #include "posix/last_error.h"
 
 namespace refhost {
+
 namespace {
 
-constexpr size_t kBlockSize = 65536;
+constexpr std::size_t kBlockSize = 65536;
 constexpr long long kTarRecord = 512;
-constexpr size_t kMostBytes = 1024UL * 1024UL * 1024UL;
+constexpr std::size_t kMostBytes = 1024UL * 1024UL * 1024UL;
 
 posix::FileDescriptor OpenFile(const std::string& path) {
   posix::FileDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
   struct stat status {};
-  if (!file.IsOpen() || fstat(file.Get(), &status) != 0) throw ArchiveError(posix::LastError());
-  if (!S_ISREG(status.st_mode)) throw ArchiveError("it is not a file");
-  if (status.st_size == 0) throw ArchiveError("the file is empty");
+  if (!file.IsOpen() || fstat(file.Get(), &status) != 0) {
+    throw ArchiveError(posix::LastError());
+  }
+  if (!S_ISREG(status.st_mode)) {
+    throw ArchiveError("it is not a file");
+  }
+  if (status.st_size == 0) {
+    throw ArchiveError("the file is empty");
+  }
   return file;
 }
 
@@ -30,7 +37,9 @@ std::string TextOrEmpty(const char* text) {
 }
 
 ArchiveMember::Kind KindOf(archive_entry* entry) {
-  if (archive_entry_hardlink(entry) != nullptr) return ArchiveMember::Kind::kHardLink;
+  if (archive_entry_hardlink(entry) != nullptr) {
+    return ArchiveMember::Kind::kHardLink;
+  }
   switch (archive_entry_filetype(entry)) {
     case AE_IFREG:
       return ArchiveMember::Kind::kFile;
@@ -47,9 +56,15 @@ ArchiveMember Describe(archive_entry* entry) {
   ArchiveMember member;
   member.kind = KindOf(entry);
   member.name = TextOrEmpty(archive_entry_pathname(entry));
-  if (member.name.empty()) member.name = TextOrEmpty(archive_entry_pathname_utf8(entry));
-  if (member.kind == ArchiveMember::Kind::kHardLink) member.linkTarget = TextOrEmpty(archive_entry_hardlink(entry));
-  if (member.kind == ArchiveMember::Kind::kSymlink) member.linkTarget = TextOrEmpty(archive_entry_symlink(entry));
+  if (member.name.empty()) {
+    member.name = TextOrEmpty(archive_entry_pathname_utf8(entry));
+  }
+  if (member.kind == ArchiveMember::Kind::kHardLink) {
+    member.linkTarget = TextOrEmpty(archive_entry_hardlink(entry));
+  }
+  if (member.kind == ArchiveMember::Kind::kSymlink) {
+    member.linkTarget = TextOrEmpty(archive_entry_symlink(entry));
+  }
   member.permissions = archive_entry_perm(entry);
   return member;
 }
@@ -65,7 +80,9 @@ ArchiveReader::ArchiveReader(const std::string& path)
   archive_read_support_filter_bzip2(archive_.get());
   archive_read_support_filter_xz(archive_.get());
   archive_read_support_filter_zstd(archive_.get());
-  if (archive_read_open_fd(archive_.get(), file_.Get(), kBlockSize) != ARCHIVE_OK) Fail("it is not an archive");
+  if (archive_read_open_fd(archive_.get(), file_.Get(), kBlockSize) != ARCHIVE_OK) {
+    Fail("it is not an archive");
+  }
 }
 
 bool ArchiveReader::Next(ArchiveMember* member) {
@@ -73,10 +90,14 @@ bool ArchiveReader::Next(ArchiveMember* member) {
   archive_entry* entry = nullptr;
   const int result = archive_read_next_header(archive_.get(), &entry);
   if (result == ARCHIVE_EOF) {
-    if (LacksTarEnd(dataEnd)) throw ArchiveError("the archive is cut off");
+    if (LacksTarEnd(dataEnd)) {
+      throw ArchiveError("the archive is cut off");
+    }
     return false;
   }
-  if (result != ARCHIVE_OK && result != ARCHIVE_WARN) Fail("it is not an archive");
+  if (result != ARCHIVE_OK && result != ARCHIVE_WARN) {
+    Fail("it is not an archive");
+  }
   *member = Describe(entry);
   return true;
 }
@@ -85,11 +106,17 @@ void ArchiveReader::ReadData(const Take& take) {
   std::array<char, kBlockSize> block{};
   for (;;) {
     const la_ssize_t size = archive_read_data(archive_.get(), block.data(), block.size());
-    if (size == 0) return;
-    if (size < 0) Fail("a member cannot be read");
-    bytesRead_ += static_cast<size_t>(size);
-    if (bytesRead_ > kMostBytes) throw ArchiveError("it unpacks to more than 1 GiB");
-    take(block.data(), static_cast<size_t>(size));
+    if (size == 0) {
+      return;
+    }
+    if (size < 0) {
+      Fail("a member cannot be read");
+    }
+    bytesRead_ += static_cast<std::size_t>(size);
+    if (bytesRead_ > kMostBytes) {
+      throw ArchiveError("it unpacks to more than 1 GiB");
+    }
+    take(block.data(), static_cast<std::size_t>(size));
   }
 }
 
@@ -100,7 +127,9 @@ void ArchiveReader::Fail(const std::string& fallback) const {
 
 // A tar archive ends with records of zeros. The reader takes a file that was cut off between two members for whole.
 bool ArchiveReader::LacksTarEnd(long long dataEnd) const {
-  if ((archive_format(archive_.get()) & ARCHIVE_FORMAT_BASE_MASK) != ARCHIVE_FORMAT_TAR) return false;
+  if ((archive_format(archive_.get()) & ARCHIVE_FORMAT_BASE_MASK) != ARCHIVE_FORMAT_TAR) {
+    return false;
+  }
   const long long membersEnd = (dataEnd + kTarRecord - 1) / kTarRecord * kTarRecord;
   return archive_filter_bytes(archive_.get(), 0) < membersEnd + kTarRecord;
 }

@@ -31,13 +31,13 @@ struct ArchiveMember {
 
 class ArchiveReader {
  public:
-  using Take = std::function<void(const char* bytes, size_t size)>;
+  using Take = std::function<void(const char* bytes, std::size_t size)>;
 
   // Opens the archive at `path`. Like every operation here it throws ArchiveError.
   explicit ArchiveReader(const std::string& path);
 
   // Goes to the next member, whose data is then to be read once; false behind the last one.
-  bool Next(ArchiveMember* member);
+  [[nodiscard]] bool Next(ArchiveMember* member);
 
   // Hands the member's data to `take` in pieces and checks it against the archive's own checksums. All members together
   // may hold 1 GiB: a few bytes can stand for more than any disk holds.
@@ -45,11 +45,11 @@ class ArchiveReader {
 
  private:
   void Fail(const std::string& fallback) const;
-  bool LacksTarEnd(long long dataEnd) const;
+  [[nodiscard]] bool LacksTarEnd(long long dataEnd) const;
 
   posix::FileDescriptor file_;
   std::unique_ptr<archive, int (*)(archive*)> archive_;
-  size_t bytesRead_ = 0;
+  std::size_t bytesRead_ = 0;
 };
 
 }  // namespace refhost

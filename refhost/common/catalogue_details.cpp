@@ -4,6 +4,7 @@
 #include "refhost/catalogue.h"
 
 namespace refhost {
+
 namespace {
 
 constexpr auto kDetails = std::to_array<Detail>({

@@ -4,6 +4,7 @@
 #include "refhost/catalogue.h"
 
 namespace refhost {
+
 namespace {
 
 constexpr auto kMessages = std::to_array<Message>({

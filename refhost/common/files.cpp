@@ -42,8 +42,12 @@ bool CCommon_Information::MyPathFileExists(const std::string& path) {
 
 bool CCommon_Information::RetryDeleteFile(const std::string& path) {
   for (int attempt = 1;; ++attempt) {
-    if (unlink(path.c_str()) == 0 || errno == ENOENT || errno == ENOTDIR) return true;
-    if (attempt == kDeleteAttempts) return false;
+    if (unlink(path.c_str()) == 0 || errno == ENOENT || errno == ENOTDIR) {
+      return true;
+    }
+    if (attempt == kDeleteAttempts) {
+      return false;
+    }
     Sleep(kDeletePauseMs);
   }
 }
@@ -51,12 +55,16 @@ bool CCommon_Information::RetryDeleteFile(const std::string& path) {
 bool CUnzip_Utility::DeleteFolder(std::string folder, std::string module) {
   std::error_code error;
   const auto status = std::filesystem::symlink_status(folder, error);
-  if (status.type() == std::filesystem::file_type::not_found) return true;
+  if (status.type() == std::filesystem::file_type::not_found) {
+    return true;
+  }
   if (status.type() != std::filesystem::file_type::directory) {
     refhost::TraceError(module, "Not a folder, so it is not deleted: [" + folder + "]");
     return false;
   }
   std::filesystem::remove_all(folder, error);
-  if (error) refhost::TraceError(module, "Cannot delete folder [" + folder + "]: " + error.message());
+  if (error) {
+    refhost::TraceError(module, "Cannot delete folder [" + folder + "]: " + error.message());
+  }
   return !error;
 }

@@ -5,13 +5,16 @@
 #include <string_view>
 
 namespace refhost {
+
 namespace {
 
 std::vector<std::string> Components(const std::string& path) {
   std::vector<std::string> components;
   std::istringstream stream(path);
   for (std::string component; std::getline(stream, component, '/');) {
-    if (!component.empty() && component != ".") components.push_back(component);
+    if (!component.empty() && component != ".") {
+      components.push_back(component);
+    }
   }
   return components;
 }
@@ -23,17 +26,23 @@ bool IsRelative(const std::string& path) {
 }  // namespace
 
 std::optional<MemberPath> ParseMemberName(const std::string& name) {
-  if (!IsRelative(name)) return {};
+  if (!IsRelative(name)) {
+    return {};
+  }
   MemberPath path = Components(name);
   for (const std::string& component : path) {
-    if (component == "..") return {};
+    if (component == "..") {
+      return {};
+    }
   }
   return path;
 }
 
 bool IsContainedLink(const MemberPath& link, const std::string& target) {
-  if (!IsRelative(target) || link.empty()) return false;
-  size_t climbs = 0;
+  if (!IsRelative(target) || link.empty()) {
+    return false;
+  }
+  std::size_t climbs = 0;
   bool descending = false;
   for (const std::string& component : Components(target)) {
     if (component != "..") {
@@ -49,7 +58,7 @@ bool IsContainedLink(const MemberPath& link, const std::string& target) {
 
 bool IsShellSafe(const std::string& name) {
   constexpr std::string_view kSpecial = "\"\\`$";
-  return std::none_of(name.begin(), name.end(), [kSpecial](char character) {
+  return std::ranges::none_of(name, [kSpecial](char character) {
     const auto byte = static_cast<unsigned char>(character);
     return byte < 0x20 || byte == 0x7f || kSpecial.find(character) != std::string_view::npos;
   });

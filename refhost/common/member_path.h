@@ -12,15 +12,15 @@ namespace refhost {
 using MemberPath = std::vector<std::string>;
 
 // The name's components without "." and doubled separators; nothing when the name is empty, absolute or holds "..".
-std::optional<MemberPath> ParseMemberName(const std::string& name);
+[[nodiscard]] std::optional<MemberPath> ParseMemberName(const std::string& name);
 
 // True when a symbolic link at `link` may point to `target`: the target is relative, ".." stands only at its front, and
 // not oftener than the link lies deep. Behind any other component ".." could climb out through a second link.
-bool IsContainedLink(const MemberPath& link, const std::string& target);
+[[nodiscard]] bool IsContainedLink(const MemberPath& link, const std::string& target);
 
 // True when the name can stand between double quotes in a shell line: it holds no control character, double quote,
 // backslash, backquote or dollar sign. Unpacked files are named in command lines.
-bool IsShellSafe(const std::string& name);
+[[nodiscard]] bool IsShellSafe(const std::string& name);
 
 }  // namespace refhost
 

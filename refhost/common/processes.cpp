@@ -24,7 +24,7 @@ constexpr int kTimedOut = 255;
 constexpr unsigned long kResultLineLimitMs = 60000;
 
 // A longer one is no answer to a question, and a file without a line end must not fill the memory.
-constexpr size_t kLongestResultLine = 65536;
+constexpr std::size_t kLongestResultLine = 65536;
 
 std::atomic<refhost::CommandObserver*> currentObserver{nullptr};
 
@@ -32,8 +32,10 @@ std::atomic<refhost::CommandObserver*> currentObserver{nullptr};
 class FirstLine {
  public:
   void Append(std::string_view text) {
-    if (isComplete_ || line_.size() > kLongestResultLine) return;
-    const size_t end = text.find('\n');
+    if (isComplete_ || line_.size() > kLongestResultLine) {
+      return;
+    }
+    const std::size_t end = text.find('\n');
     isComplete_ = end != std::string_view::npos;
     line_ += text.substr(0, end);
   }
@@ -52,7 +54,7 @@ bool ReadAvailable(int descriptor, FirstLine* line) {
   for (;;) {
     const ssize_t size = read(descriptor, buffer.data(), buffer.size());
     if (size > 0) {
-      line->Append({buffer.data(), static_cast<size_t>(size)});
+      line->Append({buffer.data(), static_cast<std::size_t>(size)});
     } else if (size == 0) {
       return false;
     } else if (errno != EINTR) {
@@ -67,8 +69,12 @@ FirstLine ReadWhileRunning(const posix::FileDescriptor& stream, const ShellProce
   FirstLine line;
   for (;;) {
     std::array<pollfd, 2> sources{pollfd{stream.Get(), POLLIN, 0}, pollfd{process.PidDescriptor(), POLLIN, 0}};
-    if (deadline.Poll(sources.data(), sources.size()) <= 0) return line;
-    if (!ReadAvailable(stream.Get(), &line) || sources[1].revents != 0) return line;
+    if (deadline.Poll(sources.data(), sources.size()) <= 0) {
+      return line;
+    }
+    if (!ReadAvailable(stream.Get(), &line) || sources[1].revents != 0) {
+      return line;
+    }
   }
 }
 
@@ -77,12 +83,16 @@ class Observed {
  public:
   explicit Observed(const refhost::CommandRequest& request) : request_(request), observer_(currentObserver.load()) {
     isAllowed_ = observer_ == nullptr || observer_->Allows(request_);
-    if (observer_ != nullptr && isAllowed_) observer_->Starts(request_);
+    if (observer_ != nullptr && isAllowed_) {
+      observer_->Starts(request_);
+    }
   }
   Observed(const Observed&) = delete;
   Observed& operator=(const Observed&) = delete;
   ~Observed() {
-    if (observer_ != nullptr && isAllowed_) observer_->Ended(request_, result_);
+    if (observer_ != nullptr && isAllowed_) {
+      observer_->Ended(request_, result_);
+    }
   }
 
   bool IsAllowed() const { return isAllowed_; }
@@ -98,7 +108,9 @@ class Observed {
 };
 
 int Answer(ShellProcess::End end) {
-  if (end == ShellProcess::End::kTimedOut) return kTimedOut;
+  if (end == ShellProcess::End::kTimedOut) {
+    return kTimedOut;
+  }
   return end == ShellProcess::End::kExited ? kRan : kNotRun;
 }
 
@@ -121,35 +133,51 @@ CommandObserver* CurrentCommandObserver() {
 int CCommon_Information::ExecForeignModule(const std::string& command, const std::string& outputFile,
                                            const std::string& workDir, unsigned long* exitCode,
                                            unsigned long timeoutMs) {
-  if (command.empty()) return kNotRun;
+  if (command.empty()) {
+    return kNotRun;
+  }
   Observed observed({command, workDir, outputFile, timeoutMs, false});
-  if (!observed.IsAllowed()) return kNotRun;
+  if (!observed.IsAllowed()) {
+    return kNotRun;
+  }
   const Deadline deadline(timeoutMs);
   auto process = ShellProcess::Start(command, workDir, outputFile.empty() ? "/dev/null" : outputFile, -1);
-  if (!process) return kNotRun;
+  if (!process) {
+    return kNotRun;
+  }
   refhost::CommandResult& result = observed.Result();
   result.result = Answer(process->Wait(deadline, &result.exitStatus));
-  if (result.result == kRan && exitCode != nullptr) *exitCode = static_cast<unsigned long>(result.exitStatus);
+  if (result.result == kRan && exitCode != nullptr) {
+    *exitCode = static_cast<unsigned long>(result.exitStatus);
+  }
   return result.result;
 }
 
 std::string CCommon_Information::GetResultLine(const std::string& command) {
   std::array<int, 2> ends{};
-  if (command.empty() || pipe2(ends.data(), O_CLOEXEC) != 0) return "";
+  if (command.empty() || pipe2(ends.data(), O_CLOEXEC) != 0) {
+    return "";
+  }
   const posix::FileDescriptor readEnd(ends[0]);
   posix::FileDescriptor writeEnd(ends[1]);
   fcntl(readEnd.Get(), F_SETFL, O_NONBLOCK);
   std::string line;
   Observed observed({command, "", "", kResultLineLimitMs, true});
-  if (!observed.IsAllowed()) return "";
+  if (!observed.IsAllowed()) {
+    return "";
+  }
   const Deadline deadline(kResultLineLimitMs);
   auto process = ShellProcess::Start(command, "", "", writeEnd.Get());
-  if (!process) return "";
+  if (!process) {
+    return "";
+  }
   writeEnd.Close();
   const FirstLine read = ReadWhileRunning(readEnd, *process, deadline);
   refhost::CommandResult& result = observed.Result();
   result.result = Answer(process->Wait(deadline, &result.exitStatus));
-  if (result.result == kRan) line = read.Text();
+  if (result.result == kRan) {
+    line = read.Text();
+  }
   result.output = line;
   return std::string(line);  // a copy: the observer is told of the line behind this
 }

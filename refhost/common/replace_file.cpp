@@ -10,12 +10,13 @@
 #include "posix/last_error.h"
 
 namespace refhost {
+
 namespace {
 
 constexpr mode_t kFileMode = 0644;
 
 bool SyncFolderOf(const std::string& path) {
-  const size_t slash = path.rfind('/');
+  const std::size_t slash = path.rfind('/');
   const std::string folder = slash == std::string::npos ? "." : path.substr(0, slash + 1);
   const posix::FileDescriptor descriptor(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
   return descriptor.IsOpen() && fsync(descriptor.Get()) == 0;

@@ -11,7 +11,7 @@ namespace refhost {
 
 // Writes `content` to a temporary file beside `path`, brings it to the disk and renames it. False, with the reason in
 // `*error` and the old file untouched, when any of that fails.
-REFHOST_EXPORT bool ReplaceFile(const std::string& path, std::string_view content, std::string* error);
+[[nodiscard]] REFHOST_EXPORT bool ReplaceFile(const std::string& path, std::string_view content, std::string* error);
 
 }  // namespace refhost
 

@@ -5,6 +5,7 @@
 #include <utility>
 
 namespace refhost {
+
 namespace {
 
 Settings& MutableSettings() {
@@ -14,7 +15,9 @@ Settings& MutableSettings() {
 
 double TimeScale() {
   const char* text = getenv("ORVHOST_LAB_SLEEP_SCALE");
-  if (text == nullptr) return 1.0;
+  if (text == nullptr) {
+    return 1.0;
+  }
   char* end = nullptr;
   const double factor = strtod(text, &end);
   const bool usable = end != text && *end == '\0' && std::isfinite(factor) && factor > 0.0;
@@ -25,7 +28,9 @@ double TimeScale() {
 
 void Configure(Settings settings) {
   std::string& path = settings.installPath;
-  while (path.size() > 1 && path.back() == '/') path.pop_back();
+  while (path.size() > 1 && path.back() == '/') {
+    path.pop_back();
+  }
   MutableSettings() = std::move(settings);
 }
 

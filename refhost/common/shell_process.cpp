@@ -14,6 +14,7 @@
 #include "refhost/settings.h"
 
 namespace refhost {
+
 namespace {
 
 // How long a group that was asked to end may take for tidying up before it is killed.
@@ -59,7 +60,9 @@ class SpawnAttributes {
 
 Deadline::Deadline(unsigned long milliseconds) {
   constexpr unsigned long kYearMs = 365UL * 24 * 60 * 60 * 1000;  // keeps the addition below from running over
-  if (milliseconds == kNoLimit) return;
+  if (milliseconds == kNoLimit) {
+    return;
+  }
   const std::chrono::milliseconds limit(std::min(ScaledMilliseconds(milliseconds), kYearMs));
   end_ = std::chrono::steady_clock::now() + limit;
 }
@@ -75,14 +78,18 @@ int Deadline::Poll(pollfd* descriptors, unsigned long count) const {
       rest.tv_nsec = (left % seconds(1)).count();
     }
     const int ready = ppoll(descriptors, count, end_ ? &rest : nullptr, nullptr);
-    if (ready >= 0 || errno != EINTR) return ready;
+    if (ready >= 0 || errno != EINTR) {
+      return ready;
+    }
   }
 }
 
 std::optional<ShellProcess> ShellProcess::Start(const std::string& command, const std::string& workDir,
                                                 const std::string& outputFile, int output) {
   SpawnActions actions;
-  if (!workDir.empty()) posix_spawn_file_actions_addchdir_np(actions.Get(), workDir.c_str());
+  if (!workDir.empty()) {
+    posix_spawn_file_actions_addchdir_np(actions.Get(), workDir.c_str());
+  }
   posix_spawn_file_actions_addopen(actions.Get(), STDIN_FILENO, "/dev/null", O_RDONLY, 0);
   if (output >= 0) {
     posix_spawn_file_actions_adddup2(actions.Get(), output, STDOUT_FILENO);
@@ -94,11 +101,15 @@ std::optional<ShellProcess> ShellProcess::Start(const std::string& command, cons
   std::array<std::string, 3> words{"sh", "-c", command};
   const std::array<char*, 4> arguments{words[0].data(), words[1].data(), words[2].data(), nullptr};
   pid_t pid = 0;
-  if (posix_spawn(&pid, "/bin/sh", actions.Get(), attributes.Get(), arguments.data(), environ) != 0) return {};
+  if (posix_spawn(&pid, "/bin/sh", actions.Get(), attributes.Get(), arguments.data(), environ) != 0) {
+    return {};
+  }
   // By number, since <sys/pidfd.h> of glibc 2.36 cannot be used from C++. The descriptor is close-on-exec by itself.
   posix::FileDescriptor pidDescriptor(static_cast<int>(syscall(SYS_pidfd_open, pid, 0)));
   ShellProcess process(pid, std::move(pidDescriptor));
-  if (process.pidDescriptor_.IsOpen()) return process;
+  if (process.pidDescriptor_.IsOpen()) {
+    return process;
+  }
   process.EndGroup();
   waitpid(pid, nullptr, 0);
   return {};
@@ -107,13 +118,21 @@ std::optional<ShellProcess> ShellProcess::Start(const std::string& command, cons
 ShellProcess::End ShellProcess::Wait(const Deadline& deadline, int* exitStatus) {
   pollfd ended{pidDescriptor_.Get(), POLLIN, 0};
   const bool inTime = deadline.Poll(&ended, 1) == 1;
-  if (!inTime) EndGroup();
+  if (!inTime) {
+    EndGroup();
+  }
   siginfo_t info{};
   while (waitid(P_PIDFD, static_cast<id_t>(pidDescriptor_.Get()), &info, WEXITED) != 0) {
-    if (errno != EINTR) return End::kLost;
+    if (errno != EINTR) {
+      return End::kLost;
+    }
   }
-  if (!inTime) return End::kTimedOut;
-  if (info.si_code != CLD_EXITED) return End::kSignalled;
+  if (!inTime) {
+    return End::kTimedOut;
+  }
+  if (info.si_code != CLD_EXITED) {
+    return End::kSignalled;
+  }
   *exitStatus = info.si_status;
   return End::kExited;
 }

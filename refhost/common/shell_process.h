@@ -37,15 +37,15 @@ class ShellProcess {
   // Runs `command` by the shell in `workDir` ("" for the current folder). Its standard input is empty, its standard
   // output goes to `outputFile`, or to the descriptor `output` when that is not negative. Nothing when it cannot be
   // run.
-  static std::optional<ShellProcess> Start(const std::string& command, const std::string& workDir,
-                                           const std::string& outputFile, int output);
+  [[nodiscard]] static std::optional<ShellProcess> Start(const std::string& command, const std::string& workDir,
+                                                         const std::string& outputFile, int output);
 
   // Readable once the shell has ended.
-  int PidDescriptor() const { return pidDescriptor_.Get(); }
+  [[nodiscard]] int PidDescriptor() const { return pidDescriptor_.Get(); }
 
   // Waits for the shell to end; its exit status is then in `*exitStatus` when it exited. At the deadline the group is
   // ended. Call it once: the process is gone afterwards.
-  End Wait(const Deadline& deadline, int* exitStatus);
+  [[nodiscard]] End Wait(const Deadline& deadline, int* exitStatus);
 
  private:
   ShellProcess(pid_t pid, posix::FileDescriptor pidDescriptor) : pid_(pid), pidDescriptor_(std::move(pidDescriptor)) {}

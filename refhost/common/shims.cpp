@@ -20,11 +20,15 @@ unsigned long GetCurrentThreadId() {
 void Sleep(unsigned long milliseconds) {
   const unsigned long scaled = refhost::ScaledMilliseconds(milliseconds);
   refhost::CommandObserver* observer = refhost::CurrentCommandObserver();
-  if (observer != nullptr) observer->PauseStarts(milliseconds);
+  if (observer != nullptr) {
+    observer->PauseStarts(milliseconds);
+  }
   timespec rest{static_cast<time_t>(scaled / 1000), static_cast<long>(scaled % 1000) * 1000000};
   while (clock_nanosleep(CLOCK_MONOTONIC, 0, &rest, &rest) == EINTR) {
   }
-  if (observer != nullptr) observer->PauseEnded();
+  if (observer != nullptr) {
+    observer->PauseEnded();
+  }
 }
 
 int _mkdir(const char* path) {

@@ -18,23 +18,27 @@ Number WholeNumber(const std::string& text, int base) {
 }  // namespace
 
 std::string CStringUtil::StringToLowerCase(std::string text) {
-  std::transform(text.begin(), text.end(), text.begin(),
-                 [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
+  std::ranges::transform(text, text.begin(),
+                         [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
   return text;
 }
 
 std::string CStringUtil::StringToUpperCase(std::string text) {
-  std::transform(text.begin(), text.end(), text.begin(),
-                 [](char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c; });
+  std::ranges::transform(text, text.begin(),
+                         [](char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c; });
   return text;
 }
 
 std::list<std::string> CStringUtil::Split(std::string& text, const std::string& separator) {
-  if (text.empty()) return {};
-  if (separator.empty()) return {text};
+  if (text.empty()) {
+    return {};
+  }
+  if (separator.empty()) {
+    return {text};
+  }
   std::list<std::string> fields;
-  size_t start = 0;
-  for (size_t hit = text.find(separator); hit != std::string::npos; hit = text.find(separator, start)) {
+  std::size_t start = 0;
+  for (std::size_t hit = text.find(separator); hit != std::string::npos; hit = text.find(separator, start)) {
     fields.push_back(text.substr(start, hit - start));
     start = hit + separator.size();
   }
@@ -43,8 +47,10 @@ std::list<std::string> CStringUtil::Split(std::string& text, const std::string& 
 }
 
 void CStringUtil::strReplace(std::string& text, const std::string& from, const std::string& to) {
-  if (from.empty()) return;
-  for (size_t hit = text.find(from); hit != std::string::npos; hit = text.find(from, hit + to.size())) {
+  if (from.empty()) {
+    return;
+  }
+  for (std::size_t hit = text.find(from); hit != std::string::npos; hit = text.find(from, hit + to.size())) {
     text.replace(hit, from.size(), to);
   }
 }

@@ -9,8 +9,10 @@
 namespace {
 
 std::string Trimmed(const std::string& text) {
-  const size_t first = text.find_first_not_of(" \t\r");
-  if (first == std::string::npos) return "";
+  const std::size_t first = text.find_first_not_of(" \t\r");
+  if (first == std::string::npos) {
+    return "";
+  }
   return text.substr(first, text.find_last_not_of(" \t\r") - first + 1);
 }
 

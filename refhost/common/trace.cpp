@@ -14,6 +14,7 @@
 #include "refhost/trace_sink.h"
 
 namespace refhost {
+
 namespace {
 
 std::atomic<TraceSink*> currentSink{nullptr};
@@ -26,7 +27,9 @@ bool IsControl(char character) {
 
 // A record stays one line whatever the text holds.
 std::string EscapeControls(std::string text) {
-  if (std::none_of(text.begin(), text.end(), IsControl)) return text;
+  if (std::ranges::none_of(text, IsControl)) {
+    return text;
+  }
   std::string line;
   line.reserve(text.size());
   for (const char character : text) {
@@ -49,10 +52,10 @@ __attribute__((format(printf, 1, 0))) std::string FormatText(const char* format,
   va_copy(again, arguments);
   const int length = vsnprintf(buffer.data(), buffer.size(), format, arguments);
   std::string text;
-  if (length >= 0 && static_cast<size_t>(length) < buffer.size()) {
-    text.assign(buffer.data(), static_cast<size_t>(length));
+  if (length >= 0 && static_cast<std::size_t>(length) < buffer.size()) {
+    text.assign(buffer.data(), static_cast<std::size_t>(length));
   } else if (length >= 0) {
-    text.resize(static_cast<size_t>(length) + 1);
+    text.resize(static_cast<std::size_t>(length) + 1);
     vsnprintf(text.data(), text.size(), format, again);
     text.pop_back();
   }
@@ -62,7 +65,7 @@ __attribute__((format(printf, 1, 0))) std::string FormatText(const char* format,
 
 // Writes the last `count` digits of `number` at the end of `text`.
 void AppendDigits(long number, int count, std::string* text) {
-  text->append(static_cast<size_t>(count), '0');
+  text->append(static_cast<std::size_t>(count), '0');
   for (auto digit = text->rbegin(); count > 0; ++digit, --count, number /= 10) {
     *digit = static_cast<char>('0' + number % 10);
   }
@@ -73,7 +76,9 @@ bool IsWanted(int level) {
 }
 
 void Deliver(const TraceRecord& record) {
-  if (TraceSink* sink = currentSink.load()) sink->Write(record);
+  if (TraceSink* sink = currentSink.load()) {
+    sink->Write(record);
+  }
 }
 
 }  // namespace
@@ -128,7 +133,9 @@ void TraceError(const std::string& channel, const std::string& text) {
 }  // namespace refhost
 
 void CTraceUtility::WriteDebug(const char* module, TRACE_DBG_LEVEL level, const char* format, ...) {
-  if (!refhost::IsWanted(level) || format == nullptr) return;
+  if (!refhost::IsWanted(level) || format == nullptr) {
+    return;
+  }
   va_list arguments;
   va_start(arguments, format);
   const std::string text = refhost::EscapeControls(refhost::FormatText(format, arguments));
@@ -137,7 +144,9 @@ void CTraceUtility::WriteDebug(const char* module, TRACE_DBG_LEVEL level, const 
 }
 
 void CTraceUtility::WriteTrace(const char* module, const char* messageId, ...) {
-  if (refhost::currentSink.load() == nullptr || messageId == nullptr) return;
+  if (refhost::currentSink.load() == nullptr || messageId == nullptr) {
+    return;
+  }
   // How many texts follow is known from the catalogue only; reading one that was not passed would be fatal.
   const refhost::Message* message = refhost::FindMessage(messageId);
   std::vector<std::string> inserts;

@@ -7,6 +7,7 @@
 #include "refhost/common/archive_reader.h"
 
 namespace refhost {
+
 namespace {
 
 constexpr int kFolderFlags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
@@ -20,7 +21,9 @@ constexpr mode_t kAllowedPermissions = 0755;  // nobody else may write, and no s
 }  // namespace
 
 UnpackFolder::UnpackFolder(const std::string& path) : folder_(open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
-  if (!folder_.IsOpen()) FailWithErrno("the folder " + path + " cannot be opened");
+  if (!folder_.IsOpen()) {
+    FailWithErrno("the folder " + path + " cannot be opened");
+  }
 }
 
 void UnpackFolder::MakeFolder(const MemberPath& path) {
@@ -32,13 +35,17 @@ posix::FileDescriptor UnpackFolder::CreateFile(const MemberPath& path, mode_t pe
   posix::FileDescriptor file(openat(parent.Get(), path.back().c_str(),
                                     O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
                                     (permissions & kAllowedPermissions) | S_IRUSR | S_IWUSR));
-  if (!file.IsOpen()) FailWithErrno("cannot create the file");
+  if (!file.IsOpen()) {
+    FailWithErrno("cannot create the file");
+  }
   return file;
 }
 
 void UnpackFolder::MakeSymlink(const MemberPath& path, const std::string& target) {
   const posix::FileDescriptor parent = PrepareParent(path);
-  if (symlinkat(target.c_str(), parent.Get(), path.back().c_str()) != 0) FailWithErrno("cannot make the link");
+  if (symlinkat(target.c_str(), parent.Get(), path.back().c_str()) != 0) {
+    FailWithErrno("cannot make the link");
+  }
 }
 
 void UnpackFolder::MakeHardLink(const MemberPath& path, const MemberPath& target) {
@@ -49,7 +56,9 @@ void UnpackFolder::MakeHardLink(const MemberPath& path, const MemberPath& target
       !S_ISREG(status.st_mode)) {
     throw ArchiveError("the file that it is another name for is not there");
   }
-  if (path == target) return;
+  if (path == target) {
+    return;
+  }
   const posix::FileDescriptor parent = PrepareParent(path);
   if (linkat(targetParent.Get(), target.back().c_str(), parent.Get(), path.back().c_str(), 0) != 0) {
     FailWithErrno("cannot make the link");
@@ -64,13 +73,17 @@ posix::FileDescriptor UnpackFolder::OpenFolder(MemberPath::const_iterator first,
       FailWithErrno("cannot make the folder " + *component);
     }
     folder = posix::FileDescriptor(openat(folder.Get(), component->c_str(), kFolderFlags));
-    if (!folder.IsOpen()) FailWithErrno(*component + " is not a folder that can be used");
+    if (!folder.IsOpen()) {
+      FailWithErrno(*component + " is not a folder that can be used");
+    }
   }
   return folder;
 }
 
 posix::FileDescriptor UnpackFolder::OpenParent(const MemberPath& path, bool create) {
-  if (path.empty()) throw ArchiveError("the name stands for the folder itself");
+  if (path.empty()) {
+    throw ArchiveError("the name stands for the folder itself");
+  }
   return OpenFolder(path.begin(), path.end() - 1, create);
 }
 

@@ -20,7 +20,7 @@ class UnpackFolder {
 
   // Each makes the missing folders above it. A file or link that is there already is replaced.
   void MakeFolder(const MemberPath& path);
-  posix::FileDescriptor CreateFile(const MemberPath& path, mode_t permissions);
+  [[nodiscard]] posix::FileDescriptor CreateFile(const MemberPath& path, mode_t permissions);
   void MakeSymlink(const MemberPath& path, const std::string& target);
 
   // Another name for the file `target`, which must be in the folder already.
@@ -28,8 +28,8 @@ class UnpackFolder {
 
  private:
   posix::FileDescriptor OpenFolder(MemberPath::const_iterator first, MemberPath::const_iterator last, bool create);
-  posix::FileDescriptor OpenParent(const MemberPath& path, bool create);
-  posix::FileDescriptor PrepareParent(const MemberPath& path);
+  [[nodiscard]] posix::FileDescriptor OpenParent(const MemberPath& path, bool create);
+  [[nodiscard]] posix::FileDescriptor PrepareParent(const MemberPath& path);
 
   posix::FileDescriptor folder_;
 };

@@ -11,11 +11,12 @@
 #include "refhost/contract.h"
 
 namespace refhost {
+
 namespace {
 
 using Kind = ArchiveMember::Kind;
 
-constexpr size_t kLargestSingleMember = 1024UL * 1024UL;
+constexpr std::size_t kLargestSingleMember = 1024UL * 1024UL;
 
 [[noreturn]] void Refuse(const ArchiveMember& member, const std::string& reason) {
   throw ArchiveError("member [" + member.name + "]: " + reason);
@@ -23,7 +24,9 @@ constexpr size_t kLargestSingleMember = 1024UL * 1024UL;
 
 MemberPath CheckedPath(const ArchiveMember& member) {
   auto path = ParseMemberName(member.name);
-  if (!path) Refuse(member, "the name leaves the folder");
+  if (!path) {
+    Refuse(member, "the name leaves the folder");
+  }
   return *path;
 }
 
@@ -32,7 +35,9 @@ void CheckMember(const ArchiveMember& member) {
   if (!IsShellSafe(member.name)) {
     Refuse(member, "the name holds a character that is unsafe in a command line (control character, \", \\, ` or $)");
   }
-  if (member.kind == Kind::kSpecial) Refuse(member, "devices and pipes are not unpacked");
+  if (member.kind == Kind::kSpecial) {
+    Refuse(member, "devices and pipes are not unpacked");
+  }
   if (member.kind == Kind::kSymlink && !IsContainedLink(path, member.linkTarget)) {
     Refuse(member, "the link to [" + member.linkTarget + "] leaves the folder");
   }
@@ -49,16 +54,20 @@ std::set<std::string> CheckArchive(const std::string& package, std::set<std::str
   while (reader.Next(&member)) {
     empty = false;
     CheckMember(member);
-    reader.ReadData([](const char*, size_t) {});
+    reader.ReadData([](const char*, std::size_t) {});
     wanted.erase(member.name);
   }
-  if (empty) throw ArchiveError("the archive holds nothing");
+  if (empty) {
+    throw ArchiveError("the archive holds nothing");
+  }
   return wanted;
 }
 
 void WriteFile(ArchiveReader* reader, const posix::FileDescriptor& file) {
-  reader->ReadData([&file](const char* bytes, size_t size) {
-    if (!posix::WriteAll(file.Get(), bytes, size)) throw ArchiveError(posix::LastError());
+  reader->ReadData([&file](const char* bytes, std::size_t size) {
+    if (!posix::WriteAll(file.Get(), bytes, size)) {
+      throw ArchiveError(posix::LastError());
+    }
   });
 }
 
@@ -84,13 +93,17 @@ void UnpackMember(ArchiveReader* reader, const ArchiveMember& member, UnpackFold
 
 void Unpack(const std::string& package, const std::set<std::string>& wanted, const std::string& folderPath) {
   const std::set<std::string> missing = CheckArchive(package, wanted);
-  if (!missing.empty()) throw ArchiveError("it holds no member [" + *missing.begin() + "]");
+  if (!missing.empty()) {
+    throw ArchiveError("it holds no member [" + *missing.begin() + "]");
+  }
   UnpackFolder folder(folderPath);
   ArchiveReader reader(package);
   ArchiveMember member;
   while (reader.Next(&member)) {
     CheckMember(member);
-    if (wanted.empty() || wanted.count(member.name) != 0) UnpackMember(&reader, member, &folder);
+    if (wanted.empty() || wanted.count(member.name) != 0) {
+      UnpackMember(&reader, member, &folder);
+    }
   }
 }
 
@@ -104,15 +117,23 @@ bool ReadArchiveMember(const std::string& path, const std::string& name, std::st
     while (reader.Next(&member)) {
       const auto memberPath = ParseMemberName(member.name);
       const bool wanted = member.kind == Kind::kFile && memberPath && *memberPath == MemberPath{name};
-      if (wanted) content->clear();
+      if (wanted) {
+        content->clear();
+      }
       found = found || wanted;
-      reader.ReadData([&](const char* bytes, size_t size) {
-        if (!wanted) return;
+      reader.ReadData([&](const char* bytes, std::size_t size) {
+        if (!wanted) {
+          return;
+        }
         content->append(bytes, size);
-        if (content->size() > kLargestSingleMember) Refuse(member, "it is larger than 1 MiB");
+        if (content->size() > kLargestSingleMember) {
+          Refuse(member, "it is larger than 1 MiB");
+        }
       });
     }
-    if (!found) *error = "the archive holds no " + name;
+    if (!found) {
+      *error = "the archive holds no " + name;
+    }
     return found;
   } catch (const ArchiveError& failure) {
     *error = failure.what();
@@ -126,13 +147,17 @@ bool CUnzip_Utility::UpdateModuleUnzip(std::string package, std::list<std::strin
                                        std::string* message, std::string module) {
   try {
     std::set<std::string> wanted;
-    if (fileList != nullptr) wanted.insert(fileList->begin(), fileList->end());
+    if (fileList != nullptr) {
+      wanted.insert(fileList->begin(), fileList->end());
+    }
     refhost::Unpack(package, wanted, folder);
     return true;
   } catch (const refhost::ArchiveError& error) {
     const std::string reason = "Cannot unpack [" + package + "]: " + error.what();
     refhost::TraceError(module, reason);
-    if (message != nullptr) *message = reason;
+    if (message != nullptr) {
+      *message = reason;
+    }
     return false;
   }
 }

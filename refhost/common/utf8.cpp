@@ -4,6 +4,7 @@
 #include <optional>
 
 namespace refhost {
+
 namespace {
 
 // Takes the first character off `text`; nothing when it is not well formed.
@@ -13,16 +14,22 @@ std::optional<uint32_t> TakeCharacter(std::string_view* text) {
     text->remove_prefix(1);
     return first;
   }
-  const size_t size = first >= 0xf0 ? 4 : first >= 0xe0 ? 3 : 2;
-  if (first < 0xc0 || first > 0xf7 || text->size() < size) return {};
+  const std::size_t size = first >= 0xf0 ? 4 : first >= 0xe0 ? 3 : 2;
+  if (first < 0xc0 || first > 0xf7 || text->size() < size) {
+    return {};
+  }
   uint32_t character = first & (0x7fU >> size);
-  for (size_t i = 1; i < size; ++i) {
+  for (std::size_t i = 1; i < size; ++i) {
     const auto next = static_cast<unsigned char>((*text)[i]);
-    if ((next & 0xc0U) != 0x80U) return {};
+    if ((next & 0xc0U) != 0x80U) {
+      return {};
+    }
     character = (character << 6U) | (next & 0x3fU);
   }
   constexpr uint32_t kSmallest[] = {0, 0, 0x80, 0x800, 0x10000};
-  if (character < kSmallest[size]) return {};
+  if (character < kSmallest[size]) {
+    return {};
+  }
   text->remove_prefix(size);
   return character;
 }
@@ -46,15 +53,21 @@ bool IsNameCharacter(char c) {
 bool IsXmlText(std::string_view text) {
   while (!text.empty()) {
     const auto character = TakeCharacter(&text);
-    if (!character || !IsXmlCharacter(*character)) return false;
+    if (!character || !IsXmlCharacter(*character)) {
+      return false;
+    }
   }
   return true;
 }
 
 bool IsXmlName(std::string_view text) {
-  if (text.empty() || !IsNameStart(text.front()) || !IsXmlText(text)) return false;
+  if (text.empty() || !IsNameStart(text.front()) || !IsXmlText(text)) {
+    return false;
+  }
   for (const char c : text) {
-    if (!IsNameCharacter(c)) return false;
+    if (!IsNameCharacter(c)) {
+      return false;
+    }
   }
   return true;
 }

@@ -7,10 +7,10 @@
 namespace refhost {
 
 // True when `text` is UTF-8 (shortest forms, no surrogates) and every character may occur in an XML 1.0 document.
-bool IsXmlText(std::string_view text);
+[[nodiscard]] bool IsXmlText(std::string_view text);
 
 // True when `text` is also a name of an element or an attribute.
-bool IsXmlName(std::string_view text);
+[[nodiscard]] bool IsXmlName(std::string_view text);
 
 }  // namespace refhost
 

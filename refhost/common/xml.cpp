@@ -19,15 +19,21 @@ struct COrvXmlNode::Content {
 };
 
 bool COrvXmlNode::Content::AppendTo(pugi::xml_node parent) const {
-  if (!refhost::IsXmlName(name)) return false;
+  if (!refhost::IsXmlName(name)) {
+    return false;
+  }
   pugi::xml_node element = parent.append_child(name.c_str());
   for (const auto& [attribute, value] : attributes) {
-    if (!refhost::IsXmlName(attribute) || !refhost::IsXmlText(value)) return false;
-    if (element.attribute(attribute.c_str())) return false;
+    if (!refhost::IsXmlName(attribute) || !refhost::IsXmlText(value)) {
+      return false;
+    }
+    if (element.attribute(attribute.c_str())) {
+      return false;
+    }
     element.append_attribute(attribute.c_str()).set_value(value.c_str());
   }
-  return std::all_of(children.begin(), children.end(),
-                     [element](const COrvXmlNode& child) { return child.content_->AppendTo(element); });
+  return std::ranges::all_of(children,
+                             [element](const COrvXmlNode& child) { return child.content_->AppendTo(element); });
 }
 
 COrvXmlNode::COrvXmlNode(std::string name) : content_(std::make_unique<Content>()) {
@@ -50,7 +56,7 @@ namespace {
 
 class TextWriter : public pugi::xml_writer {
  public:
-  void write(const void* data, size_t size) override { text_.append(static_cast<const char*>(data), size); }
+  void write(const void* data, std::size_t size) override { text_.append(static_cast<const char*>(data), size); }
   const std::string& Text() const { return text_; }
 
  private:
@@ -76,6 +82,8 @@ bool COrvXmlWrite::writeXML(std::string path, COrvXmlNode root) {
   document.save(writer, "  ", pugi::format_default, pugi::encoding_utf8);
   std::string error;
   const bool written = refhost::ReplaceFile(path, writer.Text(), &error);
-  if (!written) refhost::TraceError("host", error);
+  if (!written) {
+    refhost::TraceError("host", error);
+  }
   return written;
 }

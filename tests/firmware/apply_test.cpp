@@ -10,6 +10,7 @@
 #include "tests/support/scripted_host.h"
 
 namespace kestrel {
+
 namespace {
 
 const std::string kMarker = "$I/tmp/KV6KBMC/ExistUpdate.txt";

@@ -3,6 +3,7 @@
 #include "tests/firmware/flash_tool_road.h"
 
 namespace kestrel {
+
 namespace {
 
 TEST_F(FlashToolMethodTest, ABmcTooBusyToConnectIsAskedAgain) {

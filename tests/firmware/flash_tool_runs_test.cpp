@@ -2,6 +2,7 @@
 #include "tests/firmware/flash_tool_road.h"
 
 namespace kestrel {
+
 namespace {
 
 TEST_F(FlashToolMethodTest, AMissingFlashToolLeavesTheMediaConnected) {

@@ -6,6 +6,7 @@
 #include <iterator>
 
 namespace kestrel {
+
 namespace {
 
 TEST(ChangeWriteModeRequest, CarriesThePhraseByteByByte) {

@@ -14,6 +14,7 @@
 #include "tests/support/scripted_host.h"
 
 namespace kestrel {
+
 namespace {
 
 const std::string kFolder = "$I/tmp/KV6KBMC/BMC_FW";

@@ -7,6 +7,7 @@
 #include <cstdio>
 
 namespace kestrel {
+
 namespace {
 
 using State = SdrVersionField::State;

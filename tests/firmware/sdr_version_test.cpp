@@ -10,6 +10,7 @@
 #include "tests/support/scripted_host.h"
 
 namespace kestrel {
+
 namespace {
 
 const Lines kStart = "4 CBMC_KESTREL_Firmware::GetSDRVersion() [START]";

@@ -9,6 +9,7 @@
 #include <vector>
 
 namespace kestrel {
+
 namespace {
 
 struct Scan {

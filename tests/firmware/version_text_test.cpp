@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 namespace kestrel {
+
 namespace {
 
 TEST(BmcVersionText, IsTwoDecimalNumbersOfTwoDigits) {

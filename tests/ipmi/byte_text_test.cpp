@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 namespace kestrel {
+
 namespace {
 
 using Bytes = std::list<std::string>;

@@ -13,6 +13,7 @@
 #include "tests/support/scripted_host.h"
 
 namespace kestrel {
+
 namespace {
 
 constexpr unsigned long kNoLimit = ~0UL;

@@ -6,6 +6,7 @@
 #include "tests/support/scripted_host.h"
 
 namespace kestrel {
+
 namespace {
 
 class IpmiExchange : public testing::Test {

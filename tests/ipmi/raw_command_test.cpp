@@ -10,6 +10,7 @@
 #include "tests/support/scripted_host.h"
 
 namespace kestrel {
+
 namespace {
 
 using Bytes = std::list<std::string>;
@@ -261,7 +262,7 @@ TEST_F(RawCommand, TheOldFirstElementIsTakenForTheCompletionCode) {
 TEST_F(RawCommand, AToolPathShorterThanATailIsNotCaught) {
   EXPECT_THROW(Run("short", {"06", "01"}), std::out_of_range);
   EXPECT_TRUE(SameLines(host_.TakeJournal(), kListStart));
-  EXPECT_THROW(ExecuteIpmiCommand("ipmicm", &response_, {"06", "01"}), std::out_of_range);
+  EXPECT_THROW((void)ExecuteIpmiCommand("ipmicm", &response_, {"06", "01"}), std::out_of_range);
   EXPECT_TRUE(SameLines(host_.TakeJournal(), {"4 CBMC_KESTREL_Firmware::ExecIPMICommand() [START]", kListStart}));
   EXPECT_EQ(response_, Bytes{});
 }

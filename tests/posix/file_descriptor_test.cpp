@@ -10,6 +10,7 @@
 #include <thread>
 
 namespace posix {
+
 namespace {
 
 bool IsOpenInTheKernel(int descriptor) {

@@ -6,6 +6,7 @@
 #include "posix/last_error.h"
 
 namespace posix {
+
 namespace {
 
 TEST(ErrorText, IsTheSystemsOwn) {

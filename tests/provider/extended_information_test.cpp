@@ -7,6 +7,7 @@
 #include "tests/support/scripted_host.h"
 
 namespace kestrel {
+
 namespace {
 
 using Pairs = std::list<std::pair<std::string, std::string>>;

@@ -9,6 +9,7 @@
 #include "tests/refhost/support/host_test.h"
 
 namespace refhost {
+
 namespace {
 
 using Factory = CVendor* (*)(const char* className, const char* provider);

@@ -10,6 +10,7 @@
 #include "tests/support/scripted_host.h"
 
 namespace kestrel {
+
 namespace {
 
 const Lines kFitStart = {"4 CBMC_KESTREL_Vendor::CheckUpdateConditionByDevicevendor() [START]",

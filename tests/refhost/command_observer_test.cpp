@@ -6,6 +6,7 @@
 #include "tests/refhost/support/host_test.h"
 
 namespace refhost {
+
 namespace {
 
 // Keeps what it is told; refuses commands when asked to.

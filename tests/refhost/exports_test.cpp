@@ -7,6 +7,7 @@
 #include "tests/refhost/support/host_test.h"
 
 namespace refhost {
+
 namespace {
 
 class Exports : public HostTest, public testing::WithParamInterface<const char*> {};
@@ -22,7 +23,9 @@ TEST_P(Exports, AreTheContractAndWhatIsMarked) {
       "GetLastError\\(|GetCurrentThreadId\\().*|(.* )?std::.*)");
   std::istringstream names(folder_.Read("names"));
   int count = 0;
-  for (std::string line; std::getline(names, line); ++count) EXPECT_TRUE(std::regex_match(line, allowed)) << line;
+  for (std::string line; std::getline(names, line); ++count) {
+    EXPECT_TRUE(std::regex_match(line, allowed)) << line;
+  }
   EXPECT_GT(count, 30);
 }
 

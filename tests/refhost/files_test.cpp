@@ -7,6 +7,7 @@
 #include "tests/refhost/support/host_test.h"
 
 namespace refhost {
+
 namespace {
 
 namespace fs = std::filesystem;

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 namespace refhost {
+
 namespace {
 
 TEST(MemberPath, ANameBecomesItsComponents) {

@@ -6,6 +6,7 @@
 #include "tests/refhost/support/scripted_module.h"
 
 namespace refhost {
+
 namespace {
 
 class ModuleManager : public HostTest {

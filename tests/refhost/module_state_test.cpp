@@ -5,6 +5,7 @@
 #include "tests/refhost/support/host_test.h"
 
 namespace refhost {
+
 namespace {
 
 class StateFile : public HostTest {

@@ -6,6 +6,7 @@
 #include "tests/refhost/support/host_test.h"
 
 namespace refhost {
+
 namespace {
 
 class PackageFile : public HostTest {
@@ -72,8 +73,9 @@ TEST_F(PackageFile, AnUnusableArchiveIsTold) {
 
 TEST_F(PackageFile, IsMadeForTheServerTypesThatItLists) {
   const PackageManifest manifest{"n", "01-24", "", {"kv6000", "mx4000"}};
-  for (const char* type : {"kv6000", "mx4000", "kv6000-2", "kv6000 rev b"})
+  for (const char* type : {"kv6000", "mx4000", "kv6000-2", "kv6000 rev b"}) {
     EXPECT_TRUE(IsMadeFor(manifest, type)) << type;
+  }
   for (const char* type : {"", "kv600", "kv6000rt", "kv60001", "mx400", "xkv6000"}) {
     EXPECT_FALSE(IsMadeFor(manifest, type)) << type;
   }

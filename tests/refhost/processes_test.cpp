@@ -11,6 +11,7 @@
 #include "tests/refhost/support/host_test.h"
 
 namespace refhost {
+
 namespace {
 
 constexpr unsigned long kNoLimit = ~0UL;

@@ -3,6 +3,7 @@
 #include "host/DllCommon.h"
 
 namespace refhost {
+
 namespace {
 
 using Fields = std::list<std::string>;

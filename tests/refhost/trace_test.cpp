@@ -11,6 +11,7 @@
 #include "tests/refhost/support/host_test.h"
 
 namespace refhost {
+
 namespace {
 
 class Trace : public HostTest {};
@@ -93,8 +94,10 @@ TEST_F(Trace, EveryMessageInsertsItsTextsAndNothingElse) {
   for (int number = 1; number <= 27; ++number) {
     const std::string id = "MSGID_BMC_00" + std::string(number < 10 ? "0" : "") + std::to_string(number) + "_F";
     const Message* message = FindMessage(id);
-    if (message == nullptr) continue;
-    EXPECT_EQ(std::count(message->sentence.begin(), message->sentence.end(), '%'), message->insertCount) << id;
+    if (message == nullptr) {
+      continue;
+    }
+    EXPECT_EQ(std::ranges::count(message->sentence, '%'), message->insertCount) << id;
     const std::string sentence = Sentence(*message, {"one", "two"});
     EXPECT_EQ(sentence.find("one") != std::string::npos, message->insertCount > 0) << id;
     EXPECT_EQ(sentence.find("two") != std::string::npos, message->insertCount > 1) << id;
@@ -108,7 +111,7 @@ std::string SystemTime() {
   std::tm parts{};
   gmtime_r(&now.tv_sec, &parts);
   std::array<char, 64> text{};
-  const size_t length = std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%S", &parts);
+  const std::size_t length = std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%S", &parts);
   std::snprintf(&text[length], text.size() - length, ".%06ldZ", now.tv_nsec / 1000);
   return text.data();
 }

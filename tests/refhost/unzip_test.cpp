@@ -11,6 +11,7 @@
 #include "tests/refhost/support/host_test.h"
 
 namespace refhost {
+
 namespace {
 
 namespace fs = std::filesystem;
@@ -40,7 +41,7 @@ class Unzip : public HostTest {
     for (const auto& entry : fs::recursive_directory_iterator(folder_ / "work")) {
       names.push_back(entry.path().lexically_relative(folder_ / "work").string());
     }
-    std::sort(names.begin(), names.end());
+    std::ranges::sort(names);
     return names;
   }
 
@@ -119,8 +120,8 @@ TEST_F(Unzip, AnArchiveThatIsCutOffAnywhereIsRefusedBeforeAnythingIsWritten) {
   for (const Format format : {Format::kZip, Format::kTar, Format::kTarGzip}) {
     const std::string whole = builder.Build(format);
     // Behind the last member a tar archive has padding that may be missing.
-    const size_t end = format == Format::kTar ? whole.find_last_not_of('\0') : whole.size();
-    for (size_t size = 1; size < end; size += format == Format::kTar ? 128 : 7) {
+    const std::size_t end = format == Format::kTar ? whole.find_last_not_of('\0') : whole.size();
+    for (std::size_t size = 1; size < end; size += format == Format::kTar ? 128 : 7) {
       EXPECT_FALSE(Unpack(whole.substr(0, size))) << size << " of " << whole.size();
       EXPECT_NE(reason_, "");
     }
@@ -130,7 +131,9 @@ TEST_F(Unzip, AnArchiveThatIsCutOffAnywhereIsRefusedBeforeAnythingIsWritten) {
 
 TEST_F(Unzip, AZipWithAWrongChecksumIsRefused) {
   std::string content;
-  for (unsigned i = 0; i < 4000; ++i) content += static_cast<char>((i * i * 2654435761U) >> 24U);
+  for (unsigned i = 0; i < 4000; ++i) {
+    content += static_cast<char>((i * i * 2654435761U) >> 24U);
+  }
   std::string bytes = ArchiveBuilder().File("a", content).Build(Format::kZip);
   bytes[bytes.size() / 2] = static_cast<char>(bytes[bytes.size() / 2] ^ 1);
   EXPECT_FALSE(Unpack(bytes));
@@ -235,7 +238,7 @@ TEST_F(Unzip, AFileMayNotTakeThePlaceOfAFolder) {
 // A tar archive of 2 KiB with one file of 8 GiB, all of it a hole but its last block.
 std::string TarWithAHole() {
   std::string header(512, '\0');
-  const auto put = [&header](size_t at, const std::string& text) { header.replace(at, text.size(), text); };
+  const auto put = [&header](std::size_t at, const std::string& text) { header.replace(at, text.size(), text); };
   put(0, "hole");
   put(100, "0000644");
   put(124, "00000001000");  // bytes that are there
@@ -246,7 +249,9 @@ std::string TarWithAHole() {
   put(483, "77777777000");  // size of the file
   put(148, "        ");     // the checksum counts itself as blanks
   unsigned sum = 0;
-  for (const char byte : header) sum += static_cast<unsigned char>(byte);
+  for (const char byte : header) {
+    sum += static_cast<unsigned char>(byte);
+  }
   std::array<char, 8> checksum{};
   snprintf(checksum.data(), checksum.size(), "%06o", sum);
   put(148, checksum.data());

@@ -5,6 +5,7 @@
 #include <string>
 
 namespace refhost {
+
 namespace {
 
 using namespace std::string_literals;
@@ -33,12 +34,18 @@ TEST(Utf8, TextsThatXmlCannotCarry) {
                                "\xf0\x80\x80\xaf",
                                "\xf4\x90\x80\x80"s,
                                "\xf7\xbf\xbf\xbf"s};
-  for (const std::string& text : texts) EXPECT_FALSE(IsXmlText(text)) << testing::PrintToString(text);
+  for (const std::string& text : texts) {
+    EXPECT_FALSE(IsXmlText(text)) << testing::PrintToString(text);
+  }
 }
 
 TEST(Utf8, Names) {
-  for (const char* name : {"attr", "general-inf", "_a.b:c1", "\xc3\xa4"}) EXPECT_TRUE(IsXmlName(name)) << name;
-  for (const char* name : {"", "1a", "-a", "a b", "a<", "\xff"}) EXPECT_FALSE(IsXmlName(name)) << name;
+  for (const char* name : {"attr", "general-inf", "_a.b:c1", "\xc3\xa4"}) {
+    EXPECT_TRUE(IsXmlName(name)) << name;
+  }
+  for (const char* name : {"", "1a", "-a", "a b", "a<", "\xff"}) {
+    EXPECT_FALSE(IsXmlName(name)) << name;
+  }
 }
 
 }  // namespace

@@ -8,6 +8,7 @@
 #include "tests/refhost/support/scripted_module.h"
 
 namespace refhost {
+
 namespace {
 
 class Vendor : public HostTest {

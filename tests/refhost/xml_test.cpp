@@ -7,6 +7,7 @@
 #include "tests/refhost/support/host_test.h"
 
 namespace refhost {
+
 namespace {
 
 class Xml : public HostTest {
@@ -60,7 +61,9 @@ TEST_F(Xml, ValuesAreEscaped) {
 TEST_F(Xml, AValueThatXmlCannotCarryIsRefusedAndTheOldFileKept) {
   ASSERT_TRUE(WriteValue("old"));
   const std::string old = folder_.Read("report.xml");
-  for (const char* value : {"\x01", "\xff\xfe", "\x1b[0m"}) EXPECT_FALSE(WriteValue(value)) << value;
+  for (const char* value : {"\x01", "\xff\xfe", "\x1b[0m"}) {
+    EXPECT_FALSE(WriteValue(value)) << value;
+  }
   EXPECT_EQ(folder_.Read("report.xml"), old);
   EXPECT_EQ(TakeLines().front(),
             "2 Not written, a name or a value cannot stand in XML: [" + (folder_ / "report.xml") + "]");
@@ -90,9 +93,10 @@ TEST_F(Xml, NothingButTheFileIsLeft) {
   std::filesystem::create_directory(folder_ / "taken");
   EXPECT_FALSE(COrvXmlWrite().writeXML(folder_ / "taken", COrvXmlNode("data")));
   std::vector<std::string> names;
-  for (const auto& entry : std::filesystem::directory_iterator(folder_.Path()))
+  for (const auto& entry : std::filesystem::directory_iterator(folder_.Path())) {
     names.push_back(entry.path().filename());
-  std::sort(names.begin(), names.end());
+  }
+  std::ranges::sort(names);
   EXPECT_EQ(names, (Lines{"report.xml", "taken"}));
 }
 

@@ -6,6 +6,7 @@
 #include "tests/report/report_lines.h"
 
 namespace kestrel {
+
 namespace {
 
 class GeneralSection : public testing::Test {

@@ -8,6 +8,7 @@
 #include "tests/support/scripted_host.h"
 
 namespace kestrel {
+
 namespace {
 
 const IpmiReply kNotRun(false, {});

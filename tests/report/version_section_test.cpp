@@ -7,6 +7,7 @@
 #include "tests/support/scripted_firmware.h"
 
 namespace kestrel {
+
 namespace {
 
 TEST(OperatingVersionParts, AreTheTextsBehindTheColons) {

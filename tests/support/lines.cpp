@@ -21,7 +21,7 @@ testing::AssertionResult SameLines(const std::vector<std::string>& actual, const
   if (actual == wanted) {
     return testing::AssertionSuccess();
   }
-  const auto [here, there] = std::mismatch(actual.begin(), actual.end(), wanted.begin(), wanted.end());
+  const auto [here, there] = std::ranges::mismatch(actual, wanted);
   const auto line = static_cast<std::size_t>(here - actual.begin());
   testing::AssertionResult result = testing::AssertionFailure();
   result << "journals differ from line " << line + 1 << " on (" << actual.size() << " lines, expected " << wanted.size()

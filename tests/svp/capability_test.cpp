@@ -7,6 +7,7 @@
 #include "tests/svp/transfer_lines.h"
 
 namespace kestrel {
+
 namespace {
 
 class Capability : public testing::Test {

@@ -7,6 +7,7 @@
 #include "tests/svp/transfer_lines.h"
 
 namespace kestrel {
+
 namespace {
 
 const std::string kLock = "3c 6a 05 40 01 00 00 00 00 00";

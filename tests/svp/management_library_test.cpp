@@ -11,6 +11,7 @@
 #include "tests/svp/management_library_file.h"
 
 namespace kestrel {
+
 namespace {
 
 const Lines kUnloadedNothing = {"4 CBMC_MngLib::Unload [START]", "4 CBMC_MngLib::Unload [END]"};

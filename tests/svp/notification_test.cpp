@@ -7,6 +7,7 @@
 #include "tests/svp/transfer_lines.h"
 
 namespace kestrel {
+
 namespace {
 
 const Lines kStart = "4 CBMC_KESTREL_Firmware::SendInfoToSVP [START]";

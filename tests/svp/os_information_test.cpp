@@ -7,6 +7,7 @@
 #include "tests/svp/transfer_lines.h"
 
 namespace kestrel {
+
 namespace {
 
 const char* const kAskOs = "cat /etc/redhat-release";

@@ -11,6 +11,7 @@
 #include "tests/svp/transfer_lines.h"
 
 namespace kestrel {
+
 namespace {
 
 struct Sender {
@@ -203,15 +204,15 @@ class SenderTransfer : public testing::TestWithParam<std::tuple<Sender, Tool>> {
 
 TEST_P(SenderTransfer, WhoseUnlockFailsTooIsRecordedOnce) {
   const auto& [sender, tool] = GetParam();
-  constexpr int signature = 3;
-  constexpr int unlock = 4;
+  constexpr int kSignature = 3;
+  constexpr int kUnlock = 4;
   const Lines before = sender.prepare(&host_, tool, "00");
-  const Lines steps = PlaySteps(&host_, tool, sender.steps, signature, 3);
+  const Lines steps = PlaySteps(&host_, tool, sender.steps, kSignature, 3);
   host_.Answer(sender.unlock, "c1", 3);
   EXPECT_EQ(sender.send(tool.path, &detail_), -1);
   EXPECT_EQ(detail_, "29");
-  EXPECT_TRUE(SameLines(host_.TakeJournal(), {before, steps, Told(sender, sender.steps[signature], tool.refusal),
-                                              Attempts(tool, sender.unlock, sender.steps[unlock].message, 3)}));
+  EXPECT_TRUE(SameLines(host_.TakeJournal(), {before, steps, Told(sender, sender.steps[kSignature], tool.refusal),
+                                              Attempts(tool, sender.unlock, sender.steps[kUnlock].message, 3)}));
 }
 
 INSTANTIATE_TEST_SUITE_P(Every, SenderTransfer,

@@ -83,14 +83,14 @@ Lines CapabilityLines(const Tool& tool, const std::string& flags, const std::str
 }
 
 std::vector<std::string> WriteRequests(const std::string& fileId, const std::string& record) {
-  constexpr std::size_t pieceLength = 96;  // of text
+  constexpr std::size_t kPieceLength = 96;  // of text
   std::vector<std::string> requests;
-  for (std::size_t at = 0; at < record.size(); at += pieceLength) {
+  for (std::size_t at = 0; at < record.size(); at += kPieceLength) {
     const std::size_t offset = at / 3;
     std::array<char, 64> head{};
     std::snprintf(head.data(), head.size(), "3c 69 05 %s 00 00 %02zx %02zx %02zx %02zx ", fileId.c_str(), offset & 0xff,
                   offset >> 8 & 0xff, offset >> 16 & 0xff, offset >> 24 & 0xff);
-    std::string request = head.data() + record.substr(at, pieceLength);
+    std::string request = head.data() + record.substr(at, kPieceLength);
     if (request.back() == ' ') {
       request.pop_back();
     }

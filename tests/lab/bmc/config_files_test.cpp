@@ -4,11 +4,12 @@
 #include <gtest/gtest.h>
 
 namespace kv6000 {
+
 namespace {
 
 const Bytes kSignature = {0x51, 0x54, 0x4c, 0x4d, 0x50};
 
-class TheConfigFiles : public ::testing::Test {
+class TheConfigFiles : public testing::Test {
  protected:
   Bytes Send(std::uint8_t netfn, std::uint8_t cmd, const Bytes& data = {}) {
     return RunCommand(files_, netfn, cmd, data).value_or(Bytes{kInvalidCommand});
@@ -28,7 +29,7 @@ class TheConfigFiles : public ::testing::Test {
     return Send(0x3c, 0x69, data);
   }
   Bytes Sign(std::uint8_t file = 0x40) { return Write(0, kSignature, file); }
-  [[nodiscard]] std::optional<Bytes> Stored(std::uint8_t file = 0x40) const { return files_.files().at(file).stored; }
+  [[nodiscard]] std::optional<Bytes> Stored(std::uint8_t file = 0x40) const { return files_.Files().at(file).stored; }
 
   ConfigFiles files_{0x03};
 };
@@ -161,14 +162,14 @@ TEST_F(TheConfigFiles, AreAnnouncedOnlyUnlockedAndStored) {
   Sign();
   Unlock();
   EXPECT_EQ(Send(0x34, 0x39, {0x01}), Bytes{kOk});
-  EXPECT_EQ(files_.files().at(0x40).announced, 1U);
+  EXPECT_EQ(files_.Files().at(0x40).announced, 1U);
   EXPECT_EQ(Send(0x34, 0x39, {0x02}), Bytes{kWrongState});
   EXPECT_EQ(Send(0x34, 0x39, {0x03}), Bytes{kInvalidData});
   Lock();
   EXPECT_EQ(Send(0x34, 0x39, {0x01}), Bytes{kWrongState});
   Sign();
   Unlock();
-  EXPECT_EQ(files_.files().at(0x40).announced, 0U);
+  EXPECT_EQ(files_.Files().at(0x40).announced, 0U);
 }
 
 TEST_F(TheConfigFiles, LoseATransferButNotTheStoredBytesWhenTheMachineGoesDown) {

@@ -6,6 +6,7 @@
 #include "tests/lab/bmc/images.h"
 
 namespace kv6000 {
+
 namespace {
 
 constexpr Version kVersion{0x01, 0x24};

@@ -9,6 +9,7 @@
 #include "tests/lab/bmc/images.h"
 
 namespace kv6000 {
+
 namespace {
 
 constexpr std::string_view kPhrase = "ABCDEFGHIJKLMNOPQRSTUV";
@@ -33,7 +34,7 @@ class RecordingOutside : public Outside {
   }
 };
 
-class Kv6000Bmc : public ::testing::Test {
+class Kv6000Bmc : public testing::Test {
  protected:
   Bytes Send(std::uint8_t netfn, std::uint8_t cmd, const Bytes& data = {}) { return bmc_.Handle(netfn, cmd, data); }
   Bytes Connect() { return Send(0x34, 0x8c, {0x55, 0xaa, 0x01}); }
@@ -53,7 +54,7 @@ class Kv6000Bmc : public ::testing::Test {
   void FlashImage(const Bytes& image) {
     PrepareFlash(image);
     ASSERT_EQ(StartFlash(image.size()), Bytes{kOk});
-    while (bmc_.state().flash == Flash::kRunning) {
+    while (bmc_.CurrentState().flash == Flash::kRunning) {
       bmc_.FlashStep();
     }
   }
@@ -84,9 +85,9 @@ TEST_F(Kv6000Bmc, TakesOnlyTheRightWriteModePhrase) {
   Bytes phrase = TextBytes(kPhrase);
   phrase.back() ^= 1U;
   EXPECT_EQ(Send(0x36, 0x03, phrase), Bytes{kInvalidData});
-  EXPECT_FALSE(bmc_.state().writeMode);
+  EXPECT_FALSE(bmc_.CurrentState().writeMode);
   EXPECT_EQ(Send(0x36, 0x03, TextBytes(kPhrase)), Bytes{kOk});
-  EXPECT_TRUE(bmc_.state().writeMode);
+  EXPECT_TRUE(bmc_.CurrentState().writeMode);
 }
 
 TEST_F(Kv6000Bmc, ConnectsTheMediaAndTellsItOnceTheMachineHasSeenIt) {
@@ -146,7 +147,7 @@ TEST_F(Kv6000Bmc, WaitsAgainAfterTheMediaWasDisconnected) {
   EXPECT_EQ(Send(0x34, 0x2d), (Bytes{kOk, 0x01}));
 }
 
-class ProtectedBmc : public ::testing::TestWithParam<std::uint8_t> {};
+class ProtectedBmc : public testing::TestWithParam<std::uint8_t> {};
 
 TEST_P(ProtectedBmc, ConnectsOnlyInWriteMode) {
   RecordingOutside outside;
@@ -164,12 +165,12 @@ TEST_P(ProtectedBmc, ConnectsOnlyInWriteMode) {
 TEST_P(ProtectedBmc, ForgetsTheWriteModeWhenTheMachineGoesOff) {
   RecordingOutside outside;
   Bmc bmc({{GetParam(), 0x10}, std::string(kPhrase), {}}, outside);
-  bmc.Handle(0x36, 0x03, TextBytes(kPhrase));
+  (void)bmc.Handle(0x36, 0x03, TextBytes(kPhrase));
   bmc.MachineOff();
   EXPECT_EQ(bmc.Handle(0x34, 0x8c, Bytes{0x55, 0xaa, 0x01}), Bytes{kWrongState});
 }
 
-INSTANTIATE_TEST_SUITE_P(Majors, ProtectedBmc, ::testing::Values(0x06, 0x16));
+INSTANTIATE_TEST_SUITE_P(Majors, ProtectedBmc, testing::Values(0x06, 0x16));
 
 TEST_F(Kv6000Bmc, TakesAFlashOnlyWithMediaConnectedAndWaitingStopped) {
   outside_.media = image_;
@@ -194,13 +195,13 @@ TEST_F(Kv6000Bmc, FlashesInStepsAndKeepsAWholeImageInTheStandbySlot) {
   EXPECT_EQ(Send(0x34, 0x91), (Bytes{kOk, 0x01, 0}));
   bmc_.FlashStep();
   EXPECT_EQ(Send(0x34, 0x91), (Bytes{kOk, 0x01, 16}));
-  EXPECT_FALSE(bmc_.state().standby.has_value());
-  while (bmc_.state().flash == Flash::kRunning) {
+  EXPECT_FALSE(bmc_.CurrentState().standby.has_value());
+  while (bmc_.CurrentState().flash == Flash::kRunning) {
     bmc_.FlashStep();
   }
   EXPECT_EQ(Send(0x34, 0x91), (Bytes{kOk, 0x02, 100}));
-  EXPECT_EQ(bmc_.state().standby, kNew);
-  EXPECT_EQ(bmc_.state().running, kOld);
+  EXPECT_EQ(bmc_.CurrentState().standby, kNew);
+  EXPECT_EQ(bmc_.CurrentState().running, kOld);
 }
 
 TEST_F(Kv6000Bmc, IsBusyWhileItFlashes) {
@@ -215,7 +216,7 @@ TEST_F(Kv6000Bmc, ASecondFlashInvalidatesTheStandbySlotAndTheFlagAtOnce) {
   FlashImage(image_);
   Arm();
   ASSERT_EQ(StartFlash(image_.size()), Bytes{kOk});
-  EXPECT_FALSE(bmc_.state().standby.has_value());
+  EXPECT_FALSE(bmc_.CurrentState().standby.has_value());
   EXPECT_EQ(Send(0x34, 0x5f), (Bytes{kOk, 0x00}));
 }
 
@@ -230,27 +231,27 @@ void PrintTo(const BadImage& image, std::ostream* out) {
   *out << image.name;
 }
 
-class BadImageFlash : public Kv6000Bmc, public ::testing::WithParamInterface<BadImage> {};
+class BadImageFlash : public Kv6000Bmc, public testing::WithParamInterface<BadImage> {};
 
 TEST_P(BadImageFlash, LeavesTheStandbySlotNotWholeAndTheFlagUnarmed) {
   Bytes image = image_;
   GetParam().damage(image);
   FlashImage(image);
   EXPECT_EQ(Send(0x34, 0x91)[1], GetParam().answer);
-  EXPECT_FALSE(bmc_.state().standby.has_value());
+  EXPECT_FALSE(bmc_.CurrentState().standby.has_value());
   EXPECT_EQ(Arm(), Bytes{kWrongState});
 }
 
 INSTANTIATE_TEST_SUITE_P(Images, BadImageFlash,
-                         ::testing::Values(BadImage{"Magic", [](Bytes& image) { image[0] = 'X'; }, 0x80},
-                                           BadImage{"Length", [](Bytes& image) { image.pop_back(); }, 0x81},
-                                           BadImage{"Checksum", [](Bytes& image) { image.back() ^= 1U; }, 0x82}),
+                         testing::Values(BadImage{"Magic", [](Bytes& image) { image[0] = 'X'; }, 0x80},
+                                         BadImage{"Length", [](Bytes& image) { image.pop_back(); }, 0x81},
+                                         BadImage{"Checksum", [](Bytes& image) { image.back() ^= 1U; }, 0x82}),
                          [](const auto& image) { return std::string(image.param.name); });
 
 TEST_F(Kv6000Bmc, AnImageLongerThanTheMediaLosesTheFlash) {
   PrepareFlash(image_);
   StartFlash(image_.size() + 1);
-  while (bmc_.state().flash == Flash::kRunning) {
+  while (bmc_.CurrentState().flash == Flash::kRunning) {
     bmc_.FlashStep();
   }
   EXPECT_EQ(Send(0x34, 0x91)[1], 0x83);
@@ -272,8 +273,8 @@ TEST_F(Kv6000Bmc, TakesTheStandbyFirmwareWhenTheMachineGoesOffWithTheFlagArmed) 
   outside_.calls.clear();
   bmc_.MachineOff();
   EXPECT_EQ(outside_.calls, (std::vector<std::string>{"detach", "running 01-24", "power on"}));
-  EXPECT_EQ(bmc_.state().running, kNew);
-  EXPECT_FALSE(bmc_.state().standby.has_value());
+  EXPECT_EQ(bmc_.CurrentState().running, kNew);
+  EXPECT_FALSE(bmc_.CurrentState().standby.has_value());
   EXPECT_EQ(Send(0x34, 0x5f), (Bytes{kOk, 0x00}));
   EXPECT_EQ(Send(0x34, 0x8d), (Bytes{kOk, 0x00}));
 }
@@ -283,8 +284,8 @@ TEST_F(Kv6000Bmc, StaysOffOnTheOldFirmwareWithTheFlagNotArmed) {
   outside_.calls.clear();
   bmc_.MachineOff();
   EXPECT_EQ(outside_.calls, std::vector<std::string>{"detach"});
-  EXPECT_EQ(bmc_.state().running, kOld);
-  EXPECT_EQ(bmc_.state().standby, kNew);
+  EXPECT_EQ(bmc_.CurrentState().running, kOld);
+  EXPECT_EQ(bmc_.CurrentState().standby, kNew);
 }
 
 TEST_F(Kv6000Bmc, EndsAConfigFilesTransferWhenTheMachineGoesOffOrIsReset) {
@@ -302,14 +303,14 @@ TEST_F(Kv6000Bmc, TakesWhatStandsByAtAResetOnlyWhenTheFlagIsArmedForIt) {
   Arm();
   outside_.calls.clear();
   bmc_.MachineReset();
-  EXPECT_EQ(bmc_.state().running, kOld);
+  EXPECT_EQ(bmc_.CurrentState().running, kOld);
   EXPECT_TRUE(outside_.calls.empty());
   EXPECT_EQ(Send(0x34, 0x5f), (Bytes{kOk, 0x01}));
   EXPECT_EQ(Send(0x34, 0x5e, {0x55, 0xaa, 0x02}), Bytes{kOk});
   EXPECT_EQ(Send(0x34, 0x5f), (Bytes{kOk, 0x02}));
   bmc_.MachineReset();
   EXPECT_EQ(outside_.calls, (std::vector<std::string>{"detach", "running 01-24"}));
-  EXPECT_EQ(bmc_.state().running, kNew);
+  EXPECT_EQ(bmc_.CurrentState().running, kNew);
   EXPECT_EQ(Send(0x34, 0x5f), (Bytes{kOk, 0x00}));
 }
 
@@ -322,8 +323,8 @@ TEST_F(Kv6000Bmc, TakesAStandbySdrWithOrWithoutAFirmware) {
   EXPECT_EQ(Arm(), Bytes{kOk});
   bmc_.MachineOff();
   EXPECT_EQ(outside_.calls, std::vector<std::string>{"power on"});
-  EXPECT_EQ(bmc_.state().running, kOld);
-  EXPECT_EQ(bmc_.sdr().records().size(), 1U);
+  EXPECT_EQ(bmc_.CurrentState().running, kOld);
+  EXPECT_EQ(bmc_.Sdr().AllRecords().size(), 1U);
 
   FlashImage(image_);
   Send(0x0a, 0x2a);
@@ -332,8 +333,8 @@ TEST_F(Kv6000Bmc, TakesAStandbySdrWithOrWithoutAFirmware) {
   Send(0x0a, 0x2b);
   Arm();
   bmc_.MachineOff();
-  EXPECT_EQ(bmc_.state().running, kNew);
-  EXPECT_EQ(bmc_.sdr().records().size(), 2U);
+  EXPECT_EQ(bmc_.CurrentState().running, kNew);
+  EXPECT_EQ(bmc_.Sdr().AllRecords().size(), 2U);
 }
 
 TEST_F(Kv6000Bmc, ASecondSdrUpdateInvalidatesTheStandbySdrAndTheFlagAtOnce) {
@@ -345,7 +346,7 @@ TEST_F(Kv6000Bmc, ASecondSdrUpdateInvalidatesTheStandbySdrAndTheFlagAtOnce) {
   EXPECT_EQ(Send(0x34, 0x5f), (Bytes{kOk, 0x00}));
   bmc_.MachineOff();
   EXPECT_TRUE(outside_.calls.empty());
-  EXPECT_TRUE(bmc_.sdr().records().empty());
+  EXPECT_TRUE(bmc_.Sdr().AllRecords().empty());
 }
 
 TEST_F(Kv6000Bmc, APowerCutInTheMiddleOfAFlashLeavesStandbyNotWholeAndACleanSecondRunWorks) {
@@ -355,14 +356,14 @@ TEST_F(Kv6000Bmc, APowerCutInTheMiddleOfAFlashLeavesStandbyNotWholeAndACleanSeco
   bmc_.PowerLost();
   bmc_.MachineOff();
   bmc_.FlashStep();
-  EXPECT_EQ(bmc_.state().flash, Flash::kMediaLost);
-  EXPECT_FALSE(bmc_.state().standby.has_value());
-  EXPECT_EQ(bmc_.state().media, Media::kDisconnected);
-  EXPECT_TRUE(bmc_.state().waiting);
+  EXPECT_EQ(bmc_.CurrentState().flash, Flash::kMediaLost);
+  EXPECT_FALSE(bmc_.CurrentState().standby.has_value());
+  EXPECT_EQ(bmc_.CurrentState().media, Media::kDisconnected);
+  EXPECT_TRUE(bmc_.CurrentState().waiting);
   EXPECT_EQ(Arm(), Bytes{kWrongState});
 
   FlashImage(image_);
-  EXPECT_EQ(bmc_.state().standby, kNew);
+  EXPECT_EQ(bmc_.CurrentState().standby, kNew);
   EXPECT_EQ(Arm(), Bytes{kOk});
 }
 
@@ -373,8 +374,8 @@ TEST_F(Kv6000Bmc, APowerCutForgetsTheArmedFlagButKeepsTheSlots) {
   bmc_.PowerLost();
   bmc_.MachineOff();
   EXPECT_EQ(outside_.calls, std::vector<std::string>{"detach"});
-  EXPECT_EQ(bmc_.state().running, kOld);
-  EXPECT_EQ(bmc_.state().standby, kNew);
+  EXPECT_EQ(bmc_.CurrentState().running, kOld);
+  EXPECT_EQ(bmc_.CurrentState().standby, kNew);
   EXPECT_EQ(Send(0x34, 0x5f), (Bytes{kOk, 0x00}));
 }
 

@@ -4,9 +4,10 @@
 #include <gtest/gtest.h>
 
 namespace kv6000 {
+
 namespace {
 
-class NetworkOfTheBmc : public ::testing::Test {
+class NetworkOfTheBmc : public testing::Test {
  protected:
   Bytes Send(std::uint8_t netfn, std::uint8_t cmd, const Bytes& data = {}) {
     return RunCommand(network_, netfn, cmd, data).value_or(Bytes{kInvalidCommand});

@@ -6,6 +6,7 @@
 #include "tests/lab/bmc/images.h"
 
 namespace kv6000 {
+
 namespace {
 
 // A record of the type whose body is the text.
@@ -20,7 +21,7 @@ Bytes VersionRecord(const std::string& version) {
   return Record(0xc0, std::string("\x91\x12\x00", 3) + "SDR Version " + version);
 }
 
-class TheSdrRepository : public ::testing::Test {
+class TheSdrRepository : public testing::Test {
  protected:
   Bytes Send(std::uint8_t cmd, const Bytes& data = {}) {
     return RunCommand(sdr_, 0x0a, cmd, data).value_or(Bytes{kInvalidCommand});
@@ -84,20 +85,20 @@ TEST_F(TheSdrRepository, IsRenewedByAnUpdateOnceTheStandbyIsTaken) {
   EXPECT_EQ(Send(0x2a), Bytes{kOk});
   EXPECT_EQ(Send(0x24, Record(0x03, "new")), (Bytes{kOk, 0x01, 0x00}));
   EXPECT_EQ(Send(0x24, VersionRecord("A2")), (Bytes{kOk, 0x02, 0x00}));
-  EXPECT_FALSE(sdr_.standby().has_value());
+  EXPECT_FALSE(sdr_.Standby().has_value());
   EXPECT_EQ(Send(0x2b), Bytes{kOk});
-  ASSERT_TRUE(sdr_.standby().has_value());
-  EXPECT_EQ(SdrVersion(*sdr_.standby()), "A2");
-  EXPECT_EQ(SdrVersion(sdr_.records()), "A1");
+  ASSERT_TRUE(sdr_.Standby().has_value());
+  EXPECT_EQ(SdrVersion(*sdr_.Standby()), "A2");
+  EXPECT_EQ(SdrVersion(sdr_.AllRecords()), "A1");
   sdr_.TakeStandby();
-  EXPECT_EQ(SdrVersion(sdr_.records()), "A2");
+  EXPECT_EQ(SdrVersion(sdr_.AllRecords()), "A2");
   EXPECT_EQ(Send(0x20)[2], 0x02);
-  EXPECT_FALSE(sdr_.standby().has_value());
+  EXPECT_FALSE(sdr_.Standby().has_value());
 }
 
 TEST_F(TheSdrRepository, StaysAsItIsWithoutAStandby) {
   sdr_.TakeStandby();
-  EXPECT_EQ(SdrVersion(sdr_.records()), "A1");
+  EXPECT_EQ(SdrVersion(sdr_.AllRecords()), "A1");
 }
 
 TEST_F(TheSdrRepository, TakesRecordsOnlyInAnUpdateAndOnlyWholeOnes) {
@@ -127,12 +128,12 @@ TEST_F(TheSdrRepository, DropsTheStandbyWhenANewUpdateBeginsAndAnUpdateThatIsCut
   Send(0x24, VersionRecord("A2"));
   Send(0x2b);
   Send(0x2a);
-  EXPECT_FALSE(sdr_.standby().has_value());
-  EXPECT_TRUE(sdr_.updating());
+  EXPECT_FALSE(sdr_.Standby().has_value());
+  EXPECT_TRUE(sdr_.IsUpdating());
   Send(0x24, VersionRecord("A3"));
   sdr_.EndUpdate();
   EXPECT_EQ(Send(0x2b), Bytes{kWrongState});
-  EXPECT_FALSE(sdr_.standby().has_value());
+  EXPECT_FALSE(sdr_.Standby().has_value());
 }
 
 TEST(SdrVersionText, IsFoundInTheRecordThatHoldsIt) {

@@ -14,7 +14,7 @@
 namespace {
 
 std::string LastPart(int descriptor, bool wholeFile) {
-  constexpr size_t kEnough = 65536;
+  constexpr std::size_t kEnough = 65536;
   char name[64];
   snprintf(name, sizeof name, "/proc/self/fd/%d", descriptor);
   const int file = open(name, O_RDONLY | O_CLOEXEC);
@@ -23,8 +23,8 @@ std::string LastPart(int descriptor, bool wholeFile) {
   const ssize_t read = pread(file, text.data(), text.size(),
                              size > static_cast<off_t>(kEnough) ? size - static_cast<off_t>(kEnough) : 0);
   close(file);
-  text.resize(read > 0 ? static_cast<size_t>(read) : 0);
-  const size_t lastLine = text.size() < 2 ? std::string::npos : text.rfind('\n', text.size() - 2);
+  text.resize(read > 0 ? static_cast<std::size_t>(read) : 0);
+  const std::size_t lastLine = text.size() < 2 ? std::string::npos : text.rfind('\n', text.size() - 2);
   return wholeFile || lastLine == std::string::npos ? text : text.substr(lastLine + 1);
 }
 
@@ -39,10 +39,16 @@ bool IsJournal(int descriptor) {
 void HoldIfAsked(int descriptor) {
   const char* text = getenv("ORVHOST_HOLD_AT");
   const char* sign = getenv("ORVHOST_HOLD_SIGN");
-  if (text == nullptr || sign == nullptr) return;
-  if (LastPart(descriptor, !IsJournal(descriptor)).find(text) == std::string::npos) return;
+  if (text == nullptr || sign == nullptr) {
+    return;
+  }
+  if (LastPart(descriptor, !IsJournal(descriptor)).find(text) == std::string::npos) {
+    return;
+  }
   close(open(sign, O_WRONLY | O_CREAT | O_CLOEXEC, 0644));
-  while (true) pause();
+  while (true) {
+    pause();
+  }
 }
 
 }  // namespace

@@ -12,23 +12,24 @@
 #include "lab/guest/management_interface.h"
 
 namespace kv6000 {
+
 namespace {
 
 namespace fs = std::filesystem;
 
 constexpr const char* kName = "liborv_MngSrv_OrvLib";
 
-class TheManagementLibrary : public ::testing::Test {
+class TheManagementLibrary : public testing::Test {
  protected:
   void SetUp() override {
     std::string pattern = fs::temp_directory_path() / "management-XXXXXX";
-    ASSERT_NE(::mkdtemp(pattern.data()), nullptr);
+    ASSERT_NE(mkdtemp(pattern.data()), nullptr);
     folder_ = pattern;
   }
 
   void TearDown() override {
     if (library_ != nullptr) {
-      ::dlclose(library_);
+      dlclose(library_);
     }
     fs::remove_all(folder_);
   }
@@ -38,13 +39,13 @@ class TheManagementLibrary : public ::testing::Test {
     const std::string name = std::string(kName) + ".so";
     fs::copy(fs::path(KV6000_MANAGEMENT_LIBRARIES) / kind / name, folder_ / name);
     std::ofstream(folder_ / (std::string(kName) + ".answer")) << answer;
-    library_ = ::dlopen((folder_ / name).c_str(), RTLD_LAZY | RTLD_LOCAL);
-    ASSERT_NE(library_, nullptr) << ::dlerror();
+    library_ = dlopen((folder_ / name).c_str(), RTLD_LAZY | RTLD_LOCAL);
+    ASSERT_NE(library_, nullptr) << dlerror();
   }
 
   template <typename Function>
   Function Entry(const char* name) {
-    return reinterpret_cast<Function>(::dlsym(library_, name));
+    return reinterpret_cast<Function>(dlsym(library_, name));
   }
 
   ManagementInterface* Create() { return Entry<ManagementInterface* (*)()>("CreateLibIF")(); }
@@ -101,9 +102,9 @@ TEST_F(TheManagementLibrary, IsThereWithoutEachEntryPoint) {
   for (const char* missing : {"CreateLibIF", "DeleteLibIF", "CreateItemDisp", "DeleteItemDisp"}) {
     Load(std::string("no-") + missing, "");
     for (const char* name : {"CreateLibIF", "DeleteLibIF", "CreateItemDisp", "DeleteItemDisp"}) {
-      EXPECT_EQ(::dlsym(library_, name) == nullptr, std::string(name) == missing) << missing << ": " << name;
+      EXPECT_EQ(dlsym(library_, name) == nullptr, std::string(name) == missing) << missing << ": " << name;
     }
-    ::dlclose(library_);
+    dlclose(library_);
     library_ = nullptr;
     fs::remove(folder_ / (std::string(kName) + ".so"));
   }

@@ -6,6 +6,7 @@
 #include <nlohmann/json.hpp>
 
 namespace kv6000 {
+
 namespace {
 
 using Json = nlohmann::json;
@@ -17,7 +18,7 @@ Bytes Record() {
   return record;
 }
 
-class TheFiles : public ::testing::Test {
+class TheFiles : public testing::Test {
  protected:
   void Store(std::uint8_t file, const Bytes& record) {
     Send(0x6a, {0x05, file, 0x01, 0, 0, 0, 0, 0});

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 namespace kv6000 {
+
 namespace {
 
 using Answer = std::vector<std::uint8_t>;

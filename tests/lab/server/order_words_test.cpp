@@ -8,6 +8,7 @@
 #include <vector>
 
 namespace kv6000 {
+
 namespace {
 
 struct Parsed {

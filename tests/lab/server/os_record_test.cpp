@@ -6,6 +6,7 @@
 #include "tests/lab/bmc/images.h"
 
 namespace kv6000 {
+
 namespace {
 
 using Items = std::vector<std::pair<std::string, std::string>>;

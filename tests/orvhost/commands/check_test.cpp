@@ -2,6 +2,7 @@
 #include "tests/orvhost/support/orvhost_fixture.h"
 
 namespace orvhost {
+
 namespace {
 
 class Check : public Driver {

@@ -3,6 +3,7 @@
 #include "tests/orvhost/support/orvhost_fixture.h"
 
 namespace orvhost {
+
 namespace {
 
 class Endings : public Driver {
@@ -213,7 +214,9 @@ TEST_F(Endings, EveryObjectIsKeptForTheSchema) {
     unsetenv("ORVHOST_OUTPUTS");
   }
   refhost::Lines names;
-  for (const auto& entry : std::filesystem::directory_iterator(kept)) names.push_back(entry.path().filename());
+  for (const auto& entry : std::filesystem::directory_iterator(kept)) {
+    names.push_back(entry.path().filename());
+  }
   ASSERT_EQ(names.size(), 1U);
   EXPECT_EQ(names[0].find("Endings.EveryObjectIsKeptForTheSchema-"), 0U) << names[0];
   EXPECT_EQ(folder_.Read("kept/" + names[0]), out_);

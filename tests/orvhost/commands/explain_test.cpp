@@ -4,15 +4,20 @@
 #include "tests/orvhost/support/orvhost_fixture.h"
 
 namespace orvhost {
+
 namespace {
 
 // "kind code" of each.
 refhost::Lines Codes(const std::vector<std::string>& words) {
   std::string unknown;
   const auto explanations = Explain(words, &unknown);
-  if (!explanations) return {"unknown " + unknown};
+  if (!explanations) {
+    return {"unknown " + unknown};
+  }
   refhost::Lines codes;
-  for (const Explanation& each : *explanations) codes.push_back(each.kind + " " + each.code);
+  for (const Explanation& each : *explanations) {
+    codes.push_back(each.kind + " " + each.code);
+  }
   return codes;
 }
 
@@ -51,7 +56,9 @@ TEST(Explanations, WhatIsNoCodeIsNamed) {
 
 TEST(Explanations, EveryExitCodeHasOne) {
   std::vector<int> numbers;
-  for (const NumberText& text : ExitCodeTexts()) numbers.push_back(text.number);
+  for (const NumberText& text : ExitCodeTexts()) {
+    numbers.push_back(text.number);
+  }
   EXPECT_EQ(numbers, (std::vector<int>{0, 1, 2, 3, 4, 5, 6, 7, 8, 9, static_cast<int>(ExitCode::kBusy)}));
 }
 

@@ -1,16 +1,19 @@
 // What the driver tells of runs that are over: history, show, diagnose. None of them loads the plug-in.
+#include <algorithm>
+
 #include "orvhost/journal/journal_folder.h"
 #include "tests/orvhost/support/background_orvhost.h"
 
 namespace orvhost {
+
 namespace {
 
 class Lookback : public BackgroundDriver {
  protected:
   std::vector<std::string> Runs() const { return ListRuns(folder_ / "journal"); }
-  std::string Path(size_t at) const { return JournalPath(folder_ / "journal", Runs().at(at)); }
+  std::string Path(std::size_t at) const { return JournalPath(folder_ / "journal", Runs().at(at)); }
 
-  void Append(size_t at, const std::string& text) const { std::ofstream(Path(at), std::ios::app) << text; }
+  void Append(std::size_t at, const std::string& text) const { std::ofstream(Path(at), std::ios::app) << text; }
 
   // Runs a subcommand that looks back, without a plug-in that it could load, and sees that it changes nothing.
   json Look(const std::string& arguments) {
@@ -52,7 +55,7 @@ TEST_F(Lookback, HistoryTellsEveryRunInOneLine) {
   EXPECT_EQ(object["runs"][2]["exit_code"], "");
   EXPECT_EQ(object["runs"][3]["verdict"], "at work");
   EXPECT_EQ(Run("history"), 0);
-  EXPECT_EQ(std::count(out_.begin(), out_.end(), '\n'), 5) << out_;
+  EXPECT_EQ(std::ranges::count(out_, '\n'), 5) << out_;
   EXPECT_EQ(out_.find("RUN  "), 0U) << out_;
   EXPECT_NE(out_.find("  update   good.zip 01-23 -> 01-24  updated "), std::string::npos) << out_;
   EXPECT_EQ(out_.find(" \n"), std::string::npos) << out_;
@@ -80,8 +83,9 @@ TEST_F(Lookback, ShowTellsTheStoryOfARun) {
 }
 
 TEST_F(Lookback, ARunThatIsNotThereOrNotTheOnlyOneIsTold) {
-  for (const char* command : {"show last", "show x", "diagnose last"})
+  for (const char* command : {"show last", "show x", "diagnose last"}) {
     EXPECT_EQ(Look(command)["exit_code"], 2) << command;
+  }
   ASSERT_EQ(Run("identify"), 0);
   ASSERT_EQ(Run("identify"), 0);
   const json object = Look("show 0000");
@@ -187,7 +191,7 @@ TEST_F(Lookback, DiagnoseKnowsWhetherTheMachineWasStartedAnewSince) {
   EXPECT_EQ(object["facts"]["Machine"], "has been up since");
   EXPECT_NE(object["facts"].value("Next step", "").find("Shut the machine down by hand"), std::string::npos) << object;
   std::string text = folder_.Read("journal/" + Runs().at(1) + ".jsonl");
-  const size_t id = text.find("\"boot_id\":\"") + 11;
+  const std::size_t id = text.find("\"boot_id\":\"") + 11;
   text[id] = text[id] == '0' ? '1' : '0';
   folder_.Write("journal/" + Runs().at(1) + ".jsonl", text);
   object = Look("diagnose");

@@ -2,6 +2,7 @@
 #include "tests/orvhost/support/orvhost_fixture.h"
 
 namespace orvhost {
+
 namespace {
 
 namespace fs = std::filesystem;
@@ -62,7 +63,9 @@ TEST_F(Report, TheThreeCallsGetTheFolderWithItsSeparator) {
   ASSERT_EQ(Run(To(folder_ / "out dir") + " --log-file \"" + (folder_ / "log") + "\""), 0);
   std::istringstream log(folder_.Read("log"));
   refhost::Lines lines;
-  for (std::string line; std::getline(log, line);) lines.push_back(line.substr(refhost::kTraceTimeWidth));
+  for (std::string line; std::getline(log, line);) {
+    lines.push_back(line.substr(refhost::kTraceTimeWidth));
+  }
   const std::string folder = folder_ / "out dir/";
   EXPECT_EQ(lines,
             (refhost::Lines{"4 LinkDevice [START]", "4 StartOutputDeviceConfigInfo " + folder,

@@ -2,6 +2,7 @@
 #include "tests/orvhost/support/orvhost_fixture.h"
 
 namespace orvhost {
+
 namespace {
 
 TEST_F(Driver, IdentifyTellsTheDevice) {
@@ -366,7 +367,9 @@ TEST_F(Driver, HelpAndVersionAreNoErrors) {
     EXPECT_NE(out_.find(std::string("\n  orvhost ") + name), std::string::npos) << out_;
     EXPECT_NE(out_.find("\nExit codes: 0 "), std::string::npos) << out_;
     std::istringstream lines(out_);
-    for (std::string line; std::getline(lines, line);) EXPECT_LE(line.size(), 80U) << line;
+    for (std::string line; std::getline(lines, line);) {
+      EXPECT_LE(line.size(), 80U) << line;
+    }
   }
   EXPECT_EQ(Run("--version"), 0);
   EXPECT_EQ(out_.find("orvhost "), 0U);
@@ -377,7 +380,9 @@ TEST_F(Driver, TheLogFileHoldsTheFullTrace) {
   ASSERT_EQ(Run("identify --log-file \"" + (folder_ / "log") + "\""), 0);
   std::istringstream log(folder_.Read("log"));
   refhost::Lines lines;
-  for (std::string line; std::getline(log, line);) lines.push_back(line.substr(refhost::kTraceTimeWidth));
+  for (std::string line; std::getline(log, line);) {
+    lines.push_back(line.substr(refhost::kTraceTimeWidth));
+  }
   const refhost::Lines once = {"4 LinkDevice [START]", "1 Execute command [tool raw 0x06 0x01 > result]",
                                "4 ReleaseVendor"};
   refhost::Lines twice = once;

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 namespace orvhost {
+
 namespace {
 
 using nlohmann::json;
@@ -29,7 +30,9 @@ class DiagnosisOf : public testing::Test {
     Add({{"kind", "begin"}, {"command", command}, {"options", {{"package", "/p.zip"}, {"dry_run", false}}}});
   }
   void Phases(const std::vector<std::string>& names) {
-    for (const std::string& name : names) Add({{"kind", "phase"}, {"name", name}});
+    for (const std::string& name : names) {
+      Add({{"kind", "phase"}, {"name", name}});
+    }
   }
   void Trace(const std::string& text) { Add({{"kind", "trace"}, {"level", 1}, {"text", text}}); }
   void Flash() {
@@ -56,7 +59,9 @@ class DiagnosisOf : public testing::Test {
     EXPECT_EQ(diagnosis.verdict, verdict);
     EXPECT_EQ(diagnosis.flashTouched, flashTouched);
     EXPECT_EQ(diagnosis.nextStep, nextStep);
-    for (const std::string& text : {diagnosis.flash, diagnosis.bmc, diagnosis.marker}) EXPECT_NE(text, "");
+    for (const std::string& text : {diagnosis.flash, diagnosis.bmc, diagnosis.marker}) {
+      EXPECT_NE(text, "");
+    }
   }
 
   Situation situation_;

@@ -5,6 +5,7 @@
 #include "tests/refhost/support/temporary_folder.h"
 
 namespace orvhost {
+
 namespace {
 
 using Ids = std::vector<std::string>;
@@ -43,10 +44,14 @@ TEST_F(JournalFolderOf, SomeRunsListsThemByNumberAndNothingElse) {
 TEST_F(JournalFolderOf, ManyQuestionsKeepsTheLastUpdates) {
   Add("identify");
   Ids updates;
-  for (size_t i = 0; i < kKeptChangingRuns + 2; ++i) updates.push_back(Add("update"));
+  for (std::size_t i = 0; i < kKeptChangingRuns + 2; ++i) {
+    updates.push_back(Add("update"));
+  }
   Add("update", true);
   folder_.Write("00000099-20260131T120000Z.jsonl", "garbage");
-  for (size_t i = 0; i < kKeptRuns; ++i) Add("identify");
+  for (std::size_t i = 0; i < kKeptRuns; ++i) {
+    Add("identify");
+  }
   DropOldRuns(folder_.Path());
   Ids kept = ListRuns(folder_.Path());
   ASSERT_EQ(kept.size(), kKeptChangingRuns + kKeptRuns - 1);
@@ -56,7 +61,9 @@ TEST_F(JournalFolderOf, ManyQuestionsKeepsTheLastUpdates) {
 
 TEST_F(JournalFolderOf, AsManyRunsAsAreKeptDropsOneForTheNext) {
   const std::string oldest = Add("identify");
-  for (size_t i = 1; i < kKeptRuns; ++i) Add("identify");
+  for (std::size_t i = 1; i < kKeptRuns; ++i) {
+    Add("identify");
+  }
   DropOldRuns(folder_.Path());
   const Ids kept = ListRuns(folder_.Path());
   EXPECT_EQ(kept.size(), kKeptRuns - 1);
@@ -64,7 +71,9 @@ TEST_F(JournalFolderOf, AsManyRunsAsAreKeptDropsOneForTheNext) {
 }
 
 TEST_F(JournalFolderOf, FewRunsDropsNone) {
-  for (size_t i = 1; i < kKeptRuns; ++i) Add("identify");
+  for (std::size_t i = 1; i < kKeptRuns; ++i) {
+    Add("identify");
+  }
   DropOldRuns(folder_.Path());
   EXPECT_EQ(ListRuns(folder_.Path()).size(), kKeptRuns - 1);
 }

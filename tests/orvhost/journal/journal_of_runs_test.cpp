@@ -1,8 +1,11 @@
 // The journal that a run of the driver leaves, also on a disk that takes no more.
+#include <algorithm>
+
 #include "orvhost/journal/journal_folder.h"
 #include "tests/orvhost/support/background_orvhost.h"
 
 namespace orvhost {
+
 namespace {
 
 class DriverJournal : public BackgroundDriver {
@@ -12,21 +15,27 @@ class DriverJournal : public BackgroundDriver {
   std::vector<json> Entries(const std::string& runId) const {
     std::vector<json> lines;
     std::istringstream text(folder_.Read("journal/" + runId + ".jsonl"));
-    for (std::string line; std::getline(text, line);) lines.push_back(json::parse(line));
+    for (std::string line; std::getline(text, line);) {
+      lines.push_back(json::parse(line));
+    }
     return lines;
   }
 
   refhost::Lines Phases(const std::string& runId) const {
     refhost::Lines names;
     for (const json& line : Entries(runId)) {
-      if (line["kind"] == "phase") names.push_back(line["name"]);
+      if (line["kind"] == "phase") {
+        names.push_back(line["name"]);
+      }
     }
     return names;
   }
 
   refhost::Lines Kinds(const std::string& runId) const {
     refhost::Lines kinds;
-    for (const json& line : Entries(runId)) kinds.push_back(line["kind"]);
+    for (const json& line : Entries(runId)) {
+      kinds.push_back(line["kind"]);
+    }
     return kinds;
   }
 
@@ -52,7 +61,7 @@ TEST_F(DriverJournal, OfAnUpdateHasEveryPhaseAndEndsWithTheOutcome) {
   EXPECT_EQ(lines.front()["options"]["package"], good_);
   EXPECT_EQ(lines.back()["kind"], "end");
   EXPECT_EQ(lines.back()["outcome"], object);
-  const bool flashed = std::any_of(lines.begin(), lines.end(), [](const json& line) {
+  const bool flashed = std::ranges::any_of(lines, [](const json& line) {
     return line["kind"] == "trace" && line["text"].get<std::string>().find("Execute:") == 0;
   });
   EXPECT_TRUE(flashed);

@@ -27,6 +27,7 @@ extern "C" int fdatasync(int descriptor) {
 }
 
 namespace orvhost {
+
 namespace {
 
 using nlohmann::json;
@@ -56,7 +57,9 @@ class FlightJournal : public refhost::HostTest {
   std::vector<json> Entries() const {
     std::vector<json> lines;
     std::istringstream text(Text());
-    for (std::string line; std::getline(text, line);) lines.push_back(json::parse(line));
+    for (std::string line; std::getline(text, line);) {
+      lines.push_back(json::parse(line));
+    }
     return lines;
   }
 
@@ -64,7 +67,7 @@ class FlightJournal : public refhost::HostTest {
   refhost::Lines SyncedKinds() const {
     refhost::Lines kinds;
     for (const off_t size : syncedSizes) {
-      const std::string text = Text().substr(0, static_cast<size_t>(size));
+      const std::string text = Text().substr(0, static_cast<std::size_t>(size));
       EXPECT_EQ(text.back(), '\n');
       kinds.push_back(json::parse(text.substr(text.rfind('\n', text.size() - 2) + 1))["kind"]);
     }
@@ -225,7 +228,9 @@ TEST_F(FlightJournal, TakesTheLinesOfAForkedChildAndTellsItsNumber) {
   CTraceUtility::WriteDebug("bmc", CTraceUtility::TRACE_DBG_INFO, "after");
   const auto lines = Entries();
   ASSERT_EQ(lines.size(), 5U);
-  for (size_t i = 1; i < 4; ++i) EXPECT_EQ(lines[i]["child"], pid);
+  for (std::size_t i = 1; i < 4; ++i) {
+    EXPECT_EQ(lines[i]["child"], pid);
+  }
   EXPECT_FALSE(lines[4].contains("child"));
 }
 

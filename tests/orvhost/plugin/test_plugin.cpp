@@ -21,7 +21,9 @@ bool Asked(const std::string& wanted) {
   const char* text = getenv("TEST_PLUGIN");
   std::istringstream words(text != nullptr ? text : "");
   for (std::string word; words >> word;) {
-    if (word == wanted) return true;
+    if (word == wanted) {
+      return true;
+    }
   }
   return false;
 }
@@ -53,9 +55,15 @@ void ConnectAtTheGate() {
 
 // A flash tool, or a child of the plug-in's own, that is at work when the program ends.
 void WaitAsAsked() {
-  if (Asked("waits")) WaitAtTheGate();
-  if (Asked("runs-tool")) (void)!std::system("read byte < \"$TEST_PLUGIN_GATE\"");
-  if (!Asked("forks")) return;
+  if (Asked("waits")) {
+    WaitAtTheGate();
+  }
+  if (Asked("runs-tool")) {
+    (void)!std::system("read byte < \"$TEST_PLUGIN_GATE\"");
+  }
+  if (!Asked("forks")) {
+    return;
+  }
   if (fork() == 0) {
     WaitAtTheGate();
     _exit(0);
@@ -79,23 +87,31 @@ class TestFirmware : public CFirmware {
 
   int CheckVendorVersion(std::string first, std::string second) override {
     Trace(CTraceUtility::TRACE_DBG_FLOW, "CheckVendorVersion [" + first + "] [" + second + "]");
-    if (Asked("no-difference")) return 0;
+    if (Asked("no-difference")) {
+      return 0;
+    }
     const std::string malformed = std::string(first.size() == 5 ? "" : "09") + (second.size() == 5 ? "" : "0A");
-    if (malformed.empty()) return first < second ? 1 : -1;
+    if (malformed.empty()) {
+      return first < second ? 1 : -1;
+    }
     CTraceUtility::WriteTrace("bmc", "MSGID_BMC_0008_F", malformed.c_str());
     return 0;
   }
 
   int PreUpdate(std::string /*moduleId*/, std::string /*package*/, std::list<std::string>* /*files*/,
                 bool /*old*/) override {
-    if (!Asked("unprepared")) return 0;
+    if (!Asked("unprepared")) {
+      return 0;
+    }
     CTraceUtility::WriteTrace("bmc", "MSGID_BMC_0016_F", "0B");
     return 1;
   }
 
   int Update(std::string /*moduleId*/, std::string /*package*/, std::list<std::string>* /*files*/,
              bool /*old*/) override {
-    if (Asked("throws")) throw std::out_of_range("basic_string::substr");
+    if (Asked("throws")) {
+      throw std::out_of_range("basic_string::substr");
+    }
     if (Asked("connect-fails")) {
       Trace(CTraceUtility::TRACE_DBG_INFO, "Execute command [tool raw 0x34 0x8c 0x55 0xaa 0x01 > result]");
       CTraceUtility::WriteTrace("bmc", "MSGID_BMC_0012_F", "14");
@@ -105,8 +121,12 @@ class TestFirmware : public CFirmware {
     }
     Trace(CTraceUtility::TRACE_DBG_INFO, "Execute:\"/opt/orv/KV6KBMC/Yafuflash\"  -cd  \"image.ima\"");
     WaitAsAsked();
-    if (Asked("connects-slowly")) ConnectAtTheGate();
-    if (Asked("throws-late")) throw std::out_of_range("basic_string::substr");
+    if (Asked("connects-slowly")) {
+      ConnectAtTheGate();
+    }
+    if (Asked("throws-late")) {
+      throw std::out_of_range("basic_string::substr");
+    }
     if (Asked("flash-fails")) {
       CTraceUtility::WriteTrace("bmc", "MSGID_BMC_0013_F", "161616");
       Trace(CTraceUtility::TRACE_DBG_ERROR, "Failed to execute update command \"/opt/orv/KV6KBMC/Yafuflash\"");
@@ -120,7 +140,9 @@ class TestFirmware : public CFirmware {
   int UpdateApplyCheck(std::string /*moduleId*/) override {
     const std::string running = GetOperatingVersion();
     const std::string recorded = GetOperatingModuleInfo().moduleVersion;
-    if (running == recorded) return 0;
+    if (running == recorded) {
+      return 0;
+    }
     if (running == "abnormal") {
       CTraceUtility::WriteTrace("bmc", "MSGID_BMC_0014_F", "1C");
     } else {
@@ -145,11 +167,15 @@ class TestFirmware : public CFirmware {
 
 // The lines by which the records are told of that were sent, or not.
 long SendInformation() {
-  if (Asked("silent")) return 0;
+  if (Asked("silent")) {
+    return 0;
+  }
   Trace(CTraceUtility::TRACE_DBG_FLOW, "CBMC_KESTREL_Firmware::ExecSendOSInfo [START]");
   Trace(CTraceUtility::TRACE_DBG_FLOW,
         Asked("no-capability") ? "17:02 SendInfoToSVP Support info" : "17:03 SendInfoToSVP Support info");
-  if (Asked("no-capability")) Trace(CTraceUtility::TRACE_DBG_INFO, "Send OS Information not supported");
+  if (Asked("no-capability")) {
+    Trace(CTraceUtility::TRACE_DBG_INFO, "Send OS Information not supported");
+  }
   Trace(CTraceUtility::TRACE_DBG_FLOW, "CBMC_KESTREL_Firmware::ExecSendInfoToSVP [END]");
   Trace(CTraceUtility::TRACE_DBG_FLOW, "CBMC_KESTREL_Firmware::ExecSendHddInfo [START]");
   if (Asked("locked")) {
@@ -179,9 +205,15 @@ COrvXmlNode Section(const std::string& name, const std::list<std::pair<std::stri
 }
 
 int WriteReport(const std::string& path) {
-  if (Asked("no-report")) return 2048;
-  if (Asked("short-answer")) throw std::out_of_range("basic_string::substr");
-  if (Asked("lost-report")) return 0;
+  if (Asked("no-report")) {
+    return 2048;
+  }
+  if (Asked("short-answer")) {
+    throw std::out_of_range("basic_string::substr");
+  }
+  if (Asked("lost-report")) {
+    return 0;
+  }
   if (Asked("no-lan")) {
     Trace(CTraceUtility::TRACE_DBG_ERROR, "Failed to execute IPMI Command (Get MAC Address) return:[C1]");
     CTraceUtility::WriteTrace("bmc", "MSGID_BMC_0018_F", "26");
@@ -190,7 +222,9 @@ int WriteReport(const std::string& path) {
   COrvXmlNode root("data");
   root.addChildNode(Section("general-inf", {{"Product Name", "KV6000 <\"R&D\">"}, {"Product Version", ""}}));
   root.addChildNode(Section("web-cosole-setting", {{"mac_address", "00:19:99:AA:BB:CC"}, {"dhcp", "Disabled"}}));
-  if (COrvXmlWrite().writeXML(path, root)) return 0;
+  if (COrvXmlWrite().writeXML(path, root)) {
+    return 0;
+  }
   CTraceUtility::WriteTrace("bmc", "MSGID_BMC_0018_F", "27");
   Trace(CTraceUtility::TRACE_DBG_ERROR, "Failed to write file [" + path + "]");
   return 1;
@@ -218,13 +252,19 @@ class TestVendor : public CVendor {
 
   void LinkDevice() override {
     Trace(CTraceUtility::TRACE_DBG_FLOW, "LinkDevice [START]");
-    if (!Asked("no-handler")) firmwareHandler = new TestFirmware(provider);
+    if (!Asked("no-handler")) {
+      firmwareHandler = new TestFirmware(provider);
+    }
   }
 
   long ExecVendorMethod(std::string name, ...) override {
     Trace(CTraceUtility::TRACE_DBG_FLOW, "ExecVendorMethod [START]");
-    if (name == "Reboot") return firmwareHandler->UpdateApply() != 0 ? 0 : -1;
-    if (name == "SendInfoToSVP") return SendInformation();
+    if (name == "Reboot") {
+      return firmwareHandler->UpdateApply() != 0 ? 0 : -1;
+    }
+    if (name == "SendInfoToSVP") {
+      return SendInformation();
+    }
     Trace(CTraceUtility::TRACE_DBG_ERROR, "Invalid function name");
     return Asked("any-method") ? 0 : -1;
   }
@@ -235,7 +275,9 @@ class TestVendor : public CVendor {
 
   int StartOutputDeviceConfigInfo(std::string path, void* /*context*/) override {
     Trace(CTraceUtility::TRACE_DBG_FLOW, "StartOutputDeviceConfigInfo " + path);
-    if (firmwareHandler->GetOperatingVersion() != "abnormal") return 0;
+    if (firmwareHandler->GetOperatingVersion() != "abnormal") {
+      return 0;
+    }
     CTraceUtility::WriteTrace("bmc", "MSGID_BMC_0019_F", "1C");
     return 1;
   }
@@ -249,15 +291,25 @@ class TestVendor : public CVendor {
   }
 
   void GetShortageOfNecessaryApplicationInfo(std::list<CNecessaryComponentInfo>& missing) override {
-    if (Asked("clears-list")) missing.clear();
-    if (Asked("no-tool")) missing.push_back({"IPMI tool", ""});
+    if (Asked("clears-list")) {
+      missing.clear();
+    }
+    if (Asked("no-tool")) {
+      missing.push_back({"IPMI tool", ""});
+    }
   }
 
   bool CheckUpdateConditionByDevicevendor(std::string /*kind*/, CManageRepositoryInfo* repository) override {
     const std::string running = firmwareHandler->GetOperatingVersion();
-    if (running == "abnormal") return true;
-    if (Asked("is-long")) return IsOfOtherModel(running, "SN0123456789AE00", "long/ssd", repository->model);
-    if (Asked("is-ordinary")) return IsOfOtherModel(running, "SN0123456789AA00", "", repository->model);
+    if (running == "abnormal") {
+      return true;
+    }
+    if (Asked("is-long")) {
+      return IsOfOtherModel(running, "SN0123456789AE00", "long/ssd", repository->model);
+    }
+    if (Asked("is-ordinary")) {
+      return IsOfOtherModel(running, "SN0123456789AA00", "", repository->model);
+    }
     if (Asked("short-serial") || Asked("no-serial")) {
       Trace(CTraceUtility::TRACE_DBG_ERROR,
             std::string("Failed to get serial number [") + (Asked("no-serial") ? "" : "SN01") + "]");
@@ -277,17 +329,33 @@ void Misbehave() {
     std::signal(SIGSEGV, SIG_DFL);  // a sanitizer would make an exit of it
     std::raise(SIGSEGV);
   }
-  if (Asked("exits")) std::exit(5);
-  if (Asked("throws-in-factory")) throw std::out_of_range("basic_string::substr");
-  while (Asked("hangs")) pause();
-  if (Asked("keeps-descriptor")) open("/dev/null", O_RDONLY);
-  if (Asked("runs-command")) CCommon_Information::GetResultLine("echo 18 01 | ipmicmd");
-  if (Asked("writes-outside")) close(creat((CFileUtility::GetInstallPath(0) + "/beside").c_str(), 0600));
+  if (Asked("exits")) {
+    std::exit(5);
+  }
+  if (Asked("throws-in-factory")) {
+    throw std::out_of_range("basic_string::substr");
+  }
+  while (Asked("hangs")) {
+    pause();
+  }
+  if (Asked("keeps-descriptor")) {
+    open("/dev/null", O_RDONLY);
+  }
+  if (Asked("runs-command")) {
+    CCommon_Information::GetResultLine("echo 18 01 | ipmicmd");
+  }
+  if (Asked("writes-outside")) {
+    close(creat((CFileUtility::GetInstallPath(0) + "/beside").c_str(), 0600));
+  }
 }
 
 bool IsWanted(const char* className, const char* provider) {
-  if (provider == nullptr) return Asked("any-provider");
-  if (className == nullptr) return Asked("null-class");
+  if (provider == nullptr) {
+    return Asked("any-provider");
+  }
+  if (className == nullptr) {
+    return Asked("null-class");
+  }
   return Asked("any-class") || std::string(className) == "CBMC_KESTREL_Vendor";
 }
 
@@ -295,7 +363,9 @@ bool IsWanted(const char* className, const char* provider) {
 
 extern "C" __attribute__((visibility("default"))) CVendor* GetVendorFactory(const char* className,
                                                                             const char* provider) {
-  if (Asked("no-vendor") || !IsWanted(className, provider)) return nullptr;
+  if (Asked("no-vendor") || !IsWanted(className, provider)) {
+    return nullptr;
+  }
   Misbehave();
   return new TestVendor(provider != nullptr ? provider : "");
 }
@@ -303,7 +373,9 @@ extern "C" __attribute__((visibility("default"))) CVendor* GetVendorFactory(cons
 #ifndef TEST_PLUGIN_WITHOUT_RELEASE
 extern "C" __attribute__((visibility("default"))) void ReleaseVendor(CVendor* vendor) {
   Trace(CTraceUtility::TRACE_DBG_FLOW, "ReleaseVendor");
-  if (vendor == nullptr && Asked("releases-null")) std::abort();
+  if (vendor == nullptr && Asked("releases-null")) {
+    std::abort();
+  }
   delete vendor;
 }
 #endif

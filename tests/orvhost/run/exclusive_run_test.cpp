@@ -1,9 +1,12 @@
 // One run at a time: what becomes of a run beside another one, and behind one that was killed.
 #include <sys/file.h>
 
+#include <algorithm>
+
 #include "tests/orvhost/support/background_orvhost.h"
 
 namespace orvhost {
+
 namespace {
 
 class Lock : public BackgroundDriver {
@@ -85,7 +88,7 @@ TEST_F(Lock, OfAKilledRunIsTakenOverAndSaidSo) {
                       std::to_string(killed) + ", since "),
             0U)
       << err_;
-  EXPECT_EQ(std::count(err_.begin(), err_.end(), '\n'), 1);
+  EXPECT_EQ(std::ranges::count(err_, '\n'), 1);
   EXPECT_EQ(Run("identify"), 0);
   EXPECT_EQ(err_, "");
 }

@@ -24,7 +24,9 @@ using nlohmann::json;
 inline void KeepForTheSchema(const std::string& object) {
   static int number = 0;
   const char* folder = getenv("ORVHOST_OUTPUTS");
-  if (folder == nullptr) return;
+  if (folder == nullptr) {
+    return;
+  }
   const auto* test = testing::UnitTest::GetInstance()->current_test_info();
   std::ofstream(std::filesystem::path(folder) /
                 (std::string(test->test_suite_name()) + "." + test->name() + "-" + std::to_string(++number) + ".json"))
@@ -61,7 +63,7 @@ class Driver : public refhost::HostTest {
   // The same with --json; exactly one object on the standard output and nothing beside it.
   json RunJson(const std::string& arguments) {
     const int exitCode = Run(arguments + " --json");
-    EXPECT_EQ(std::count(out_.begin(), out_.end(), '\n'), 1) << out_;
+    EXPECT_EQ(std::ranges::count(out_, '\n'), 1) << out_;
     EXPECT_EQ(err_, "");
     KeepForTheSchema(out_);
     json object = json::parse(out_);
@@ -88,7 +90,9 @@ class Driver : public refhost::HostTest {
     std::map<std::string, std::string> tree;
     for (const auto& entry : fs::recursive_directory_iterator(folder_.Path())) {
       const std::string name = entry.path().lexically_relative(folder_.Path()).string();
-      if (name == "out" || name == "err" || name == "orvhost.lock" || name.starts_with("journal")) continue;
+      if (name == "out" || name == "err" || name == "orvhost.lock" || name.starts_with("journal")) {
+        continue;
+      }
       tree[name] = entry.is_regular_file() ? folder_.Read(name) : "folder";
     }
     return tree;
@@ -116,8 +120,10 @@ class DriverAtATerminal : public Driver {
     bool answered = false;
     char buffer[4096];
     for (ssize_t size = 0; (size = read(terminal, buffer, sizeof buffer)) > 0;) {
-      screen_.append(buffer, static_cast<size_t>(size));
-      if (answered || screen_.find("[y/N]") == std::string::npos) continue;
+      screen_.append(buffer, static_cast<std::size_t>(size));
+      if (answered || screen_.find("[y/N]") == std::string::npos) {
+        continue;
+      }
       answered = true;
       EXPECT_EQ(write(terminal, answer.data(), answer.size()), static_cast<ssize_t>(answer.size()));
     }

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 namespace orvhost {
+
 namespace {
 
 using std::chrono::milliseconds;
@@ -35,7 +36,7 @@ TEST(ProgressLine, TheFirstAttemptAndNoWaitingAreNotTold) {
 
 TEST(ProgressLine, WhatDoesNotFitIsLeftOutFromTheEnd) {
   const std::string whole = "[1:05] Writing the firmware (2 of 3): Yafuflash for 0:12, 15:00 at most";
-  const auto line = [](size_t width) { return ProgressLine(kFlashing, kTool, seconds(65), width); };
+  const auto line = [](std::size_t width) { return ProgressLine(kFlashing, kTool, seconds(65), width); };
   EXPECT_EQ(line(whole.size()), whole);
   EXPECT_EQ(line(whole.size() - 1), "[1:05] Writing the firmware (2 of 3): Yafuflash for 0:12");
   EXPECT_EQ(line(50), "[1:05] Writing the firmware (2 of 3)");

@@ -5,6 +5,7 @@
 #include "tests/refhost/support/host_test.h"
 
 namespace orvhost {
+
 namespace {
 
 constexpr int kInfo = 1;
@@ -34,7 +35,7 @@ class Steps : public testing::Test {
         steps.push_back(line);
         continue;
       }
-      const size_t blank = line.find(' ');
+      const std::size_t blank = line.find(' ');
       const std::string level = line.substr(0, blank);
       Line(level == "R" ? 0 : std::stoi(level), line.substr(blank + 1));
       const ProgressStep& now = steps_.Current();
@@ -42,7 +43,9 @@ class Steps : public testing::Test {
       EXPECT_LE(now.attempt, now.attempts) << line;
       const std::string words(now.words);
       const std::string step = now.attempt > 1 ? words + ", attempt " + std::to_string(now.attempt) : words;
-      if (steps.back() != step) steps.push_back(step);
+      if (steps.back() != step) {
+        steps.push_back(step);
+      }
     }
     return steps;
   }
@@ -120,7 +123,9 @@ TEST_F(Steps, OfAWalkThroughTheSensorRecords) {
 TEST_F(Steps, EveryRecordedTraceLeadsThroughSteps) {
   int count = 0;
   for (const auto& entry : std::filesystem::directory_iterator(GOLDEN_TRACES)) {
-    if (entry.path().extension() != ".trace") continue;
+    if (entry.path().extension() != ".trace") {
+      continue;
+    }
     EXPECT_GT(Feed(entry.path().filename()).size(), 4U) << entry.path();
     ++count;
   }

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 namespace orvhost {
+
 namespace {
 
 constexpr int kInfo = 1;

@@ -9,6 +9,7 @@
 #include "tests/refhost/support/host_test.h"
 
 namespace orvhost {
+
 namespace {
 
 class LogFile : public refhost::HostTest {
@@ -16,7 +17,9 @@ class LogFile : public refhost::HostTest {
   refhost::Lines LogLines() const {
     std::istringstream log(folder_.Read("log"));
     refhost::Lines lines;
-    for (std::string line; std::getline(log, line);) lines.push_back(line.substr(refhost::kTraceTimeWidth));
+    for (std::string line; std::getline(log, line);) {
+      lines.push_back(line.substr(refhost::kTraceTimeWidth));
+    }
     return lines;
   }
 };
@@ -43,7 +46,9 @@ TEST_F(LogFile, ASinkOfSomeLevelsPassesThemAndEveryRecord) {
   { auto created = LineSink::OpenFile(folder_ / "log", &error); }
   posix::FileDescriptor descriptor(open((folder_ / "log").c_str(), O_WRONLY | O_APPEND | O_CLOEXEC));
   LineSink sink(std::move(descriptor), 2 | 16);
-  for (const int level : {1, 2, 4, 16, 0}) sink.Write({level, "bmc", "", "", "x"});
+  for (const int level : {1, 2, 4, 16, 0}) {
+    sink.Write({level, "bmc", "", "", "x"});
+  }
   EXPECT_EQ(LogLines(), (refhost::Lines{"2 x", "16 x", "R x"}));
 }
 

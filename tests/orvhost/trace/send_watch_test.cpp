@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 namespace orvhost {
+
 namespace {
 
 constexpr int kInfo = 1;
@@ -132,7 +133,9 @@ TEST_F(Sending, InformationThatCannotBeHadIsAFailureOfItsOwn) {
 
 TEST_F(Sending, ABmcThatDoesNotAnswerDoesNotSupportIt) {
   StartOs();
-  for (int attempt = 0; attempt < 3; ++attempt) Line(kRetry, "Get Capability Failed");
+  for (int attempt = 0; attempt < 3; ++attempt) {
+    Line(kRetry, "Get Capability Failed");
+  }
   Line(kInfo, "Send OS Information not supported");
   Line(kFlow, "CBMC_KESTREL_Firmware::ExecSendOSInfo [END]");
   StartDisks();

@@ -5,6 +5,7 @@
 #include "tests/refhost/support/host_test.h"
 
 namespace orvhost {
+
 namespace {
 
 class Watch : public testing::Test {
@@ -82,7 +83,9 @@ TEST_F(Watch, FailuresAreKeptWhateverTheirLevel) {
 }
 
 TEST_F(Watch, OnlyTheLastLinesAreKept) {
-  for (int i = 1; i <= 8; ++i) Line(2, std::to_string(i));
+  for (int i = 1; i <= 8; ++i) {
+    Line(2, std::to_string(i));
+  }
   EXPECT_EQ(Gathered().trace, (refhost::Lines{"4", "5", "6", "7", "8"}));
 }
 

@@ -3,6 +3,7 @@
 #include "tests/orvhost/support/orvhost_fixture.h"
 
 namespace orvhost {
+
 namespace {
 
 class Validate : public Driver {
@@ -11,7 +12,9 @@ class Validate : public Driver {
   refhost::Lines Ending(const std::string& result) const {
     refhost::Lines lines;
     for (const json& check : object_["checks"]) {
-      if (check["result"] != result) continue;
+      if (check["result"] != result) {
+        continue;
+      }
       lines.push_back(check["name"].get<std::string>() + ": " + check["reason"].get<std::string>());
     }
     return lines;

@@ -6,9 +6,10 @@
 #include <stdexcept>
 
 namespace refhost {
+
 namespace {
 
-la_ssize_t Append(archive* /*writer*/, void* bytes, const void* block, size_t size) {
+la_ssize_t Append(archive* /*writer*/, void* bytes, const void* block, std::size_t size) {
   static_cast<std::string*>(bytes)->append(static_cast<const char*>(block), size);
   return static_cast<la_ssize_t>(size);
 }
@@ -53,7 +54,9 @@ std::string ArchiveBuilder::Build(Format format) const {
   } else {
     archive_write_set_format_pax_restricted(writer);
   }
-  if (format == Format::kTarGzip) archive_write_add_filter_gzip(writer);
+  if (format == Format::kTarGzip) {
+    archive_write_add_filter_gzip(writer);
+  }
   archive_write_set_bytes_in_last_block(writer, 1);
   archive_write_open(writer, &bytes, nullptr, Append, nullptr);
   for (const Member& member : members_) {
@@ -63,8 +66,12 @@ std::string ArchiveBuilder::Build(Format format) const {
     archive_entry_set_filetype(entry, member.type);
     archive_entry_set_perm(entry, member.permissions);
     archive_entry_set_size(entry, hasData ? static_cast<la_int64_t>(member.text.size()) : 0);
-    if (member.isHardLink) archive_entry_set_hardlink(entry, member.text.c_str());
-    if (member.type == AE_IFLNK) archive_entry_set_symlink(entry, member.text.c_str());
+    if (member.isHardLink) {
+      archive_entry_set_hardlink(entry, member.text.c_str());
+    }
+    if (member.type == AE_IFLNK) {
+      archive_entry_set_symlink(entry, member.text.c_str());
+    }
     bool ok = archive_write_header(writer, entry) == ARCHIVE_OK;
     if (hasData) {
       ok = ok && archive_write_data(writer, member.text.data(), member.text.size()) ==

@@ -13,7 +13,9 @@ class ScriptedFirmware : public CFirmware {
  public:
   explicit ScriptedFirmware(bool* deleted = nullptr) : CFirmware("provider"), deleted_(deleted) {}
   ~ScriptedFirmware() override {
-    if (deleted_ != nullptr) *deleted_ = true;
+    if (deleted_ != nullptr) {
+      *deleted_ = true;
+    }
   }
 
   std::string GetOperatingVersion() override {

@@ -16,7 +16,9 @@ class TemporaryFolder {
   TemporaryFolder() {
     // The blank is there on purpose: an install path may hold one.
     std::string name = (std::filesystem::temp_directory_path() / "refhost test-XXXXXX").string();
-    if (mkdtemp(name.data()) == nullptr) throw std::runtime_error("no temporary folder");
+    if (mkdtemp(name.data()) == nullptr) {
+      throw std::runtime_error("no temporary folder");
+    }
     path_ = name;
   }
   TemporaryFolder(const TemporaryFolder&) = delete;
