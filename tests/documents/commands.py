@@ -43,9 +43,9 @@ RULES = [
     Rule(r"lab/lab packages FOLDER", HERE, "lab/lab packages {folder}/packages"),
     Rule(r"lab/lab .*", SERVER),
     # These two touch no device.
-    Rule(r"orvhost (explain .*)", HERE, r"{build}/refhost/orvhost \1"),
+    Rule(r"orvhost (explain .*)", HERE, r"{build}/orvhost/orvhost \1"),
     Rule(r"orvhost validate \[?PLUGIN.so\]?", HERE,
-         "{build}/refhost/orvhost validate {build}/provider/liborvp_KESTREL_BMC.so"),
+         "{build}/orvhost/orvhost validate {build}/provider/liborvp_KESTREL_BMC.so"),
     Rule(r"orvhost .*", SERVER),
     Rule(r"(ipmitool|modprobe|echo) .*", SERVER),
     Rule(r"tools/terminal_picture\.py", "tests/lab/roads/demo_test.py"),

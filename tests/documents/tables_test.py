@@ -1,5 +1,5 @@
-"""The tables of docs/ against the sources: levels, records and codes of the trace, requests to the BMC, services of the
-host, commands and orders of the virtual BMC, exit codes."""
+"""The tables of the documents against the sources: levels, records and codes of the trace, requests to the BMC, services
+of the host, commands and orders of the virtual BMC, exit codes and subcommands of orvhost, its JSON and its journal."""
 
 import json
 import os
@@ -10,6 +10,7 @@ from pathlib import Path
 
 REPOSITORY = Path(__file__).resolve().parents[2]
 PLUGIN = ("ipmi", "svp", "firmware", "report", "provider")
+SCHEMA = "docs/orvhost-output.schema.json"
 
 
 def document(name: str) -> str:
@@ -104,6 +105,11 @@ class Orvhost(unittest.TestCase):
         told = re.findall(r"(?m)^\| (\d+) \| .* \|$", document("orvhost/README.md").split("| Exit code |")[1].split("\n\n")[0])
         self.assertEqual(told, codes)
 
+    def test_every_subcommand(self):
+        built = re.findall(r'"([a-z]+)"', re.search(r'"command": \{\s*"enum": \[(.*?)\]', document(SCHEMA), re.DOTALL)[1])
+        table = section("orvhost/README.md", "### Subcommands")
+        self.assertEqual(re.findall(r"(?m)^    orvhost (\w+)", table), built)
+
     def test_symptoms_are_texts_of_the_program(self):
         texts = re.sub(r'"\n *"', "", sources("orvhost", "refhost/common", "refhost/base"))
         quoted = re.findall(r'"([^"]+)"', " ".join(row[0] for row in rows(document("docs/troubleshooting.md"))))
@@ -111,6 +117,83 @@ class Orvhost(unittest.TestCase):
         for text in quoted:
             for part in text.split(": "):
                 self.assertIn(part, texts)
+
+
+def verdict_rows(title: str) -> list[tuple[list[str], str]]:
+    """The verdicts and the exit codes of each row below a heading of docs/orvhost-json.md."""
+    table = rows(section("docs/orvhost-json.md", title))
+    return [(re.findall(r"`([\w-]+)`", row[0]), row[1]) for row in table]
+
+
+class Json(unittest.TestCase):
+    schema = json.loads(document(SCHEMA))
+    commands = [name for name in schema["properties"]["command"]["enum"] if name]
+    common = "## Verdicts of every subcommand"
+    with_plugin = "## Verdicts of every subcommand that loads a plug-in"
+
+    def rules(self, name: str) -> dict:
+        """For each value that the schema has a rule for: the verdicts that go with it."""
+        found = {}
+        for rule in self.schema["allOf"]:
+            value = rule["if"]["properties"].get(name, {}).get("const")
+            verdict = rule["then"]["properties"].get("verdict", {}) if value is not None else {}
+            if "enum" in verdict:
+                found[value] = set(verdict["enum"])
+        return found
+
+    def test_every_field(self):
+        listed = [row[0].strip("`") for row in rows(section("docs/orvhost-json.md", "## The object"))]
+        self.assertEqual(sorted(listed), sorted(self.schema["properties"]))
+
+    def test_the_fields_of_the_lists(self):
+        table = {row[0].strip("`"): row[1] for row in rows(section("docs/orvhost-json.md", "## The object"))}
+        lists = {name: field for name, field in self.schema["properties"].items() if "required" in field.get("items", {})}
+        self.assertEqual(sorted(lists), ["checks", "explanations", "runs", "timeline"])
+        for name, field in lists.items():
+            for member in field["items"]["required"]:
+                self.assertIn(f"`{member}`", table[name])
+
+    def test_every_verdict_of_every_subcommand(self):
+        titles = re.findall(r"(?m)^### (\w+)$", document("docs/orvhost-json.md"))
+        self.assertEqual(titles, self.commands)
+        common = {verdict for verdicts, _ in verdict_rows(self.common) for verdict in verdicts}
+        with_plugin = {verdict for verdicts, _ in verdict_rows(self.with_plugin) for verdict in verdicts}
+        loads = set(re.findall(r"`(\w+)`", section("docs/orvhost-json.md", self.with_plugin).split("|")[0]))
+        for command, allowed in self.rules("command").items():
+            with self.subTest(command):
+                own = [verdict for verdicts, _ in verdict_rows(f"### {command}") for verdict in verdicts]
+                self.assertEqual(len(own), len(set(own)))
+                self.assertEqual(set(own) | common | (with_plugin if command in loads else set()), allowed)
+
+    def test_the_exit_code_of_every_verdict(self):
+        by_code = self.rules("exit_code")
+        self.assertGreaterEqual(len(by_code), 7)
+        self.assertLessEqual({0, 2, 3}, set(by_code))
+        for title in [self.common, self.with_plugin, *(f"### {command}" for command in self.commands)]:
+            for verdicts, codes in verdict_rows(title):
+                first, *last = map(int, re.findall(r"\d+", codes))
+                listed = set(range(first, last[0] + 1)) if " to " in codes else {first, *last}
+                for verdict in verdicts:
+                    with self.subTest(f"{title} {verdict}"):
+                        own = {code for code, its in by_code.items() if verdict in its} or {1, 7, 8}
+                        self.assertTrue(listed & own if " to " in codes else listed <= own, f"{listed}, not {own}")
+
+    def test_the_diagnoses(self):
+        listed = [row[0].strip("`") for row in rows(section("docs/journal.md", "## Looking back"))]
+        own = {verdict for verdicts, codes in verdict_rows("### diagnose") for verdict in verdicts if codes == "0"}
+        self.assertEqual(sorted(listed), sorted(own))
+
+
+class Journal(unittest.TestCase):
+    def test_every_kind_of_line(self):
+        written = re.findall(r'Append\(\s*"(\w+)"', document("orvhost/journal/journal.cpp"))
+        self.assertGreaterEqual(len(written), 9)
+        listed = [row[0].strip("`") for row in rows(section("docs/journal.md", "## The file"))]
+        self.assertEqual(sorted(listed), sorted(set(written)))
+
+    def test_how_many_are_kept(self):
+        kept = re.findall(r"kKept\w+ = (\d+);", document("orvhost/journal/journal_folder.h"))
+        self.assertEqual(re.findall(r"newest (\d+)", section("docs/journal.md", "## The file")), kept)
 
 
 if __name__ == "__main__":
