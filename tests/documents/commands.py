@@ -1,7 +1,7 @@
-"""Every command that the READMEs and docs/ tell a reader to type, and which test runs it.
+"""The documents, every command in them that a reader can type, and which test runs it.
 
 A command line is what stands indented or in a fence without a language, and what stands in backquotes inside a text and
-begins with one of our own programs. In a fence `console` the commands stand behind "# ", the other lines are answers.
+begins with one of our own programs. In a fence `console` the commands begin with "# ", the other lines are answers.
 
 RULES is the one place that says what runs a command; a command that no rule knows fails commands_test.
 """
@@ -11,12 +11,13 @@ from pathlib import Path
 from typing import NamedTuple
 
 REPOSITORY = Path(__file__).resolve().parents[2]
-DOCUMENTS = sorted([REPOSITORY / "README.md", *REPOSITORY.glob("*/README.md"), *(REPOSITORY / "docs").glob("*.md")])
+DOCUMENTS = sorted([*REPOSITORY.glob("*.md"), *REPOSITORY.glob("*/README.md"), *(REPOSITORY / "docs").glob("*.md")])
 
 INLINE = re.compile(r"(\./dev|orvhost|lab/lab|tools/\w+|ipmitool|modprobe|man) \w.*|ctest .*|tools/terminal_picture\.py")
 
 HERE = "tests/documents/commands_test.py"  # in the repository, before a temporary folder
 SERVER = "tests/lab/roads/document_commands_test.py"  # in a virtual server, or about one
+PACKAGES = "tests/lab/roads/debian_packages_test.py"  # with the packages of this build
 DEV = "tests/documents/dev_test.py"  # every step of ./dev, with recording programs in the place of the real ones
 
 
@@ -42,6 +43,8 @@ RULES = [
     Rule(r"lab/lab build", HERE),
     Rule(r"lab/lab packages FOLDER", HERE, "lab/lab packages {folder}/packages"),
     Rule(r"lab/lab .*", SERVER),
+    Rule(r"install -D -m 755 Yafuflash (/.*)", HERE, r"install -D -m 755 {build}/lab/Yafuflash {folder}\1"),
+    Rule(r"apt-get install (\./\w[\w.-]*\.deb ?)+", PACKAGES),
     # These two touch no device.
     Rule(r"orvhost (explain .*)", HERE, r"{build}/orvhost/orvhost \1"),
     Rule(r"orvhost validate \[?PLUGIN.so\]?", HERE,
@@ -73,7 +76,7 @@ def to_run(command: str, **places) -> str:
 
 
 def without_comment(line: str) -> str:
-    """A line of a document without what explains it: behind two blanks, or behind a number sign."""
+    """A line of a document without its explanation, which begins after two blanks or with a number sign."""
     return re.split(r" {2,}| +# ", line.strip())[0]
 
 

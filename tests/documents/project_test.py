@@ -43,6 +43,20 @@ class Terms(unittest.TestCase):
         self.assertIn("No licence has been granted", here)
 
 
+class Options(unittest.TestCase):
+    def test_the_first_readme_has_every_variable_of_the_build(self):
+        variables = re.findall(r"(?m)^option\((\w+) ", CMAKE) + re.findall(r'(?m)^set\((\w+) "[^"]*" CACHE ', CMAKE)
+        if "include(CTest)" in CMAKE:
+            variables.append("BUILD_TESTING")
+        table = rows(text("README.md").split("| CMake variable |")[1].split("\n\n")[0])
+        self.assertEqual(sorted(row[0].strip("`") for row in table), sorted(variables))
+        defaults = dict(re.findall(r'(?m)^option\((\w+) "[^"]*" (ON|OFF)\)', CMAKE))
+        self.assertGreaterEqual(len(defaults), 3)
+        for row in table:
+            if row[0].strip("`") in defaults:
+                self.assertEqual(row[1], f"`{defaults[row[0].strip('`')]}`", row[0])
+
+
 class Lint(unittest.TestCase):
     def test_contributors_know_every_check(self):
         function = re.search(r"(?ms)^lint\(\) \{$(.*?)^\}$", text("dev")).group(1)

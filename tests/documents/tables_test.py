@@ -110,6 +110,17 @@ class Orvhost(unittest.TestCase):
         table = section("orvhost/README.md", "### Subcommands")
         self.assertEqual(re.findall(r"(?m)^    orvhost (\w+)", table), built)
 
+    def test_the_flash_tool_is_where_the_plugin_looks(self):
+        install_path = re.search(r'installPath = "(.+?)"', document("refhost/settings.h"))[1]
+        below = re.search(r'GetInstallPath\(0\) \+ "(/\w+/Yafuflash)"', document("firmware/flash_tool_method.cpp"))[1]
+        self.assertIn(f" {install_path}{below}\n", document("README.md"))
+
+    def test_the_makers_tool_is_where_the_plugin_looks(self):
+        paths = re.findall(r'k(?:MakersTool|Ipmitool) = "(.+?)"', sources("ipmi"))
+        self.assertEqual(len(paths), 2)
+        self.assertEqual([row[1].strip("`") for row in rows(section("docs/ipmi-commands.md", "## The tools"))], paths)
+        self.assertIn(f"`{paths[0]}`", document("README.md"))
+
     def test_symptoms_are_texts_of_the_program(self):
         texts = re.sub(r'"\n *"', "", sources("orvhost", "refhost/common", "refhost/base"))
         quoted = re.findall(r'"([^"]+)"', " ".join(row[0] for row in rows(document("docs/troubleshooting.md"))))

@@ -14,6 +14,7 @@ import tempfile
 import unittest
 from pathlib import Path
 
+import commands
 from kv6000 import Server
 from kv6000.packages import make_packages
 from kv6000.paths import REPOSITORY, build_folder
@@ -95,6 +96,17 @@ class DebianPackages(unittest.TestCase):
         self.assertEqual(sorted(libraries), ["usr/lib/orvhost/liborv_DllCommon.so",
                                              "usr/lib/orvhost/liborv_ProviderBase.so"])
         self.assertIn("names of those that a real host", field(self.packages["orvhost"], "Description"))
+
+    def test_apt_takes_them_by_the_documents_command(self):
+        lines = commands.commands_for(commands.PACKAGES)
+        self.assertEqual(len(lines), 1)
+        line = re.sub(r"^apt-get install", "apt-get install --simulate", lines[0])
+        done = subprocess.run(line.split(), cwd=self.folder, capture_output=True, text=True, check=False)
+        self.assertEqual(done.returncode, 0, done.stdout + done.stderr)
+        installs = re.findall(r"(?m)^Inst (\S+) ", done.stdout)
+        self.assertLessEqual({"orvhost", "orv-plugin-kestrel-bmc"}, set(installs))
+        for name in ("orvhost", "orv-plugin-kestrel-bmc"):  # what the documents say comes with them
+            self.assertIn("ipmitool", field(self.packages[name], "Recommends"))
 
     def test_a_plugin_is_built_with_the_headers_of_the_package(self):
         headers = self.unpacked("orv-dev")
