@@ -109,7 +109,7 @@ class Dev(unittest.TestCase):
         self.assertIn("no such command: demolish", done.stderr)
 
     def test_the_documents_name_no_other_command(self):
-        for path in [REPOSITORY / "README.md", *REPOSITORY.glob("*/*.md")]:
+        for path in [*REPOSITORY.glob("*.md"), *REPOSITORY.glob("*/*.md")]:
             for words in re.findall(r"(?m)(?:`|^    )\./dev ([a-z]+(?: [\w-]+)*)", path.read_text()):
                 self.assertIn(words, STEPS, path.name)
 
