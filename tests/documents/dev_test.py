@@ -15,6 +15,7 @@ PROGRAMS = ("cmake ctest cpack lintian clang-format clang-tidy shellcheck pyflak
 SCRIPTS = ("tools/demo", "tools/check-rooms", "lab/lab", "bench/run", "fuzz/run")
 
 BUILD = ["cmake --preset release", "cmake --build --preset release"]
+PART = {part: ["cmake --preset release", f"cmake --build --preset {part}"] for part in ("product", "demo")}
 LINT = ["clang-format --dry-run --Werror", "tools/check-rooms", "shellcheck", "pyflakes3", "cmake --preset lint",
         "clang-tidy --quiet -p build/lint"]
 
@@ -25,8 +26,8 @@ STEPS = {
     "unit": BUILD + ["ctest --preset unit"],
     "test": BUILD + ["ctest --preset test"],
     "test --long": BUILD + ["ctest --preset release"],
-    "demo": BUILD + ["tools/demo"],
-    "lab": BUILD + ["lab/lab run"],
+    "demo": PART["demo"] + ["tools/demo"],
+    "lab": PART["demo"] + ["lab/lab run"],
     "lint": LINT,
     "format": ["clang-format -i"],
     "sanitize": [step for compiler in ("gcc", "clang")
@@ -36,7 +37,7 @@ STEPS = {
     "bench --long": BUILD + ["bench/run --long"],
     "fuzz": ["cmake --preset fuzz", "cmake --build --preset fuzz", "fuzz/run 10"],
     "fuzz 600": ["cmake --preset fuzz", "cmake --build --preset fuzz", "fuzz/run 600"],
-    "package": BUILD + ["cpack --config build/release/CPackConfig.cmake", "lintian --allow-root --fail-on error,warning"],
+    "package": PART["product"] + ["cpack --config build/release/CPackConfig.cmake", "lintian --allow-root --fail-on error,warning"],
     "setup": [],
     "clean": [],
 }
