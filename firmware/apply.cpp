@@ -5,6 +5,7 @@
 #include "firmware/operating_version.h"
 #include "firmware/requests.h"
 #include "firmware/update_marker.h"
+#include "host/Results.h"
 #include "ipmi/file_probe.h"
 #include "ipmi/ipmi_exchange.h"
 #include "ipmi/retry.h"
@@ -13,9 +14,6 @@
 namespace kestrel {
 
 namespace {
-
-constexpr int kGoingDown = 1;
-constexpr int kNotApplied = 0;
 
 bool ArmRebootFlag(const std::string& toolPath) {
   IpmiReply set;
@@ -60,21 +58,21 @@ bool DeleteMarker() {
 int Halt() {
   CTraceUtility::WriteDebug(kChannel, kInfo, "shutdown -h now");
   if (std::system("shutdown -h now") == 0) {
-    return kGoingDown;
+    return host::kGoingDown;
   }
   CTraceUtility::WriteTrace(kChannel, "MSGID_BMC_0004_F", "19");
   CTraceUtility::WriteDebug(kChannel, kError, "shutdown fail");
-  return kNotApplied;
+  return host::kNotApplied;
 }
 
 int Reboot() {
   CTraceUtility::WriteDebug(kChannel, kInfo, "shutdown -r now ");
   if (std::system("shutdown -r now ") == 0) {
-    return kGoingDown;
+    return host::kGoingDown;
   }
   CTraceUtility::WriteTrace(kChannel, "MSGID_BMC_0004_F", "1A");
   CTraceUtility::WriteDebug(kChannel, kError, "reboot fail");
-  return kNotApplied;
+  return host::kNotApplied;
 }
 
 }  // namespace
@@ -83,21 +81,21 @@ int CheckApplied(CFirmware& firmware) {
   const OperationTrace trace("CBMC_KESTREL_Firmware::UpdateApplyCheck() [START]",
                              "CBMC_KESTREL_Firmware::UpdateApplyCheck() [END]");
   const std::string running = firmware.GetOperatingVersion();
-  if (running == kAbnormalVersion) {
+  if (running == host::kAbnormalVersion) {
     CTraceUtility::WriteTrace(kChannel, "MSGID_BMC_0014_F", "1C");
     CTraceUtility::WriteDebug(kChannel, kError, "Failed to get Operating Version");
-    return 1;
+    return host::kFailure;
   }
   const std::string installed = firmware.GetOperatingModuleInfo().moduleVersion;
   CTraceUtility::WriteDebug(kChannel, kInfo, "UpdateApplyCheck [%s] [%s]", running.c_str(), installed.c_str());
   if (running == installed) {
-    return 0;
+    return host::kSuccess;
   }
   // The catalogue's sentence takes the two versions where others take a detail code.
   CTraceUtility::WriteTrace(kChannel, "MSGID_BMC_0015_F", running.c_str(), installed.c_str());
   CTraceUtility::WriteDebug(kChannel, kError, "Operating Version(%s) and Update Version(%s) are mismatched",
                             running.c_str(), installed.c_str());
-  return 1;
+  return host::kFailure;
 }
 
 int ApplyUpdate(const std::string& toolPath) {
@@ -106,13 +104,13 @@ int ApplyUpdate(const std::string& toolPath) {
     return Reboot();
   }
   if (!ArmRebootFlag(toolPath)) {
-    return kNotApplied;
+    return host::kNotApplied;
   }
   if (!DeleteMarker()) {
     // The other operation's end line and the result of success, though nothing goes down: readers of the trace and
     // callers match on both.
     trace.EndAs("CBMC_KESTREL_Firmware::UpdateApplyCheck() [END]");
-    return kGoingDown;
+    return host::kGoingDown;
   }
   return Halt();
 }

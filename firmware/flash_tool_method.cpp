@@ -9,7 +9,7 @@
 #include "firmware/operating_version.h"
 #include "firmware/requests.h"
 #include "firmware/update_marker.h"
-#include "firmware/update_result.h"
+#include "host/Results.h"
 #include "ipmi/file_probe.h"
 #include "ipmi/ipmi_exchange.h"
 #include "ipmi/retry.h"
@@ -22,7 +22,7 @@ namespace {
 constexpr int kFlashRuns = 3;
 
 std::string FlashTool() {
-  return CFileUtility::GetInstallPath(0) + "/KV6KBMC/Yafuflash";
+  return CFileUtility::GetInstallPath(host::kInstallation) + "/KV6KBMC/Yafuflash";
 }
 
 // Writes `text` as a format rather than as the argument of one. A percent sign in a path must not be taken for a
@@ -39,7 +39,7 @@ void TraceAsFormat(const std::string& text) {
 }
 
 bool RunTraced(const std::string& command) {
-  const CommandOutcome outcome = RunByHost(command, kUpdateTimeout);
+  const CommandOutcome outcome = RunByHost(command, kUpdateTimeLimit);
   CTraceUtility::WriteDebug(kChannel, kInfo, "Exec [%s]. iret[%d] dret[%d]", command.c_str(), outcome.result,
                             outcome.exitCode);
   return outcome.Succeeded();
@@ -55,7 +55,7 @@ FlashToolMethod::FlashToolMethod(CFirmware& firmware, std::string toolPath, std:
 
 int FlashToolMethod::Run() {
   if (!FindImage() || !ReadRunningVersion() || !ChangeWriteMode()) {
-    return kUpdateFailed;
+    return host::kFailure;
   }
   while (media_.Connect() && media_.DisableWait() && FindFlashTool() && LoadScsiGenericDriver()) {
     const CommandOutcome flash = Flash();
@@ -66,7 +66,7 @@ int FlashToolMethod::Run() {
       break;
     }
   }
-  return kUpdateFailed;
+  return host::kFailure;
 }
 
 bool FlashToolMethod::FindImage() {
@@ -97,7 +97,7 @@ bool FlashToolMethod::FindImage() {
 
 bool FlashToolMethod::ReadRunningVersion() {
   runningVersion_ = firmware_.GetOperatingVersion();
-  if (runningVersion_ == kAbnormalVersion) {
+  if (runningVersion_ == host::kAbnormalVersion) {
     detail_ = "1C";
     CTraceUtility::WriteTrace(kChannel, "MSGID_BMC_0011_F", detail_.c_str());
     // At the level of start and end lines; readers of the trace match on it.
@@ -162,7 +162,7 @@ CommandOutcome FlashToolMethod::Flash() {
   flashCommand_ = "\"" + FlashTool() + "\" " + " -cd -preserve-config -silent " + " \"" + image_ + "\"";
   TraceAsFormat(flashCommand_);
   CTraceUtility::WriteDebug(kChannel, kInfo, "Execute:%s", flashCommand_.c_str());
-  const CommandOutcome flash = RunByHost(flashCommand_, kUpdateTimeout);
+  const CommandOutcome flash = RunByHost(flashCommand_, kUpdateTimeLimit);
   if (flash.TimedOut()) {
     CTraceUtility::WriteDebug(kChannel, kRetry, "Failed to execute update command:TIMEOUT");
   }
@@ -171,7 +171,7 @@ CommandOutcome FlashToolMethod::Flash() {
 
 // Takes note of a failed run of the flash command; false when it was the last one.
 bool FlashToolMethod::MayFlashAgain(const CommandOutcome& flash) {
-  if (flash.result == 1) {
+  if (flash.result == host::kCommandNotRun) {
     CTraceUtility::WriteDebug(kChannel, kRetry, "Failed to execute ExecCommand");
   }
   if (flash.exitCode != 0) {
@@ -207,9 +207,9 @@ int FlashToolMethod::Complete(const CommandOutcome& flash) {
     detail_ = "17";
     CTraceUtility::WriteTrace(kChannel, "MSGID_BMC_0009_F", detail_.c_str());
     CTraceUtility::WriteDebug(kChannel, kError, "Failed to create ExistUpdate.txt");
-    return kUpdateFailed;
+    return host::kFailure;
   }
-  return flash.TimedOut() ? kUpdateTimedOut : kUpdateDone;
+  return flash.TimedOut() ? host::kUpdateTimedOut : host::kSuccess;
 }
 
 }  // namespace kestrel

@@ -17,8 +17,8 @@ class FlashToolMethod {
   // `firmware` is asked for the version that runs and must outlive the object; `toolPath` is that of the IPMI tool.
   FlashToolMethod(CFirmware& firmware, std::string toolPath, std::string workFolder);
 
-  // kUpdateDone and kUpdateTimedOut leave the update marker; the virtual device stays connected. With kUpdateFailed the
-  // trace says why.
+  // host::kSuccess and host::kUpdateTimedOut leave the update marker; the virtual device stays connected. With
+  // host::kFailure the trace says why.
   [[nodiscard]] int Run();
 
   FlashToolMethod(const FlashToolMethod&) = delete;

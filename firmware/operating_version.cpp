@@ -2,6 +2,7 @@
 
 #include "firmware/requests.h"
 #include "firmware/sdr_version.h"
+#include "host/Results.h"
 #include "ipmi/ipmi_exchange.h"
 #include "ipmi/retry.h"
 #include "ipmi/trace.h"
@@ -42,7 +43,7 @@ std::string ReadOperatingVersion(const std::string& toolPath) {
                        "CBMC_KESTREL_Firmware::GetOperatingVersion() [END]");
   if (toolPath.empty()) {
     CTraceUtility::WriteDebug(kChannel, kRetry, "No IPMI tool");
-    return kAbnormalVersion;
+    return host::kAbnormalVersion;
   }
   std::string version;
   std::string completionCode;
@@ -54,7 +55,7 @@ std::string ReadOperatingVersion(const std::string& toolPath) {
                                   completionCode.c_str());
       });
   if (!answered) {
-    return kAbnormalVersion;
+    return host::kAbnormalVersion;
   }
   CTraceUtility::WriteDebug(kChannel, kFlow, "[%s][%s]", version.c_str(), serverType.c_str());
   if (Contains(serverType, "kv6000rt")) {

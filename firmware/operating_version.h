@@ -6,13 +6,10 @@
 
 namespace kestrel {
 
-// What stands for a version when the BMC cannot be asked; callers compare the whole text.
-inline constexpr const char* kAbnormalVersion = "abnormal";
-
 // Firmware version of the BMC as "MM-mm", the two revision bytes as the tool prints them; on server types "mx4000" and
 // "mx400" the major one is decimal, of at least two digits. On "kv6000rt" "BMC:MM-mm,SDR:" and the version of the
-// sensor data records, which may be empty. kAbnormalVersion when `toolPath` is empty or the BMC did not answer in three
-// attempts.
+// sensor data records, which may be empty. host::kAbnormalVersion when `toolPath` is empty or the BMC did not answer in
+// three attempts.
 [[nodiscard]] std::string ReadOperatingVersion(const std::string& toolPath);
 
 }  // namespace kestrel

@@ -4,7 +4,7 @@
 #include <utility>
 
 #include "firmware/update_log.h"
-#include "firmware/update_result.h"
+#include "host/Results.h"
 
 namespace kestrel {
 
@@ -16,17 +16,17 @@ ScriptMethod::ScriptMethod(std::string workFolder, OperationTrace& trace)
 
 int ScriptMethod::Run() {
   if (!MakeExecutable()) {
-    return kUpdateFailed;
+    return host::kFailure;
   }
   ChooseLogs();
   if (!FindScript()) {
-    return kUpdateFailed;
+    return host::kFailure;
   }
   RunScript();
   if (!ReadLog(sdrLog_, "SDR data was successfully written!", "2C", &sdrWritten_) ||
       !ReadLog(flashLog_, "Update is successful. Reboot is required for changeover to new FW.", "2D", &flashed_)) {
     trace_.NoEnd();  // readers of the trace match on it
-    return kUpdateFailed;
+    return host::kFailure;
   }
   return Judge();
 }
@@ -35,7 +35,7 @@ bool ScriptMethod::MakeExecutable() {
   // Not quoted, since the shell is to expand the asterisk.
   const std::string command = "chmod +x -R " + workFolder_ + "/" + "*";
   CTraceUtility::WriteDebug(kChannel, kInfo, "[%s]", command.c_str());
-  const CommandOutcome outcome = RunByHost(command, kNoTimeout);
+  const CommandOutcome outcome = RunByHost(command, host::kNoTimeLimit);
   if (outcome.Succeeded()) {
     return true;
   }
@@ -65,7 +65,7 @@ bool ScriptMethod::FindScript() {
 
 void ScriptMethod::RunScript() {
   CTraceUtility::WriteDebug(kChannel, kInfo, "[%s]", command_.c_str());
-  outcome_ = RunOnConsole(command_, workFolder_, kUpdateTimeout);
+  outcome_ = RunOnConsole(command_, workFolder_, kUpdateTimeLimit);
 }
 
 // False when the log cannot be opened.
@@ -86,7 +86,7 @@ bool ScriptMethod::ReadLog(const std::string& path, const char* goodText, const 
 
 int ScriptMethod::Judge() {
   if (outcome_.Succeeded() && sdrWritten_ && flashed_) {
-    return kUpdateDone;
+    return host::kSuccess;
   }
   std::string detail = "2B";
   if (outcome_.TimedOut()) {
@@ -101,7 +101,7 @@ int ScriptMethod::Judge() {
   }
   CTraceUtility::WriteTrace(kChannel, "MSGID_BMC_0027_F", detail.c_str());
   TraceFailedCommand();
-  return kUpdateFailed;
+  return host::kFailure;
 }
 
 void ScriptMethod::TraceFailedCommand() {

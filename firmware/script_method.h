@@ -16,8 +16,8 @@ class ScriptMethod {
   // `trace` is the operation's, which must outlive the object.
   ScriptMethod(std::string workFolder, OperationTrace& trace);
 
-  // kUpdateDone when the script ended well and both its logs say so; kUpdateFailed otherwise, with the reason in the
-  // trace.
+  // host::kSuccess when the script ended well and both its logs say so; host::kFailure otherwise, with the reason in
+  // the trace.
   [[nodiscard]] int Run();
 
  private:

@@ -3,7 +3,7 @@
 #include "firmware/flash_tool_method.h"
 #include "firmware/operating_version.h"
 #include "firmware/script_method.h"
-#include "firmware/update_result.h"
+#include "host/Results.h"
 #include "ipmi/scratch_directory.h"
 #include "ipmi/trace.h"
 
@@ -50,19 +50,19 @@ int RunUpdate(CFirmware& firmware, const std::string& toolPath, const std::strin
   if (serverType.empty()) {
     CTraceUtility::WriteDebug(kChannel, kError, "Failed to get server type");
     trace.NoEnd();  // readers of the trace match on it
-    return kUpdateFailed;
+    return host::kFailure;
   }
   const bool byScript = serverType.find("kv6000rt") != std::string::npos;
   if (!byScript && RunsAlready(firmware, toolPath, useOldModule)) {
-    return kUpdateDone;
+    return host::kSuccess;
   }
   const std::string workFolder = ScratchDirectory() + "/" + "BMC_FW";
   if (packagePath.empty() || !UnpackInto(workFolder, packagePath, fileList)) {
-    return kUpdateFailed;
+    return host::kFailure;
   }
   const int result =
       byScript ? ScriptMethod(workFolder, trace).Run() : FlashToolMethod(firmware, toolPath, workFolder).Run();
-  if (result != kUpdateFailed) {
+  if (result != host::kFailure) {
     trace.End();  // before the message
     ShowMessage(L"CBMC_KESTREL_Firmware::Update()", L"CBMC_KESTREL_Firmware::Update - Debug");
   }

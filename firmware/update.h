@@ -16,8 +16,8 @@ namespace kestrel {
 // failure unless its version runs already. `fileList` names the members to unpack; it may be null and is only passed
 // on.
 //
-// kUpdateDone also when the version runs already, which "kv6000rt" servers are not asked; kUpdateFailed, with the
-// reason in the trace; or kUpdateTimedOut. Blocks for as long as the flash takes, retries included.
+// host::kSuccess also when the version runs already, which "kv6000rt" servers are not asked; host::kFailure, with the
+// reason in the trace; or host::kUpdateTimedOut. Blocks for as long as the flash takes, retries included.
 [[nodiscard]] int RunUpdate(CFirmware& firmware, const std::string& toolPath, const std::string& packagePath,
                             std::list<std::string>* fileList, bool useOldModule);
 

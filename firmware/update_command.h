@@ -4,18 +4,18 @@
 
 #include <string>
 
+#include "host/Results.h"
+
 namespace kestrel {
 
-// Milliseconds.
-inline constexpr unsigned long kUpdateTimeout = 900000;
-inline constexpr unsigned long kNoTimeout = ~0UL;
+inline constexpr unsigned long kUpdateTimeLimit = 900000;  // milliseconds
 
 struct CommandOutcome {
-  int result;    // 0: it ran to its end; 255: it ran into its limit; anything else: it could not be run
+  int result;    // host::kCommandRan, kCommandTimedOut; anything else: it could not be run
   int exitCode;  // its exit status, negative ones as such
 
-  [[nodiscard]] bool Succeeded() const { return result == 0 && exitCode == 0; }
-  [[nodiscard]] bool TimedOut() const { return result == 255; }
+  [[nodiscard]] bool Succeeded() const { return result == host::kCommandRan && exitCode == 0; }
+  [[nodiscard]] bool TimedOut() const { return result == host::kCommandTimedOut; }
 };
 
 // By the host's runner, in the current folder; what it prints is discarded.

@@ -67,8 +67,8 @@ class CStringUtil {
 // Paths of the host's installation.
 class CFileUtility {
  public:
-  // Folder of the given kind without a trailing separator: 0 the installation itself, 4 the management-server
-  // libraries; "" for any other kind.
+  // Folder of the given kind, kInstallation or kManagementLibraries of Results.h, without a trailing separator; "" for
+  // any other kind.
   static std::string GetInstallPath(int kind);
 
   // True when `path` is there and is not a folder.
@@ -79,9 +79,9 @@ class CFileUtility {
 class CCommon_Information {
  public:
   // Runs `command` by the shell in `workDir` ("" for the current folder) with its standard output in `outputFile` (""
-  // for discarded, unless the command redirects it). 0 when the command ran to its end, its exit status is then in
-  // `*exitCode`; 1 when it could not be run or was ended by a signal; 255 when it ran longer than `timeoutMs`
-  // milliseconds (all bits set: no limit) and was ended.
+  // for discarded, unless the command redirects it). Of Results.h: kCommandRan when the command ran to its end, its
+  // exit status is then in `*exitCode`; kCommandNotRun when it could not be run or was ended by a signal;
+  // kCommandTimedOut when it ran longer than `timeoutMs` milliseconds (kNoTimeLimit for no limit) and was ended.
   static int ExecForeignModule(const std::string& command, const std::string& outputFile, const std::string& workDir,
                                unsigned long* exitCode, unsigned long timeoutMs);
 

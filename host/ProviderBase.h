@@ -18,8 +18,8 @@
 // Opaque; plug-ins for this framework only pass it on.
 class IWbemServices;
 
-// Manages one update module: its records, its update status and the stages of its update. Results are 0 for success and
-// 1 for failure where no other meaning is given.
+// Manages one update module: its records, its update status and the stages of its update. Results are kSuccess (0) and
+// kFailure (1) of Results.h where no other meaning is given.
 class CModuleManager {
  public:
   // `provider` is the text that the host gave when it created the plug-in's vendor object.
@@ -29,7 +29,8 @@ class CModuleManager {
   CModuleManager(const CModuleManager&) = delete;
   CModuleManager& operator=(const CModuleManager&) = delete;
 
-  // Slot 2. Version that the device runs now, in the device's own grammar; read anew on every call.
+  // Slot 2. Version that the device runs now, in the device's own grammar, or kAbnormalVersion; read anew on every
+  // call.
   virtual std::string GetOperatingVersion() = 0;
 
   // Slot 3. 1 when `second` is newer than `first`, 0 when they are equal or cannot be compared, -1 when it is older.
@@ -122,8 +123,7 @@ class CFirmware : public CModuleManager {
                         bool useOldModule) = 0;
 
   // Slot 34. Writes the package at `packagePath` to the device. `fileList` names the archive members to unpack and may
-  // be empty for all; the caller keeps it. 0 success or nothing to do, 1 failure, 1024 when the flash command ran into
-  // its time limit but everything after it succeeded.
+  // be empty for all; the caller keeps it. kSuccess also when there was nothing to do, kFailure, or kUpdateTimedOut.
   virtual int Update(std::string moduleId, std::string packagePath, std::list<std::string>* fileList,
                      bool useOldModule) = 0;
 
@@ -133,8 +133,7 @@ class CFirmware : public CModuleManager {
   // Slot 36. 0 when the device runs the installed module's version, else 1.
   virtual int UpdateApplyCheck(std::string moduleId) = 0;
 
-  // Slot 37. Makes an installed update take effect. Unlike its siblings: 1 when the machine is going down, 0 on
-  // failure.
+  // Slot 37. Makes an installed update take effect. Unlike its siblings: kGoingDown (1) or kNotApplied (0).
   virtual int UpdateApply() = 0;
 };
 
@@ -162,7 +161,7 @@ class CVendor {
   // Slot 4. Called once after creation; makes the firmware handler. Reports failure only to the trace.
   virtual void LinkDevice() = 0;
 
-  // Slot 5. Runs the device's own method `name`: 0 success, -1 failure or unknown name.
+  // Slot 5. Runs the device's own method `name`: kSuccess, or kMethodFailed, also for an unknown name.
   virtual long ExecVendorMethod(std::string name, ...) = 0;
 
   // Slot 6. Replaces the list with (name, value) pairs that describe the device.
@@ -212,8 +211,7 @@ class CVendor {
   virtual void ClearUpdateStatus(std::string moduleKind, bool keepFailure);
 
   // Slots 30 to 32. The device configuration report in three calls. `savePath` is a folder that ends with a separator;
-  // the pointer is the caller's and opaque. 0 success, 1 failure; ExecOutputDeviceConfigInfo: 2048 when this machine
-  // has no report.
+  // the pointer is the caller's and opaque. kSuccess or kFailure; ExecOutputDeviceConfigInfo also kNoReport.
   virtual int StartOutputDeviceConfigInfo(std::string savePath, void* context) = 0;
   virtual int ExecOutputDeviceConfigInfo(std::string savePath, void* context) = 0;
   virtual int EndOutputDeviceConfigInfo(std::string savePath, void* context) = 0;

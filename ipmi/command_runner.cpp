@@ -6,6 +6,7 @@
 
 #include <cstdlib>
 
+#include "host/Results.h"
 #include "ipmi/trace.h"
 
 namespace kestrel {
@@ -13,10 +14,7 @@ namespace kestrel {
 namespace {
 
 constexpr const char* kConsole = "/dev/console";
-constexpr int kRan = 0;
-constexpr int kNotRun = 1;
-constexpr int kTimedOut = 255;
-constexpr unsigned long kNoLimit = ~0UL;
+constexpr unsigned long kNoExitStatus = 255;
 
 // Not _exit: a host's logger may hold the child's lines back until then.
 [[noreturn]] void EndChild() {
@@ -78,33 +76,33 @@ bool WaitWithLimit(pid_t child, int* status, unsigned long timeoutMs) {
 
 int RunToConsole(const std::string& command, const std::string& outputFile, const std::string& workDir,
                  unsigned long* exitCode, unsigned long timeoutMs) {
-  *exitCode = 255;
+  *exitCode = kNoExitStatus;
   if (command.empty()) {
-    return kNotRun;
+    return host::kCommandNotRun;
   }
   if (!workDir.empty() && !CCommon_Information::MyPathFileExists(workDir)) {
-    return kNotRun;
+    return host::kCommandNotRun;
   }
   const pid_t child = fork();
   if (child < 0) {
-    return kNotRun;
+    return host::kCommandNotRun;
   }
   if (child == 0) {
     RunChild(command, outputFile, workDir);
   }
   int status = -1;  // stays so when the wait itself fails, and then counts as a command that did not end by itself
-  if (timeoutMs == kNoLimit) {
+  if (timeoutMs == host::kNoTimeLimit) {
     if (waitpid(child, &status, WUNTRACED | WCONTINUED) == -1) {
-      return kNotRun;
+      return host::kCommandNotRun;
     }
   } else if (!WaitWithLimit(child, &status, timeoutMs)) {
-    return kTimedOut;
+    return host::kCommandTimedOut;
   }
   if ((status & 0x7f) != 0) {
-    return kNotRun;
+    return host::kCommandNotRun;
   }
   *exitCode = static_cast<unsigned long>(WEXITSTATUS(status));
-  return kRan;
+  return host::kCommandRan;
 }
 
 }  // namespace kestrel

@@ -8,11 +8,13 @@
 namespace kestrel {
 
 // Runs `command` by the shell in `workDir` ("" for the current folder), its standard output in `outputFile` ("" for the
-// system console), its standard error on the system console. `timeoutMs` is in milliseconds; all bits set: no limit.
+// system console), its standard error on the system console. `timeoutMs` is in milliseconds, or
+// host::kNoTimeLimit.
 //
-// 0: the command ran to its end and `*exitCode` is its exit status, which is 1 also when its output could not be
-// opened. 1: it could not be run, or a signal ended or stopped it. 255: the limit passed; the command is left running,
-// since ending a flash half-way is worse than losing sight of it. `*exitCode` is 255 with both.
+// host::kCommandRan: the command ran to its end and `*exitCode` is its exit status, which is 1 also when its output
+// could not be opened. host::kCommandNotRun: it could not be run, or a signal ended or stopped it.
+// host::kCommandTimedOut: the limit passed; the command is left running, since ending a flash half-way is worse than
+// losing sight of it. `*exitCode` is 255 with the latter two.
 [[nodiscard]] int RunToConsole(const std::string& command, const std::string& outputFile, const std::string& workDir,
                                unsigned long* exitCode, unsigned long timeoutMs);
 

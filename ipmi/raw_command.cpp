@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <string_view>
 
+#include "host/Results.h"
 #include "ipmi/byte_text.h"
 #include "ipmi/response_parser.h"
 #include "ipmi/scratch_directory.h"
@@ -18,7 +19,7 @@ namespace kestrel {
 
 namespace {
 
-constexpr unsigned long kTimeout = 350000;  // milliseconds
+constexpr unsigned long kTimeLimit = 350000;  // milliseconds
 
 // One file per thread, so that requests of different threads never share one.
 std::string ResultFile() {
@@ -64,8 +65,8 @@ std::string MakersToolCommand(const std::string& toolPath, const std::list<std::
 bool RunTool(const std::string& command) {
   CTraceUtility::WriteDebug(kChannel, kInfo, "Execute command [%s]", command.c_str());
   unsigned long exitCode = 0;
-  const int result = CCommon_Information::ExecForeignModule(command, "", "", &exitCode, kTimeout);
-  if (result == 0 && exitCode == 0) {
+  const int result = CCommon_Information::ExecForeignModule(command, "", "", &exitCode, kTimeLimit);
+  if (result == host::kCommandRan && exitCode == 0) {
     return true;
   }
   CTraceUtility::WriteDebug(kChannel, kError, "Failed to execute command %s return %d", command.c_str(),

@@ -1,13 +1,14 @@
 #include "ipmi/scratch_directory.h"
 
 #include "host/DllCommon.h"
+#include "host/Results.h"
 
 namespace kestrel {
 
 namespace {
 
 std::string Parent() {
-  return CFileUtility::GetInstallPath(0) + "/" + "tmp";
+  return CFileUtility::GetInstallPath(host::kInstallation) + "/" + "tmp";
 }
 
 }  // namespace

@@ -9,6 +9,7 @@
 #include "firmware/sdr_version.h"
 #include "firmware/update.h"
 #include "firmware/version_comparison.h"
+#include "host/Results.h"
 #include "ipmi/byte_text.h"
 #include "ipmi/command_runner.h"
 #include "ipmi/raw_command.h"
@@ -70,11 +71,11 @@ int CBMC_KESTREL_Firmware::PreUpdate(std::string, std::string, std::list<std::st
   if (ipmiToolPath_.empty()) {
     CTraceUtility::WriteTrace(kChannel, "MSGID_BMC_0016_F", "0B");
     CTraceUtility::WriteDebug(kChannel, kError, "No IPMI tool");
-    return 1;
+    return host::kFailure;
   }
   trace.End();
   ShowMessage(L"CBMC_KESTREL_Firmware::PreUpdate()", L"CBMC_KESTREL_Firmware::PreUpdate - Debug");
-  return 0;
+  return host::kSuccess;
 }
 
 int CBMC_KESTREL_Firmware::Update(std::string, std::string packagePath, std::list<std::string>* fileList,
@@ -87,7 +88,7 @@ int CBMC_KESTREL_Firmware::UpdateRestore(std::string) {
                                 "CBMC_KESTREL_Firmware::UpdateRestore() [END]");
   trace.End();
   ShowMessage(L"CBMC_KESTREL_Firmware::UpdateRestore()", L"CBMC_KESTREL_Firmware::UpdateRestore - Debug");
-  return 0;
+  return host::kSuccess;
 }
 
 int CBMC_KESTREL_Firmware::UpdateApplyCheck(std::string) {

@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <utility>
 
+#include "host/Results.h"
 #include "ipmi/scratch_directory.h"
 #include "ipmi/trace.h"
 #include "provider/extended_information.h"
@@ -62,7 +63,7 @@ std::string CBMC_KESTREL_Vendor::GetHardwareVersion() {
 int CBMC_KESTREL_Vendor::CheckHardwareVersion(std::string, std::string) {
   const kestrel::OperationTrace trace("CBMC_KESTREL_Vendor::CheckHardwareVersion() [START]",
                                       "CBMC_KESTREL_Vendor::CheckHardwareVersion() [END]");
-  return 0;
+  return host::kSuccess;
 }
 
 void CBMC_KESTREL_Vendor::LinkDevice() {
@@ -85,19 +86,19 @@ long CBMC_KESTREL_Vendor::ExecVendorMethod(std::string name, ...) {
   const kestrel::OperationTrace trace("CBMC_KESTREL_Vendor::ExecVendorMethod() [START]",
                                       "CBMC_KESTREL_Vendor::ExecVendorMethod() [END]");
   if (name == "Reboot") {
-    if (firmwareHandler->UpdateApply() != 0) {
-      return 0;
+    if (firmwareHandler->UpdateApply() != host::kNotApplied) {
+      return host::kSuccess;
     }
     CTraceUtility::WriteDebug(kChannel, kError, "Failed to apply update");
-    return -1;
+    return host::kMethodFailed;
   }
   if (name == "SendInfoToSVP") {
     std::string detail;
     const int result = static_cast<CBMC_KESTREL_Firmware*>(firmwareHandler)->SendInfoToSVP(&detail);
-    return kestrel::IsNoFailure(result) ? 0 : -1;
+    return kestrel::IsNoFailure(result) ? host::kSuccess : host::kMethodFailed;
   }
   CTraceUtility::WriteDebug(kChannel, kError, "Invalid function name");
-  return -1;
+  return host::kMethodFailed;
 }
 
 void CBMC_KESTREL_Vendor::GetExtendedInfo(std::list<std::pair<std::string, std::string>>* info) {
@@ -123,7 +124,7 @@ int CBMC_KESTREL_Vendor::ExecOutputDeviceConfigInfo(std::string savePath, void*)
 int CBMC_KESTREL_Vendor::EndOutputDeviceConfigInfo(std::string, void*) {
   const kestrel::OperationTrace trace("CBMC_KESTREL_Vendor::EndOutputDeviceConfigInfo() [START]",
                                       "CBMC_KESTREL_Vendor::EndOutputDeviceConfigInfo() [END]");
-  return 0;
+  return host::kSuccess;
 }
 
 bool CBMC_KESTREL_Vendor::GetDmiDecodeInfo(std::string command, std::string property, std::string* value) {

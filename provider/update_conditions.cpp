@@ -3,6 +3,7 @@
 #include <string_view>
 
 #include "firmware/operating_version.h"
+#include "host/Results.h"
 #include "ipmi/tool_selection.h"
 #include "ipmi/trace.h"
 #include "report/dmi_property.h"
@@ -58,7 +59,7 @@ bool PackageDoesNotFit(CFirmware& firmware, const CManageRepositoryInfo* reposit
   const OperationTrace trace("CBMC_KESTREL_Vendor::CheckUpdateConditionByDevicevendor() [START]",
                              "CBMC_KESTREL_Vendor::CheckUpdateConditionByDevicevendor() [END]");
   const std::string operatingVersion = firmware.GetOperatingVersion();
-  if (operatingVersion == kAbnormalVersion) {
+  if (operatingVersion == host::kAbnormalVersion) {
     constexpr const char* text =
         "CBMC_KESTREL_Vendor::CheckUpdateConditionByDevicevendor() Failed to get Operating Version";
     CTraceUtility::WriteDebug(kChannel, kError, "%s", text);

@@ -17,12 +17,12 @@ struct CommandRequest {
   std::string_view line;        // what the shell is given
   std::string_view workDir;     // "" for the current folder
   std::string_view outputFile;  // "" when the output is discarded, or goes where the line says
-  unsigned long limitMs;        // as asked for, unscaled; all bits set for none
+  unsigned long limitMs;        // as asked for, unscaled; host::kNoTimeLimit for none
   bool wantsFirstLine;          // asked for the first line of the output and not for the exit status
 };
 
 struct CommandResult {
-  int result;               // as ExecForeignModule answers it: 0 ran, 1 not run or ended by a signal, 255 out of time
+  int result;               // as ExecForeignModule answers it, e.g. host::kCommandRan
   int exitStatus;           // when it ran
   std::string_view output;  // the first line, when that was asked for
 };

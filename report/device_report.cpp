@@ -2,6 +2,7 @@
 
 #include "firmware/operating_version.h"
 #include "host/DllCommon.h"
+#include "host/Results.h"
 #include "ipmi/trace.h"
 #include "report/general_section.h"
 #include "report/version_section.h"
@@ -10,10 +11,6 @@
 namespace kestrel {
 
 namespace {
-
-constexpr int kSuccess = 0;
-constexpr int kFailure = 1;
-constexpr int kNoReport = 2048;
 
 void RecordFailure(const char* detail) {
   CTraceUtility::WriteTrace(kChannel, "MSGID_BMC_0018_F", detail);
@@ -24,11 +21,11 @@ void RecordFailure(const char* detail) {
 int CheckReportPossible(CFirmware* firmware) {
   const OperationTrace trace("CBMC_KESTREL_Vendor::StartOutputDeviceConfigInfo() [START]",
                              "CBMC_KESTREL_Vendor::StartOutputDeviceConfigInfo() [END]");
-  if (firmware->GetOperatingVersion() == kAbnormalVersion) {
+  if (firmware->GetOperatingVersion() == host::kAbnormalVersion) {
     CTraceUtility::WriteTrace(kChannel, "MSGID_BMC_0019_F", "1C");
-    return kFailure;
+    return host::kFailure;
   }
-  return kSuccess;
+  return host::kSuccess;
 }
 
 int WriteDeviceReport(CFirmware* firmware, const std::string& savePath) {
@@ -37,28 +34,28 @@ int WriteDeviceReport(CFirmware* firmware, const std::string& savePath) {
   if (savePath.empty()) {
     RecordFailure("26");
     CTraceUtility::WriteDebug(kChannel, kError, "Save path is empty");
-    return kFailure;
+    return host::kFailure;
   }
   const std::string serverType = CCommon_Information::GetServerType(kChannel);
   if (serverType.empty()) {
     RecordFailure("26");
     CTraceUtility::WriteDebug(kChannel, kError, "Failed to get Server Type");
-    return kFailure;
+    return host::kFailure;
   }
   CTraceUtility::WriteDebug(kChannel, kFlow, "ServerType:[%s]", serverType.c_str());
   if (!serverType.starts_with("kv6000")) {
     CTraceUtility::WriteDebug(kChannel, kInfo, "Unsupported ServerType");
-    return kNoReport;
+    return host::kNoReport;
   }
   const bool hasWebConsole = !serverType.starts_with("kv6000rt");
 
   COrvXmlNode general("general-inf");
   COrvXmlNode versions("version-inf");
   COrvXmlNode webConsole("web-cosole-setting");  // readers of the file match on this spelling
-  if (FillGeneralSection(&general) != kSuccess || FillVersionSection(*firmware, &versions) != kSuccess ||
-      (hasWebConsole && FillWebConsoleSection(&webConsole) != kSuccess)) {
+  if (FillGeneralSection(&general) != host::kSuccess || FillVersionSection(*firmware, &versions) != host::kSuccess ||
+      (hasWebConsole && FillWebConsoleSection(&webConsole) != host::kSuccess)) {
     RecordFailure("26");
-    return kFailure;
+    return host::kFailure;
   }
   COrvXmlNode root("data");
   root.addChildNode(general);
@@ -71,9 +68,9 @@ int WriteDeviceReport(CFirmware* firmware, const std::string& savePath) {
   if (!COrvXmlWrite().writeXML(file, root)) {
     RecordFailure("27");
     CTraceUtility::WriteDebug(kChannel, kError, "Failed to write file [%s]", file.c_str());
-    return kFailure;
+    return host::kFailure;
   }
-  return kSuccess;
+  return host::kSuccess;
 }
 
 }  // namespace kestrel

@@ -11,12 +11,12 @@ namespace kestrel {
 
 // Both need a firmware handler only where they ask for the operating version; what fails before that fails without one.
 
-// 0 when the BMC can be read, 1 when not. Prepares nothing.
+// host::kSuccess when the BMC can be read, host::kFailure when not. Prepares nothing.
 [[nodiscard]] int CheckReportPossible(CFirmware* firmware);
 
-// Writes the report to the file "Kestrel_BmcConfigInfo.xml" in the folder `savePath`, which ends with a separator. 0 on
-// success; 1 on failure, and then no file was written; 2048 when there is no report for this type of server. Throws
-// what FillWebConsoleSection throws.
+// Writes the report to the file "Kestrel_BmcConfigInfo.xml" in the folder `savePath`, which ends with a separator.
+// host::kSuccess; host::kFailure, and then no file was written; or host::kNoReport. Throws what FillWebConsoleSection
+// throws.
 [[nodiscard]] int WriteDeviceReport(CFirmware* firmware, const std::string& savePath);
 
 }  // namespace kestrel

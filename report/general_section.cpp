@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "host/Results.h"
 #include "ipmi/trace.h"
 #include "report/dmi_property.h"
 #include "report/report_item.h"
@@ -19,7 +20,7 @@ int FillGeneralSection(COrvXmlNode* section) {
       !ReadDmiProperty(kSerialNumberCommand, kSerialNumberLabel, &serialNumber)) {
     // A section without its DMI values is left by this line; readers of the trace match on it.
     trace.EndAs("[LEAVE] int CBMC_KESTREL_Vendor::CreateGeneralInfoNode(COrvXmlNode*)");
-    return 1;
+    return host::kFailure;
   }
   CTraceUtility::WriteDebug(kChannel, kInfo, "Product Name [%s]", productName.c_str());
   CTraceUtility::WriteDebug(kChannel, kInfo, "Product Version [%s]", productVersion.c_str());
@@ -27,7 +28,7 @@ int FillGeneralSection(COrvXmlNode* section) {
   AddItem("Product Name", productName, section);
   AddItem("Product Version", productVersion, section);
   AddItem("Serial Number", serialNumber, section);
-  return 0;
+  return host::kSuccess;
 }
 
 }  // namespace kestrel

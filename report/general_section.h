@@ -6,8 +6,8 @@
 
 namespace kestrel {
 
-// Adds product name, product version and serial number to `section`. 0 when all three could be read; 1 otherwise, and
-// then nothing was added.
+// Adds product name, product version and serial number to `section`. host::kSuccess when all three could be
+// read; host::kFailure otherwise, and then nothing was added.
 [[nodiscard]] int FillGeneralSection(COrvXmlNode* section);
 
 }  // namespace kestrel

@@ -2,6 +2,7 @@
 
 #include "firmware/operating_version.h"
 #include "firmware/version_text.h"
+#include "host/Results.h"
 #include "ipmi/trace.h"
 #include "report/dmi_property.h"
 #include "report/report_item.h"
@@ -20,8 +21,8 @@ int FillVersionSection(CFirmware& firmware, COrvXmlNode* section) {
   OperationTrace trace("CBMC_KESTREL_Vendor::CreateVersionInfoNode() [START]",
                        "CBMC_KESTREL_Vendor::CreateVersionInfoNode() [END]");
   const std::string operatingVersion = firmware.GetOperatingVersion();
-  if (operatingVersion == kAbnormalVersion) {
-    return 1;
+  if (operatingVersion == host::kAbnormalVersion) {
+    return host::kFailure;
   }
   const FirmwareVersions versions = SplitOperatingVersion(operatingVersion);
   std::string biosVersion;
@@ -29,7 +30,7 @@ int FillVersionSection(CFirmware& firmware, COrvXmlNode* section) {
   if (!ReadDmiProperty("/usr/sbin/dmidecode --type bios  | grep \"Version\"", "Version:", &biosVersion)) {
     // A section without its DMI value is left by this line; readers of the trace match on it.
     trace.EndAs("[LEAVE] int CBMC_KESTREL_Vendor::CreateVersionInfoNode(COrvXmlNode*)");
-    return 1;
+    return host::kFailure;
   }
   CTraceUtility::WriteDebug(kChannel, kInfo, "BMC Version [%s]", versions.bmc.c_str());
   CTraceUtility::WriteDebug(kChannel, kInfo, "BIOS Version [%s]", biosVersion.c_str());
@@ -39,7 +40,7 @@ int FillVersionSection(CFirmware& firmware, COrvXmlNode* section) {
     AddItem("SDR Version", versions.sdr, section);
   }
   AddItem("BIOS Version", biosVersion, section);
-  return 0;
+  return host::kSuccess;
 }
 
 }  // namespace kestrel

@@ -18,8 +18,8 @@ struct FirmwareVersions {
 // what follows the last colon; without "BMC:" the whole text is the BMC's. Pure.
 [[nodiscard]] FirmwareVersions SplitOperatingVersion(const std::string& operatingVersion);
 
-// Adds the versions of BMC, SDR (when there is one) and BIOS to `section`. 0 on success; 1 when the BMC or the BIOS
-// version cannot be read, and then nothing was added.
+// Adds the versions of BMC, SDR (when there is one) and BIOS to `section`. host::kSuccess; host::kFailure when the
+// BMC or the BIOS version cannot be read, and then nothing was added.
 [[nodiscard]] int FillVersionSection(CFirmware& firmware, COrvXmlNode* section);
 
 }  // namespace kestrel

@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "host/Results.h"
 #include "ipmi/tool_selection.h"
 #include "ipmi/trace.h"
 #include "report/lan_queries.h"
@@ -17,17 +18,17 @@ int FillWebConsoleSection(COrvXmlNode* section) {
   const std::string toolPath = SelectIpmiTool(&errorCode);
   std::string macAddress;
   if (!QueryMacAddress(toolPath, &macAddress)) {
-    return 1;
+    return host::kFailure;
   }
   CTraceUtility::WriteDebug(kChannel, kInfo, "MAC Address [%s]", macAddress.c_str());
   std::string digits;
   if (!QueryTcpipInfo(toolPath, &digits)) {
-    return 1;
+    return host::kFailure;
   }
   const LanSettings settings = ParseTcpipInfo(digits);
   if (settings.dhcpFlag != "00" && settings.dhcpFlag != "01") {
     CTraceUtility::WriteDebug(kChannel, kError, "DHCP [%s]", settings.dhcpFlag.c_str());
-    return 1;
+    return host::kFailure;
   }
   const std::string dhcp = settings.dhcpFlag == "01" ? "Enabled" : "Disabled";
   CTraceUtility::WriteDebug(kChannel, kInfo, "DHCP [%s]", dhcp.c_str());
@@ -39,7 +40,7 @@ int FillWebConsoleSection(COrvXmlNode* section) {
   AddItem("netmask", settings.netmask, section);
   AddItem("default_gate_way", settings.gateway, section);
   AddItem("dhcp", dhcp, section);
-  return 0;
+  return host::kSuccess;
 }
 
 }  // namespace kestrel

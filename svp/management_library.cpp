@@ -4,6 +4,7 @@
 
 #include <exception>
 
+#include "host/Results.h"
 #include "ipmi/trace.h"
 
 using kestrel::kChannel;
@@ -64,7 +65,7 @@ CBMC_MngLib::~CBMC_MngLib() {
 
 int CBMC_MngLib::Load() {
   const OperationTrace trace("CBMC_MngLib::Load [START]", "CBMC_MngLib::Load [END]");
-  const std::string path = CFileUtility::GetInstallPath(4) + "/" + "liborv_MngSrv_OrvLib.so";
+  const std::string path = CFileUtility::GetInstallPath(host::kManagementLibraries) + "/" + "liborv_MngSrv_OrvLib.so";
   handle_ = dlopen(path.c_str(), RTLD_LAZY);
   if (handle_ == nullptr) {
     CTraceUtility::WriteDebug(kChannel, kError, "Failed to load MngSrv_OrvLib Library(%s).", LoaderError().c_str());

@@ -1,6 +1,7 @@
 // What the exit codes of orvhost and the results of a plug-in's operations mean: texts for operators and nothing else.
 #include <array>
 
+#include "host/Results.h"
 #include "orvhost/commands/explanations.h"
 
 namespace orvhost {
@@ -40,15 +41,16 @@ constexpr auto kExitCodes = std::to_array<NumberText>({
 });
 
 constexpr auto kResults = std::to_array<NumberText>({
-    {0, "Nothing failed.", "The operation succeeded, or there was nothing to do.", "Go on."},
-    {1, "The operation failed, or the host could not run a command.",
+    {host::kSuccess, "Nothing failed.", "The operation succeeded, or there was nothing to do.", "Go on."},
+    {host::kFailure, "The operation failed, or the host could not run a command.",
      "Of UpdateApply alone 1 means that the machine is going down.", "Look at the records and error lines beside it."},
-    {255, "A command ran longer than its limit and was ended.", "The command's own work may be incomplete.",
+    {host::kCommandTimedOut, "A command ran longer than its limit and was ended.",
+     "The command's own work may be incomplete.",
      "Look at the error lines beside it. If it was the flash tool, keep the machine powered and do not reboot it."},
-    {1024, "The flash command ran into its time limit, and everything after it succeeded.",
+    {host::kUpdateTimedOut, "The flash command ran into its time limit, and everything after it succeeded.",
      "The firmware is most likely written, but nobody saw the tool's own result.",
      "Run \"orvhost apply\", and do not leave out \"orvhost verify\"."},
-    {2048, "There is no device configuration report for this machine.",
+    {host::kNoReport, "There is no device configuration report for this machine.",
      "The server type is not one that the plug-in reports on. Nothing was changed.",
      "Check the server type with \"orvhost identify\"."},
 });

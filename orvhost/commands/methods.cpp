@@ -1,5 +1,6 @@
 // orvhost methods: runs one of the plug-in's own methods by its name.
 
+#include "host/Results.h"
 #include "orvhost/commands/commands.h"
 #include "orvhost/commands/dry_run.h"
 #include "orvhost/commands/shutdown.h"
@@ -14,7 +15,7 @@ void RunMethod(const Run& run, const Session& session, Outcome* outcome) {
     PutIntoOperation(run, session, outcome);
     return;
   }
-  if (session.Vendor().ExecVendorMethod(name) != 0) {
+  if (session.Vendor().ExecVendorMethod(name) != host::kSuccess) {
     Fail(run, outcome, FailedExitCode(run), "method-failed",
          "The plug-in does not know the method or it failed: " + name + ".",
          "Check the name (it is case-sensitive) and mend what the evidence names.");

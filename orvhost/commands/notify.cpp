@@ -1,6 +1,7 @@
 // orvhost notify: has the plug-in send its records to the service processor and tells what became of each.
 #include <algorithm>
 
+#include "host/Results.h"
 #include "orvhost/commands/commands.h"
 #include "orvhost/commands/dry_run.h"
 #include "orvhost/trace/send_watch.h"
@@ -39,7 +40,7 @@ void Send(const Run& run, const Session& session, Outcome* outcome) {
   auto watch = std::make_unique<SendWatch>();
   const SendWatch& seen = *watch;
   run.trace.Add(std::move(watch));
-  const bool succeeded = session.Vendor().ExecVendorMethod(kSendMethod) == 0;
+  const bool succeeded = session.Vendor().ExecVendorMethod(kSendMethod) == host::kSuccess;
   outcome->changed = Count(seen, State::kSent) > 0;
   std::string inWords;
   for (const SendResult& result : seen.Results()) {

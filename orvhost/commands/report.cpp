@@ -4,6 +4,7 @@
 #include <filesystem>
 
 #include "host/DllCommon.h"
+#include "host/Results.h"
 #include "orvhost/commands/commands.h"
 #include "orvhost/commands/report_file.h"
 
@@ -11,7 +12,6 @@ namespace orvhost {
 
 namespace {
 
-constexpr int kNoReport = 2048;                              // this server has none
 constexpr const char* kFailureMessage = "MSGID_BMC_0018_F";  // its detail tells whether it was the file
 constexpr const char* kFileDetail = "27";
 
@@ -49,16 +49,16 @@ void ExplainFailure(const Run& run, const std::string& path, Outcome* outcome) {
 
 bool Write(const Run& run, const Session& session, const std::string& folder, Outcome* outcome) {
   CVendor& vendor = session.Vendor();
-  if (vendor.StartOutputDeviceConfigInfo(folder, nullptr) != 0) {
+  if (vendor.StartOutputDeviceConfigInfo(folder, nullptr) != host::kSuccess) {
     ExplainFailure(run, folder + kReportFileName, outcome);
     return false;
   }
   const int result = vendor.ExecOutputDeviceConfigInfo(folder, nullptr);
   vendor.EndOutputDeviceConfigInfo(folder, nullptr);
-  if (result == 0) {
+  if (result == host::kSuccess) {
     return true;
   }
-  if (result == kNoReport) {
+  if (result == host::kNoReport) {
     Fail(run, outcome, ExitCode::kDoesNotFit, "no-report",
          "There is no report for a server of the type " + CCommon_Information::GetServerType("bmc") + ".",
          "Run \"orvhost identify\" for what can be told about this machine.");

@@ -1,5 +1,7 @@
 #include "orvhost/commands/shutdown.h"
 
+#include "host/Results.h"
+
 namespace orvhost {
 
 bool MayHalt(const Run& run, Outcome* outcome) {
@@ -15,7 +17,7 @@ bool MayHalt(const Run& run, Outcome* outcome) {
 }
 
 void PutIntoOperation(const Run& run, const Session& session, Outcome* outcome) {
-  const bool accepted = session.Vendor().ExecVendorMethod(kRebootMethod) == 0;
+  const bool accepted = session.Vendor().ExecVendorMethod(kRebootMethod) == host::kSuccess;
   if (!accepted) {
     Fail(run, outcome, FailedExitCode(run), "not-applied", "The new firmware was not put into operation.",
          "The machine stays up and the written firmware stays in place; run the same command again.");

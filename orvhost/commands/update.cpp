@@ -1,6 +1,7 @@
 // orvhost update: checks a package and writes it to the device. What is written takes effect with "orvhost apply".
 #include <csignal>
 
+#include "host/Results.h"
 #include "orvhost/commands/commands.h"
 #include "orvhost/commands/dry_run.h"
 #include "orvhost/commands/package_check.h"
@@ -10,9 +11,6 @@
 namespace orvhost {
 
 namespace {
-
-constexpr int kDone = 0;
-constexpr int kDoneAfterTimeout = 1024;
 
 // Keeps the interrupt key and a lost terminal from ending this program while the device is written to.
 class UninterruptedSection {
@@ -61,13 +59,13 @@ Outcome UpdateRoad::Go() {
   if (!check_.Go() || !TakeSteps(run_, this, kSteps, &outcome_)) {
     return outcome_;
   }
-  outcome_.verdict = result_ == kDoneAfterTimeout ? "updated-after-time-out" : "updated";
+  outcome_.verdict = result_ == host::kUpdateTimedOut ? "updated-after-time-out" : "updated";
   outcome_.changed = true;
   outcome_.flashTouched = run_.watch.FlashBegan();
   outcome_.after = Version();
   outcome_.summary = "Firmware version " + Version() + " is written; the BMC still runs " + outcome_.before +
                      ". Run \"orvhost apply\" to put it into operation, then \"orvhost verify\".";
-  if (result_ == kDoneAfterTimeout) {
+  if (result_ == host::kUpdateTimedOut) {
     outcome_.summary += " The flash command took longer than allowed, so do not leave out the verifying.";
   }
   return outcome_;
@@ -98,9 +96,9 @@ bool UpdateRoad::FindSomethingToDo() {
 
 bool UpdateRoad::Register() {
   CFirmware& firmware = check_.OpenedSession().Firmware();
-  if (firmware.InitializeOperatingModuleInfo(outcome_.before) == 0 &&
+  if (firmware.InitializeOperatingModuleInfo(outcome_.before) == host::kSuccess &&
       check_.OpenedSession().Vendor().ConfirmUpdateModuleRegistration(kModuleKind, kModuleId, check_.PackagePath()) ==
-          0) {
+          host::kSuccess) {
     return true;
   }
   Fail(run_, &outcome_, ExitCode::kFailedUntouched, "not-registered", "The host could not keep its records.",
@@ -109,7 +107,7 @@ bool UpdateRoad::Register() {
 }
 
 bool UpdateRoad::Prepare() {
-  if (check_.OpenedSession().Vendor().ExecutePreUpdate(kModuleKind, false) == 0) {
+  if (check_.OpenedSession().Vendor().ExecutePreUpdate(kModuleKind, false) == host::kSuccess) {
     return true;
   }
   Fail(run_, &outcome_, FailedExitCode(run_), "not-prepared", "The plug-in refused to start the update.",
@@ -121,7 +119,7 @@ bool UpdateRoad::Write() {
   run_.console.Say("Writing", Version() + "; this takes minutes, keep the machine powered");
   const UninterruptedSection section;
   result_ = check_.OpenedSession().Vendor().ExecuteUpdate(kModuleKind, false);
-  if (result_ == kDone || result_ == kDoneAfterTimeout) {
+  if (result_ == host::kSuccess || result_ == host::kUpdateTimedOut) {
     return true;
   }
   const bool begun = run_.watch.FlashBegan();
@@ -134,7 +132,7 @@ bool UpdateRoad::Write() {
 }
 
 bool UpdateRoad::Record() {
-  if (check_.OpenedSession().Firmware().ApplyUpdatesRepository() == 0) {
+  if (check_.OpenedSession().Firmware().ApplyUpdatesRepository() == host::kSuccess) {
     return true;
   }
   Fail(run_, &outcome_, FailedExitCode(run_), "not-recorded",

@@ -1,4 +1,5 @@
 // orvhost verify: whether the device runs the version that was installed.
+#include "host/Results.h"
 #include "orvhost/commands/commands.h"
 
 namespace orvhost {
@@ -37,7 +38,7 @@ Outcome Verify(const Run& run) {
     return outcome;
   }
   outcome.facts = {{"Recorded version", recorded}};
-  if (session->Vendor().ExecuteUpdateApplyCheck(kModuleKind) != 0) {
+  if (session->Vendor().ExecuteUpdateApplyCheck(kModuleKind) != host::kSuccess) {
     Explain(run, recorded, &outcome);
     return outcome;
   }

@@ -11,6 +11,7 @@
 #include <system_error>
 
 #include "host/DllCommon.h"
+#include "host/Results.h"
 #include "orvhost/journal/journal_folder.h"
 #include "posix/boot_id.h"
 #include "posix/last_error.h"
@@ -23,7 +24,6 @@ using nlohmann::ordered_json;
 
 constexpr int kSchema = 1;
 constexpr mode_t kFileMode = 0640;
-constexpr unsigned long kNoLimit = ~0UL;
 
 bool SyncFolder(const std::string& folder) {
   const posix::FileDescriptor descriptor(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
@@ -51,11 +51,10 @@ std::string OutputFileOf(const refhost::CommandRequest& request) {
 }
 
 const char* InWords(const refhost::CommandResult& result) {
-  constexpr int kTimedOut = 255;
-  if (result.result == kTimedOut) {
+  if (result.result == host::kCommandTimedOut) {
     return "timed-out";
   }
-  return result.result == 0 ? "exited" : "not-run";
+  return result.result == host::kCommandRan ? "exited" : "not-run";
 }
 
 }  // namespace
@@ -127,7 +126,7 @@ void Journal::Trace(const refhost::TraceRecord& record, const TraceWatch& watch)
 }
 
 void Journal::Starts(const refhost::CommandRequest& request) {
-  const ordered_json limit = request.limitMs == kNoLimit ? ordered_json() : ordered_json(request.limitMs);
+  const ordered_json limit = request.limitMs == host::kNoTimeLimit ? ordered_json() : ordered_json(request.limitMs);
   Append("command",
          {{"n", ++commands_},
           {"line", std::string(request.line)},
@@ -141,7 +140,7 @@ void Journal::Ended(const refhost::CommandRequest& request, const refhost::Comma
   Append("command_end",
          {{"n", number},
           {"result", InWords(result)},
-          {"exit_code", result.result == 0 ? ordered_json(result.exitStatus) : ordered_json()}},
+          {"exit_code", result.result == host::kCommandRan ? ordered_json(result.exitStatus) : ordered_json()}},
          Durable::kNo);
   if (!file_.IsOpen()) {
     return;

@@ -7,12 +7,13 @@
 #include <utility>
 
 #include "host/ProviderBase.h"
+#include "host/Results.h"
 #include "orvhost/plugin/plugin.h"
 
 namespace orvhost {
 
 // The one kind of module that the plug-in's device has.
-inline constexpr const char* kModuleKind = "firmware";
+inline constexpr const char* kModuleKind = host::kFirmwareKind;
 
 // The vendor class that the host asks a plug-in for, and the name that it gives itself.
 inline constexpr const char* kVendorClassName = "CBMC_KESTREL_Vendor";

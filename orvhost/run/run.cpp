@@ -1,5 +1,6 @@
 #include "orvhost/run/run.h"
 
+#include "host/Results.h"
 #include "refhost/module_state.h"
 
 namespace orvhost {
@@ -59,7 +60,7 @@ bool HasPrerequisites(const Run& run, const Session& session, Outcome* outcome) 
 
 bool ReadRunningVersion(const Run& run, const Session& session, Outcome* outcome) {
   const std::string version = session.Firmware().GetOperatingVersionCache();
-  if (version != kUnreadableVersion) {
+  if (version != host::kAbnormalVersion) {
     outcome->before = version;
     return true;
   }

@@ -46,9 +46,6 @@ enum class DamagedRecords { kKeepAside, kLeave };
 // Reads the running version into `outcome->before`. False with the failure in `*outcome` when the BMC does not tell it.
 [[nodiscard]] bool ReadRunningVersion(const Run& run, const Session& session, Outcome* outcome);
 
-// What a plug-in answers for the version of a device that it cannot ask.
-inline constexpr const char* kUnreadableVersion = "abnormal";
-
 }  // namespace orvhost
 
 #endif  // ORVHOST_RUN_RUN_H

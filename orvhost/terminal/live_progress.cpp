@@ -10,6 +10,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "host/Results.h"
 #include "refhost/settings.h"
 
 namespace orvhost {
@@ -150,7 +151,7 @@ void LiveProgress::Take(const refhost::TraceRecord& record) {
 
 void LiveProgress::Starts(const refhost::CommandRequest& request) {
   next_.Starts(request);
-  const bool limited = request.limitMs != ~0UL;
+  const bool limited = request.limitMs != host::kNoTimeLimit;
   WaitFor({ProgressWait::Kind::kCommand,
            ProgramOf(request.line),
            limited ? Scaled(request.limitMs) : std::chrono::milliseconds(0),

@@ -4,6 +4,7 @@
 #include <functional>
 #include <utility>
 
+#include "host/Results.h"
 #include "refhost/contract.h"
 #include "refhost/module_state.h"
 #include "refhost/package.h"
@@ -11,11 +12,6 @@
 namespace {
 
 using refhost::ModuleState;
-
-constexpr int kOk = 0;
-constexpr int kFailed = 1;
-constexpr int kDoneAfterTimeout = 1024;
-constexpr const char* kFirmwareKind = "firmware";
 
 void Trace(const std::string& text) {
   CTraceUtility::WriteDebug("host", CTraceUtility::TRACE_DBG_ERROR, "%s", text.c_str());
@@ -33,10 +29,10 @@ ModuleState Load() {
 int Save(const ModuleState& state) {
   std::string error;
   if (refhost::SaveModuleState(refhost::ModuleStateFolder(), state, &error)) {
-    return kOk;
+    return host::kSuccess;
   }
   Trace(error);
-  return kFailed;
+  return host::kFailure;
 }
 
 int Change(const std::function<void(ModuleState*)>& change) {
@@ -70,7 +66,7 @@ CModuleManager::CModuleManager(std::string providerText) : provider(std::move(pr
 CModuleManager::~CModuleManager() = default;
 
 int CModuleManager::CheckRegisterUpdateModule(CManageRepositoryInfo package) {
-  return package.moduleVersion.empty() ? kFailed : kOk;
+  return package.moduleVersion.empty() ? host::kFailure : host::kSuccess;
 }
 
 int CModuleManager::RegistUpdateModule(std::string moduleId, std::string packagePath) {
@@ -78,13 +74,13 @@ int CModuleManager::RegistUpdateModule(std::string moduleId, std::string package
   std::string error;
   if (!refhost::ReadPackageManifest(packagePath, &manifest, &error)) {
     Trace("Cannot register [" + packagePath + "]: " + error);
-    return kFailed;
+    return host::kFailure;
   }
   refhost::ModuleRecord record;
-  record.info = {moduleId, manifest.name, kFirmwareKind, "", manifest.version, manifest.model};
+  record.info = {moduleId, manifest.name, host::kFirmwareKind, "", manifest.version, manifest.model};
   record.packagePath = packagePath;
-  if (CheckRegisterUpdateModule(record.info) != kOk) {
-    return kFailed;
+  if (CheckRegisterUpdateModule(record.info) != host::kSuccess) {
+    return host::kFailure;
   }
   return Change([&record](ModuleState* state) {
     state->update = record;
@@ -94,7 +90,7 @@ int CModuleManager::RegistUpdateModule(std::string moduleId, std::string package
 }
 
 CManageModuleInfo CModuleManager::GetManageModuleInfo() {
-  return {"", kFirmwareKind, GetOperatingModuleInfo(), GetUpdateModuleInfo()};
+  return {"", host::kFirmwareKind, GetOperatingModuleInfo(), GetUpdateModuleInfo()};
 }
 
 CManageRepositoryInfo CModuleManager::GetOldOperatingModuleInfo() {
@@ -120,9 +116,9 @@ void CModuleManager::SetUpdatePriority(int priority) {
 int CModuleManager::InitializeOperatingModuleInfo(std::string version) {
   ModuleState state = Load();
   if (!state.operating.info.moduleVersion.empty()) {
-    return kOk;
+    return host::kSuccess;
   }
-  state.operating.info.moduleKind = kFirmwareKind;
+  state.operating.info.moduleKind = host::kFirmwareKind;
   state.operating.info.moduleVersion = std::move(version);
   return Save(state);
 }
@@ -130,15 +126,15 @@ int CModuleManager::InitializeOperatingModuleInfo(std::string version) {
 int CModuleManager::CheckDependentInfo(CDependencyInfo dependency, bool useUpdateModule, bool allowEqual) {
   const CManageRepositoryInfo record = useUpdateModule ? GetUpdateModuleInfo() : GetOperatingModuleInfo();
   if (!dependency.moduleId.empty() && dependency.moduleId != record.moduleId) {
-    return kFailed;
+    return host::kFailure;
   }
   if (dependency.version.empty()) {
-    return kOk;
+    return host::kSuccess;
   }
   if (dependency.version == record.moduleVersion) {
-    return allowEqual ? kOk : kFailed;
+    return allowEqual ? host::kSuccess : host::kFailure;
   }
-  return CheckVendorVersion(dependency.version, record.moduleVersion) == 1 ? kOk : kFailed;
+  return CheckVendorVersion(dependency.version, record.moduleVersion) == 1 ? host::kSuccess : host::kFailure;
 }
 
 int CModuleManager::ApplyUpdatesRepository() {
@@ -172,7 +168,7 @@ int CModuleManager::ExecuteUpdateBackup(std::string backupPath, bool useOldModul
 int CModuleManager::ExecutePreUpdate(bool useOldModule) {
   auto* firmware = dynamic_cast<CFirmware*>(this);
   if (firmware == nullptr) {
-    return kFailed;
+    return host::kFailure;
   }
   const ModuleState state = Load();
   const refhost::ModuleRecord& module = Selected(state, useOldModule);
@@ -183,7 +179,7 @@ int CModuleManager::ExecutePreUpdate(bool useOldModule) {
 int CModuleManager::ExecuteUpdate(bool useOldModule) {
   auto* firmware = dynamic_cast<CFirmware*>(this);
   if (firmware == nullptr) {
-    return kFailed;
+    return host::kFailure;
   }
   ModuleState state = Load();
   const refhost::ModuleRecord module = Selected(state, useOldModule);
@@ -191,12 +187,12 @@ int CModuleManager::ExecuteUpdate(bool useOldModule) {
   state.updateProgress = 0;
   state.previousVersion = operatingVersionCache;
   // A device is not written to when the host could not remember it afterwards.
-  if (Save(state) != kOk) {
-    return kFailed;
+  if (Save(state) != host::kSuccess) {
+    return host::kFailure;
   }
   std::list<std::string> everything;
   const int result = firmware->Update(module.info.moduleId, module.packagePath, &everything, useOldModule);
-  const bool done = result == kOk || result == kDoneAfterTimeout;
+  const bool done = result == host::kSuccess || result == host::kUpdateTimedOut;
   Change([done](ModuleState* after) {
     after->updateStatus = done ? refhost::kUpdateWritten : refhost::kUpdateFailed;
     if (!done) {
@@ -210,16 +206,16 @@ int CModuleManager::ExecuteUpdate(bool useOldModule) {
 
 int CModuleManager::ExecuteUpdateRestore(std::string backupPath) {
   auto* firmware = dynamic_cast<CFirmware*>(this);
-  return firmware != nullptr ? firmware->UpdateRestore(backupPath) : kFailed;
+  return firmware != nullptr ? firmware->UpdateRestore(backupPath) : host::kFailure;
 }
 
 int CModuleManager::ExecuteUpdateApplyCheck() {
   auto* firmware = dynamic_cast<CFirmware*>(this);
   if (firmware == nullptr) {
-    return kFailed;
+    return host::kFailure;
   }
   const int result = firmware->UpdateApplyCheck(GetOperatingModuleInfo().moduleId);
-  if (result == kOk) {
+  if (result == host::kSuccess) {
     SetUpdateStatus(refhost::kUpdateVerified);
   }
   return result;
@@ -246,9 +242,9 @@ int CModuleManager::LoadRepository(std::string path) {
   std::string error;
   if (!refhost::LoadModuleState(path, &state, &error)) {
     Trace(error);
-    return kFailed;
+    return host::kFailure;
   }
-  return path == refhost::ModuleStateFolder() ? kOk : Save(state);
+  return path == refhost::ModuleStateFolder() ? host::kSuccess : Save(state);
 }
 
 std::string CModuleManager::GetOperatingVersionCache() {
@@ -267,10 +263,10 @@ void CModuleManager::SetDependencyInfo(CManageRepositoryInfo /*package*/) {
 int CModuleManager::UpdateBackup(std::string backupPath, bool /*useOldModule*/) {
   std::string error;
   if (refhost::SaveModuleState(backupPath, Load(), &error)) {
-    return kOk;
+    return host::kSuccess;
   }
   Trace(error);
-  return kFailed;
+  return host::kFailure;
 }
 
 CFirmware::CFirmware(std::string providerText) : CModuleManager(std::move(providerText)) {}

@@ -9,6 +9,7 @@
 #include <system_error>
 
 #include "host/DllCommon.h"
+#include "host/Results.h"
 #include "refhost/common/replace_file.h"
 
 namespace refhost {
@@ -106,7 +107,7 @@ std::string KeepAside(const std::string& path) {
 }  // namespace
 
 std::string ModuleStateFolder() {
-  return CFileUtility::GetInstallPath(0) + "/repository";
+  return CFileUtility::GetInstallPath(host::kInstallation) + "/repository";
 }
 
 bool ReadModuleState(const std::string& folder, ModuleState* state, std::string* error) {

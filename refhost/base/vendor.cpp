@@ -3,18 +3,15 @@
 #include <algorithm>
 #include <utility>
 
+#include "host/Results.h"
 #include "refhost/contract.h"
 #include "refhost/module_state.h"
 
 namespace {
 
-constexpr int kOk = 0;
-constexpr int kFailed = 1;
-constexpr const char* kFirmwareKind = "firmware";
-
 // The handler when it answers for that kind of module, otherwise null.
 CFirmware* HandlerFor(CFirmware* handler, const std::string& moduleKind) {
-  return moduleKind == kFirmwareKind ? handler : nullptr;
+  return moduleKind == host::kFirmwareKind ? handler : nullptr;
 }
 
 }  // namespace
@@ -37,52 +34,52 @@ CFirmware* CVendor::GetFirmwareHandler() const {
 void CVendor::GetLinkApplicationInfo(std::list<CLinkApplicationInfo>* /*applications*/) {}
 
 std::list<std::string> CVendor::GetUpdateOrderModuleKind(UPDATE_ORDER /*order*/, bool /*reverse*/) {
-  return {kFirmwareKind};
+  return {host::kFirmwareKind};
 }
 
 int CVendor::CheckUpdateModuleRegistration(CManageModuleInfo module) {
   CFirmware* handler = HandlerFor(firmwareHandler, module.moduleKind);
-  return handler != nullptr ? handler->CheckRegisterUpdateModule(module.update) : kFailed;
+  return handler != nullptr ? handler->CheckRegisterUpdateModule(module.update) : host::kFailure;
 }
 
 int CVendor::ConfirmUpdateModuleRegistration(std::string moduleKind, std::string moduleId, std::string packagePath) {
   CFirmware* handler = HandlerFor(firmwareHandler, moduleKind);
-  return handler != nullptr ? handler->RegistUpdateModule(moduleId, packagePath) : kFailed;
+  return handler != nullptr ? handler->RegistUpdateModule(moduleId, packagePath) : host::kFailure;
 }
 
 int CVendor::ExecuteUpdateBackup(std::string moduleKind, std::string backupPath, bool useOldModule) {
   CFirmware* handler = HandlerFor(firmwareHandler, moduleKind);
-  return handler != nullptr ? handler->ExecuteUpdateBackup(backupPath, useOldModule) : kFailed;
+  return handler != nullptr ? handler->ExecuteUpdateBackup(backupPath, useOldModule) : host::kFailure;
 }
 
 int CVendor::ExecutePreUpdate(std::string moduleKind, bool useOldModule) {
   CFirmware* handler = HandlerFor(firmwareHandler, moduleKind);
-  return handler != nullptr ? handler->ExecutePreUpdate(useOldModule) : kFailed;
+  return handler != nullptr ? handler->ExecutePreUpdate(useOldModule) : host::kFailure;
 }
 
 int CVendor::ExecuteUpdate(std::string moduleKind, bool useOldModule) {
   CFirmware* handler = HandlerFor(firmwareHandler, moduleKind);
-  return handler != nullptr ? handler->ExecuteUpdate(useOldModule) : kFailed;
+  return handler != nullptr ? handler->ExecuteUpdate(useOldModule) : host::kFailure;
 }
 
 int CVendor::ExecuteUpdateRestore(std::string moduleKind, std::string backupPath) {
   CFirmware* handler = HandlerFor(firmwareHandler, moduleKind);
-  return handler != nullptr ? handler->ExecuteUpdateRestore(backupPath) : kFailed;
+  return handler != nullptr ? handler->ExecuteUpdateRestore(backupPath) : host::kFailure;
 }
 
 int CVendor::ExecuteUpdateApplyCheck(std::string moduleKind) {
   CFirmware* handler = HandlerFor(firmwareHandler, moduleKind);
-  return handler != nullptr ? handler->ExecuteUpdateApplyCheck() : kFailed;
+  return handler != nullptr ? handler->ExecuteUpdateApplyCheck() : host::kFailure;
 }
 
 int CVendor::CheckDependentInfo(CDependencyInfo dependency, bool useUpdateModule, bool allowEqual) {
   return firmwareHandler != nullptr ? firmwareHandler->CheckDependentInfo(dependency, useUpdateModule, allowEqual)
-                                    : kFailed;
+                                    : host::kFailure;
 }
 
 // The modules of this host name no dependencies, so every condition of a known kind is satisfied.
 int CVendor::CheckUpdateCondition(std::string moduleKind, bool /*useUpdateModule*/, bool /*allowEqual*/) {
-  return HandlerFor(firmwareHandler, moduleKind) != nullptr ? kOk : kFailed;
+  return HandlerFor(firmwareHandler, moduleKind) != nullptr ? host::kSuccess : host::kFailure;
 }
 
 CManageModuleInfo CVendor::GetDeviceInfo() {
@@ -156,5 +153,5 @@ void CVendor::ClearUpdateStatus(std::string moduleKind, bool keepFailure) {
 
 bool CVendor::CheckUpdateConditionByModule(std::string /*moduleKind*/, CModuleManager* module, std::string version,
                                            bool useUpdateModule, bool allowEqual) {
-  return module == nullptr || module->CheckDependentInfo({"", version}, useUpdateModule, allowEqual) != kOk;
+  return module == nullptr || module->CheckDependentInfo({"", version}, useUpdateModule, allowEqual) != host::kSuccess;
 }

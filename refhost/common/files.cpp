@@ -5,14 +5,13 @@
 #include <cerrno>
 #include <filesystem>
 
+#include "host/Results.h"
 #include "refhost/common/trace.h"
 #include "refhost/contract.h"
 #include "refhost/settings.h"
 
 namespace {
 
-constexpr int kInstallation = 0;
-constexpr int kManagementLibraries = 4;
 constexpr int kDeleteAttempts = 3;
 constexpr unsigned long kDeletePauseMs = 100;
 
@@ -21,9 +20,9 @@ constexpr unsigned long kDeletePauseMs = 100;
 std::string CFileUtility::GetInstallPath(int kind) {
   const std::string& installPath = refhost::CurrentSettings().installPath;
   switch (kind) {
-    case kInstallation:
+    case host::kInstallation:
       return installPath;
-    case kManagementLibraries:
+    case host::kManagementLibraries:
       return installPath + "/MngSrv";
     default:
       return "";

@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <string_view>
 
+#include "host/Results.h"
 #include "refhost/command_observer.h"
 #include "refhost/common/shell_process.h"
 #include "refhost/contract.h"
@@ -15,10 +16,6 @@ namespace {
 
 using refhost::Deadline;
 using refhost::ShellProcess;
-
-constexpr int kRan = 0;
-constexpr int kNotRun = 1;
-constexpr int kTimedOut = 255;
 
 // A question to the machine that takes longer than this will not be answered.
 constexpr unsigned long kResultLineLimitMs = 60000;
@@ -104,14 +101,14 @@ class Observed {
   const refhost::CommandRequest request_;
   refhost::CommandObserver* const observer_;
   bool isAllowed_ = true;
-  refhost::CommandResult result_{kNotRun, 0, ""};
+  refhost::CommandResult result_{host::kCommandNotRun, 0, ""};
 };
 
 int Answer(ShellProcess::End end) {
   if (end == ShellProcess::End::kTimedOut) {
-    return kTimedOut;
+    return host::kCommandTimedOut;
   }
-  return end == ShellProcess::End::kExited ? kRan : kNotRun;
+  return end == ShellProcess::End::kExited ? host::kCommandRan : host::kCommandNotRun;
 }
 
 }  // namespace
@@ -134,20 +131,20 @@ int CCommon_Information::ExecForeignModule(const std::string& command, const std
                                            const std::string& workDir, unsigned long* exitCode,
                                            unsigned long timeoutMs) {
   if (command.empty()) {
-    return kNotRun;
+    return host::kCommandNotRun;
   }
   Observed observed({command, workDir, outputFile, timeoutMs, false});
   if (!observed.IsAllowed()) {
-    return kNotRun;
+    return host::kCommandNotRun;
   }
   const Deadline deadline(timeoutMs);
   auto process = ShellProcess::Start(command, workDir, outputFile.empty() ? "/dev/null" : outputFile, -1);
   if (!process) {
-    return kNotRun;
+    return host::kCommandNotRun;
   }
   refhost::CommandResult& result = observed.Result();
   result.result = Answer(process->Wait(deadline, &result.exitStatus));
-  if (result.result == kRan && exitCode != nullptr) {
+  if (result.result == host::kCommandRan && exitCode != nullptr) {
     *exitCode = static_cast<unsigned long>(result.exitStatus);
   }
   return result.result;
@@ -175,7 +172,7 @@ std::string CCommon_Information::GetResultLine(const std::string& command) {
   const FirstLine read = ReadWhileRunning(readEnd, *process, deadline);
   refhost::CommandResult& result = observed.Result();
   result.result = Answer(process->Wait(deadline, &result.exitStatus));
-  if (result.result == kRan) {
+  if (result.result == host::kCommandRan) {
     line = read.Text();
   }
   result.output = line;

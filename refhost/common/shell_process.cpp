@@ -11,6 +11,7 @@
 #include <csignal>
 #include <ctime>
 
+#include "host/Results.h"
 #include "refhost/settings.h"
 
 namespace refhost {
@@ -60,7 +61,7 @@ class SpawnAttributes {
 
 Deadline::Deadline(unsigned long milliseconds) {
   constexpr unsigned long kYearMs = 365UL * 24 * 60 * 60 * 1000;  // keeps the addition below from running over
-  if (milliseconds == kNoLimit) {
+  if (milliseconds == host::kNoTimeLimit) {
     return;
   }
   const std::chrono::milliseconds limit(std::min(ScaledMilliseconds(milliseconds), kYearMs));

@@ -17,9 +17,7 @@ namespace refhost {
 // A point in time up to which something is waited for, or no limit.
 class Deadline {
  public:
-  static constexpr unsigned long kNoLimit = ~0UL;
-
-  // `milliseconds` from now, scaled as every waiting of this process; kNoLimit for none.
+  // `milliseconds` from now, scaled as every waiting of this process; host::kNoTimeLimit for none.
   explicit Deadline(unsigned long milliseconds);
 
   // Waits until one of the `count` descriptors is readable or at its end (their number, as poll tells it), or the

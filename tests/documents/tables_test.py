@@ -112,7 +112,7 @@ class Orvhost(unittest.TestCase):
 
     def test_the_flash_tool_is_where_the_plugin_looks(self):
         install_path = re.search(r'installPath = "(.+?)"', document("refhost/settings.h"))[1]
-        below = re.search(r'GetInstallPath\(0\) \+ "(/\w+/Yafuflash)"', document("firmware/flash_tool_method.cpp"))[1]
+        below = re.search(r'GetInstallPath\(host::kInstallation\) \+ "(/\w+/Yafuflash)"', document("firmware/flash_tool_method.cpp"))[1]
         self.assertIn(f" {install_path}{below}\n", document("README.md"))
 
     def test_the_makers_tool_is_where_the_plugin_looks(self):
