@@ -49,6 +49,10 @@ struct ModuleState {
 [[nodiscard]] REFHOST_EXPORT bool SaveModuleState(const std::string& folder, const ModuleState& state,
                                                   std::string* error);
 
+// Removes what a run that was killed while it replaced the state file left in `folder`. Only for a run that has the
+// install path to itself.
+REFHOST_EXPORT void TidyModuleState(const std::string& folder);
+
 }  // namespace refhost
 
 #endif  // REFHOST_MODULE_STATE_H

@@ -10,7 +10,7 @@
 
 #include "host/DllCommon.h"
 #include "host/Results.h"
-#include "refhost/common/replace_file.h"
+#include "posix/replace_file.h"
 
 namespace refhost {
 
@@ -19,6 +19,7 @@ namespace {
 using nlohmann::json;
 
 constexpr int kSchema = 1;
+constexpr mode_t kFileMode = 0644;
 
 std::string FileIn(const std::string& folder) {
   return folder + "/state.json";
@@ -132,7 +133,11 @@ bool SaveModuleState(const std::string& folder, const ModuleState& state, std::s
     return false;
   }
   const std::string text = ToJson(state).dump(2, ' ', false, json::error_handler_t::replace) + "\n";
-  return ReplaceFile(FileIn(folder), text, error);
+  return posix::ReplaceFile(FileIn(folder), text, kFileMode, error);
+}
+
+void TidyModuleState(const std::string& folder) {
+  posix::RemoveUnfinished(FileIn(folder));
 }
 
 }  // namespace refhost

@@ -4,7 +4,7 @@
 #include <utility>
 #include <vector>
 
-#include "refhost/common/replace_file.h"
+#include "posix/replace_file.h"
 #include "refhost/common/trace.h"
 #include "refhost/common/utf8.h"
 #include "refhost/contract.h"
@@ -54,6 +54,8 @@ void COrvXmlNode::addChildNode(const COrvXmlNode& child) {
 
 namespace {
 
+constexpr mode_t kFileMode = 0644;
+
 class TextWriter : public pugi::xml_writer {
  public:
   void write(const void* data, std::size_t size) override { text_.append(static_cast<const char*>(data), size); }
@@ -81,7 +83,7 @@ bool COrvXmlWrite::writeXML(std::string path, COrvXmlNode root) {
   TextWriter writer;
   document.save(writer, "  ", pugi::format_default, pugi::encoding_utf8);
   std::string error;
-  const bool written = refhost::ReplaceFile(path, writer.Text(), &error);
+  const bool written = posix::ReplaceFile(path, writer.Text(), kFileMode, &error);
   if (!written) {
     refhost::TraceError("host", error);
   }

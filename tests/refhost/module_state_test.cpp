@@ -108,5 +108,15 @@ TEST_F(StateFile, ReadingADamagedFileLeavesItWhereItIs) {
   EXPECT_EQ(folder_.Read("repository/state.json"), "garbage");
 }
 
+TEST_F(StateFile, WhatAKilledRunLeftBesideItIsTidiedUp) {
+  folder_.Write("repository/state.json.aB3xYz", "half");
+  folder_.Write("repository/state.json.damaged-1", "kept");
+  ASSERT_TRUE(Save());
+  TidyModuleState(ModuleStateFolder());
+  EXPECT_FALSE(folder_.Has("repository/state.json.aB3xYz"));
+  EXPECT_EQ(folder_.Read("repository/state.json.damaged-1"), "kept");
+  EXPECT_TRUE(Load());
+}
+
 }  // namespace
 }  // namespace refhost
