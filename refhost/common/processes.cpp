@@ -9,6 +9,7 @@
 
 #include "host/Results.h"
 #include "refhost/command_observer.h"
+#include "refhost/common/interrupt_source.h"
 #include "refhost/common/shell_process.h"
 #include "refhost/contract.h"
 
@@ -60,13 +61,14 @@ bool ReadAvailable(int descriptor, FirstLine* line) {
   }
 }
 
-// Reads until the stream ends, the shell ends (something that it left behind may hold the stream open for ever) or the
-// deadline passes.
+// Reads until the stream ends, the shell ends (something that it left behind may hold the stream open for ever), the
+// deadline passes or the services are to give up.
 FirstLine ReadWhileRunning(const posix::FileDescriptor& stream, const ShellProcess& process, const Deadline& deadline) {
   FirstLine line;
   for (;;) {
-    std::array<pollfd, 2> sources{pollfd{stream.Get(), POLLIN, 0}, pollfd{process.PidDescriptor(), POLLIN, 0}};
-    if (deadline.Poll(sources.data(), sources.size()) <= 0) {
+    std::array<pollfd, 3> sources{pollfd{stream.Get(), POLLIN, 0}, pollfd{process.PidDescriptor(), POLLIN, 0},
+                                  refhost::InterruptSource()};
+    if (deadline.Poll(sources.data(), sources.size()) <= 0 || sources[2].revents != 0) {
       return line;
     }
     if (!ReadAvailable(stream.Get(), &line) || sources[1].revents != 0) {
@@ -130,7 +132,7 @@ CommandObserver* CurrentCommandObserver() {
 int CCommon_Information::ExecForeignModule(const std::string& command, const std::string& outputFile,
                                            const std::string& workDir, unsigned long* exitCode,
                                            unsigned long timeoutMs) {
-  if (command.empty()) {
+  if (command.empty() || refhost::MustGiveUp()) {
     return host::kCommandNotRun;
   }
   Observed observed({command, workDir, outputFile, timeoutMs, false});
@@ -152,7 +154,7 @@ int CCommon_Information::ExecForeignModule(const std::string& command, const std
 
 std::string CCommon_Information::GetResultLine(const std::string& command) {
   std::array<int, 2> ends{};
-  if (command.empty() || pipe2(ends.data(), O_CLOEXEC) != 0) {
+  if (command.empty() || refhost::MustGiveUp() || pipe2(ends.data(), O_CLOEXEC) != 0) {
     return "";
   }
   const posix::FileDescriptor readEnd(ends[0]);

@@ -12,6 +12,7 @@
 #include <ctime>
 
 #include "host/Results.h"
+#include "refhost/common/interrupt_source.h"
 #include "refhost/settings.h"
 
 namespace refhost {
@@ -117,9 +118,13 @@ std::optional<ShellProcess> ShellProcess::Start(const std::string& command, cons
 }
 
 ShellProcess::End ShellProcess::Wait(const Deadline& deadline, int* exitStatus) {
-  pollfd ended{pidDescriptor_.Get(), POLLIN, 0};
-  const bool inTime = deadline.Poll(&ended, 1) == 1;
-  if (!inTime) {
+  std::array<pollfd, 2> sources{pollfd{pidDescriptor_.Get(), POLLIN, 0}, InterruptSource()};
+  const bool inTime = deadline.Poll(sources.data(), sources.size()) > 0;
+  const bool isInterrupted = inTime && sources[0].revents == 0;
+  if (isInterrupted) {
+    GiveUp();
+  }
+  if (!inTime || isInterrupted) {
     EndGroup();
   }
   siginfo_t info{};
@@ -130,6 +135,9 @@ ShellProcess::End ShellProcess::Wait(const Deadline& deadline, int* exitStatus) 
   }
   if (!inTime) {
     return End::kTimedOut;
+  }
+  if (isInterrupted) {
+    return End::kInterrupted;
   }
   if (info.si_code != CLD_EXITED) {
     return End::kSignalled;

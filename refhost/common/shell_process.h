@@ -30,7 +30,7 @@ class Deadline {
 
 class ShellProcess {
  public:
-  enum class End { kExited, kSignalled, kTimedOut, kLost };
+  enum class End { kExited, kSignalled, kTimedOut, kInterrupted, kLost };
 
   // Runs `command` by the shell in `workDir` ("" for the current folder). Its standard input is empty, its standard
   // output goes to `outputFile`, or to the descriptor `output` when that is not negative. Nothing when it cannot be
@@ -41,8 +41,8 @@ class ShellProcess {
   // Readable once the shell has ended.
   [[nodiscard]] int PidDescriptor() const { return pidDescriptor_.Get(); }
 
-  // Waits for the shell to end; its exit status is then in `*exitStatus` when it exited. At the deadline the group is
-  // ended. Call it once: the process is gone afterwards.
+  // Waits for the shell to end; its exit status is then in `*exitStatus` when it exited. At the deadline, or when the
+  // services are to give up, the group is ended. Call it once: the process is gone afterwards.
   [[nodiscard]] End Wait(const Deadline& deadline, int* exitStatus);
 
  private:

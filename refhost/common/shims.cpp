@@ -3,11 +3,11 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <ctime>
 
 #include "refhost/command_observer.h"
+#include "refhost/common/interrupt_source.h"
+#include "refhost/common/shell_process.h"
 #include "refhost/contract.h"
-#include "refhost/settings.h"
 
 void ShowMessage(const wchar_t* /*text*/, const wchar_t* /*caption*/) {}
 
@@ -18,13 +18,13 @@ unsigned long GetCurrentThreadId() {
 }
 
 void Sleep(unsigned long milliseconds) {
-  const unsigned long scaled = refhost::ScaledMilliseconds(milliseconds);
   refhost::CommandObserver* observer = refhost::CurrentCommandObserver();
   if (observer != nullptr) {
     observer->PauseStarts(milliseconds);
   }
-  timespec rest{static_cast<time_t>(scaled / 1000), static_cast<long>(scaled % 1000) * 1000000};
-  while (clock_nanosleep(CLOCK_MONOTONIC, 0, &rest, &rest) == EINTR) {
+  pollfd interrupt = refhost::InterruptSource();
+  if (refhost::Deadline(milliseconds).Poll(&interrupt, 1) != 0) {
+    refhost::GiveUp();
   }
   if (observer != nullptr) {
     observer->PauseEnded();
