@@ -5,7 +5,7 @@ namespace orvhost {
 
 namespace {
 
-class Fit : public Driver {
+class Fit : public Orvhost {
  protected:
   // Checks a package of version 01-24 for the model.
   json Checked(const std::string& model) {

@@ -5,7 +5,7 @@ namespace orvhost {
 
 namespace {
 
-class Check : public Driver {
+class Check : public Orvhost {
  protected:
   std::string Offered(const std::string& version) const {
     return "check \"" + folder_.Write("package.zip", refhost::Package(version)) + "\"";
@@ -146,7 +146,7 @@ TEST_F(Check, DamagedRecordsStayWhereTheyAre) {
             0U);
 }
 
-class DryRun : public Driver {
+class DryRun : public Orvhost {
  protected:
   json DryRunJson(const std::string& arguments) {
     const auto before = Tree();

@@ -6,7 +6,7 @@ namespace orvhost {
 
 namespace {
 
-class Endings : public Driver {
+class Endings : public Orvhost {
  protected:
   // The object without the id of the run, which must be there.
   json Ending(const std::string& arguments) {

@@ -62,7 +62,7 @@ TEST(Explanations, EveryExitCodeHasOne) {
   EXPECT_EQ(numbers, (std::vector<int>{0, 1, 2, 3, 4, 5, 6, 7, 8, 9, static_cast<int>(ExitCode::kBusy)}));
 }
 
-class ExplainCommand : public Driver {};
+class ExplainCommand : public Orvhost {};
 
 TEST_F(ExplainCommand, TellsThreeThingsOfEachCode) {
   EXPECT_EQ(Run("explain MSGID_BMC_0016_F exit 9"), 0) << err_;

@@ -1,4 +1,4 @@
-// What the driver tells of runs that are over: history, show, diagnose. None of them loads the plug-in.
+// What the tool tells of runs that are over: history, show, diagnose. None of them loads the plug-in.
 #include <algorithm>
 
 #include "orvhost/journal/journal_folder.h"
@@ -8,7 +8,7 @@ namespace orvhost {
 
 namespace {
 
-class Lookback : public BackgroundDriver {
+class Lookback : public BackgroundOrvhost {
  protected:
   std::vector<std::string> Runs() const { return ListRuns(folder_ / "journal"); }
   std::string Path(std::size_t at) const { return JournalPath(folder_ / "journal", Runs().at(at)); }

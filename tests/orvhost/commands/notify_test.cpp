@@ -5,7 +5,7 @@ namespace orvhost {
 
 namespace {
 
-class Notify : public Driver {};
+class Notify : public Orvhost {};
 
 TEST_F(Notify, EverythingIsSent) {
   EXPECT_EQ(Run("notify"), 0) << err_;

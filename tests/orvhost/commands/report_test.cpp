@@ -9,7 +9,7 @@ namespace fs = std::filesystem;
 
 constexpr const char* kFile = "Kestrel_BmcConfigInfo.xml";
 
-class Report : public DriverAtATerminal {
+class Report : public OrvhostAtATerminal {
  protected:
   Report() { fs::create_directory(folder_ / "out dir"); }
 

@@ -1,11 +1,11 @@
-// The driver as a process of its own, with a plug-in that answers as each test asks.
+// The tool as a process of its own, with a plug-in that answers as each test asks.
 #include "tests/orvhost/support/orvhost_fixture.h"
 
 namespace orvhost {
 
 namespace {
 
-TEST_F(Driver, IdentifyTellsTheDevice) {
+TEST_F(Orvhost, IdentifyTellsTheDevice) {
   EXPECT_EQ(Run("identify"), 0);
   EXPECT_EQ(out_,
             "The BMC runs firmware version 01-23.\n"
@@ -17,7 +17,7 @@ TEST_F(Driver, IdentifyTellsTheDevice) {
   EXPECT_EQ(err_, "");
 }
 
-TEST_F(Driver, IdentifyAsJson) {
+TEST_F(Orvhost, IdentifyAsJson) {
   const json object = RunJson("identify");
   EXPECT_EQ(object["command"], "identify");
   EXPECT_EQ(object["verdict"], "identified");
@@ -26,7 +26,7 @@ TEST_F(Driver, IdentifyAsJson) {
   EXPECT_EQ(object["facts"]["Serial Number"], "0123456789ABC");
 }
 
-TEST_F(Driver, IdentifyOfABmcThatDoesNotAnswer) {
+TEST_F(Orvhost, IdentifyOfABmcThatDoesNotAnswer) {
   Ask("unreadable");
   EXPECT_EQ(Run("identify"), 7);
   EXPECT_EQ(out_, "");
@@ -41,7 +41,7 @@ TEST_F(Driver, IdentifyOfABmcThatDoesNotAnswer) {
       "too, run the command above by hand to see why.\n");
 }
 
-TEST_F(Driver, UpdateTellsEveryStepAndRecordsTheNewVersion) {
+TEST_F(Orvhost, UpdateTellsEveryStepAndRecordsTheNewVersion) {
   EXPECT_EQ(Run(Update(good_)), 0) << err_;
   EXPECT_EQ(out_,
             "Package: KV6000 BMC firmware 01-24\n"
@@ -62,7 +62,7 @@ TEST_F(Driver, UpdateTellsEveryStepAndRecordsTheNewVersion) {
   EXPECT_EQ(state.previousVersion, "01-23");
 }
 
-TEST_F(Driver, UpdateAsJson) {
+TEST_F(Orvhost, UpdateAsJson) {
   const json object = RunJson(Update(good_));
   EXPECT_EQ(object["verdict"], "updated");
   EXPECT_EQ(object["changed"], true);
@@ -72,12 +72,12 @@ TEST_F(Driver, UpdateAsJson) {
   EXPECT_EQ(object["phase"], "record");
 }
 
-TEST_F(Driver, QuietSaysNothingOfASuccess) {
+TEST_F(Orvhost, QuietSaysNothingOfASuccess) {
   EXPECT_EQ(Run(Update(good_) + " --quiet"), 0);
   EXPECT_EQ(out_ + err_, "");
 }
 
-TEST_F(Driver, AFlashThatOverranItsTimeIsASuccessThatIsTold) {
+TEST_F(Orvhost, AFlashThatOverranItsTimeIsASuccessThatIsTold) {
   Ask("overruns");
   const json object = RunJson(Update(good_));
   EXPECT_EQ(object["verdict"], "updated-after-time-out");
@@ -85,7 +85,7 @@ TEST_F(Driver, AFlashThatOverranItsTimeIsASuccessThatIsTold) {
   EXPECT_EQ(State().updateStatus, refhost::kUpdateWritten);
 }
 
-TEST_F(Driver, TheVersionThatRunsAlreadyIsNothingToDo) {
+TEST_F(Orvhost, TheVersionThatRunsAlreadyIsNothingToDo) {
   setenv("TEST_PLUGIN_VERSION", "01-24", 1);
   const json object = RunJson(Update(good_));
   EXPECT_EQ(object["verdict"], "nothing-to-do");
@@ -94,7 +94,7 @@ TEST_F(Driver, TheVersionThatRunsAlreadyIsNothingToDo) {
   EXPECT_EQ(State().updateStatus, refhost::kNoUpdate);
 }
 
-TEST_F(Driver, NothingToDoLeavesAWrittenUpdateWaiting) {
+TEST_F(Orvhost, NothingToDoLeavesAWrittenUpdateWaiting) {
   ASSERT_EQ(Run(Update(good_)), 0);
   EXPECT_EQ(Run(Update(folder_.Write("same.zip", refhost::Package("01-23")))), 0);
   EXPECT_NE(out_.find("Nothing to do: the BMC already runs version 01-23. Version 01-24, which was written earlier, "
@@ -105,7 +105,7 @@ TEST_F(Driver, NothingToDoLeavesAWrittenUpdateWaiting) {
   EXPECT_EQ(State().operating.info.moduleVersion, "01-24");
 }
 
-TEST_F(Driver, APackageThatCannotBeUsedIsToldBeforeThePluginIsLoaded) {
+TEST_F(Orvhost, APackageThatCannotBeUsedIsToldBeforeThePluginIsLoaded) {
   plugin_ = "/missing.so";
   const std::pair<std::string, std::string> cases[] = {
       {folder_ / "missing.zip", "No such file or directory"},
@@ -123,7 +123,7 @@ TEST_F(Driver, APackageThatCannotBeUsedIsToldBeforeThePluginIsLoaded) {
   }
 }
 
-TEST_F(Driver, MissingPrerequisitesAreNamed) {
+TEST_F(Orvhost, MissingPrerequisitesAreNamed) {
   Ask("no-tool");
   const json object = RunJson(Update(good_));
   EXPECT_EQ(object["exit_code"], 4);
@@ -132,14 +132,14 @@ TEST_F(Driver, MissingPrerequisitesAreNamed) {
   EXPECT_EQ(Run("identify"), 4);
 }
 
-TEST_F(Driver, APackageForOtherServersDoesNotFit) {
+TEST_F(Orvhost, APackageForOtherServersDoesNotFit) {
   const std::string other = folder_.Write("other.zip", refhost::Package("01-24", "", R"(["kv6000rt", "mx4000"])"));
   const json object = RunJson(Update(other));
   EXPECT_EQ(object["exit_code"], 6);
   EXPECT_EQ(object["error"]["cause"], "The package is made for kv6000rt, mx4000, and this machine is kv6000.");
 }
 
-TEST_F(Driver, APackageThatThePluginRefusesDoesNotFit) {
+TEST_F(Orvhost, APackageThatThePluginRefusesDoesNotFit) {
   const json object = RunJson(Update(folder_.Write("other.zip", refhost::Package("06-01", "long/ssd"))));
   EXPECT_EQ(object["exit_code"], 6);
   EXPECT_EQ(object["phase"], "fit");
@@ -149,7 +149,7 @@ TEST_F(Driver, APackageThatThePluginRefusesDoesNotFit) {
   EXPECT_EQ(State().updateStatus, refhost::kNoUpdate);
 }
 
-TEST_F(Driver, ABmcThatDoesNotAnswerIsNotAPackageThatDoesNotFit) {
+TEST_F(Orvhost, ABmcThatDoesNotAnswerIsNotAPackageThatDoesNotFit) {
   Ask("unreadable");
   const json object = RunJson(Update(good_));
   EXPECT_EQ(object["exit_code"], 7);
@@ -157,7 +157,7 @@ TEST_F(Driver, ABmcThatDoesNotAnswerIsNotAPackageThatDoesNotFit) {
   EXPECT_EQ(object["error"]["evidence"]["completion_code"], "C3");
 }
 
-TEST_F(Driver, AnUpdateThatCannotBePreparedIsTold) {
+TEST_F(Orvhost, AnUpdateThatCannotBePreparedIsTold) {
   Ask("unprepared");
   const json object = RunJson(Update(good_));
   EXPECT_EQ(object["exit_code"], 7);
@@ -166,7 +166,7 @@ TEST_F(Driver, AnUpdateThatCannotBePreparedIsTold) {
             "MSGID_BMC_0016_F The update cannot be started (0B: no IPMI tool).");
 }
 
-TEST_F(Driver, AFailureBeforeTheFlashIsToldWithItsEvidence) {
+TEST_F(Orvhost, AFailureBeforeTheFlashIsToldWithItsEvidence) {
   Ask("connect-fails");
   EXPECT_EQ(Run(Update(good_)), 7);
   EXPECT_EQ(err_,
@@ -182,7 +182,7 @@ TEST_F(Driver, AFailureBeforeTheFlashIsToldWithItsEvidence) {
   EXPECT_EQ(State().operating.info.moduleVersion, "01-23");
 }
 
-TEST_F(Driver, AFailureAfterTheFlashBeganIsAnother) {
+TEST_F(Orvhost, AFailureAfterTheFlashBeganIsAnother) {
   Ask("flash-fails");
   const json object = RunJson(Update(good_));
   EXPECT_EQ(object["exit_code"], 8);
@@ -191,7 +191,7 @@ TEST_F(Driver, AFailureAfterTheFlashBeganIsAnother) {
   EXPECT_EQ(object["error"]["evidence"]["command"], "\"/opt/orv/KV6KBMC/Yafuflash\"  -cd  \"image.ima\"");
 }
 
-TEST_F(Driver, AnUnexpectedErrorIsToldToo) {
+TEST_F(Orvhost, AnUnexpectedErrorIsToldToo) {
   Ask("throws");
   json object = RunJson(Update(good_));
   EXPECT_EQ(object["exit_code"], 1);
@@ -203,7 +203,7 @@ TEST_F(Driver, AnUnexpectedErrorIsToldToo) {
   EXPECT_EQ(object["flash_touched"], true);
 }
 
-TEST_F(Driver, RecordsThatCannotBeKeptStopTheUpdateBeforeItBegins) {
+TEST_F(Orvhost, RecordsThatCannotBeKeptStopTheUpdateBeforeItBegins) {
   folder_.Write("repository", "a file where the folder should be");
   const json object = RunJson(Update(good_));
   EXPECT_EQ(object["exit_code"], 7);
@@ -211,7 +211,7 @@ TEST_F(Driver, RecordsThatCannotBeKeptStopTheUpdateBeforeItBegins) {
   EXPECT_EQ(object["flash_touched"], false);
 }
 
-TEST_F(Driver, DamagedRecordsAreToldOnceAndKeptAside) {
+TEST_F(Orvhost, DamagedRecordsAreToldOnceAndKeptAside) {
   folder_.Write("repository/state.json", "garbage");
   const json object = RunJson(Update(good_));
   EXPECT_EQ(object["exit_code"], 7);
@@ -220,7 +220,7 @@ TEST_F(Driver, DamagedRecordsAreToldOnceAndKeptAside) {
   EXPECT_EQ(Run(Update(good_)), 0);
 }
 
-TEST_F(Driver, ApplyPutsAWrittenUpdateIntoOperation) {
+TEST_F(Orvhost, ApplyPutsAWrittenUpdateIntoOperation) {
   ASSERT_EQ(Run(Update(good_)), 0);
   const json object = RunJson("apply --yes");
   EXPECT_EQ(object["verdict"], "going-down");
@@ -229,20 +229,20 @@ TEST_F(Driver, ApplyPutsAWrittenUpdateIntoOperation) {
   EXPECT_EQ(object["after"], "01-24");
 }
 
-TEST_F(Driver, ApplyWithoutAConfirmationIsRefused) {
+TEST_F(Orvhost, ApplyWithoutAConfirmationIsRefused) {
   ASSERT_EQ(Run(Update(good_)), 0);
   EXPECT_EQ(Run("apply"), 2);
   EXPECT_EQ(err_.find("orvhost apply: This halts the machine, so it must be confirmed.\n"), 0U) << err_;
   EXPECT_EQ(RunJson("apply")["verdict"], "not-confirmed");
 }
 
-TEST_F(Driver, ApplyWithoutAWrittenUpdateIsNothingToDo) {
+TEST_F(Orvhost, ApplyWithoutAWrittenUpdateIsNothingToDo) {
   const json object = RunJson("apply");
   EXPECT_EQ(object["verdict"], "nothing-to-do");
   EXPECT_EQ(object["changed"], false);
 }
 
-TEST_F(Driver, ApplyOfAFailedUpdateIsRefused) {
+TEST_F(Orvhost, ApplyOfAFailedUpdateIsRefused) {
   Ask("flash-fails");
   ASSERT_EQ(Run(Update(good_)), 8);
   const json object = RunJson("apply --yes");
@@ -250,7 +250,7 @@ TEST_F(Driver, ApplyOfAFailedUpdateIsRefused) {
   EXPECT_EQ(object["error"]["cause"], "The last update failed.");
 }
 
-TEST_F(Driver, ApplyThatTheBmcRefusesIsTold) {
+TEST_F(Orvhost, ApplyThatTheBmcRefusesIsTold) {
   ASSERT_EQ(Run(Update(good_)), 0);
   Ask("unarmed");
   const json object = RunJson("apply --yes");
@@ -259,7 +259,7 @@ TEST_F(Driver, ApplyThatTheBmcRefusesIsTold) {
   EXPECT_EQ(object["flash_touched"], false);
 }
 
-TEST_F(Driver, ApplyThatDoesNotHaltTheMachineIsTold) {
+TEST_F(Orvhost, ApplyThatDoesNotHaltTheMachineIsTold) {
   ASSERT_EQ(Run(Update(good_)), 0);
   Ask("stays-up");
   const json object = RunJson("apply --yes");
@@ -268,7 +268,7 @@ TEST_F(Driver, ApplyThatDoesNotHaltTheMachineIsTold) {
   EXPECT_EQ(object["error"]["evidence"]["trace"][0], "Failed to delete ExistUpdate.txt");
 }
 
-TEST_F(Driver, VerifyComparesWithTheRecord) {
+TEST_F(Orvhost, VerifyComparesWithTheRecord) {
   ASSERT_EQ(Run(Update(good_)), 0);
   setenv("TEST_PLUGIN_VERSION", "01-24", 1);
   EXPECT_EQ(Run("verify"), 0);
@@ -276,7 +276,7 @@ TEST_F(Driver, VerifyComparesWithTheRecord) {
   EXPECT_EQ(State().updateStatus, refhost::kUpdateVerified);
 }
 
-TEST_F(Driver, VerifyOfAnotherVersionFails) {
+TEST_F(Orvhost, VerifyOfAnotherVersionFails) {
   ASSERT_EQ(Run(Update(good_)), 0);
   const json object = RunJson("verify");
   EXPECT_EQ(object["exit_code"], 9);
@@ -285,31 +285,31 @@ TEST_F(Driver, VerifyOfAnotherVersionFails) {
   EXPECT_EQ(object["error"]["cause"], "The BMC runs version 01-23, but version 01-24 was installed.");
 }
 
-TEST_F(Driver, VerifyOfABmcThatDoesNotAnswerIsAnotherFailure) {
+TEST_F(Orvhost, VerifyOfABmcThatDoesNotAnswerIsAnotherFailure) {
   ASSERT_EQ(Run(Update(good_)), 0);
   Ask("unreadable");
   EXPECT_EQ(RunJson("verify")["exit_code"], 7);
 }
 
-TEST_F(Driver, VerifyWithoutARecordIsTold) {
+TEST_F(Orvhost, VerifyWithoutARecordIsTold) {
   const json object = RunJson("verify");
   EXPECT_EQ(object["exit_code"], 7);
   EXPECT_EQ(object["verdict"], "nothing-recorded");
 }
 
-TEST_F(Driver, MethodsRunsAMethodByItsName) {
+TEST_F(Orvhost, MethodsRunsAMethodByItsName) {
   EXPECT_EQ(RunJson("methods SendInfoToSVP")["verdict"], "done");
   const json object = RunJson("methods reboot");
   EXPECT_EQ(object["exit_code"], 7);
   EXPECT_EQ(object["error"]["evidence"]["trace"][0], "Invalid function name");
 }
 
-TEST_F(Driver, TheMethodRebootMustBeConfirmed) {
+TEST_F(Orvhost, TheMethodRebootMustBeConfirmed) {
   EXPECT_EQ(Run("methods Reboot"), 2);
   EXPECT_EQ(RunJson("methods Reboot --yes")["verdict"], "going-down");
 }
 
-TEST_F(Driver, APluginThatCannotBeLoadedIsTold) {
+TEST_F(Orvhost, APluginThatCannotBeLoadedIsTold) {
   const std::pair<std::string, std::string> cases[] = {
       {folder_ / "missing.so", "cannot open shared object file: No such file or directory"},
       {folder_.Write("text.so", "no library"), "file too short"},
@@ -323,7 +323,7 @@ TEST_F(Driver, APluginThatCannotBeLoadedIsTold) {
   }
 }
 
-TEST_F(Driver, APluginWithoutAVendorObjectOrAHandlerIsTold) {
+TEST_F(Orvhost, APluginWithoutAVendorObjectOrAHandlerIsTold) {
   Ask("no-vendor");
   json object = RunJson("identify");
   EXPECT_EQ(object["exit_code"], 3);
@@ -336,7 +336,7 @@ TEST_F(Driver, APluginWithoutAVendorObjectOrAHandlerIsTold) {
             std::string::npos);
 }
 
-TEST_F(Driver, APluginIsFoundByARelativePath) {
+TEST_F(Orvhost, APluginIsFoundByARelativePath) {
   const std::filesystem::path plugin(TEST_PLUGIN_PATH);
   plugin_ = plugin.filename();
   const std::string command = "cd \"" + plugin.parent_path().string() + "\" && " + CommandLine("identify --quiet");
@@ -345,7 +345,7 @@ TEST_F(Driver, APluginIsFoundByARelativePath) {
   EXPECT_EQ(exitCode, 0U);
 }
 
-TEST_F(Driver, BadUsageIsTold) {
+TEST_F(Orvhost, BadUsageIsTold) {
   for (const char* arguments : {"", "frobnicate", "update", "methods", "identify --frobnicate", "identify extra"}) {
     EXPECT_EQ(Run(arguments), 2) << arguments;
     EXPECT_EQ(out_, "") << arguments;
@@ -355,7 +355,7 @@ TEST_F(Driver, BadUsageIsTold) {
   }
 }
 
-TEST_F(Driver, HelpAndVersionAreNoErrors) {
+TEST_F(Orvhost, HelpAndVersionAreNoErrors) {
   EXPECT_EQ(Run("--help"), 0);
   EXPECT_NE(out_.find("Subcommands:"), std::string::npos);
   EXPECT_EQ(Run("update --help"), 0);
@@ -375,7 +375,7 @@ TEST_F(Driver, HelpAndVersionAreNoErrors) {
   EXPECT_EQ(out_.find("orvhost "), 0U);
 }
 
-TEST_F(Driver, TheLogFileHoldsTheFullTrace) {
+TEST_F(Orvhost, TheLogFileHoldsTheFullTrace) {
   ASSERT_EQ(Run("identify --log-file \"" + (folder_ / "log") + "\""), 0);
   ASSERT_EQ(Run("identify --log-file \"" + (folder_ / "log") + "\""), 0);
   std::istringstream log(folder_.Read("log"));
@@ -390,20 +390,20 @@ TEST_F(Driver, TheLogFileHoldsTheFullTrace) {
   EXPECT_EQ(lines, twice);
 }
 
-TEST_F(Driver, ALogFileThatCannotBeWrittenIsTold) {
+TEST_F(Orvhost, ALogFileThatCannotBeWrittenIsTold) {
   const json object = RunJson("identify --log-file \"" + (folder_ / "missing/log") + "\"");
   EXPECT_EQ(object["exit_code"], 2);
   EXPECT_EQ(object["error"]["cause"],
             "cannot open the log file " + (folder_ / "missing/log") + ": No such file or directory");
 }
 
-TEST_F(Driver, VerboseShowsTheTraceBesideTheOutput) {
+TEST_F(Orvhost, VerboseShowsTheTraceBesideTheOutput) {
   EXPECT_EQ(Run("identify -v"), 0);
   EXPECT_NE(err_.find(" 1 Execute command [tool raw 0x06 0x01 > result]\n"), std::string::npos);
   EXPECT_EQ(err_.find("LinkDevice"), std::string::npos);
 }
 
-TEST_F(DriverAtATerminal, ApplyAsksBeforeItHaltsTheMachine) {
+TEST_F(OrvhostAtATerminal, ApplyAsksBeforeItHaltsTheMachine) {
   ASSERT_EQ(Run(Update(good_)), 0);
   EXPECT_EQ(RunAtTerminal("apply", "\n"), 2);
   EXPECT_NE(screen_.find("This halts the machine now. Go on? [y/N]"), std::string::npos) << screen_;
@@ -411,7 +411,7 @@ TEST_F(DriverAtATerminal, ApplyAsksBeforeItHaltsTheMachine) {
   EXPECT_NE(screen_.find("The machine is going down."), std::string::npos) << screen_;
 }
 
-TEST_F(DriverAtATerminal, ThereIsNoQuestionWithJsonOrQuiet) {
+TEST_F(OrvhostAtATerminal, ThereIsNoQuestionWithJsonOrQuiet) {
   ASSERT_EQ(Run(Update(good_)), 0);
   EXPECT_EQ(RunAtTerminal("apply --json", ""), 2);
   EXPECT_EQ(RunAtTerminal("apply --quiet", ""), 2);

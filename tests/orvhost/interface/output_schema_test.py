@@ -1,4 +1,4 @@
-"""What orvhost prints with --json, against its schema in docs/. The tests of the driver leave every object that they see
+"""What orvhost prints with --json, against its schema in docs/. The tests of the tool leave every object that they see
 in a folder; this one reads them all, so it runs after them."""
 
 import copy
@@ -15,14 +15,14 @@ SOURCES = Path(__file__).resolve().parents[3]
 SCHEMA = json.loads((SOURCES / "docs" / "orvhost-output.schema.json").read_text())
 OUTPUTS = Path(os.environ["ORVHOST_OUTPUTS"])
 
-# The driver's tests leave more than this; fewer are those of a selection, which ctest lets this test follow too.
+# The tool's tests leave more than this; fewer are those of a selection, which ctest lets this test follow too.
 ALL = 150
 
 VALIDATOR = jsonschema.Draft202012Validator(SCHEMA)
 
 
 def outputs() -> dict[str, dict]:
-    """Every object that the driver's tests saw, by the test and its number."""
+    """Every object that the tool's tests saw, by the test and its number."""
     return {path.stem: json.loads(path.read_text()) for path in sorted(OUTPUTS.glob("*.json"))}
 
 
@@ -44,7 +44,7 @@ class OutputSchema(unittest.TestCase):
 
     def need_all(self):
         if len(self.outputs) < ALL:
-            self.skipTest(f"only {len(self.outputs)} outputs: this followed a selection of the driver's tests")
+            self.skipTest(f"only {len(self.outputs)} outputs: this followed a selection of the tool's tests")
 
     def test_the_schema_is_one(self):
         jsonschema.Draft202012Validator.check_schema(SCHEMA)

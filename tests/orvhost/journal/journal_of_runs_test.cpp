@@ -1,4 +1,4 @@
-// The journal that a run of the driver leaves, also on a disk that takes no more.
+// The journal that a run of the tool leaves, also on a disk that takes no more.
 #include <algorithm>
 
 #include "orvhost/journal/journal_folder.h"
@@ -8,7 +8,7 @@ namespace orvhost {
 
 namespace {
 
-class DriverJournal : public BackgroundDriver {
+class JournalOfARun : public BackgroundOrvhost {
  protected:
   std::vector<std::string> Runs() const { return ListRuns(folder_ / "journal"); }
 
@@ -39,7 +39,7 @@ class DriverJournal : public BackgroundDriver {
     return kinds;
   }
 
-  // Runs the driver with a limit of `blocks` times 512 bytes on the size of the files that it writes.
+  // Runs the tool with a limit of `blocks` times 512 bytes on the size of the files that it writes.
   json RunWithLittleRoom(const std::string& arguments, int blocks) {
     // The output goes through a pipe, which the limit spares.
     const std::string command = "(trap '' XFSZ; ulimit -f " + std::to_string(blocks) + "; exec " +
@@ -51,7 +51,7 @@ class DriverJournal : public BackgroundDriver {
   }
 };
 
-TEST_F(DriverJournal, OfAnUpdateHasEveryPhaseAndEndsWithTheOutcome) {
+TEST_F(JournalOfARun, OfAnUpdateHasEveryPhaseAndEndsWithTheOutcome) {
   const json object = RunJson(Update(good_));
   ASSERT_EQ(Runs(), refhost::Lines{object["run_id"]});
   EXPECT_EQ(Phases(object["run_id"]), (refhost::Lines{"package", "plug-in", "prerequisites", "server type", "fit",
@@ -67,7 +67,7 @@ TEST_F(DriverJournal, OfAnUpdateHasEveryPhaseAndEndsWithTheOutcome) {
   EXPECT_TRUE(flashed);
 }
 
-TEST_F(DriverJournal, IsLeftByWhateverLoadsThePlugin) {
+TEST_F(JournalOfARun, IsLeftByWhateverLoadsThePlugin) {
   for (const char* arguments : {"identify", "check good.zip", "update missing.zip", "apply", "verify", "report --out /",
                                 "notify", "methods SendInfoToSVP", "explain 14", "history", "frobnicate"}) {
     Run(arguments);
@@ -79,20 +79,20 @@ TEST_F(DriverJournal, IsLeftByWhateverLoadsThePlugin) {
   std::filesystem::remove(folder_ / "Kestrel_BmcConfigInfo.xml");
 }
 
-TEST_F(DriverJournal, OfAKilledRunHoldsAllUpToItsLastMoment) {
+TEST_F(JournalOfARun, OfAKilledRunHoldsAllUpToItsLastMoment) {
   Kill(StartAtTheGate(Update(good_), "waits"));
   const auto lines = Entries(Runs().at(0));
   EXPECT_EQ(lines.back()["kind"], "trace");
   EXPECT_EQ(lines.back()["text"].get<std::string>().find("Execute:"), 0U);
 }
 
-TEST_F(DriverJournal, ThatIsLeftAfterAnotherIsTheNewer) {
+TEST_F(JournalOfARun, ThatIsLeftAfterAnotherIsTheNewer) {
   const json first = RunJson("identify");
   const json second = RunJson("identify");
   EXPECT_LT(first["run_id"], second["run_id"]);
 }
 
-TEST_F(DriverJournal, ThatCannotBeWrittenStopsAnUpdateBeforeItBegins) {
+TEST_F(JournalOfARun, ThatCannotBeWrittenStopsAnUpdateBeforeItBegins) {
   folder_.Write("journal", "a file where the folder should be");
   const json object = RunJson(Update(good_));
   EXPECT_EQ(object["exit_code"], 7);
@@ -104,7 +104,7 @@ TEST_F(DriverJournal, ThatCannotBeWrittenStopsAnUpdateBeforeItBegins) {
   EXPECT_EQ(RunJson(Update(good_))["notices"], json::array());  // the lock was given back
 }
 
-TEST_F(DriverJournal, ThatCannotBeWrittenIsNoReasonNotToAsk) {
+TEST_F(JournalOfARun, ThatCannotBeWrittenIsNoReasonNotToAsk) {
   folder_.Write("journal", "a file where the folder should be");
   for (const std::string& arguments : {std::string("identify"), Update(good_) + " --dry-run"}) {
     const json object = RunJson(arguments);
@@ -114,7 +114,7 @@ TEST_F(DriverJournal, ThatCannotBeWrittenIsNoReasonNotToAsk) {
   }
 }
 
-TEST_F(DriverJournal, ADiskThatFillsUpDoesNotStopAnUpdateThatIsUnderWay) {
+TEST_F(JournalOfARun, ADiskThatFillsUpDoesNotStopAnUpdateThatIsUnderWay) {
   const json object = RunWithLittleRoom(Update(good_), 4);
   EXPECT_EQ(object["verdict"], "updated") << object;
   EXPECT_EQ(object["notices"],
@@ -123,7 +123,7 @@ TEST_F(DriverJournal, ADiskThatFillsUpDoesNotStopAnUpdateThatIsUnderWay) {
   EXPECT_EQ(std::filesystem::file_size(JournalPath(folder_ / "journal", Runs().at(0))), 2048U);
 }
 
-TEST_F(DriverJournal, ADiskThatIsFullStopsAnUpdateBeforeItBegins) {
+TEST_F(JournalOfARun, ADiskThatIsFullStopsAnUpdateBeforeItBegins) {
   RunWithLittleRoom("identify", 4);
   const json object = RunWithLittleRoom(Update(good_), 1);
   EXPECT_EQ(object["verdict"], "journal-unusable") << object;
@@ -131,7 +131,7 @@ TEST_F(DriverJournal, ADiskThatIsFullStopsAnUpdateBeforeItBegins) {
   EXPECT_EQ(Runs().size(), 1U);
 }
 
-TEST_F(DriverJournal, TheFullDiskIsToldAtTheTerminalOnce) {
+TEST_F(JournalOfARun, TheFullDiskIsToldAtTheTerminalOnce) {
   const std::string command =
       "trap '' XFSZ; ulimit -f 4; exec " + CommandLine(Update(good_)) + " 2> \"" + (folder_ / "err") + "\"";
   EXPECT_EQ(CCommon_Information::ExecForeignModule(command, "", "", nullptr, ~0UL), 0);
@@ -139,7 +139,7 @@ TEST_F(DriverJournal, TheFullDiskIsToldAtTheTerminalOnce) {
             "orvhost: The journal of this run is incomplete, because it could not be written (File too large).\n");
 }
 
-TEST_F(DriverJournal, NoMoreThanTheNewestAreKept) {
+TEST_F(JournalOfARun, NoMoreThanTheNewestAreKept) {
   for (int i = 1; i <= 60; ++i) {
     folder_.Write("journal/" + NextRunId(Runs(), "2026-01-31T12:00:00.000000Z") + ".jsonl",
                   i == 3 ? R"({"kind": "begin", "command": "update", "options": {"dry_run": false}})" : "");
@@ -150,7 +150,7 @@ TEST_F(DriverJournal, NoMoreThanTheNewestAreKept) {
   EXPECT_EQ(runs.front().substr(0, 8), "00000003");
 }
 
-TEST_F(DriverJournal, MakesNoDifferenceToTheAnswer) {
+TEST_F(JournalOfARun, MakesNoDifferenceToTheAnswer) {
   json with = RunJson("identify");
   EXPECT_EQ(Kinds(with["run_id"]),
             (refhost::Lines{"begin", "phase", "trace", "phase", "phase", "trace", "trace", "end"}));

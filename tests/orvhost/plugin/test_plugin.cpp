@@ -1,5 +1,5 @@
-// A plug-in that answers as its environment asks, for the tests of the driver. It writes the trace lines by which the
-// driver recognises what happened, as the real plug-in does.
+// A plug-in that answers as its environment asks, for the tests of the tool. It writes the trace lines by which the
+// tool recognises what happened, as the real plug-in does.
 //
 //   TEST_PLUGIN          what is out of the ordinary, words separated by blanks; see Asked()
 //   TEST_PLUGIN_VERSION  version that runs, 01-23 without it

@@ -9,7 +9,7 @@ namespace orvhost {
 
 namespace {
 
-class Lock : public BackgroundDriver {
+class Lock : public BackgroundOrvhost {
  protected:
   json Note() const { return json::parse(folder_.Read("orvhost.lock"), nullptr, false); }
 

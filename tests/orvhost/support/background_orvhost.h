@@ -1,4 +1,4 @@
-// Base of the tests in which a run of the driver is at work, or is killed, while the test goes on. The run waits in the
+// Base of the tests in which a run of the tool is at work, or is killed, while the test goes on. The run waits in the
 // plug-in at a gate, a named pipe, so that nobody has to sleep.
 #ifndef TESTS_ORVHOST_SUPPORT_BACKGROUND_ORVHOST_H
 #define TESTS_ORVHOST_SUPPORT_BACKGROUND_ORVHOST_H
@@ -14,15 +14,15 @@
 
 namespace orvhost {
 
-class BackgroundDriver : public Driver {
+class BackgroundOrvhost : public Orvhost {
  protected:
-  BackgroundDriver() {
+  BackgroundOrvhost() {
     // What a killed run leaves behind becomes a child of this process, which can then wait for its end.
     prctl(PR_SET_CHILD_SUBREAPER, 1);
     EXPECT_EQ(mkfifo((folder_ / "gate").c_str(), 0600), 0);
     setenv("TEST_PLUGIN_GATE", (folder_ / "gate").c_str(), 1);
   }
-  ~BackgroundDriver() override {
+  ~BackgroundOrvhost() override {
     gate_.Close();
     ReapAll();
     prctl(PR_SET_CHILD_SUBREAPER, 0);

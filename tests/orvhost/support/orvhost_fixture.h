@@ -1,4 +1,4 @@
-// Base of the tests that run the driver as a process of its own, with a plug-in that answers as each test asks.
+// Base of the tests that run the tool as a process of its own, with a plug-in that answers as each test asks.
 #ifndef TESTS_ORVHOST_SUPPORT_ORVHOST_FIXTURE_H
 #define TESTS_ORVHOST_SUPPORT_ORVHOST_FIXTURE_H
 
@@ -20,7 +20,7 @@ namespace orvhost {
 
 using nlohmann::json;
 
-// Leaves one object that the driver printed where output_schema_test.py finds it, when there is such a place.
+// Leaves one object that the tool printed where output_schema_test.py finds it, when there is such a place.
 inline void KeepForTheSchema(const std::string& object) {
   static int number = 0;
   const char* folder = getenv("ORVHOST_OUTPUTS");
@@ -33,14 +33,14 @@ inline void KeepForTheSchema(const std::string& object) {
       << object;
 }
 
-class Driver : public refhost::HostTest {
+class Orvhost : public refhost::HostTest {
  protected:
-  Driver() {
+  Orvhost() {
     unsetenv("TEST_PLUGIN");
     unsetenv("TEST_PLUGIN_VERSION");
     good_ = folder_.Write("good.zip", refhost::Package("01-24"));
   }
-  ~Driver() override {
+  ~Orvhost() override {
     unsetenv("TEST_PLUGIN");
     unsetenv("TEST_PLUGIN_VERSION");
   }
@@ -50,7 +50,7 @@ class Driver : public refhost::HostTest {
            "\" --server-type kv6000 " + arguments;
   }
 
-  // Runs the driver and returns its exit code; its outputs are then in out_ and err_.
+  // Runs the tool and returns its exit code; its outputs are then in out_ and err_.
   int Run(const std::string& arguments) {
     unsigned long exitCode = 99;
     const std::string command = CommandLine(arguments) + " 2> \"" + (folder_ / "err") + "\"";
@@ -105,8 +105,8 @@ class Driver : public refhost::HostTest {
   std::string err_;
 };
 
-// Runs the driver at a terminal and types `answer`.
-class DriverAtATerminal : public Driver {
+// Runs the tool at a terminal and types `answer`.
+class OrvhostAtATerminal : public Orvhost {
  protected:
   int RunAtTerminal(const std::string& arguments, const std::string& answer) {
     int terminal = -1;

@@ -6,7 +6,7 @@ namespace orvhost {
 
 namespace {
 
-class Validate : public Driver {
+class Validate : public Orvhost {
  protected:
   // "name: reason" of every check with that result.
   refhost::Lines Ending(const std::string& result) const {
