@@ -130,7 +130,7 @@ ParsedCommandLine ParseCommandLine(int argc, const char* const* argv) {
     options.json = std::any_of(argv, argv + argc, [](const char* word) { return std::string_view(word) == "--json"; });
     parsed.outcome.exitCode = ExitCode::kUsage;
     parsed.outcome.verdict = "usage";
-    parsed.outcome.failure = Failure{error.what(), {}, "Run \"orvhost --help\"."};
+    parsed.outcome.failure = Failure{.cause = error.what(), .evidence = {}, .nextStep = "Run \"orvhost --help\"."};
   }
   return parsed;
 }

@@ -25,7 +25,11 @@ bool AddSinks(const Run& run, TeeSink* tee, Outcome* outcome) {
     std::string error;
     auto file = LineSink::OpenFile(run.options.logFile, &error);
     if (!file) {
-      Fail(run, outcome, ExitCode::kUsage, "log-file-unusable", error, "Give --log-file a path that can be written.");
+      Fail(run, outcome,
+           {.exitCode = ExitCode::kUsage,
+            .verdict = "log-file-unusable",
+            .cause = error,
+            .nextStep = "Give --log-file a path that can be written."});
       return false;
     }
     tee->Add(std::move(file));
@@ -43,9 +47,11 @@ Outcome RunCommand(const Command& command, const Run& run) {
   } catch (const std::exception& error) {
     Outcome outcome;
     outcome.phase = "unexpected";
-    Fail(run, &outcome, run.watch.FlashBegan() ? ExitCode::kFailedFlashBegun : ExitCode::kUnexpected, "unexpected",
-         std::string("An unexpected error ended the run: ") + error.what(),
-         "Keep the log of a run with --log-file and report it.");
+    Fail(run, &outcome,
+         {.exitCode = run.watch.FlashBegan() ? ExitCode::kFailedFlashBegun : ExitCode::kUnexpected,
+          .verdict = "unexpected",
+          .cause = std::string("An unexpected error ended the run: ") + error.what(),
+          .nextStep = "Keep the log of a run with --log-file and report it."});
     return outcome;
   }
 }

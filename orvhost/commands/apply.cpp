@@ -15,10 +15,12 @@ bool IsWaiting(const Run& run, const Session& session, Outcome* outcome) {
     return true;
   }
   if (status == refhost::kUpdateRunning || status == refhost::kUpdateFailed) {
-    Fail(run, outcome, ExitCode::kFailedUntouched, "not-written",
-         status == refhost::kUpdateFailed ? "The last update failed."
-                                          : "The last update was cut off while it was written.",
-         "Run \"orvhost update\" again before anything is put into operation.");
+    Fail(run, outcome,
+         {.exitCode = ExitCode::kFailedUntouched,
+          .verdict = "not-written",
+          .cause = status == refhost::kUpdateFailed ? "The last update failed."
+                                                    : "The last update was cut off while it was written.",
+          .nextStep = "Run \"orvhost update\" again before anything is put into operation."});
     return false;
   }
   outcome->verdict = "nothing-to-do";

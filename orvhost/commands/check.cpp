@@ -18,11 +18,16 @@ std::string WhatUpdateWouldDo(const Outcome& outcome, const std::string& offered
 
 Outcome Check(const Run& run) {
   Outcome outcome;
-  PackageCheck check(run, DamagedRecords::kLeave, &outcome);
-  if (!check.Go()) {
+  PackageCheck check(run, &outcome);
+  if (!check.Read()) {
     return outcome;
   }
-  const Comparison comparison = check.Compare();
+  EnterPhase(run, &outcome, "plug-in");
+  const std::unique_ptr<Session> session = OpenSession(run, DamagedRecords::kLeave, &outcome);
+  if (!session || !check.Judge(*session)) {
+    return outcome;
+  }
+  const Comparison comparison = check.Compare(*session);
   outcome.verdict = comparison.verdict;
   outcome.after = outcome.before;
   outcome.summary = comparison.sentence + WhatUpdateWouldDo(outcome, check.Manifest().version);

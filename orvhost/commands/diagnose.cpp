@@ -67,8 +67,11 @@ bool DiagnoseRoad::FindRunInQuestion() {
     std::string error;
     const auto id = FindRun(runs_, name, &error);
     if (!id) {
-      Fail(run_, &outcome_, ExitCode::kUsage, "no-such-run", error,
-           "Run \"orvhost history\" to see which runs there are.");
+      Fail(run_, &outcome_,
+           {.exitCode = ExitCode::kUsage,
+            .verdict = "no-such-run",
+            .cause = error,
+            .nextStep = "Run \"orvhost history\" to see which runs there are."});
       return false;
     }
     situation_.run = ReadRun(folder_, *id);

@@ -21,8 +21,11 @@ Outcome ExplainCodes(const Run& run) {
   std::string unknown;
   const auto explanations = run.options.codes.empty() ? ExplainAll() : Explain(run.options.codes, &unknown);
   if (!explanations) {
-    Fail(run, &outcome, ExitCode::kUsage, "unknown-code", "There is no code \"" + unknown + "\".",
-         "Run \"orvhost explain\" to see every code.");
+    Fail(run, &outcome,
+         {.exitCode = ExitCode::kUsage,
+          .verdict = "unknown-code",
+          .cause = "There is no code \"" + unknown + "\".",
+          .nextStep = "Run \"orvhost explain\" to see every code."});
     return outcome;
   }
   outcome.verdict = "explained";

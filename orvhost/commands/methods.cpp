@@ -16,9 +16,11 @@ void RunMethod(const Run& run, const Session& session, Outcome* outcome) {
     return;
   }
   if (session.Vendor().ExecVendorMethod(name) != host::kSuccess) {
-    Fail(run, outcome, FailedExitCode(run), "method-failed",
-         "The plug-in does not know the method or it failed: " + name + ".",
-         "Check the name (it is case-sensitive) and mend what the evidence names.");
+    Fail(run, outcome,
+         {.exitCode = FailedExitCode(run),
+          .verdict = "method-failed",
+          .cause = "The plug-in does not know the method or it failed: " + name + ".",
+          .nextStep = "Check the name (it is case-sensitive) and mend what the evidence names."});
     return;
   }
   outcome->verdict = "done";

@@ -51,8 +51,11 @@ void Send(const Run& run, const Session& session, Outcome* outcome) {
     Conclude(seen, outcome);
     return;
   }
-  Fail(run, outcome, FailedExitCode(run), "not-sent", "Not everything was sent." + inWords,
-       "Mend what the evidence names, then run the same command again; it sends everything anew.");
+  Fail(run, outcome,
+       {.exitCode = FailedExitCode(run),
+        .verdict = "not-sent",
+        .cause = "Not everything was sent." + inWords,
+        .nextStep = "Mend what the evidence names, then run the same command again; it sends everything anew."});
 }
 
 Outcome Notify(const Run& run) {

@@ -3,7 +3,6 @@
 #include <filesystem>
 
 #include "host/DllCommon.h"
-#include "orvhost/commands/steps.h"
 
 namespace orvhost {
 
@@ -27,30 +26,55 @@ std::string ModelInWords(const std::string& model) {
 
 }  // namespace
 
-PackageCheck::PackageCheck(const Run& run, DamagedRecords damaged, Outcome* outcome)
-    : run_(run),
-      damaged_(damaged),
-      outcome_(outcome),
-      packagePath_(std::filesystem::absolute(run.options.packagePath).string()) {}
+PackageCheck::PackageCheck(const Run& run, Outcome* outcome)
+    : run_(run), outcome_(outcome), packagePath_(std::filesystem::absolute(run.options.packagePath).string()) {}
 
-bool PackageCheck::Go() {
-  constexpr std::array<Step<PackageCheck>, 6> kSteps{{{"package", &PackageCheck::ReadPackage},
-                                                      {"plug-in", &PackageCheck::LoadPlugin},
-                                                      {"prerequisites", &PackageCheck::CheckPrerequisites},
-                                                      {"server type", &PackageCheck::CheckServerType},
-                                                      {"fit", &PackageCheck::CheckFit},
-                                                      {"compare", &PackageCheck::ReadVersion}}};
-  return TakeSteps(run_, this, kSteps, outcome_);
+bool PackageCheck::Read() {
+  EnterPhase(run_, outcome_, "package");
+  std::string error;
+  if (!refhost::ReadPackageManifest(packagePath_, &manifest_, &error)) {
+    Fail(run_, outcome_,
+         {.exitCode = ExitCode::kPackageUnusable,
+          .verdict = "package-unusable",
+          .cause = "The package " + packagePath_ + " cannot be used: " + error + ".",
+          .nextStep = "Get the package anew and try again."});
+    return false;
+  }
+  outcome_->facts = {
+      {"Package", packagePath_}, {"Package name", manifest_.name}, {"Package version", manifest_.version}};
+  run_.console.Say("Package", manifest_.name + " " + manifest_.version);
+  return true;
 }
 
-Comparison PackageCheck::Compare() const {
+bool PackageCheck::Judge(const Session& session) {
+  EnterPhase(run_, outcome_, "prerequisites");
+  if (!HasPrerequisites(run_, session, outcome_)) {
+    return false;
+  }
+  EnterPhase(run_, outcome_, "server type");
+  if (!CheckServerType()) {
+    return false;
+  }
+  EnterPhase(run_, outcome_, "fit");
+  if (!CheckFit(session)) {
+    return false;
+  }
+  EnterPhase(run_, outcome_, "compare");
+  if (!ReadRunningVersion(run_, session, outcome_)) {
+    return false;
+  }
+  run_.console.Say("Running", outcome_->before);
+  return true;
+}
+
+Comparison PackageCheck::Compare(const Session& session) const {
   const std::string& running = outcome_->before;
   const std::string& offered = manifest_.version;
   if (offered == running) {
     return {"same", "The package is the same: the BMC already runs version " + running + "."};
   }
   const std::string both = "it holds version " + offered + ", and the BMC runs " + running + ".";
-  const int direction = session_->Firmware().CheckVendorVersion(running, offered);
+  const int direction = session.Firmware().CheckVendorVersion(running, offered);
   if (direction > 0) {
     return {"newer", "The package is newer: " + both};
   }
@@ -65,33 +89,14 @@ Comparison PackageCheck::Compare() const {
   return {"same", "The package counts as the same, because the plug-in finds no difference: " + both};
 }
 
-bool PackageCheck::ReadPackage() {
-  std::string error;
-  if (!refhost::ReadPackageManifest(packagePath_, &manifest_, &error)) {
-    Fail(run_, outcome_, ExitCode::kPackageUnusable, "package-unusable",
-         "The package " + packagePath_ + " cannot be used: " + error + ".", "Get the package anew and try again.");
-    return false;
-  }
-  outcome_->facts = {
-      {"Package", packagePath_}, {"Package name", manifest_.name}, {"Package version", manifest_.version}};
-  run_.console.Say("Package", manifest_.name + " " + manifest_.version);
-  return true;
-}
-
-bool PackageCheck::LoadPlugin() {
-  session_ = OpenSession(run_, damaged_, outcome_);
-  return session_ != nullptr;
-}
-
-bool PackageCheck::CheckPrerequisites() {
-  return HasPrerequisites(run_, *session_, outcome_);
-}
-
 bool PackageCheck::CheckServerType() {
   const std::string serverType = CCommon_Information::GetServerType("bmc");
   if (serverType.empty()) {
-    Fail(run_, outcome_, ExitCode::kPrerequisites, "server-type-unknown", "This machine does not tell its server type.",
-         "Give it with --server-type.");
+    Fail(run_, outcome_,
+         {.exitCode = ExitCode::kPrerequisites,
+          .verdict = "server-type-unknown",
+          .cause = "This machine does not tell its server type.",
+          .nextStep = "Give it with --server-type."});
     return false;
   }
   outcome_->facts.emplace_back("Server type", serverType);
@@ -105,16 +110,16 @@ bool PackageCheck::CheckServerType() {
   return DoesNotFit("The package is made for " + types + ", and this machine is " + serverType + ".");
 }
 
-bool PackageCheck::CheckFit() {
+bool PackageCheck::CheckFit(const Session& session) {
   auto watch = std::make_unique<FitWatch>();
   const FitWatch& seen = *watch;
   run_.trace.Add(std::move(watch));
   CManageRepositoryInfo repository{kModuleId, manifest_.name, kModuleKind, "", manifest_.version, manifest_.model};
-  if (!session_->Vendor().CheckUpdateConditionByDevicevendor(kModuleKind, &repository)) {
+  if (!session.Vendor().CheckUpdateConditionByDevicevendor(kModuleKind, &repository)) {
     return true;
   }
   // The plug-in answers the same for a BMC that it cannot ask; then asking again tells which of the two it was.
-  return ReadRunningVersion(run_, *session_, outcome_) && RefusedByPlugin(seen);
+  return ReadRunningVersion(run_, session, outcome_) && RefusedByPlugin(seen);
 }
 
 bool PackageCheck::RefusedByPlugin(const FitWatch& seen) {
@@ -136,16 +141,9 @@ bool PackageCheck::RefusedByPlugin(const FitWatch& seen) {
                     "does not fit this machine, which runs version " + outcome_->before + ".");
 }
 
-bool PackageCheck::ReadVersion() {
-  if (!ReadRunningVersion(run_, *session_, outcome_)) {
-    return false;
-  }
-  run_.console.Say("Running", outcome_->before);
-  return true;
-}
-
 bool PackageCheck::DoesNotFit(const std::string& cause, const std::string& nextStep) {
-  Fail(run_, outcome_, ExitCode::kDoesNotFit, "does-not-fit", cause, nextStep);
+  Fail(run_, outcome_,
+       {.exitCode = ExitCode::kDoesNotFit, .verdict = "does-not-fit", .cause = cause, .nextStep = nextStep});
   return false;
 }
 

@@ -3,7 +3,6 @@
 #ifndef ORVHOST_COMMANDS_PACKAGE_CHECK_H
 #define ORVHOST_COMMANDS_PACKAGE_CHECK_H
 
-#include <memory>
 #include <string>
 
 #include "orvhost/run/run.h"
@@ -21,37 +20,33 @@ struct Comparison {
 class PackageCheck {
  public:
   // Judges the package that the command line names; findings and failures go to `*outcome`, which must outlive this.
-  PackageCheck(const Run& run, DamagedRecords damaged, Outcome* outcome);
+  PackageCheck(const Run& run, Outcome* outcome);
 
-  // Takes every step up to reading the running version, which is then in `before` of the outcome. False when the
-  // package is not for this machine or a step failed; the outcome is then complete.
-  [[nodiscard]] bool Go();
+  // Reads the package's description, for which no plug-in is needed. False, with the outcome complete, when it cannot.
+  [[nodiscard]] bool Read();
 
-  // Only after Go() answered true. The plug-in compares, but the same text is the same version whatever its form.
-  [[nodiscard]] Comparison Compare() const;
-  [[nodiscard]] const Session& OpenedSession() const { return *session_; }
+  // Only after Read() answered true. Takes every step up to reading the running version, which is then in `before` of
+  // the outcome. False when the package is not for this machine or a step failed; the outcome is then complete.
+  [[nodiscard]] bool Judge(const Session& session);
+
+  // Only after Judge() answered true. The plug-in compares, but the same text is the same version whatever its form.
+  [[nodiscard]] Comparison Compare(const Session& session) const;
 
   [[nodiscard]] const std::string& PackagePath() const { return packagePath_; }
   [[nodiscard]] const refhost::PackageManifest& Manifest() const { return manifest_; }
 
  private:
-  [[nodiscard]] bool ReadPackage();
-  [[nodiscard]] bool LoadPlugin();
-  [[nodiscard]] bool CheckPrerequisites();
   [[nodiscard]] bool CheckServerType();
-  [[nodiscard]] bool CheckFit();
+  [[nodiscard]] bool CheckFit(const Session& session);
   [[nodiscard]] bool RefusedByPlugin(const FitWatch& seen);
-  [[nodiscard]] bool ReadVersion();
   [[nodiscard]] bool DoesNotFit(const std::string& cause, const std::string& nextStep = kOtherPackage);
 
   static constexpr const char* kOtherPackage = "Get the package that is made for this machine.";
 
   const Run& run_;
-  const DamagedRecords damaged_;
   Outcome* const outcome_;
   const std::string packagePath_;
   refhost::PackageManifest manifest_;
-  std::unique_ptr<Session> session_;
 };
 
 // What the host calls the module that it installs.

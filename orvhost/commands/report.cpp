@@ -28,9 +28,11 @@ std::string FindFolder(const Run& run, Outcome* outcome) {
   if (!error) {
     return (folder / "").string();
   }
-  Fail(run, outcome, ExitCode::kUsage, "folder-unusable",
-       "The report cannot be written to the folder " + run.options.outFolder + ": " + error.message() + ".",
-       "Give another folder with --out, or make this one usable.");
+  Fail(run, outcome,
+       {.exitCode = ExitCode::kUsage,
+        .verdict = "folder-unusable",
+        .cause = "The report cannot be written to the folder " + run.options.outFolder + ": " + error.message() + ".",
+        .nextStep = "Give another folder with --out, or make this one usable."});
   return "";
 }
 
@@ -38,12 +40,18 @@ void ExplainFailure(const Run& run, const std::string& path, Outcome* outcome) {
   const bool isFile = run.watch.LastMessageId() == kFailureMessage && run.watch.LastDetail() == kFileDetail;
   const std::string old = CFileUtility::IsFileExist(path) ? " The file " + path + " is an earlier one." : "";
   if (isFile) {
-    Fail(run, outcome, FailedExitCode(run), "report-not-written",
-         "The report could not be written to " + path + "." + old,
-         "Make sure that there is room and that the evidence names nothing else, then run the same command again.");
+    Fail(run, outcome,
+         {.exitCode = FailedExitCode(run),
+          .verdict = "report-not-written",
+          .cause = "The report could not be written to " + path + "." + old,
+          .nextStep = "Make sure that there is room and that the evidence names nothing else, then run the same "
+                      "command again."});
   } else {
-    Fail(run, outcome, FailedExitCode(run), "report-failed", "The report could not be made." + old,
-         "Mend what the evidence names, then run the same command again.");
+    Fail(run, outcome,
+         {.exitCode = FailedExitCode(run),
+          .verdict = "report-failed",
+          .cause = "The report could not be made." + old,
+          .nextStep = "Mend what the evidence names, then run the same command again."});
   }
 }
 
@@ -59,9 +67,11 @@ bool Write(const Run& run, const Session& session, const std::string& folder, Ou
     return true;
   }
   if (result == host::kNoReport) {
-    Fail(run, outcome, ExitCode::kDoesNotFit, "no-report",
-         "There is no report for a server of the type " + CCommon_Information::GetServerType("bmc") + ".",
-         "Run \"orvhost identify\" for what can be told about this machine.");
+    Fail(run, outcome,
+         {.exitCode = ExitCode::kDoesNotFit,
+          .verdict = "no-report",
+          .cause = "There is no report for a server of the type " + CCommon_Information::GetServerType("bmc") + ".",
+          .nextStep = "Run \"orvhost identify\" for what can be told about this machine."});
   } else {
     ExplainFailure(run, folder + kReportFileName, outcome);
   }
@@ -72,8 +82,11 @@ void Tell(const Run& run, const std::string& path, Outcome* outcome) {
   std::vector<std::pair<std::string, std::string>> items;
   std::string error;
   if (!ReadReportFile(path, &items, &error)) {
-    Fail(run, outcome, FailedExitCode(run), "report-unreadable",
-         "The report in " + path + " cannot be read back: " + error + ".", "Run the same command again.");
+    Fail(run, outcome,
+         {.exitCode = FailedExitCode(run),
+          .verdict = "report-unreadable",
+          .cause = "The report in " + path + " cannot be read back: " + error + ".",
+          .nextStep = "Run the same command again."});
     return;
   }
   outcome->verdict = "reported";

@@ -24,7 +24,11 @@ Outcome Show(const Run& run) {
   std::string error;
   const auto id = FindRun(ListRuns(folder), run.options.runName, &error);
   if (!id) {
-    Fail(run, &outcome, ExitCode::kUsage, "no-such-run", error, "Run \"orvhost history\" to see which runs there are.");
+    Fail(run, &outcome,
+         {.exitCode = ExitCode::kUsage,
+          .verdict = "no-such-run",
+          .cause = error,
+          .nextStep = "Run \"orvhost history\" to see which runs there are."});
     return outcome;
   }
   const RecordedRun recorded = ReadRun(folder, *id);

@@ -11,22 +11,31 @@ bool MayHalt(const Run& run, Outcome* outcome) {
   if (run.console.CanAsk() && run.console.Ask("This halts the machine now. Go on?")) {
     return true;
   }
-  Fail(run, outcome, ExitCode::kUsage, "not-confirmed", "This halts the machine, so it must be confirmed.",
-       "Run the same command again with --yes when the machine may go down.");
+  Fail(run, outcome,
+       {.exitCode = ExitCode::kUsage,
+        .verdict = "not-confirmed",
+        .cause = "This halts the machine, so it must be confirmed.",
+        .nextStep = "Run the same command again with --yes when the machine may go down."});
   return false;
 }
 
 void PutIntoOperation(const Run& run, const Session& session, Outcome* outcome) {
   const bool accepted = session.Vendor().ExecVendorMethod(kRebootMethod) == host::kSuccess;
   if (!accepted) {
-    Fail(run, outcome, FailedExitCode(run), "not-applied", "The new firmware was not put into operation.",
-         "The machine stays up and the written firmware stays in place; run the same command again.");
+    Fail(run, outcome,
+         {.exitCode = FailedExitCode(run),
+          .verdict = "not-applied",
+          .cause = "The new firmware was not put into operation.",
+          .nextStep = "The machine stays up and the written firmware stays in place; run the same command again."});
     return;
   }
   // A plug-in may report success although it stopped before the shutdown; the trace tells.
   if (!run.watch.ShutdownWasRequested()) {
-    Fail(run, outcome, FailedExitCode(run), "not-halted", "The BMC is ready, but the machine was not shut down.",
-         "Shut the machine down by hand (shutdown -h now); the BMC then starts the new firmware.");
+    Fail(run, outcome,
+         {.exitCode = FailedExitCode(run),
+          .verdict = "not-halted",
+          .cause = "The BMC is ready, but the machine was not shut down.",
+          .nextStep = "Shut the machine down by hand (shutdown -h now); the BMC then starts the new firmware."});
     return;
   }
   outcome->verdict = "going-down";

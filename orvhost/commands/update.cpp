@@ -31,11 +31,12 @@ class UninterruptedSection {
 // The road of one update.
 class UpdateRoad {
  public:
-  explicit UpdateRoad(const Run& run) : run_(run), check_(run, DamagedRecordsOf(run.options), &outcome_) {}
+  explicit UpdateRoad(const Run& run) : run_(run), check_(run, &outcome_) {}
 
   Outcome Go();
 
  private:
+  bool OpenPlugin();
   bool FindSomethingToDo();
   bool Register();
   bool Prepare();
@@ -47,6 +48,7 @@ class UpdateRoad {
   const Run& run_;
   Outcome outcome_;
   PackageCheck check_;
+  std::unique_ptr<Session> session_;
   int result_ = 0;
 };
 
@@ -56,7 +58,7 @@ Outcome UpdateRoad::Go() {
                                                     {"prepare", &UpdateRoad::Prepare},
                                                     {"write", &UpdateRoad::Write},
                                                     {"record", &UpdateRoad::Record}}};
-  if (!check_.Go() || !TakeSteps(run_, this, kSteps, &outcome_)) {
+  if (!check_.Read() || !OpenPlugin() || !check_.Judge(*session_) || !TakeSteps(run_, this, kSteps, &outcome_)) {
     return outcome_;
   }
   outcome_.verdict = result_ == host::kUpdateTimedOut ? "updated-after-time-out" : "updated";
@@ -71,19 +73,25 @@ Outcome UpdateRoad::Go() {
   return outcome_;
 }
 
+bool UpdateRoad::OpenPlugin() {
+  EnterPhase(run_, &outcome_, "plug-in");
+  session_ = OpenSession(run_, DamagedRecordsOf(run_.options), &outcome_);
+  return session_ != nullptr;
+}
+
 // Ends a dry run too: up to here nothing is changed.
 bool UpdateRoad::FindSomethingToDo() {
   if (outcome_.before != Version()) {
     if (!run_.options.dryRun) {
       return true;
     }
-    EndDryRun(check_.Compare().sentence + " \"orvhost update\" would write version " + Version() +
+    EndDryRun(check_.Compare(*session_).sentence + " \"orvhost update\" would write version " + Version() +
                   " and record it, which takes minutes; the BMC would go on running " + outcome_.before +
                   " until \"orvhost apply\".",
               &outcome_);
     return false;
   }
-  CFirmware& firmware = check_.OpenedSession().Firmware();
+  CFirmware& firmware = session_->Firmware();
   outcome_.verdict = "nothing-to-do";
   outcome_.after = outcome_.before;
   outcome_.summary = "Nothing to do: the BMC already runs version " + outcome_.before + ".";
@@ -95,49 +103,60 @@ bool UpdateRoad::FindSomethingToDo() {
 }
 
 bool UpdateRoad::Register() {
-  CFirmware& firmware = check_.OpenedSession().Firmware();
+  CFirmware& firmware = session_->Firmware();
   if (firmware.InitializeOperatingModuleInfo(outcome_.before) == host::kSuccess &&
-      check_.OpenedSession().Vendor().ConfirmUpdateModuleRegistration(kModuleKind, kModuleId, check_.PackagePath()) ==
+      session_->Vendor().ConfirmUpdateModuleRegistration(kModuleKind, kModuleId, check_.PackagePath()) ==
           host::kSuccess) {
     return true;
   }
-  Fail(run_, &outcome_, ExitCode::kFailedUntouched, "not-registered", "The host could not keep its records.",
-       "Make sure that " + refhost::ModuleStateFolder() + " can be written, then try again.");
+  Fail(run_, &outcome_,
+       {.exitCode = ExitCode::kFailedUntouched,
+        .verdict = "not-registered",
+        .cause = "The host could not keep its records.",
+        .nextStep = "Make sure that " + refhost::ModuleStateFolder() + " can be written, then try again."});
   return false;
 }
 
 bool UpdateRoad::Prepare() {
-  if (check_.OpenedSession().Vendor().ExecutePreUpdate(kModuleKind, false) == host::kSuccess) {
+  if (session_->Vendor().ExecutePreUpdate(kModuleKind, false) == host::kSuccess) {
     return true;
   }
-  Fail(run_, &outcome_, FailedExitCode(run_), "not-prepared", "The plug-in refused to start the update.",
-       "Mend what the evidence names, then run the same command again.");
+  Fail(run_, &outcome_,
+       {.exitCode = FailedExitCode(run_),
+        .verdict = "not-prepared",
+        .cause = "The plug-in refused to start the update.",
+        .nextStep = "Mend what the evidence names, then run the same command again."});
   return false;
 }
 
 bool UpdateRoad::Write() {
   run_.console.Say("Writing", Version() + "; this takes minutes, keep the machine powered");
   const UninterruptedSection section;
-  result_ = check_.OpenedSession().Vendor().ExecuteUpdate(kModuleKind, false);
+  result_ = session_->Vendor().ExecuteUpdate(kModuleKind, false);
   if (result_ == host::kSuccess || result_ == host::kUpdateTimedOut) {
     return true;
   }
   const bool begun = run_.watch.FlashBegan();
-  Fail(run_, &outcome_, FailedExitCode(run_), "update-failed",
-       begun ? "The update failed after writing the firmware had begun."
-             : "The update failed before anything was written.",
-       begun ? "Keep the machine powered and do not reboot it; run the same command again."
-             : "Mend what the evidence names, then run the same command again.");
+  Fail(run_, &outcome_,
+       {.exitCode = FailedExitCode(run_),
+        .verdict = "update-failed",
+        .cause = begun ? "The update failed after writing the firmware had begun."
+                       : "The update failed before anything was written.",
+        .nextStep = begun ? "Keep the machine powered and do not reboot it; run the same command again."
+                          : "Mend what the evidence names, then run the same command again."});
   return false;
 }
 
 bool UpdateRoad::Record() {
-  if (check_.OpenedSession().Firmware().ApplyUpdatesRepository() == host::kSuccess) {
+  if (session_->Firmware().ApplyUpdatesRepository() == host::kSuccess) {
     return true;
   }
-  Fail(run_, &outcome_, FailedExitCode(run_), "not-recorded",
-       "Firmware version " + Version() + " is written, but the host could not keep its records.",
-       "Make sure that " + refhost::ModuleStateFolder() + " can be written, then run the same command again.");
+  Fail(run_, &outcome_,
+       {.exitCode = FailedExitCode(run_),
+        .verdict = "not-recorded",
+        .cause = "Firmware version " + Version() + " is written, but the host could not keep its records.",
+        .nextStep =
+            "Make sure that " + refhost::ModuleStateFolder() + " can be written, then run the same command again."});
   return false;
 }
 

@@ -121,10 +121,12 @@ Outcome Validate(const Run& run) {
   for (const std::string& name : validation.Failed()) {
     names += (names.empty() ? "" : ", ") + name;
   }
-  Fail(run, &outcome, ExitCode::kPluginUnusable, "not-valid",
-       "The plug-in " + run.options.pluginPath + " fails of " + std::to_string(validation.Count()) +
-           " checks these: " + names + ".",
-       "Do not use this plug-in before its maker has mended what the failed checks tell.");
+  Fail(run, &outcome,
+       {.exitCode = ExitCode::kPluginUnusable,
+        .verdict = "not-valid",
+        .cause = "The plug-in " + run.options.pluginPath + " fails of " + std::to_string(validation.Count()) +
+                 " checks these: " + names + ".",
+        .nextStep = "Do not use this plug-in before its maker has mended what the failed checks tell."});
   return outcome;
 }
 

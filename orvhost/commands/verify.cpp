@@ -10,16 +10,21 @@ constexpr const char* kMismatchMessage = "MSGID_BMC_0015_F";  // carries the run
 
 void Explain(const Run& run, const std::string& recorded, Outcome* outcome) {
   if (run.watch.LastMessageId() != kMismatchMessage) {
-    Fail(run, outcome, FailedExitCode(run), "bmc-unreadable", "The BMC does not tell its firmware version.",
-         "Wait a minute in case the BMC is restarting, then run \"orvhost verify\" again.");
+    Fail(run, outcome,
+         {.exitCode = FailedExitCode(run),
+          .verdict = "bmc-unreadable",
+          .cause = "The BMC does not tell its firmware version.",
+          .nextStep = "Wait a minute in case the BMC is restarting, then run \"orvhost verify\" again."});
     return;
   }
   outcome->before = run.watch.LastDetail();
   outcome->after = outcome->before;
-  Fail(run, outcome, ExitCode::kVersionNotExpected, "version-not-expected",
-       "The BMC runs version " + outcome->before + ", but version " + recorded + " was installed.",
-       "If the new firmware was not put into operation yet, run \"orvhost apply\"; otherwise run \"orvhost update\" "
-       "again.");
+  Fail(run, outcome,
+       {.exitCode = ExitCode::kVersionNotExpected,
+        .verdict = "version-not-expected",
+        .cause = "The BMC runs version " + outcome->before + ", but version " + recorded + " was installed.",
+        .nextStep = "If the new firmware was not put into operation yet, run \"orvhost apply\"; otherwise run "
+                    "\"orvhost update\" again."});
 }
 
 Outcome Verify(const Run& run) {
@@ -32,9 +37,11 @@ Outcome Verify(const Run& run) {
   EnterPhase(run, &outcome, "verify");
   const std::string recorded = session->Firmware().GetOperatingModuleInfo().moduleVersion;
   if (recorded.empty()) {
-    Fail(run, &outcome, ExitCode::kFailedUntouched, "nothing-recorded",
-         "No version is recorded under " + run.options.installPath + ", so there is nothing to compare with.",
-         "Run \"orvhost identify\" to see what the BMC runs.");
+    Fail(run, &outcome,
+         {.exitCode = ExitCode::kFailedUntouched,
+          .verdict = "nothing-recorded",
+          .cause = "No version is recorded under " + run.options.installPath + ", so there is nothing to compare with.",
+          .nextStep = "Run \"orvhost identify\" to see what the BMC runs."});
     return outcome;
   }
   outcome.facts = {{"Recorded version", recorded}};

@@ -20,7 +20,7 @@ bool IsAlive(pid_t pid) {
 }
 
 void Busy(const Run& run, Outcome* outcome, const std::string& cause, const std::string& nextStep) {
-  Fail(run, outcome, ExitCode::kBusy, "busy", cause, nextStep);
+  Fail(run, outcome, {.exitCode = ExitCode::kBusy, .verdict = "busy", .cause = cause, .nextStep = nextStep});
 }
 
 }  // namespace
@@ -64,9 +64,11 @@ bool ExclusiveRun::IsFree(RunLock::Result result, Outcome* outcome) {
     case RunLock::Result::kTaken:
       return true;
     case RunLock::Result::kUnusable:
-      Fail(run_, outcome, ExitCode::kUsage, "install-path-unusable",
-           "Runs under " + run_.options.installPath + " cannot be kept apart: " + lock_.Error() + ".",
-           "Run it as a user who may write there, or give another folder with --install-path.");
+      Fail(run_, outcome,
+           {.exitCode = ExitCode::kUsage,
+            .verdict = "install-path-unusable",
+            .cause = "Runs under " + run_.options.installPath + " cannot be kept apart: " + lock_.Error() + ".",
+            .nextStep = "Run it as a user who may write there, or give another folder with --install-path."});
       return false;
     case RunLock::Result::kBusy:
       break;
@@ -129,9 +131,11 @@ bool ExclusiveRun::BeginJournal(Outcome* outcome) {
     return true;
   }
   EnterPhase(run_, outcome, "journal");
-  Fail(run_, outcome, ExitCode::kFailedUntouched, "journal-unusable",
-       "An update that leaves no journal is not begun: " + error + ".",
-       "Make room and make sure that the folder can be written, then run the same command again.");
+  Fail(run_, outcome,
+       {.exitCode = ExitCode::kFailedUntouched,
+        .verdict = "journal-unusable",
+        .cause = "An update that leaves no journal is not begun: " + error + ".",
+        .nextStep = "Make room and make sure that the folder can be written, then run the same command again."});
   return false;
 }
 

@@ -10,12 +10,11 @@ void EnterPhase(const Run& run, Outcome* outcome, const std::string& phase) {
   run.journal.Phase(phase);
 }
 
-void Fail(const Run& run, Outcome* outcome, ExitCode exitCode, const std::string& verdict, const std::string& cause,
-          const std::string& nextStep) {
-  outcome->exitCode = exitCode;
-  outcome->verdict = verdict;
+void Fail(const Run& run, Outcome* outcome, const FailedEnd& end) {
+  outcome->exitCode = end.exitCode;
+  outcome->verdict = end.verdict;
   outcome->flashTouched = run.watch.FlashBegan();
-  outcome->failure = Failure{cause, run.watch.Gathered(), nextStep};
+  outcome->failure = Failure{.cause = end.cause, .evidence = run.watch.Gathered(), .nextStep = end.nextStep};
 }
 
 ExitCode FailedExitCode(const Run& run) {
@@ -27,17 +26,24 @@ std::unique_ptr<Session> OpenSession(const Run& run, DamagedRecords damaged, Out
   std::string error;
   const bool leave = damaged == DamagedRecords::kLeave;
   if (!(leave ? refhost::ReadModuleState : refhost::LoadModuleState)(refhost::ModuleStateFolder(), &state, &error)) {
-    Fail(run, outcome, ExitCode::kFailedUntouched, "records-damaged", error + ".",
-         leave ? "Run \"orvhost identify\": it keeps a damaged file under another name, and the next run goes on with "
-                 "empty records."
-               : "Look at the kept file if its records matter; run the same command again to go on with empty "
-                 "records.");
+    Fail(run, outcome,
+         {.exitCode = ExitCode::kFailedUntouched,
+          .verdict = "records-damaged",
+          .cause = error + ".",
+          .nextStep =
+              leave ? "Run \"orvhost identify\": it keeps a damaged file under another name, and the next run goes on "
+                      "with empty records."
+                    : "Look at the kept file if its records matter; run the same command again to go on with empty "
+                      "records."});
     return nullptr;
   }
   std::unique_ptr<Session> session = Session::Open(run.options.pluginPath, &error);
   if (!session) {
-    Fail(run, outcome, ExitCode::kPluginUnusable, "plugin-unusable", "The plug-in could not be loaded: " + error + ".",
-         "Check the path that --plugin gives and that the plug-in is installed completely.");
+    Fail(run, outcome,
+         {.exitCode = ExitCode::kPluginUnusable,
+          .verdict = "plugin-unusable",
+          .cause = "The plug-in could not be loaded: " + error + ".",
+          .nextStep = "Check the path that --plugin gives and that the plug-in is installed completely."});
   }
   return session;
 }
@@ -52,9 +58,12 @@ bool HasPrerequisites(const Run& run, const Session& session, Outcome* outcome) 
   for (const CNecessaryComponentInfo& component : missing) {
     names += (names.empty() ? "" : ", ") + component.name;
   }
-  Fail(run, outcome, ExitCode::kPrerequisites, "prerequisites-missing", "Missing on this machine: " + names + ".",
-       "Install or start what is missing (the IPMI service needs the kernel's ipmi_si and ipmi_devintf modules), then "
-       "run the same command again.");
+  Fail(run, outcome,
+       {.exitCode = ExitCode::kPrerequisites,
+        .verdict = "prerequisites-missing",
+        .cause = "Missing on this machine: " + names + ".",
+        .nextStep = "Install or start what is missing (the IPMI service needs the kernel's ipmi_si and ipmi_devintf "
+                    "modules), then run the same command again."});
   return false;
 }
 
@@ -64,9 +73,12 @@ bool ReadRunningVersion(const Run& run, const Session& session, Outcome* outcome
     outcome->before = version;
     return true;
   }
-  Fail(run, outcome, FailedExitCode(run), "bmc-unreadable", "The BMC does not tell its firmware version.",
-       "Wait a minute in case the BMC is restarting, then run \"orvhost identify\". If that fails too, run the command "
-       "above by hand to see why.");
+  Fail(run, outcome,
+       {.exitCode = FailedExitCode(run),
+        .verdict = "bmc-unreadable",
+        .cause = "The BMC does not tell its firmware version.",
+        .nextStep = "Wait a minute in case the BMC is restarting, then run \"orvhost identify\". If that fails too, "
+                    "run the command above by hand to see why."});
   return false;
 }
 

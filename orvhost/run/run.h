@@ -27,9 +27,16 @@ struct Run {
 // The run goes on with the step of that name, which is then the one that it ends in unless another one follows.
 void EnterPhase(const Run& run, Outcome* outcome, const std::string& phase);
 
+// How a run ends that fails. Every member must be given.
+struct FailedEnd {
+  ExitCode exitCode;
+  std::string verdict;   // one word for programs
+  std::string cause;     // one sentence for people
+  std::string nextStep;  // the next safe step, for people
+};
+
 // Makes `*outcome` a failure: with what the trace gathered as evidence and what it tells about the flash.
-void Fail(const Run& run, Outcome* outcome, ExitCode exitCode, const std::string& verdict, const std::string& cause,
-          const std::string& nextStep);
+void Fail(const Run& run, Outcome* outcome, const FailedEnd& end);
 
 // kFailedFlashBegun or kFailedUntouched, as the trace tells.
 [[nodiscard]] ExitCode FailedExitCode(const Run& run);
