@@ -3,18 +3,19 @@
 #include <filesystem>
 
 #include "host/DllCommon.h"
+#include "orvhost/trace/plugin_lines.h"
 
 namespace orvhost {
 
 namespace {
 
-constexpr const char* kMalformedMessage = "MSGID_BMC_0008_F";  // its detail tells which version is malformed
+namespace records = plugin_lines::records;
 
 std::string WhichIsMalformed(const std::string& detail) {
-  if (detail == "09") {
+  if (detail == records::kRunningVersionMalformed) {
     return "the running version is";
   }
-  if (detail == "0A") {
+  if (detail == records::kPackageVersionMalformed) {
     return "the package's version is";
   }
   return "one of them is";
@@ -82,7 +83,7 @@ Comparison PackageCheck::Compare(const Session& session) const {
     return {"older", "The package is older: " + both};
   }
   // The plug-in answers the same for versions that it cannot compare, but then it records why.
-  if (run_.watch.LastMessageId() == kMalformedMessage) {
+  if (run_.watch.LastMessageId() == records::kVersionMalformed) {
     return {"not-comparable", "The package cannot be compared, because " + WhichIsMalformed(run_.watch.LastDetail()) +
                                   " malformed: " + both};
   }

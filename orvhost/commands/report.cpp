@@ -7,13 +7,13 @@
 #include "host/Results.h"
 #include "orvhost/commands/commands.h"
 #include "orvhost/commands/report_file.h"
+#include "orvhost/trace/plugin_lines.h"
 
 namespace orvhost {
 
 namespace {
 
-constexpr const char* kFailureMessage = "MSGID_BMC_0018_F";  // its detail tells whether it was the file
-constexpr const char* kFileDetail = "27";
+namespace records = plugin_lines::records;
 
 // The folder for the report as an absolute path that ends with a separator; "" with the failure in `*outcome`.
 std::string FindFolder(const Run& run, Outcome* outcome) {
@@ -37,7 +37,8 @@ std::string FindFolder(const Run& run, Outcome* outcome) {
 }
 
 void ExplainFailure(const Run& run, const std::string& path, Outcome* outcome) {
-  const bool isFile = run.watch.LastMessageId() == kFailureMessage && run.watch.LastDetail() == kFileDetail;
+  const bool isFile =
+      run.watch.LastMessageId() == records::kReportFailed && run.watch.LastDetail() == records::kReportNotWritten;
   const std::string old = CFileUtility::IsFileExist(path) ? " The file " + path + " is an earlier one." : "";
   if (isFile) {
     Fail(run, outcome,

@@ -1,15 +1,14 @@
 // orvhost verify: whether the device runs the version that was installed.
 #include "host/Results.h"
 #include "orvhost/commands/commands.h"
+#include "orvhost/trace/plugin_lines.h"
 
 namespace orvhost {
 
 namespace {
 
-constexpr const char* kMismatchMessage = "MSGID_BMC_0015_F";  // carries the running version
-
 void Explain(const Run& run, const std::string& recorded, Outcome* outcome) {
-  if (run.watch.LastMessageId() != kMismatchMessage) {
+  if (run.watch.LastMessageId() != plugin_lines::records::kOtherVersionRuns) {
     Fail(run, outcome,
          {.exitCode = FailedExitCode(run),
           .verdict = "bmc-unreadable",

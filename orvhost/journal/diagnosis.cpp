@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "host/DllCommon.h"
+#include "orvhost/trace/plugin_lines.h"
 
 namespace orvhost {
 
@@ -20,22 +21,22 @@ class ApplyWatch : public refhost::TraceSink {
     if (record.level != CTraceUtility::TRACE_DBG_INFO) {
       return;
     }
-    // The marker is deleted only when the BMC has confirmed the reboot flag.
-    if (record.text.starts_with("Delete ")) {
-      flagIsArmed_ = true;
-    }
-    if (record.text.starts_with("shutdown -")) {
-      shutdown_ = record.text;
+    flagIsArmed_ |= record.text.starts_with(plugin_lines::lines::kMarkerDeleted);
+    if (plugin_lines::IsGoingDown(record.text)) {
+      isHalting_ = record.text.starts_with(plugin_lines::lines::kMachineHalts);
+      isRestarting_ = !isHalting_;
     }
   }
 
-  bool FlagIsArmed() const { return flagIsArmed_ || IsHalting(); }
-  bool IsHalting() const { return shutdown_.starts_with("shutdown -h"); }
-  bool IsRestarting() const { return shutdown_.starts_with("shutdown -r"); }
+  // The marker is deleted only when the BMC has confirmed the reboot flag.
+  bool FlagIsArmed() const { return flagIsArmed_ || isHalting_; }
+  bool IsHalting() const { return isHalting_; }
+  bool IsRestarting() const { return isRestarting_; }
 
  private:
   bool flagIsArmed_ = false;
-  std::string shutdown_;
+  bool isHalting_ = false;
+  bool isRestarting_ = false;
 };
 
 // How the command that writes the flash ended: "" when the journal does not hold it.

@@ -5,7 +5,7 @@
 #include <cstdio>
 #include <utility>
 
-#include "host/DllCommon.h"
+#include "orvhost/trace/plugin_lines.h"
 
 namespace orvhost {
 
@@ -43,8 +43,7 @@ std::string Aligned(double seconds) {
 
 bool IsFailure(const JournalEntry& entry) {
   const json level = entry.fields.value("level", json());
-  return level == json(CTraceUtility::TRACE_DBG_ERROR) || level == json(CTraceUtility::TRACE_DBG_RETRY) ||
-         entry.Text("text").starts_with("Failed to");
+  return plugin_lines::IsFailure(level.is_number_integer() ? level.get<int>() : 0, entry.Text("text"));
 }
 
 std::string Number(const JournalEntry& entry, const char* name) {

@@ -3,69 +3,37 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
+#include <span>
 #include <sstream>
 
 #include "host/DllCommon.h"
+#include "orvhost/trace/plugin_lines.h"
 
 namespace orvhost {
 
 namespace {
 
+namespace lines = plugin_lines::lines;
+using plugin_lines::Wording;
+
 constexpr int kAttempts = 3;  // of every request to the BMC, and of the flash tool
 
-struct Entry {
-  std::string_view start;  // how the line, or the request, begins
-  std::string_view words;
-};
-
-constexpr std::string_view kFlashing = "Writing the firmware";
-
-// A line that begins so begins a step. Longer beginnings stand before shorter ones of the same kind.
-constexpr auto kLines = std::to_array<Entry>({
-    {"CBMC_KESTREL_Vendor::CBMC_KESTREL_Vendor() [START]", "Starting the plug-in"},
-    {"CBMC_KESTREL_Vendor::~CBMC_KESTREL_Vendor() [START]", "Ending the plug-in"},
-    {"CBMC_KESTREL_Vendor::GetShortageOfNecessaryApplicationInfo() [START]", "Looking for what the plug-in needs"},
-    {"CBMC_KESTREL_Vendor::CheckUpdateConditionByDevicevendor() [START]", "Checking whether the package fits"},
-    {"CBMC_KESTREL_Vendor::GetExtendedInfo() [START]", "Reading the machine's serial number"},
-    {"CBMC_KESTREL_Vendor::StartOutputDeviceConfigInfo() [START]", "Starting the report"},
-    {"CBMC_KESTREL_Vendor::ExecOutputDeviceConfigInfo() [START]", "Gathering the report"},
-    {"CBMC_KESTREL_Firmware::GetOperatingVersion() [START]", "Reading the BMC's firmware version"},
-    {"CBMC_KESTREL_Firmware::PreUpdate() [START]", "Preparing the update"},
-    {"CBMC_KESTREL_Firmware::Update() [START]", "Preparing the update"},
-    {"CBMC_KESTREL_Firmware::UpdateApplyCheck() [START]", "Comparing the running version with the installed one"},
-    {"CBMC_KESTREL_Firmware::UpdateApply() [START]", "Putting the firmware into operation"},
-    {"CBMC_KESTREL_Firmware::ExecSendOSInfo [START]", "Sending the operating system's record"},
-    {"CBMC_KESTREL_Firmware::ExecSendHddInfo [START]", "Sending the disks' record"},
-    {"Compare Version", "Comparing the versions"},
-    {"Exec [lsmod", "Loading the SCSI generic driver"},
-    {"Exec [modprobe", "Loading the SCSI generic driver"},
-    {"[chmod +x", "Preparing the update script"},
-    {"Yafuflash command return=", "Finishing the update"},
-    {"Delete ", "Taking the machine down"},
-    {"shutdown -", "Taking the machine down"},
-});
-
-// A command with that request begins a step.
-constexpr auto kRequests = std::to_array<Entry>({
-    {"06 01", "Reading the BMC's firmware version"},
-    {"36 03", "Switching the BMC to write mode"},
-    {"34 8c 55 aa 01", "Connecting the virtual media"},
-    {"34 8d", "Connecting the virtual media"},
-    {"34 8c 55 aa 00", "Disconnecting the virtual media"},
-    {"34 2c", "Stopping the BMC's own waiting"},
-    {"34 2d", "Stopping the BMC's own waiting"},
-    {"34 5e", "Arming the BMC's reboot flag"},
-    {"34 5f", "Arming the BMC's reboot flag"},
-    {"0a 20", "Reading the sensor records' version"},
-    {"0a 23", "Reading the sensor records' version"},
-    {"3c 04", "Asking the BMC what it supports"},
-});
-
-template <typename Entries>
-const Entry* Find(const Entries& entries, std::string_view text) {
+// The first that `text` begins with; null when there is none.
+const Wording* Find(std::span<const Wording> wordings, std::string_view text) {
   const auto found =
-      std::ranges::find_if(entries, [text](const Entry& entry) { return text.starts_with(entry.start); });
-  return found != entries.end() ? &*found : nullptr;
+      std::ranges::find_if(wordings, [text](const Wording& wording) { return text.starts_with(wording.text); });
+  return found != wordings.end() ? &*found : nullptr;
+}
+
+// The step that begins with this line; null when none does. `*attempts`: how many there can be.
+const Wording* StepIn(std::string_view line, int* attempts) {
+  *attempts = kAttempts;
+  if (const Wording* request = Find(plugin_lines::requests::kSteps, RequestIn(line))) {
+    return request;
+  }
+  *attempts = 1;
+  const Wording* command = Find(plugin_lines::commands::kSteps, plugin_lines::CommandIn(line).value_or(""));
+  return command != nullptr ? command : Find(lines::kSteps, line);
 }
 
 // Both tools' requests in one form: the maker's takes the network function shifted left by two.
@@ -92,42 +60,47 @@ std::string InOneForm(const std::string& words, bool shifted) {
 }  // namespace
 
 std::string RequestIn(std::string_view line) {
-  constexpr std::string_view kCommand = "Execute command [";
-  constexpr std::string_view kEcho = "echo ";
-  constexpr std::string_view kRaw = " raw ";
-  if (!line.starts_with(kCommand)) {
+  using namespace plugin_lines::commands;
+  if (!line.starts_with(lines::kRequestStarts)) {
     return "";
   }
-  line.remove_prefix(kCommand.size());
-  if (line.starts_with(kEcho)) {
-    return InOneForm(std::string(line.substr(kEcho.size())), true);
+  line.remove_prefix(lines::kRequestStarts.size());
+  if (line.starts_with(kMakersToolRequest)) {
+    return InOneForm(std::string(line.substr(kMakersToolRequest.size())), true);
   }
-  const std::size_t raw = line.find(kRaw);
-  return raw == std::string_view::npos ? "" : InOneForm(std::string(line.substr(raw + kRaw.size())), false);
+  const std::size_t request = line.find(kIpmitoolRequest);
+  return request == std::string_view::npos
+             ? ""
+             : InOneForm(std::string(line.substr(request + kIpmitoolRequest.size())), false);
 }
 
 void ProgressSteps::Take(const refhost::TraceRecord& record) {
   const std::string_view text = record.text;
+  int attempts = 1;
   if (record.level == CTraceUtility::TRACE_DBG_RETRY) {
     // How often the flash tool was started tells its attempts; what follows it is a new beginning.
-    if (step_.words != kFlashing) {
+    if (step_.words != plugin_lines::kFlashToolWords) {
       step_.attempt = std::min(step_.attempt + 1, step_.attempts);
     }
-  } else if (text.starts_with("Execute:")) {
-    Enter(kFlashing, kAttempts);
-    step_.attempt = std::min(++flashRuns_, kAttempts);
-  } else if (text.starts_with("[") && text.find("/bmcup.sh < ") != std::string_view::npos) {
-    Enter("Writing the firmware by the package's script", 1);
-  } else if (text.starts_with("Record Num [")) {
-    step_.attempt = 1;  // of the next sensor record
-  } else if (const Entry* request = Find(kRequests, RequestIn(text))) {
-    Enter(request->words, kAttempts);
-  } else if (const Entry* line = Find(kLines, text)) {
-    if (text.starts_with("CBMC_KESTREL_Firmware::Update() ")) {
+  } else if (const auto flash = plugin_lines::FlashStartIn(text)) {
+    TakeFlashStart(flash->isScript);
+  } else if (text.starts_with(lines::kNextSensorRecord)) {
+    step_.attempt = 1;
+  } else if (const Wording* step = StepIn(text, &attempts)) {
+    if (text == lines::kUpdateStarts) {
       flashRuns_ = 0;
     }
-    Enter(line->words, 1);
+    Enter(step->words, attempts);
   }
+}
+
+void ProgressSteps::TakeFlashStart(bool isScript) {
+  if (isScript) {
+    Enter(plugin_lines::kScriptWords, 1);
+    return;
+  }
+  Enter(plugin_lines::kFlashToolWords, kAttempts);
+  step_.attempt = std::min(++flashRuns_, kAttempts);
 }
 
 void ProgressSteps::Enter(std::string_view words, int attempts) {

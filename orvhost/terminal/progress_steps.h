@@ -24,6 +24,7 @@ class ProgressSteps {
   [[nodiscard]] const ProgressStep& Current() const { return step_; }
 
  private:
+  void TakeFlashStart(bool isScript);
   void Enter(std::string_view words, int attempts);
 
   ProgressStep step_;

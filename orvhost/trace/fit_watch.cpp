@@ -1,6 +1,7 @@
 #include "orvhost/trace/fit_watch.h"
 
 #include "host/DllCommon.h"
+#include "orvhost/trace/plugin_lines.h"
 
 namespace orvhost {
 
@@ -19,14 +20,15 @@ std::optional<std::string_view> TakeUpTo(std::string_view mark, std::string_view
 
 // "Ver[...],Serial[...],Model[...],Rep[...],iRet[1]", in which only the package's own model, Rep, may be any text.
 std::optional<FitWatch::Machine> MachineIn(std::string_view text) {
-  if (!text.starts_with("Ver[") || !text.ends_with("],iRet[1]")) {
+  if (!text.starts_with(plugin_lines::lines::kFitAnswered) ||
+      !text.ends_with(std::string(plugin_lines::parts::kFitResult) + "1]")) {
     return std::nullopt;
   }
-  if (!TakeUpTo("],Serial[", &text)) {
+  if (!TakeUpTo(plugin_lines::parts::kMachineSerial, &text)) {
     return std::nullopt;
   }
-  const auto serialNumber = TakeUpTo("],Model[", &text);
-  const auto model = TakeUpTo("],Rep[", &text);
+  const auto serialNumber = TakeUpTo(plugin_lines::parts::kMachineModel, &text);
+  const auto model = TakeUpTo(plugin_lines::parts::kPackageModel, &text);
   if (!serialNumber || !model) {
     return std::nullopt;
   }
@@ -34,7 +36,7 @@ std::optional<FitWatch::Machine> MachineIn(std::string_view text) {
 }
 
 std::optional<std::string> SerialNumberIn(std::string_view text) {
-  constexpr std::string_view kStart = "Failed to get serial number [";
+  constexpr std::string_view kStart = plugin_lines::lines::kSerialNumberUnusable;
   if (!text.starts_with(kStart) || !text.ends_with(']')) {
     return std::nullopt;
   }

@@ -2,50 +2,28 @@
 
 #include <algorithm>
 #include <cctype>
-#include <iterator>
+
+#include "orvhost/trace/plugin_lines.h"
 
 namespace orvhost {
 
 namespace {
 
+namespace lines = plugin_lines::lines;
 using State = SendResult::State;
 
-// How a line that tells of a failed attempt begins, and the step that it stands for.
-struct StepLine {
-  const char* start;
-  const char* step;
-};
-
-constexpr StepLine kStepLines[] = {
-    {"Failed to execute IPMI command(OEM Lock Server Config File)", "locking the file"},
-    {"Failed to execute IPMI command(OEM Write Server Config File)", "writing the file"},
-    {"Failed to execute IPMI command(OEM Write Server Config File [Signature])", "writing the file's signature"},
-    {"Failed to execute IPMI command(OEM UnLock Server Config File)", "unlocking the file"},
-    {"Failed to execute IPMI command(OEM Notify ORV Event)", "announcing the file"},
-    {"Feiled to get hostname", "reading the host name"},
-    {"Failed to createCBMC_MngLib.", "loading the management library"},
-    {"GetHddInfoToSVP Error!", "asking the management library"},
-    {"Invalid send data [", "checking what the management library gave"},
-};
-
-bool StartsWith(const std::string& text, const std::string& start) {
-  return text.compare(0, start.size(), start) == 0;
-}
-
 // True for "17:0F", with which the elements of the BMC's answer are traced.
-bool IsElement(const std::string& text) {
+bool IsElement(std::string_view text) {
   const std::size_t colon = text.find(':');
-  return colon != 0 && colon != std::string::npos &&
-         std::all_of(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(colon),
-                     [](unsigned char character) { return isdigit(character) != 0; });
+  return colon != 0 && colon != std::string_view::npos &&
+         std::ranges::all_of(text.substr(0, colon), [](unsigned char c) { return std::isdigit(c) != 0; });
 }
 
 }  // namespace
 
 void SendWatch::Write(const refhost::TraceRecord& record) {
-  const std::string text(record.text);
   if (record.level != 0) {
-    WatchStart(text);
+    WatchStart(record.text);
   }
   if (current_ == nullptr) {
     return;
@@ -55,15 +33,15 @@ void SendWatch::Write(const refhost::TraceRecord& record) {
     Conclude(State::kFailed, step_.empty() ? "a step that is not told" : step_);
     return;
   }
-  WatchCapability(text);
-  WatchStep(text);
-  WatchEnd(text);
+  WatchCapability(record.text);
+  WatchStep(record.text);
+  WatchEnd(record.text);
 }
 
-void SendWatch::WatchStart(const std::string& text) {
-  if (text == "CBMC_KESTREL_Firmware::ExecSendOSInfo [START]") {
+void SendWatch::WatchStart(std::string_view text) {
+  if (text == lines::kSendingOsStarts) {
     current_ = &results_[0];
-  } else if (text == "CBMC_KESTREL_Firmware::ExecSendHddInfo [START]") {
+  } else if (text == lines::kSendingDisksStarts) {
     current_ = &results_[1];
   } else {
     return;
@@ -72,35 +50,34 @@ void SendWatch::WatchStart(const std::string& text) {
   step_.clear();
 }
 
-void SendWatch::WatchCapability(const std::string& text) {
-  constexpr const char* kFlags = " SendInfoToSVP Support info";
-  if (text == "Get Capability Failed") {
+void SendWatch::WatchCapability(std::string_view text) {
+  constexpr std::string_view kKnown = "its capabilities are ";
+  if (text == lines::kNoCapability) {
     capability_ = "it did not answer the question for its capabilities";
-  } else if (const std::size_t flags = text.find(kFlags); flags != std::string::npos && IsElement(text)) {
-    capability_ = "its capabilities are " + text.substr(text.find(':') + 1, flags - text.find(':') - 1);
-  } else if (IsElement(text) && !StartsWith(capability_, "its capabilities are")) {
+  } else if (!IsElement(text)) {
+    return;
+  } else if (const std::size_t flags = text.find(plugin_lines::parts::kCapability); flags != std::string_view::npos) {
+    const std::size_t element = text.find(':') + 1;
+    capability_ = std::string(kKnown).append(text.substr(element, flags - element));
+  } else if (!capability_.starts_with(kKnown)) {
     capability_ = "its answer is too short to tell its capabilities";
   }
 }
 
-void SendWatch::WatchStep(const std::string& text) {
-  // A longer start wins: that of the signature continues that of the data.
+void SendWatch::WatchStep(std::string_view text) {
   std::size_t longest = 0;
-  for (const auto& [start, step] : kStepLines) {
-    const std::string whole(start);
-    if (whole.size() <= longest || !StartsWith(text, whole)) {
-      continue;
+  for (const auto& [start, step] : lines::kSendFailures) {
+    if (start.size() > longest && text.starts_with(start)) {
+      longest = start.size();
+      step_ = step;
     }
-    longest = whole.size();
-    step_ = step;
   }
 }
 
-void SendWatch::WatchEnd(const std::string& text) {
-  if (text == "Send OS Information not supported" || text == "Send HDD Information not supported") {
+void SendWatch::WatchEnd(std::string_view text) {
+  if (text == lines::kOsNotSupported || text == lines::kDisksNotSupported) {
     Conclude(State::kNotSupported, capability_);
-  } else if (text == "CBMC_KESTREL_Firmware::ExecSendInfoToSVP [END]" ||
-             text == "CBMC_KESTREL_Firmware::ExecSendHDDInfo [END]") {
+  } else if (text == lines::kSendingOsEnds || text == lines::kSendingDisksEnds) {
     Conclude(State::kSent, "");
   }
 }

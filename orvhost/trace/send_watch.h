@@ -5,6 +5,7 @@
 
 #include <array>
 #include <string>
+#include <string_view>
 
 #include "refhost/trace_sink.h"
 
@@ -27,10 +28,10 @@ class SendWatch : public refhost::TraceSink {
   [[nodiscard]] const std::array<SendResult, 2>& Results() const { return results_; }
 
  private:
-  void WatchStart(const std::string& text);
-  void WatchCapability(const std::string& text);
-  void WatchStep(const std::string& text);
-  void WatchEnd(const std::string& text);
+  void WatchStart(std::string_view text);
+  void WatchCapability(std::string_view text);
+  void WatchStep(std::string_view text);
+  void WatchEnd(std::string_view text);
   void Conclude(SendResult::State state, const std::string& detail);
 
   std::array<SendResult, 2> results_{{{"Operating system"}, {"Disks"}}};

@@ -3,6 +3,7 @@
 #include <vector>
 
 #include "host/DllCommon.h"
+#include "orvhost/trace/plugin_lines.h"
 
 namespace orvhost {
 
@@ -10,84 +11,60 @@ namespace {
 
 constexpr std::size_t kKeptLines = 5;
 
-void Keep(std::vector<std::string>* lines, const std::string& line) {
+void Keep(std::vector<std::string>* lines, std::string_view line) {
   if (lines->size() == kKeptLines) {
     lines->erase(lines->begin());
   }
-  lines->push_back(line);
-}
-
-bool StartsWith(const std::string& text, const std::string& start) {
-  return text.compare(0, start.size(), start) == 0;
-}
-
-// What stands between `start`, with which the text must begin, and the last "]"; "" when the text is another one.
-std::string Bracketed(const std::string& text, const std::string& start) {
-  const std::size_t end = text.rfind(']');
-  if (!StartsWith(text, start) || end == std::string::npos || end < start.size()) {
-    return "";
-  }
-  return text.substr(start.size(), end - start.size());
+  lines->emplace_back(line);
 }
 
 // The word behind the first occurrence of `label`, if that stands in the text; a colon or blank between is skipped.
-bool FindWord(const std::string& text, const std::string& label, std::string* word) {
+bool FindWord(std::string_view text, std::string_view label, std::string* word) {
   const std::size_t hit = text.find(label);
-  if (hit == std::string::npos) {
+  if (hit == std::string_view::npos) {
     return false;
   }
-  std::size_t start = hit + label.size();
-  if (start < text.size() && (text[start] == ':' || text[start] == ' ')) {
-    ++start;
+  text.remove_prefix(hit + label.size());
+  if (text.starts_with(':') || text.starts_with(' ')) {
+    text.remove_prefix(1);
   }
-  *word = text.substr(start, text.find(' ', start) - start);
+  *word = text.substr(0, text.find(' '));
   return true;
 }
 
 }  // namespace
 
 void TraceWatch::Write(const refhost::TraceRecord& record) {
-  const std::string text(record.text);
   if (record.level == 0) {
     lastMessageId_ = record.messageId;
     lastDetail_ = record.detail;
-    Keep(&evidence_.records, text);
+    Keep(&evidence_.records, record.text);
     return;
   }
   if (record.level == CTraceUtility::TRACE_DBG_INFO) {
-    WatchProgress(text);
+    WatchProgress(record.text);
   }
-  WatchFailure(record, text);
+  if (plugin_lines::IsFailure(record.level, record.text)) {
+    WatchFailure(record.text);
+  }
 }
 
-void TraceWatch::WatchProgress(const std::string& text) {
-  static const std::string kFlashTool = "Execute:";
-  if (StartsWith(text, kFlashTool)) {
+void TraceWatch::WatchProgress(std::string_view text) {
+  if (const auto command = plugin_lines::CommandIn(text)) {
+    evidence_.command = *command;
+  }
+  if (plugin_lines::FlashStartIn(text)) {
     flashBegan_ = true;
-    evidence_.command = text.substr(kFlashTool.size());
-  } else if (const std::string script = Bracketed(text, "["); script.find("/bmcup.sh < ") != std::string::npos) {
-    flashBegan_ = true;
-    evidence_.command = script;
-  } else if (const std::string command = Bracketed(text, "Execute command ["); !command.empty()) {
-    evidence_.command = command;
-  } else if (StartsWith(text, "Exec [")) {
-    evidence_.command = text.substr(6, text.rfind("]. iret[") - 6);
-  } else if (StartsWith(text, "shutdown -")) {
+  } else if (plugin_lines::IsGoingDown(text)) {
     shutdownWasRequested_ = true;
     evidence_.command = text;
   }
 }
 
-// Some final failures are written at the levels of progress or flow, so the wording counts too.
-void TraceWatch::WatchFailure(const refhost::TraceRecord& record, const std::string& text) {
-  const bool isFailure = record.level == CTraceUtility::TRACE_DBG_ERROR ||
-                         record.level == CTraceUtility::TRACE_DBG_RETRY || StartsWith(text, "Failed to");
-  if (!isFailure) {
-    return;
-  }
+void TraceWatch::WatchFailure(std::string_view text) {
   Keep(&evidence_.trace, text);
-  if (!FindWord(text, "CompletionCode", &evidence_.completionCode)) {
-    FindWord(text, "ResponseData1", &evidence_.completionCode);
+  if (!FindWord(text, plugin_lines::parts::kCompletionCode, &evidence_.completionCode)) {
+    FindWord(text, plugin_lines::parts::kResponseData, &evidence_.completionCode);
   }
 }
 

@@ -5,6 +5,7 @@
 #define ORVHOST_TRACE_TRACE_WATCH_H
 
 #include <string>
+#include <string_view>
 
 #include "orvhost/interface/outcome.h"
 #include "refhost/trace_sink.h"
@@ -28,8 +29,8 @@ class TraceWatch : public refhost::TraceSink {
   [[nodiscard]] const Evidence& Gathered() const { return evidence_; }
 
  private:
-  void WatchProgress(const std::string& text);
-  void WatchFailure(const refhost::TraceRecord& record, const std::string& text);
+  void WatchProgress(std::string_view text);
+  void WatchFailure(std::string_view text);
 
   bool flashBegan_ = false;
   bool shutdownWasRequested_ = false;
