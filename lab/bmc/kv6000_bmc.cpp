@@ -42,7 +42,7 @@ Flash ToFlash(ImageFault fault) {
 }  // namespace
 
 std::span<const Command<Bmc>> Bmc::Table() {
-  static constexpr std::array<Command<Bmc>, 9> kTable = {{
+  static constexpr std::array<Command<Bmc>, 10> kTable = {{
       {0x36, 0x03, 22, 22, &Bmc::ChangeWriteMode},
       {0x34, 0x8c, 3, 3, &Bmc::ConnectMedia},
       {0x34, 0x8d, 0, 0, &Bmc::CheckMedia},
@@ -52,6 +52,7 @@ std::span<const Command<Bmc>> Bmc::Table() {
       {0x34, 0x5f, 0, 0, &Bmc::CheckRebootFlag},
       {0x34, 0x90, 4, 4, &Bmc::StartFlash},
       {0x34, 0x91, 0, 0, &Bmc::CheckFlash},
+      {0x0a, 0x2a, 0, 0, &Bmc::EnterSdrUpdate},
   }};
   return kTable;
 }
@@ -88,9 +89,6 @@ Bytes Bmc::Handle(std::uint8_t netfn, std::uint8_t cmd, std::span<const std::uin
   answer = answer ? answer : RunCommand(network_, netfn, cmd, data);
   answer = answer ? answer : RunCommand(files_, netfn, cmd, data);
   answer = answer ? answer : RunCommand(sdr_, netfn, cmd, data);
-  if (sdr_.IsUpdating()) {
-    state_.rebootFlag = false;  // as at the start of a flash: what stands by is being replaced
-  }
   return answer.value_or(Bytes{kInvalidCommand});
 }
 
@@ -184,6 +182,13 @@ Bytes Bmc::StartFlash(std::span<const std::uint8_t> data) {
 
 Bytes Bmc::CheckFlash(std::span<const std::uint8_t> /*data*/) {
   return {kOk, static_cast<std::uint8_t>(state_.flash), static_cast<std::uint8_t>(state_.flashPercent)};
+}
+
+Bytes Bmc::EnterSdrUpdate(std::span<const std::uint8_t> /*data*/) {
+  // From here on the old content of the standby repository is being replaced.
+  sdr_.BeginUpdate();
+  state_.rebootFlag = false;
+  return {kOk};
 }
 
 void Bmc::MediaSeen() {

@@ -131,6 +131,7 @@ class Bmc {
   [[nodiscard]] Bytes CheckRebootFlag(std::span<const std::uint8_t> data);
   [[nodiscard]] Bytes StartFlash(std::span<const std::uint8_t> data);
   [[nodiscard]] Bytes CheckFlash(std::span<const std::uint8_t> data);
+  [[nodiscard]] Bytes EnterSdrUpdate(std::span<const std::uint8_t> data);
 
   void TakeStandby();
   void LoseMedia();

@@ -39,12 +39,11 @@ SdrRepository::SdrRepository(Records records, std::set<unsigned> unreadable)
 }
 
 std::span<const Command<SdrRepository>> SdrRepository::Table() {
-  static constexpr std::array<Command<SdrRepository>, 6> kTable = {{
+  static constexpr std::array<Command<SdrRepository>, 5> kTable = {{
       {0x0a, 0x20, 0, 0, &SdrRepository::GetInfo},
       {0x0a, 0x22, 0, 0, &SdrRepository::Reserve},
       {0x0a, 0x23, 6, 6, &SdrRepository::GetRecord},
       {0x0a, 0x24, kHeader, kLongestRecord, &SdrRepository::AddRecord},
-      {0x0a, 0x2a, 0, 0, &SdrRepository::EnterUpdate},
       {0x0a, 0x2b, 0, 0, &SdrRepository::ExitUpdate},
   }};
   return kTable;
@@ -92,11 +91,10 @@ Bytes SdrRepository::GetRecord(std::span<const std::uint8_t> data) {
   return answer;
 }
 
-Bytes SdrRepository::EnterUpdate(std::span<const std::uint8_t> /*data*/) {
+void SdrRepository::BeginUpdate() {
   updating_ = true;
   incoming_.clear();
   standby_.reset();
-  return {kOk};
 }
 
 Bytes SdrRepository::AddRecord(std::span<const std::uint8_t> data) {

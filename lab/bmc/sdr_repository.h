@@ -32,6 +32,10 @@ class SdrRepository {
   [[nodiscard]] const std::optional<Records>& Standby() const { return standby_; }
   [[nodiscard]] bool IsUpdating() const { return updating_; }
 
+  // An update begins, with an empty repository to fill; the standby is dropped. The command for it is the BMC's, which
+  // then disarms its reboot flag.
+  void BeginUpdate();
+
   // The standby becomes what the machine reads, if there is one.
   void TakeStandby();
 
@@ -43,7 +47,6 @@ class SdrRepository {
   [[nodiscard]] Bytes Reserve(std::span<const std::uint8_t> data);
   [[nodiscard]] Bytes GetRecord(std::span<const std::uint8_t> data);
   [[nodiscard]] Bytes AddRecord(std::span<const std::uint8_t> data);
-  [[nodiscard]] Bytes EnterUpdate(std::span<const std::uint8_t> data);
   [[nodiscard]] Bytes ExitUpdate(std::span<const std::uint8_t> data);
 
   Records records_;

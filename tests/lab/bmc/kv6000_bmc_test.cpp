@@ -349,6 +349,16 @@ TEST_F(Kv6000Bmc, ASecondSdrUpdateInvalidatesTheStandbySdrAndTheFlagAtOnce) {
   EXPECT_TRUE(bmc_.Sdr().AllRecords().empty());
 }
 
+TEST_F(Kv6000Bmc, DisarmsTheFlagOnlyWhenAnSdrUpdateBegins) {
+  FlashImage(image_);
+  Arm();
+  EXPECT_EQ(Send(0x0a, 0x2a), Bytes{kOk});
+  EXPECT_EQ(Send(0x34, 0x5f), (Bytes{kOk, 0x00}));
+  EXPECT_EQ(Arm(), Bytes{kOk});  // the firmware still stands by
+  Send(0x0a, 0x24, {0x00, 0x00, 0x51, 0x03, 0x01, 'x'});
+  EXPECT_EQ(Send(0x34, 0x5f), (Bytes{kOk, 0x01}));
+}
+
 TEST_F(Kv6000Bmc, APowerCutInTheMiddleOfAFlashLeavesStandbyNotWholeAndACleanSecondRunWorks) {
   PrepareFlash(image_);
   StartFlash(image_.size());

@@ -82,7 +82,7 @@ TEST_F(TheSdrRepository, GivesPiecesOfARecordUnderTheCurrentReservation) {
 }
 
 TEST_F(TheSdrRepository, IsRenewedByAnUpdateOnceTheStandbyIsTaken) {
-  EXPECT_EQ(Send(0x2a), Bytes{kOk});
+  sdr_.BeginUpdate();
   EXPECT_EQ(Send(0x24, Record(0x03, "new")), (Bytes{kOk, 0x01, 0x00}));
   EXPECT_EQ(Send(0x24, VersionRecord("A2")), (Bytes{kOk, 0x02, 0x00}));
   EXPECT_FALSE(sdr_.Standby().has_value());
@@ -104,7 +104,7 @@ TEST_F(TheSdrRepository, StaysAsItIsWithoutAStandby) {
 TEST_F(TheSdrRepository, TakesRecordsOnlyInAnUpdateAndOnlyWholeOnes) {
   EXPECT_EQ(Send(0x24, Record(0x03, "new")), Bytes{kWrongState});
   EXPECT_EQ(Send(0x2b), Bytes{kWrongState});
-  Send(0x2a);
+  sdr_.BeginUpdate();
   EXPECT_EQ(Send(0x2b), Bytes{kWrongState});  // an empty repository is none
   Bytes record = Record(0x03, "new");
   record.pop_back();
@@ -116,7 +116,7 @@ TEST_F(TheSdrRepository, TakesRecordsOnlyInAnUpdateAndOnlyWholeOnes) {
 }
 
 TEST_F(TheSdrRepository, IsFullAfterItsMostRecords) {
-  Send(0x2a);
+  sdr_.BeginUpdate();
   for (std::size_t i = 0; i < SdrRepository::kMostRecords; ++i) {
     ASSERT_EQ(Send(0x24, Record(0x03, "new"))[0], kOk);
   }
@@ -124,10 +124,10 @@ TEST_F(TheSdrRepository, IsFullAfterItsMostRecords) {
 }
 
 TEST_F(TheSdrRepository, DropsTheStandbyWhenANewUpdateBeginsAndAnUpdateThatIsCutOff) {
-  Send(0x2a);
+  sdr_.BeginUpdate();
   Send(0x24, VersionRecord("A2"));
   Send(0x2b);
-  Send(0x2a);
+  sdr_.BeginUpdate();
   EXPECT_FALSE(sdr_.Standby().has_value());
   EXPECT_TRUE(sdr_.IsUpdating());
   Send(0x24, VersionRecord("A3"));
