@@ -5,7 +5,8 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
+
+#include "lab/hex_bytes.h"
 
 namespace kv6000 {
 
@@ -18,24 +19,10 @@ std::uint32_t ReadU32(std::span<const std::uint8_t> bytes) {
          static_cast<std::uint32_t>(bytes[2]) << 16U | static_cast<std::uint32_t>(bytes[3]) << 24U;
 }
 
-std::string HexByte(std::uint8_t byte) {
-  constexpr std::string_view kDigits = "0123456789abcdef";
-  return {kDigits[byte >> 4U], kDigits[byte & 0x0fU]};
-}
-
-std::optional<std::uint8_t> ParseHexByte(std::string_view text) {
-  std::uint8_t value = 0;
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value, 16);
-  if (error != std::errc{} || end != text.data() + text.size()) {
-    return std::nullopt;
-  }
-  return value;
-}
-
 }  // namespace
 
 std::string Text(const Version& version) {
-  return HexByte(version.major) + "-" + HexByte(version.minor);
+  return FormatHex(version.major) + "-" + FormatHex(version.minor);
 }
 
 std::optional<Version> ParseVersion(const std::string& text) {

@@ -45,7 +45,7 @@ class ConnectedMedia {
   ConnectedMedia(const ConnectedMedia&) = delete;
   ConnectedMedia& operator=(const ConnectedMedia&) = delete;
 
-  VirtualMedia WaitForDrive() {
+  [[nodiscard]] VirtualMedia WaitForDrive() {
     for (int poll = 0; poll < kMostPolls; ++poll) {
       const auto connected = bmc_.Demand("check virtual media", kNetFn, kCheckMedia, {});
       auto drive = VirtualMedia::Find();

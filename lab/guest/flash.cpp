@@ -8,6 +8,8 @@
 #include <fstream>
 #include <iterator>
 
+#include "lab/hex_bytes.h"
+
 namespace kv6000 {
 
 namespace {
@@ -17,6 +19,8 @@ constexpr std::uint8_t kStart = 0x90;
 constexpr std::uint8_t kProgress = 0x91;
 constexpr std::uint8_t kRunning = 0x01;
 constexpr std::uint8_t kDone = 0x02;
+// Stands for the completion code of an answer that has none.
+constexpr std::uint8_t kNoAnswer = 0xff;
 constexpr useconds_t kPollMicroseconds = 100 * 1000;
 
 void ShowProgress(const char* step, std::size_t done, std::size_t total) {
@@ -60,10 +64,8 @@ FlashResult FlashFromMedia(IpmiDevice& bmc, std::size_t length) {
       static_cast<std::uint8_t>(length >> 16U), static_cast<std::uint8_t>(length >> 24U)};
   const auto started = bmc.Exchange(kNetFn, 0, kStart, lengthBytes);
   if (started.empty() || started[0] != 0) {
-    std::array<char, 100> text{};
-    std::snprintf(text.data(), text.size(), "the BMC refuses to flash, completion code %02x",
-                  started.empty() ? 0xffU : started[0]);
-    return {FlashResult::End::kRefused, text.data()};
+    return {FlashResult::End::kRefused,
+            "the BMC refuses to flash, completion code " + FormatHex(started.empty() ? kNoAnswer : started[0])};
   }
   while (true) {
     const auto answer = bmc.Exchange(kNetFn, 0, kProgress, {});

@@ -8,16 +8,19 @@
 
 #include <array>
 #include <cerrno>
-#include <cstdio>
 #include <stdexcept>
 #include <string>
 #include <system_error>
+
+#include "lab/hex_bytes.h"
 
 namespace kv6000 {
 
 namespace {
 
 constexpr const char* kDevice = "/dev/ipmi0";
+// Stands for the completion code of an answer that has none.
+constexpr std::uint8_t kNoAnswer = 0xff;
 
 [[noreturn]] void Throw(const std::string& what) {
   throw std::system_error(errno, std::generic_category(), what);
@@ -74,9 +77,8 @@ std::vector<std::uint8_t> IpmiDevice::Demand(const std::string& name, std::uint8
                                              std::span<const std::uint8_t> data) {
   const auto answer = Exchange(netfn, 0, cmd, data);
   if (answer.empty() || answer[0] != 0) {
-    std::array<char, 40> code{};
-    std::snprintf(code.data(), code.size(), "completion code %02x", answer.empty() ? 0xffU : answer[0]);
-    throw std::runtime_error("the BMC refuses \"" + name + "\", " + code.data());
+    throw std::runtime_error("the BMC refuses \"" + name + "\", completion code " +
+                             FormatHex(answer.empty() ? kNoAnswer : answer[0]));
   }
   return {answer.begin() + 1, answer.end()};
 }

@@ -16,13 +16,13 @@ class IpmiDevice {
   // Opens the first IPMI device of the machine. Throws std::system_error.
   IpmiDevice();
 
-  // Sends a request and waits for its answer, completion code first. The driver itself answers a request that the BMC
-  // leaves unanswered (0xc3 or 0xff). Throws std::system_error.
-  std::vector<std::uint8_t> Exchange(std::uint8_t netfn, std::uint8_t lun, std::uint8_t cmd,
-                                     std::span<const std::uint8_t> data);
+  // Sends a request and waits for its answer, completion code first. A request that the BMC leaves unanswered is
+  // answered by the kernel's driver (0xc3 or 0xff). Throws std::system_error.
+  [[nodiscard]] std::vector<std::uint8_t> Exchange(std::uint8_t netfn, std::uint8_t lun, std::uint8_t cmd,
+                                                   std::span<const std::uint8_t> data);
 
   // The data of the answer to a request that must succeed. Throws std::runtime_error, with `name` and the completion
-  // code, when the BMC refuses it.
+  // code, when the BMC refuses it. Who only needs that it succeeded may drop the data.
   std::vector<std::uint8_t> Demand(const std::string& name, std::uint8_t netfn, std::uint8_t cmd,
                                    std::span<const std::uint8_t> data);
 

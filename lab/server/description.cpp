@@ -1,7 +1,6 @@
 // See description.h.
 #include "lab/server/description.h"
 
-#include <array>
 #include <nlohmann/json.hpp>
 
 #include "lab/hex_bytes.h"
@@ -104,7 +103,7 @@ Json DescribeFiles(const ConfigFiles& files) {
     if (number == ConfigFiles::kOsFile && file.stored) {
       described["decoded"] = DescribeOsRecord(ReadOsRecord(*file.stored));
     }
-    all[FormatHex(std::array{number})] = described;
+    all[FormatHex(number)] = described;
   }
   return all;
 }

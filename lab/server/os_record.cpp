@@ -17,7 +17,7 @@ class Reader {
   [[nodiscard]] bool AtEnd() const { return rest_.empty(); }
 
   // A text behind its length of `width` bytes, without its zero byte. nullopt when it is cut off or lacks that.
-  std::optional<std::string> Text(std::size_t width) {
+  [[nodiscard]] std::optional<std::string> Text(std::size_t width) {
     const auto length = Number(width);
     if (!length || *length == 0 || *length > rest_.size() || rest_[*length - 1] != 0) {
       return std::nullopt;
@@ -28,7 +28,7 @@ class Reader {
   }
 
   // A number of `width` bytes, low byte first.
-  std::optional<std::size_t> Number(std::size_t width) {
+  [[nodiscard]] std::optional<std::size_t> Number(std::size_t width) {
     if (rest_.size() < width) {
       return std::nullopt;
     }
