@@ -17,6 +17,7 @@ from kv6000.packages import make_packages
 from kv6000.paths import build_folder
 from kv6000.rack_packages import make_rack_packages
 from kv6000.server import Server
+from kv6000.settings import ServerSettings
 from kv6000.terminal import attach
 
 
@@ -57,11 +58,11 @@ def command_packages(options):
 
 def command_run(options):
     started = time.monotonic()
-    server = Server(tool=options.tool, firmware=options.firmware, product=options.product, serial=options.serial,
-                    version=options.dmi_version, bios_version=options.bios_version,
-                    sdr={"version": options.sdr_version, "records": options.sdr_records},
-                    install_path=options.install_path, overlay=options.overlay, keep=options.keep, progress=say)
-    with server:
+    settings = ServerSettings(tool=options.tool, firmware=options.firmware, product=options.product,
+                              serial=options.serial, version=options.dmi_version, bios_version=options.bios_version,
+                              sdr={"version": options.sdr_version, "records": options.sdr_records},
+                              install_path=options.install_path, overlay=options.overlay, keep=options.keep)
+    with Server(settings, progress=say) as server:
         say(f"ready after {time.monotonic() - started:.1f} s")
         say(f"run folder {server.folder} (shared with the guest: {server.share} is /share)")
         server.release()
@@ -140,7 +141,7 @@ def parser() -> argparse.ArgumentParser:
     run.add_argument("--sdr-version", default="A1", help="version in the SDR repository (default A1)")
     run.add_argument("--sdr-records", type=int, default=20, help="records in it (default 20)")
     run.add_argument("--install-path", default="/srv/orv", help="install path of the host in the guest")
-    run.add_argument("--overlay", help="staged folder tree to lay over the guest's root")
+    run.add_argument("--overlay", type=Path, help="staged folder tree to lay over the guest's root")
     run.add_argument("--keep", action="store_true", help="keep the run folder")
     order = add("bmc", command_bmc, "send an order to the BMC of a running server")
     order.add_argument("--server", help="run folder, when several servers run")

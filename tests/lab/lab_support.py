@@ -4,7 +4,7 @@ import os
 import unittest
 from pathlib import Path
 
-from kv6000 import Server
+from kv6000 import Server, ServerSettings
 from kv6000.packages import make_image
 
 MAKER_TOOL = "/opt/kestrel/node_keeper/ipmi_tools/ipmicmd"
@@ -36,13 +36,13 @@ def processes_of(folder: Path) -> list:
 
 
 class SharedServer(unittest.TestCase):
-    """One server, started with `options`, for all tests of the class; each test finds the BMC without ordered faults."""
+    """One server, started with `settings`, for all tests of the class; each test finds the BMC without ordered faults."""
 
-    options = {}
+    settings = ServerSettings()
 
     @classmethod
     def setUpClass(cls):
-        cls.server = cls.enterClassContext(Server(**cls.options))
+        cls.server = cls.enterClassContext(Server(cls.settings))
 
     def setUp(self):
         self.server.bmc("clear")

@@ -2,14 +2,14 @@
 
 import unittest
 
-from kv6000 import LabError
+from kv6000 import LabError, ServerSettings
 from lab_support import CHECK_CONNECT, CHECK_REBOOT_FLAG, MAKER_TOOL, SET_REBOOT_FLAG, SIGNATURE, SharedServer
 
 
 class AnUpdateByHand(SharedServer):
     """Told in one test: every step stands on the one before."""
 
-    options = {"tool": "both"}
+    settings = ServerSettings(tool="both")
 
     def test_the_road_from_01_23_to_01_24(self):
         with self.subTest("the flag cannot be armed without a whole image in standby"):

@@ -6,6 +6,7 @@ import unittest
 import zipfile
 from pathlib import Path
 
+from kv6000 import ServerSettings
 from kv6000.rack_packages import make_rack_packages
 from lab_support import CHECK_REBOOT_FLAG, MAKER_TOOL, SharedServer
 
@@ -18,8 +19,9 @@ UNREADABLE_RECORD = 299
 class ARackServer(SharedServer):
     """Told in one test: every step stands on the one before."""
 
-    options = {"tool": "both", "product": "KV6000RT",
-               "sdr": {"records": 300, "version_record": VERSION_RECORD, "unreadable": [UNREADABLE_RECORD]}}
+    settings = ServerSettings(tool="both", product="KV6000RT",
+                              sdr={"records": 300, "version_record": VERSION_RECORD,
+                                   "unreadable": [UNREADABLE_RECORD]})
 
     @classmethod
     def setUpClass(cls):

@@ -3,15 +3,15 @@
 import re
 import unittest
 
-from kv6000 import LabError
+from kv6000 import LabError, ServerSettings
 from lab_support import (CHECK_CONNECT, CONNECT, DISCONNECT, FLASH, GET_CAPABILITY, MAKER_TOOL, SIGNATURE, TCPIP_INFO,
                          SharedServer, processes_of)
 
 
 class AFreshlyBootedServer(SharedServer):
-    options = {"tool": "both", "product": "KV6000 R120", "version": "FR2.1", "serial": "A,B-0042",
-               "bios_version": "V5.0, R1", "lan": {"mac": "02:4B:45:53:0A:0b", "address": "10.1.2.3", "dhcp": True},
-               "capability": 0x02}
+    settings = ServerSettings(tool="both", product="KV6000 R120", version="FR2.1", serial="A,B-0042",
+                              bios_version="V5.0, R1", capability=0x02,
+                              lan={"mac": "02:4B:45:53:0A:0b", "address": "10.1.2.3", "dhcp": True})
 
     def test_ipmitool_reads_firmware_01_23(self):
         self.assertEqual(self.raw(0x06, 0x01), (0, "20 01 01 23 02 9f 91 12 00 02 0f 00 00 00 00"))
@@ -190,7 +190,8 @@ class AFreshlyBootedServer(SharedServer):
 
 
 class AServerWithoutTools(SharedServer):
-    options = {"tool": "none", "firmware": "06-10", "install_path": "/srv/a folder", "bare_tables": ("system", "bios")}
+    settings = ServerSettings(tool="none", firmware="06-10", install_path="/srv/a folder",
+                              bare_tables=("system", "bios"))
 
     def test_has_no_ipmi_tool(self):
         done = self.server.run(f"ls /usr/bin/ipmitool {MAKER_TOOL}")

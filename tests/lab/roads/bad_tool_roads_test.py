@@ -2,6 +2,7 @@
 
 import unittest
 
+from kv6000 import ServerSettings
 from road import SHORT_PAUSES, Road
 
 NO_TOOL = "MSGID_BMC_0001_F 0B23"
@@ -11,7 +12,7 @@ NO_VERSION = [f"{level} Failed to execute ipmi command(GetDeviceID) CompletionCo
 
 
 class AServerWithoutAnIpmiTool(Road):
-    options = {"tool": "none"}
+    settings = ServerSettings(tool="none")
 
     def play_ipmitool(self, script: str):
         """Puts a script in the place of ipmitool for this test."""
@@ -82,7 +83,7 @@ class AServerWithoutAnIpmiTool(Road):
 class AServerWithBadPlaces(Road):
     def mount(self, options: str, name: str):
         """Mounts an empty file system for this test at a folder below the install path."""
-        path = f"{self.server.install_path}/{name}"
+        path = f"{self.server.settings.install_path}/{name}"
         done = self.server.run(f"mkdir -p {path} && mount -t tmpfs -o {options} tmpfs {path}")
         self.assertEqual(done.exit, 0, done.err)
         self.addCleanup(self.server.run, f"umount {path}")

@@ -15,7 +15,7 @@ import unittest
 from pathlib import Path
 
 import commands
-from kv6000 import Server
+from kv6000 import Server, ServerSettings
 from kv6000.packages import make_packages
 from kv6000.paths import REPOSITORY, build_folder
 
@@ -129,7 +129,7 @@ class DebianPackages(unittest.TestCase):
         overlay = self.folder / "overlay"
         stage_dpkg(overlay, depends)
         make_packages(self.folder / "updates")
-        with Server(overlay=overlay) as server:
+        with Server(ServerSettings(overlay=overlay)) as server:
             for path in chosen:
                 shutil.copy(path, server.share)
             shutil.copy(self.folder / "updates" / "good-01-24.zip", server.share)

@@ -3,6 +3,7 @@ firmware is one that demands the write mode phrase, so that every road here also
 
 import unittest
 
+from kv6000 import ServerSettings
 from kv6000.paths import build_folder
 from lab_support import CONNECT
 from road import SHORT_PAUSES, Road
@@ -17,7 +18,7 @@ END = "4 CBMC_KESTREL_Firmware::Update() [END]"
 
 
 class AServerWithFaults(Road):
-    options = {"firmware": "06-10"}
+    settings = ServerSettings(firmware="06-10")
 
     def next_version(self) -> str:
         major, minor = self.running().split("-")
@@ -137,7 +138,7 @@ class AServerWithFaults(Road):
 
 
 class AServerWhoseFlashIsCutShort(Road):
-    options = {"firmware": "06-10"}
+    settings = ServerSettings(firmware="06-10")
 
     def test_by_the_time_limit(self):
         """The plug-in takes an overrun limit for a success; the BMC knows better and refuses the reboot flag."""

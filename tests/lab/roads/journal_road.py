@@ -4,7 +4,7 @@ the second run that must succeed, and the table of all that was seen. Nothing he
 import shutil
 import time
 
-from kv6000.errors import LabError
+from kv6000 import LabError, ServerSettings
 from road import Road
 
 UPDATE_AGAIN = "orvhost update"
@@ -41,7 +41,7 @@ HALT = "shutdown -h now"
 class JournalRoad(Road):
     """One server whose runs are ended by `how`, which may restart the machine; `end` does it to a held one."""
 
-    options = {"firmware": "01-10"}
+    settings = ServerSettings(firmware="01-10")
     how = ""
     restarts = False
 

@@ -6,6 +6,7 @@ import random
 import re
 from typing import NamedTuple
 
+from kv6000 import ServerSettings
 from lab_support import MAKER_TOOL, SIGNATURE
 from road import Road
 
@@ -104,7 +105,7 @@ def os_record(name: str, host: str) -> bytes:
 class NotifyRoad(Road):
     """A server with both tools and a management library that gives DISK_RECORD; the plug-in takes the maker's tool."""
 
-    options = {"tool": "both"}
+    settings = ServerSettings(tool="both")
 
     @classmethod
     def setUpClass(cls):

@@ -3,6 +3,7 @@ variant, and another family with its decimal major."""
 
 import unittest
 
+from kv6000 import ServerSettings
 from kv6000.hardware import dmi_dump
 from kv6000.packages import make_image, write_package
 from kv6000.rack_packages import PAYLOAD_SIZE, SCRIPT, good_files, sdr_file
@@ -27,7 +28,7 @@ def other_model(version: str, package: str, machine: str, serial: str) -> str:
 
 
 class ARackServer(RackRoad):
-    options = {"product": "KV6000RT", "serial": ORDINARY_SERIAL}
+    settings = ServerSettings(product="KV6000RT", serial=ORDINARY_SERIAL)
 
     def assert_refused(self, run, exit_code, detail, returned, cause=BEGUN, message="MSGID_BMC_0027_F"):
         """The update failed with this record, and the operator was told; `returned` is what became of the script."""
@@ -215,8 +216,8 @@ class ARackServer(RackRoad):
 class ALongSsdRackServer(RackRoad):
     """Told in one test: every step stands on the one before."""
 
-    options = {"product": "KV6000RT", "serial": LONG_SSD_SERIAL, "tool": "maker",
-               "sdr": {"records": 300, "version_record": 298, "unreadable": [299]}}
+    settings = ServerSettings(product="KV6000RT", serial=LONG_SSD_SERIAL, tool="maker",
+                              sdr={"records": 300, "version_record": 298, "unreadable": [299]})
 
     def test_it_takes_the_package_that_is_made_for_it_and_no_other(self):
         identified = self.orvhost("identify", pauses=SHORT_PAUSES)
@@ -246,7 +247,7 @@ class ALongSsdRackServer(RackRoad):
 
 class AServerOfTheMx4000Family(RackRoad):
     # The version record says that it is a byte longer than it is.
-    options = {"product": "MX4000", "firmware": "0a-23", "sdr": {"length_byte": 18}}
+    settings = ServerSettings(product="MX4000", firmware="0a-23", sdr={"length_byte": 18})
 
     def test_there_is_no_report_of_it(self):
         folder = self.server.share / "reports"

@@ -5,6 +5,7 @@ import os
 import subprocess
 import unittest
 
+from kv6000 import ServerSettings
 from kv6000.hardware import dmi_dump
 from road import GOLDEN, RENEW, SHORT_PAUSES, Road
 
@@ -63,7 +64,7 @@ class ReportRoad(Road):
 
 
 class AServer(ReportRoad):
-    options = {"lan": LAN, "serial": "KV6K <1> & \"2\"", "version": "1.0 'b'", "bios_version": "V1.2.0"}
+    settings = ServerSettings(lan=LAN, serial="KV6K <1> & \"2\"", version="1.0 'b'", bios_version="V1.2.0")
 
     def test_the_report_says_what_server_and_bmc_are(self):
         done = self.report()
@@ -205,7 +206,7 @@ class AServer(ReportRoad):
 
 
 class ARackServer(ReportRoad):
-    options = {"product": "KV6000RT", "serial": "KV6KRT0000001A000", "lan": LAN, "sdr": {"version": "0.10"}}
+    settings = ServerSettings(product="KV6000RT", serial="KV6KRT0000001A000", lan=LAN, sdr={"version": "0.10"})
 
     def test_the_report_tells_the_sdr_version_and_no_network_settings(self):
         done = self.report()
@@ -216,7 +217,7 @@ class ARackServer(ReportRoad):
 
 
 class AServerWithoutProductNameAndVersion(ReportRoad):
-    options = {"bare_tables": ("system",)}
+    settings = ServerSettings(bare_tables=("system",))
 
     def test_the_report_is_refused_without_and_with_a_given_server_type_and_the_old_file_survives(self):
         old = self.put_old_report()

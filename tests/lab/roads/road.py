@@ -6,6 +6,7 @@ committing it.
 """
 
 import atexit
+import dataclasses
 import difflib
 import functools
 import json
@@ -90,7 +91,7 @@ class Road(SharedServer):
     @classmethod
     def setUpClass(cls):
         folder = Path(staged().name)
-        cls.options = dict(cls.options, overlay=folder / "overlay")
+        cls.settings = dataclasses.replace(cls.settings, overlay=folder / "overlay")
         super().setUpClass()
         shutil.copytree(folder / "packages", cls.server.share / "packages")
         (cls.server.share / "traces").mkdir()
@@ -122,7 +123,7 @@ class Road(SharedServer):
         takes what this returns."""
         log = self._new_trace_file()
         job = self.server.start_job(["env", f"ORVHOST_LAB_SLEEP_SCALE={pauses}", *settings, "/usr/bin/orvhost", "--json",
-                                     "--install-path", self.server.install_path,
+                                     "--install-path", self.server.settings.install_path,
                                      "--log-file", f"/share/traces/{log.name}", *words])
         return job, log
 
@@ -147,7 +148,7 @@ class Road(SharedServer):
         """Hands a package straight to the plug-in's Update, with the version that the host has on record for it."""
         log = self._new_trace_file()
         done = self.server.run(["env", f"ORVHOST_LAB_SLEEP_SCALE={SHORT_PAUSES}", "/usr/bin/trusting_host",
-                                PLUGIN, self.server.install_path, f"/share/traces/{log.name}",
+                                PLUGIN, self.server.settings.install_path, f"/share/traces/{log.name}",
                                 module_version, package], timeout=240)
         self.assertEqual(done.exit, 0, done.err)
         return TrustingRun(int(done.out), self.trace_in(log))
@@ -161,7 +162,7 @@ class Road(SharedServer):
     def trace_in(self, log: Path) -> list:
         # A name that is no UTF-8 stands in the trace as it is.
         lines = log.read_text(errors="backslashreplace").splitlines()
-        return [normalised(line, self.server.install_path) for line in lines]
+        return [normalised(line, self.server.settings.install_path) for line in lines]
 
     def make_package(self, version: str) -> str:
         """Makes a good package of the version; returns its name."""

@@ -2,6 +2,7 @@
 
 import unittest
 
+from kv6000 import ServerSettings
 from road import Road
 
 
@@ -47,12 +48,12 @@ class WithIpmitool(GoodRoad, Road):
 class InAFolderWithABlank(GoodRoad, Road):
     """The trace is the same: the folder's name is normalised."""
 
-    options = {"install_path": "/srv/a folder"}
+    settings = ServerSettings(install_path="/srv/a folder")
     golden = "update_with_ipmitool.trace"
 
 
 class WithTheMakersTool(GoodRoad, Road):
-    options = {"tool": "maker"}
+    settings = ServerSettings(tool="maker")
     golden = "update_with_the_makers_tool.trace"
 
     def test_a_bmc_that_answers_c0_to_connect_twice_is_asked_a_third_time(self):

@@ -1,0 +1,44 @@
+"""The settings of a virtual server: what is refused before anything starts."""
+
+import dataclasses
+import unittest
+
+from kv6000 import LabError, ServerSettings
+
+REFUSED = (({"tool": "hammer"}, "no tool 'hammer': take ipmitool, maker, both or none"),
+           ({"firmware": "1.23"}, "'1.23' is not"), ({"firmware": "zz-23"}, "'zz-23' is not"),
+           ({"firmware": "80-00"}, "'80-00' is not"), ({"install_path": "srv"}, "not absolute"),
+           ({"overlay": "/nowhere"}, "/nowhere"), ({"lan": {"adress": "10.0.0.1"}}, "no network setting 'adress'"),
+           ({"lan": {"address": "10.0.0.256"}}, "address '10.0.0.256' is not"),
+           ({"lan": {"mac": "02:4b"}}, "'02:4b' is not a MAC"), ({"capability": 256}, "256 are not one byte"),
+           ({"sdr": {"size": 3}}, "no SDR setting 'size'"), ({"sdr": {"records": 2001}}, "not 2001"),
+           ({"sdr": {"records": 5, "version_record": 6}}, "Of 5 records none has the number 6"),
+           ({"sdr": {"version": "x" * 109}}, "does not fit into a record"),
+           ({"bare_tables": ("chassis",)}, "no DMI table 'chassis'"))
+
+
+class TheSettingsOfAServer(unittest.TestCase):
+    def test_fail_with_the_reason_when_no_server_can_be_so(self):
+        for settings, reason in REFUSED:
+            with self.subTest(settings), self.assertRaisesRegex(LabError, reason):
+                ServerSettings(**settings)
+
+    def test_keep_their_defaults_where_nothing_else_is_chosen(self):
+        settings = ServerSettings(lan={"address": "10.0.0.1"}, sdr={"version": None, "records": 3})
+        self.assertEqual((settings.tool, settings.firmware, settings.product), ("ipmitool", "01-23", "KV6000"))
+        self.assertEqual((settings.bmc_lan()["address"], settings.bmc_lan()["gateway"]), ("0a 00 00 01", "c0 a8 0a 01"))
+        records, unreadable = settings.sdr_repository()
+        self.assertEqual((len(records), unreadable), (3, []))
+        self.assertFalse(any(b"SDR Version" in record for record in records))
+
+    def test_fail_to_be_changed_and_can_be_taken_over_into_others(self):
+        settings = ServerSettings(tool="maker")
+        with self.assertRaises(dataclasses.FrozenInstanceError):
+            settings.tool = "none"
+        self.assertEqual(dataclasses.replace(settings, firmware="01-24").tool, "maker")
+        with self.assertRaisesRegex(LabError, "no tool 'hammer'"):
+            dataclasses.replace(settings, tool="hammer")
+
+
+if __name__ == "__main__":
+    unittest.main()
