@@ -1,7 +1,8 @@
 """The guest of a running server: waits for its boots and runs commands in it.
 
-A job is a folder on the share: the driver writes `script`, the agent in the guest writes `out`, `err` and, last,
-`exit`. A serial line is only the bell between the two, so that neither has to poll.
+A job is a folder on the share: the client writes `script`, the agent in the guest writes `out`, `err` and, last,
+`exit`. A serial line is only the bell between the two, so that neither has to poll. Each boot is a process of its own
+with a bell of its own, so every look at the guest begins with the question whether the bell at hand is still a machine's.
 """
 
 import select
@@ -11,6 +12,7 @@ import time
 from pathlib import Path
 from typing import Callable, NamedTuple
 
+from kv6000.boot import ready_file
 from kv6000.errors import LabError, last_lines
 
 
@@ -25,6 +27,13 @@ def as_script(command) -> str:
     return command if isinstance(command, str) else shlex.join(command)
 
 
+def hung_up(line: socket.socket) -> bool:
+    """Whether the other end of a connection has gone, even when something that it sent is still to be read."""
+    poller = select.poll()
+    poller.register(line, select.POLLRDHUP)
+    return bool(poller.poll(0))
+
+
 class Guest:
     def __init__(self, folder: Path, bmc: Callable):
         self._folder = folder
@@ -32,19 +41,19 @@ class Guest:
         self._share = folder / "share"
         self._bell = None
         self._next_job = 0
-        self.boot = ""  # the boot that the caller knows of
+        self._known_boot = ""  # the last one that the caller has seen at work
 
     def current_boot(self) -> str:
-        """The identity of the last boot that came up, "" before the first."""
+        """The identity of the boot that takes commands, "" while the machine starts."""
         try:
-            return (self._share / "lab" / "ready").read_text().strip()
+            return ready_file(self._folder).read_text().strip()
         except OSError:
             return ""
 
     def wait_for_new_boot(self, timeout: float):
-        """Waits until the agent of a boot other than `boot` is there."""
+        """Waits until a boot takes commands that the caller has not seen at work yet; that may long be so."""
         deadline = time.monotonic() + timeout
-        while self.current_boot() == self.boot:
+        while (boot := self.current_boot()) in ("", self._known_boot):
             if time.monotonic() > deadline:
                 self._fail(f"The guest is not ready after {timeout:g} s.")
             if self._has_panicked():
@@ -53,7 +62,7 @@ class Guest:
                 self._fail("The machine is off and nothing powers it on.")
             self._listen(0.2)
         self._connect()
-        self.boot = self.current_boot()
+        self._known_boot = boot
 
     def wait_for_off(self, timeout: float):
         deadline = time.monotonic() + timeout
@@ -65,7 +74,11 @@ class Guest:
     def start(self, command) -> "Job":
         if not self._connect():
             self._fail("The machine is off; it cannot run a command.")
-        # Several drivers may use one server: the folder that can be made is the job's own.
+        boot = self.current_boot()
+        if not boot:
+            self._fail("The machine is starting; it cannot run a command yet.")
+        self._known_boot = boot
+        # Several clients may use one server: the folder that can be made is the job's own.
         while True:
             self._next_job += 1
             folder = self._share / "lab" / "jobs" / str(self._next_job)
@@ -80,15 +93,18 @@ class Guest:
         except OSError:
             self.release()
             self._fail("The machine went off; it cannot run a command.")
-        return Job(self, folder, command)
+        return Job(self, folder, command, boot)
 
     def release(self):
-        """Lets go of the bell, which only one driver can hold at a time."""
+        """Lets go of the bell, which only one client can hold at a time."""
         if self._bell:
             self._bell.close()
         self._bell = None
 
     def _connect(self) -> bool:
+        """Takes hold of the bell of the machine that is on. False when none is."""
+        if self._bell and hung_up(self._bell):
+            self.release()
         if not self._bell:
             bell = socket.socket(socket.AF_UNIX)
             try:
@@ -129,11 +145,11 @@ class Guest:
 class Job:
     """A command that runs in the guest."""
 
-    def __init__(self, guest: Guest, folder: Path, command):
+    def __init__(self, guest: Guest, folder: Path, command, boot: str):
         self._guest = guest
         self._folder = folder
         self._command = command
-        self._boot = guest.current_boot()
+        self._boot = boot
 
     def done(self) -> bool:
         # The code is written with its newline at once, but the file is there a moment before.
@@ -142,12 +158,15 @@ class Job:
     def wait(self, timeout: float = 60) -> Result:
         """The result of the command; LabError when the time is over or the machine goes down before it ends."""
         deadline = time.monotonic() + timeout
-        while not self.done():
+        while True:
+            # In this order: what ended before the machine went down has ended well.
+            gone = not self._guest._connect() or self._guest.current_boot() != self._boot
+            if self.done():
+                break
+            if gone:
+                self._guest._fail(f"The machine went down while it ran '{self._command}'.")
             if time.monotonic() > deadline:
                 self._guest._fail(f"No end of '{self._command}' in the guest after {timeout:g} s.")
-            gone = not self._guest._connect() or self._guest.current_boot() != self._boot
-            if gone and not self.done():
-                self._guest._fail(f"The machine went down while it ran '{self._command}'.")
             self._guest._listen(0.5)
         return Result(int(self.output("exit")), self.output("out"), self.output("err"))
 

@@ -3,9 +3,11 @@
 
 #include <fcntl.h>
 #include <linux/close_range.h>
+#include <poll.h>
 #include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <array>
 #include <cerrno>
@@ -91,6 +93,8 @@ bool Machine::StartProcess() {
   }
   arguments.push_back(nullptr);
 
+  // Of an earlier boot it would say that this one takes commands.
+  (void)unlink(config_.readyPath.c_str());
   const pid_t pid = fork();
   if (pid == 0) {
     BecomeMachine(arguments, config_.logPath.c_str(), theirs.Get());

@@ -21,6 +21,7 @@ class Machine {
     std::vector<std::string> command;  // QEMU and its arguments, without QMP channel and reset handling
     std::string logPath;               // QEMU's own output is appended here
     std::string mediaPath;             // backing file of the block node "media"
+    std::string readyPath;             // removed at every power-on; the guest writes it once it takes commands
   };
 
   // All are called from the event loop.

@@ -60,7 +60,7 @@ ServerConfig Read(const Json& json) {
            json.at("sdrUnreadable").get<std::set<unsigned>>()},
           json.at("orders").get<std::string>(),
           {json.at("machine").get<std::vector<std::string>>(), json.at("machineLog").get<std::string>(),
-           json.at("media").get<std::string>()}};
+           json.at("media").get<std::string>(), json.at("ready").get<std::string>()}};
 }
 
 }  // namespace

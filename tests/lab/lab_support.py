@@ -1,8 +1,13 @@
 """What the tests of whole virtual servers share: one server for the tests of a class, and the steps of an update."""
 
 import os
+import pty
+import select
+import subprocess
+import time
 import unittest
 from pathlib import Path
+from typing import Callable
 
 from kv6000 import Server, ServerSettings
 from kv6000.packages import make_image
@@ -33,6 +38,48 @@ def processes_of(folder: Path) -> list:
         if str(folder).encode() in words or where == str(folder):
             found.append(words.replace(b"\0", b" ").decode(errors="replace"))
     return found
+
+
+def wait_until(condition: Callable[[], object], what: str, seconds: float = 20):
+    """Waits for something that another process does."""
+    deadline = time.monotonic() + seconds
+    while not condition():
+        if time.monotonic() > deadline:
+            raise AssertionError(f"not within {seconds:g} s: {what}")
+        time.sleep(0.02)
+
+
+class Person:
+    """Sits at a terminal in which a process runs."""
+
+    def __init__(self, command: list, **options):
+        self._keyboard, terminal = pty.openpty()
+        self.process = subprocess.Popen(command, stdin=terminal, stdout=terminal, stderr=terminal, **options)
+        os.close(terminal)
+        self.screen = ""
+
+    def types(self, text: str):
+        os.write(self._keyboard, text.encode())
+
+    def sees(self, text: str, seconds: float = 10):
+        """Waits until the text appears on the screen, and forgets what was there before it."""
+        deadline = time.monotonic() + seconds
+        while text not in self.screen:
+            ready, _, _ = select.select([self._keyboard], [], [], 0.1)
+            try:
+                self.screen += os.read(self._keyboard, 4096).decode() if ready else ""
+            except OSError:
+                break  # the process has ended
+            if time.monotonic() > deadline:
+                break
+        if text not in self.screen:
+            raise AssertionError(f"'{text}' is not on the screen, but:\n{self.screen}")
+        self.screen = self.screen.split(text, 1)[1]
+
+    def close(self):
+        self.process.kill()
+        self.process.wait()
+        os.close(self._keyboard)
 
 
 class SharedServer(unittest.TestCase):

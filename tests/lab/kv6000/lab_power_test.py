@@ -3,7 +3,9 @@
 import unittest
 
 from kv6000 import LabError, ServerSettings
-from lab_support import CHECK_CONNECT, CHECK_REBOOT_FLAG, MAKER_TOOL, SET_REBOOT_FLAG, SIGNATURE, SharedServer
+from kv6000.boot import ready_file
+from lab_support import (CHECK_CONNECT, CHECK_REBOOT_FLAG, MAKER_TOOL, SET_REBOOT_FLAG, SIGNATURE, SharedServer,
+                         wait_until)
 
 
 class AnUpdateByHand(SharedServer):
@@ -49,7 +51,11 @@ class AnUpdateByHand(SharedServer):
             self.assertIn("flashing 100%", done.out)
             self.assertEqual(self.server.bmc("state")["standby"], "01-24")
         with self.subTest("a reboot without the flag comes back on the old firmware; who asked for it could finish"):
+            ready = ready_file(self.server.folder)
+            old = ready.read_text()
             job = self.server.start_job("shutdown -r now; sleep 2; echo finished")
+            # Until the machine has long come back nobody asks for it.
+            wait_until(lambda: ready.exists() and ready.read_text() not in ("", old), "the machine is back", 60)
             self.server.wait_power_cycle()
             self.assertEqual(job.wait().out, "finished\n")
             self.assertEqual(self.running_version(), "01-23")

@@ -139,7 +139,6 @@ class DocumentCommands(unittest.TestCase):
             with self.subTest(line):
                 self.succeed(line)
         apply = next(line for line in lines if line.startswith(HALTS + " --yes"))
-        self.server.guest.boot = self.server.guest.current_boot()
         self.server.guest.start(f"{PAUSES} orvhost --install-path /srv/orv {apply.removeprefix('orvhost ')}")
         self.server.guest.wait_for_new_boot(60)
         self.succeed(next(line for line in lines if line.startswith("orvhost verify")))
