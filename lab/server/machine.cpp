@@ -121,6 +121,22 @@ void Machine::Kill() {
   }
 }
 
+void Machine::CutPower() {
+  if (!IsRunning()) {
+    return;
+  }
+  Kill();
+  pollfd process{pidFd_.Get(), POLLIN, 0};
+  while (poll(&process, 1, -1) < 0 && errno == EINTR) {
+  }
+  // A reset that had begun has no power to go on.
+  if (qmp_.IsOpen()) {
+    DropQmp();
+  }
+  resetting_ = false;
+  OnExit();
+}
+
 void Machine::OnExit() {
   // What QEMU said last may still wait behind the news of its end.
   while (qmp_.IsOpen()) {

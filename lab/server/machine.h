@@ -39,8 +39,9 @@ class Machine {
   // Powers on. No effect on a running machine. False, with the cause on standard output, when there is no process.
   [[nodiscard]] bool Start();
 
-  // Cuts the power. Listener::off follows.
-  void Kill();
+  // Cuts the power, after which the machine is off; Listener::off is called before this returns. No effect on a machine
+  // that is off.
+  void CutPower();
 
   [[nodiscard]] bool IsRunning() const { return pid_ > 0; }
 
@@ -52,6 +53,7 @@ class Machine {
 
  private:
   [[nodiscard]] bool StartProcess();
+  void Kill();
   void OnExit();
   void OnQmp();
   void DropQmp();

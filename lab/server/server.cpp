@@ -110,7 +110,7 @@ void Server::StepFlash() {
 void Server::CutPower() {
   powerLossAtPercent_.reset();
   bmc_.PowerLost();
-  machine_.Kill();
+  machine_.CutPower();
 }
 
 std::span<const Server::OrderEntry> Server::Orders() {

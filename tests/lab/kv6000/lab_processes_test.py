@@ -8,25 +8,17 @@ import socket
 import subprocess
 import sys
 import tempfile
-import time
 import unittest
 from pathlib import Path
 from unittest import mock
 
-from kv6000 import LabError, Server, ServerSettings, boot, server
+from kv6000 import LabError, Server, ServerSettings, bmc, boot, server
 from kv6000.paths import LAB
-from lab_support import processes_of
+from lab_support import Person, processes_of, wait_until
 
 READY = "run folder "
-
-
-def wait_until(condition, what: str, seconds: float = 20):
-    """Waits for something that another process does."""
-    deadline = time.monotonic() + seconds
-    while not condition():
-        if time.monotonic() > deadline:
-            raise AssertionError(f"not within {seconds:g} s: {what}")
-        time.sleep(0.02)
+PROMPT = "kv6000:/# "
+LEAVE = "\x1d"  # Ctrl-]
 
 
 def start_driver(parent: str) -> tuple:
@@ -137,6 +129,25 @@ class AServerWithAWishForEverything(unittest.TestCase):
             other.listen()
             taken = other.getsockname()[1]
             yield iter([taken, taken, server.free_port()])
+
+
+class AnInteractiveServer(unittest.TestCase):
+    def test_comes_back_by_power_on_after_a_loss_of_power_with_typed_text_on_its_way(self):
+        parent = self.enterContext(tempfile.TemporaryDirectory(prefix="lab-test-"))
+        person = Person([sys.executable, str(LAB / "lab"), "run"], env=dict(os.environ, TMPDIR=parent))
+        self.addCleanup(person.close)
+        person.sees(READY, 60)
+        folder = next(Path(parent).iterdir())
+        person.sees(PROMPT)
+        person.types("sleep 100\r" + 1000 * "x")
+        person.sees("xxx")
+        bmc.order(folder, "power-loss")
+        person.sees("the machine went down")
+        bmc.order(folder, "power-on")
+        person.sees(PROMPT, 60)
+        person.types(LEAVE)
+        self.assertEqual(person.process.wait(20), 0)
+        self.assertEqual(os.listdir(parent), [])
 
 
 class AServerThatFailsToComeUp(unittest.TestCase):
