@@ -32,7 +32,7 @@ class Outside {
   // `length` bytes of the media from `offset`; shorter when the media ends before.
   [[nodiscard]] virtual Bytes ReadMedia(std::uint32_t offset, std::uint32_t length) = 0;
 
-  // The firmware that Get Device ID tells from now on.
+  // The firmware that Get Device ID answers from now on.
   virtual void SetRunningVersion(const Version& version) = 0;
 
   virtual void PowerOn() = 0;
@@ -76,7 +76,7 @@ class Bmc {
     Version running;
     std::string writeModePhrase;  // what Change Write mode must carry
     LanConfig lan;
-    std::uint8_t fileSupport = 0x03;  // which config files Get Capability tells
+    std::uint8_t fileSupport = 0x03;  // which config files Get Capability names
     SdrRepository::Records sdr = {};
     std::set<unsigned> unreadableSdr = {};
   };
@@ -99,7 +99,7 @@ class Bmc {
   // One step of the flash operation; call it at a steady pace while the state says kRunning.
   void FlashStep();
 
-  // The machine went off in whatever way. With the reboot flag armed what stands by is taken, firmware and SDR, and the
+  // The machine went off for any reason. With the reboot flag armed what stands by is taken, firmware and SDR, and the
   // machine is powered on again.
   void MachineOff();
 

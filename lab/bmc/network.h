@@ -18,7 +18,7 @@ struct LanConfig {
   Ipv4 address{};
   Ipv4 netmask{};
   Ipv4 gateway{};
-  std::uint8_t dhcp = 0;  // as Get Tcpip Info tells it: 00 off, 01 on; a test may set any other
+  std::uint8_t dhcp = 0;  // as Get Tcpip Info answers it: 00 off, 01 on; a test may set any other
 };
 
 class Network {

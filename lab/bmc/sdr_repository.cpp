@@ -51,7 +51,7 @@ std::span<const Command<SdrRepository>> SdrRepository::Table() {
 
 Bytes SdrRepository::GetInfo(std::span<const std::uint8_t> /*data*/) {
   const auto count = NumberBytes(records_.size());
-  Bytes answer = {kOk, kSdrFormat, count[0], count[1], 0xfe, 0xff};  // the free space is told as "enough"
+  Bytes answer = {kOk, kSdrFormat, count[0], count[1], 0xfe, 0xff};  // free space: "enough"
   answer.resize(answer.size() + 8);                                  // times of the last addition and erasure
   answer.push_back(kModes);
   return answer;

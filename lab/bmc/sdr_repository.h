@@ -57,7 +57,7 @@ class SdrRepository {
   std::uint16_t reservation_ = 0;
 };
 
-// The text behind "SDR Version " in the OEM record that holds it, "" when no record does.
+// The text after "SDR Version " in the OEM record that holds it, "" when no record does.
 [[nodiscard]] std::string SdrVersion(const SdrRepository::Records& records);
 
 }  // namespace kv6000

@@ -70,7 +70,7 @@ FlashResult FlashFromMedia(IpmiDevice& bmc, std::size_t length) {
   while (true) {
     const auto answer = bmc.Exchange(kNetFn, 0, kProgress, {});
     if (answer.size() < 3 || answer[0] != 0) {
-      return {FlashResult::End::kFailed, "the BMC does not tell its progress"};
+      return {FlashResult::End::kFailed, "the BMC does not report its progress"};
     }
     ShowProgress("flashing", answer[2], 100);
     if (answer[1] == kDone) {

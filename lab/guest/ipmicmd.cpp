@@ -1,5 +1,5 @@
 // The maker's IPMI command tool, played for the virtual server: one request line on standard input, "NetFn/LUN Cmd
-// data..." in hexadecimal; the answer stands on the second output line behind four words, completion code first.
+// data..." in hexadecimal; the answer stands on the second output line after four words, completion code first.
 #include <cstdio>
 #include <exception>
 #include <iostream>

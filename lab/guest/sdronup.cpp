@@ -1,5 +1,5 @@
 // The SDR utility that an update package of the rack model brings: fills the BMC's standby repository with the records
-// of a file, which stand in it one behind the other.
+// of a file, which stand in it one after the other.
 #include <cstdio>
 #include <exception>
 #include <span>

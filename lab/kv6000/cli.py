@@ -17,7 +17,7 @@ from kv6000.packages import make_packages
 from kv6000.paths import build_folder
 from kv6000.rack_packages import make_rack_packages
 from kv6000.server import Server
-from kv6000.settings import ServerSettings
+from kv6000.settings import TOOLS, ServerSettings
 from kv6000.terminal import attach
 
 
@@ -33,9 +33,10 @@ def running_server(chosen: str) -> Path:
     found = sorted({path.parent for place in places for path in Path(place).resolve().glob("kv6000-*/bmc.sock")
                     if takes_orders(path)})
     if not found:
-        raise LabError("No server runs.", advice="Start one with lab/lab run.")
+        raise LabError("No server is running.", advice="Start one with lab/lab run.")
     if len(found) > 1:
-        raise LabError("Several servers run: " + ", ".join(map(str, found)), advice="Choose one with --server FOLDER.")
+        raise LabError("Several servers are running: " + ", ".join(map(str, found)),
+                       advice="Choose one with --server FOLDER.")
     return found[0]
 
 
@@ -70,7 +71,7 @@ def command_run(options):
             say("Ctrl-] ends the server")
             attach(server.folder / "shell.sock", say)
         else:
-            # Without a terminal the server stays until its input ends or it is told to go.
+            # Without a terminal the server stays until its input ends or it is asked to end.
             while sys.stdin.readline():
                 pass
     if options.keep:
@@ -130,38 +131,38 @@ def parser() -> argparse.ArgumentParser:
 
     add("build", command_build, "fetch and pack what the guest needs")
     packages = add("packages", command_packages, "make the update packages, good and bad")
-    packages.add_argument("folder", type=Path)
+    packages.add_argument("folder", type=Path, metavar="FOLDER", help="where to write them")
     run = add("run", command_run, "start a server with a shell in this terminal")
-    run.add_argument("--tool", default="ipmitool", choices=("ipmitool", "maker", "both", "none"))
+    run.add_argument("--tool", default="ipmitool", choices=TOOLS, help="IPMI tool in the guest (default ipmitool)")
     run.add_argument("--firmware", default="01-23", help="running BMC firmware (default 01-23)")
-    run.add_argument("--product", default="KV6000", help="product name in DMI")
-    run.add_argument("--serial", default="KV6K000001", help="serial number in DMI")
-    run.add_argument("--dmi-version", default="1.0", help="product version in DMI")
-    run.add_argument("--bios-version", default="V1.2.0", help="BIOS version in DMI")
+    run.add_argument("--product", default="KV6000", help="product name in DMI (default KV6000)")
+    run.add_argument("--serial", default="KV6K000001", help="serial number in DMI (default KV6K000001)")
+    run.add_argument("--dmi-version", default="1.0", help="product version in DMI (default 1.0)")
+    run.add_argument("--bios-version", default="V1.2.0", help="BIOS version in DMI (default V1.2.0)")
     run.add_argument("--sdr-version", default="A1", help="version in the SDR repository (default A1)")
-    run.add_argument("--sdr-records", type=int, default=20, help="records in it (default 20)")
-    run.add_argument("--install-path", default="/srv/orv", help="install path of the host in the guest")
-    run.add_argument("--overlay", type=Path, help="staged folder tree to lay over the guest's root")
-    run.add_argument("--keep", action="store_true", help="keep the run folder")
+    run.add_argument("--sdr-records", type=int, default=20, help="number of records in it (default 20)")
+    run.add_argument("--install-path", default="/srv/orv", help="install path in the guest (default /srv/orv)")
+    run.add_argument("--overlay", type=Path, help="folder tree to copy over the guest's root")
+    run.add_argument("--keep", action="store_true", help="keep the run folder when the server ends")
     order = add("bmc", command_bmc, "send an order to the BMC of a running server")
-    order.add_argument("--server", help="run folder, when several servers run")
-    order.add_argument("--commands", type=int, default=20, help="how many commands `state` lists (default 20)")
-    order.add_argument("order", nargs="+", help="one of the orders that docs/lab.md lists, e.g. state")
-    library = add("library", command_library, "give the guest of a running server a management library")
-    library.add_argument("--server", help="run folder, when several servers run")
+    order.add_argument("--server", metavar="FOLDER", help="its run folder, when several servers are running")
+    order.add_argument("--commands", type=int, default=20, metavar="N", help="commands that `state` lists (default 20)")
+    order.add_argument("order", nargs="+", metavar="ORDER", help="an order of docs/lab.md with its words, e.g. state")
+    library = add("library", command_library, "put a management library into a running server")
+    library.add_argument("--server", metavar="FOLDER", help="its run folder, when several servers are running")
     library.add_argument("--info", default="", help="the disk record as hexadecimal digits")
     library.add_argument("--error", default="", help="error code, e.g. 02")
     library.add_argument("--warning", default="", help="warning code, e.g. 01")
-    library.add_argument("--fails", action="store_true", help="its queries fail")
-    library.add_argument("--null", action="store_true", help="it gives no interface object")
-    library.add_argument("--throws", metavar="TEXT", help="its queries throw")
-    library.add_argument("--without", metavar="ENTRY", help="it lacks this entry point")
-    library.add_argument("--absent", action="store_true", help="take it away")
+    library.add_argument("--fails", action="store_true", help="its queries fail without throwing")
+    library.add_argument("--null", action="store_true", help="it has no interface object to give")
+    library.add_argument("--throws", metavar="TEXT", help="its queries throw an exception with this text")
+    library.add_argument("--without", metavar="ENTRY", help="it lacks this entry point, e.g. CreateLibIF")
+    library.add_argument("--absent", action="store_true", help="remove the library")
     guest = add("guest", command_guest, "run a command in a running server")
-    guest.add_argument("--server", help="run folder, when several servers run")
-    guest.add_argument("--timeout", type=float, default=900, help="seconds (default 900)")
+    guest.add_argument("--server", metavar="FOLDER", help="its run folder, when several servers are running")
+    guest.add_argument("--timeout", type=float, default=900, metavar="SECONDS", help="time limit (default 900)")
     guest.add_argument("words", nargs=argparse.REMAINDER, metavar="COMMAND",
-                       help="one word: a line for sh; several: program and arguments")
+                       help="one word is a line for sh, several are a program and its arguments")
     return top
 
 

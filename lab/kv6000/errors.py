@@ -2,7 +2,7 @@
 
 
 class LabError(Exception):
-    """A failure told to a person. `evidence` and `advice` are whole sentences or ""."""
+    """A failure that a person reads. `evidence` and `advice` are whole sentences or ""."""
 
     def __init__(self, cause: str, evidence: str = "", advice: str = ""):
         super().__init__("\n".join(part for part in (cause, evidence, advice) if part))

@@ -127,7 +127,7 @@ def pack_overlay(overlay: Path, archive: Path):
 def unpack_kernel(path: Path) -> bytes:
     """The kernel proper inside a bzImage. QEMU boots it as it is; unpacked by the emulated machine it costs 4 s more."""
     image = path.read_bytes()
-    # Fields of the boot protocol's header: setup sectors, then offset and length of the compressed kernel behind them.
+    # Fields of the boot protocol's header: setup sectors, then offset and length of the compressed kernel after them.
     setup = (image[0x1f1] or 4) + 1
     offset, length = struct.unpack_from("<II", image, 0x248)
     packed = image[setup * 512 + offset:setup * 512 + offset + length]

@@ -1,4 +1,4 @@
-"""What a server is made of, as its BMC and its machine are told: network settings and DMI tables."""
+"""What a server is made of, as its BMC and its machine read it: network settings and DMI tables."""
 
 import ipaddress
 import re

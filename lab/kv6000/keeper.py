@@ -1,7 +1,7 @@
-"""Keeps one virtual server: starts the BMC's process on demand, and when its driver lets go, ends all processes of the
-server and removes the run folder. A process of its own, so that this also happens when the driver is killed.
+"""Keeps one virtual server: starts the BMC's process on demand, and when its client lets go, ends all processes of the
+server and removes the run folder. A process of its own, so that this also happens when the client is killed.
 
-Arguments: run folder, then the command that starts the BMC. Standard input is held by the driver, whose lines are
+Arguments: run folder, then the command that starts the BMC. Standard input is held by the client, whose lines are
 "start" and "keep" (spare the folder); "ended" goes to standard output whenever the BMC's process has ended.
 """
 
@@ -29,7 +29,7 @@ class Keeper:
         self._bmc = None
 
     def serve(self) -> bool:
-        """Obeys the driver until it lets go. True when the run folder is to be spared."""
+        """Obeys the client until it lets go. True when the run folder is to be spared."""
         keep = False
         while True:
             watched = [0] + ([self._bmc] if self._bmc else [])

@@ -1,6 +1,6 @@
 """Makes the update packages of the rack model KV6000RT, which bring a script with its tools, and one for the MX4000.
 
-Each bad package is the good one with the one fault that its name tells.
+Each bad package is the good one with the one fault that its name states.
 """
 
 from pathlib import Path

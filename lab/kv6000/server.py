@@ -39,7 +39,8 @@ class Server:
     """A context manager: entering starts the server and waits until commands can run in it, leaving ends it. `progress`
     is called with a line for people about each step that takes time."""
 
-    def __init__(self, settings: ServerSettings = ServerSettings(), progress: Callable[[str], None] = lambda text: None):
+    def __init__(self, settings: ServerSettings = ServerSettings(),
+                 progress: Callable[[str], None] = lambda text: None):
         self.settings = settings
         self._progress = progress
         self._keeper = None
@@ -138,7 +139,7 @@ class Server:
         return None if stored is None else bytes.fromhex(stored)
 
     def release(self):
-        """Lets another driver run commands in the guest; the next command of this one takes hold again."""
+        """Lets another client run commands in the guest; the next command of this one takes hold again."""
         self._guest.release()
 
     def _start_keeper(self):

@@ -1,4 +1,4 @@
-// What people and tests are told about the BMC, as JSON.
+// What people and tests read about the BMC, as JSON.
 #ifndef LAB_SERVER_DESCRIPTION_H
 #define LAB_SERVER_DESCRIPTION_H
 
@@ -8,10 +8,10 @@
 
 namespace kv6000 {
 
-// Everything that the order "state" tells of the BMC itself; see docs/lab.md.
+// Everything that the order "state" answers about the BMC itself; see docs/lab.md.
 [[nodiscard]] nlohmann::json DescribeState(const Bmc& bmc);
 
-// What the order "files" tells: by file number, the bytes and how they came there.
+// What the order "files" answers: by file number, the bytes and how they came there.
 [[nodiscard]] nlohmann::json DescribeFiles(const ConfigFiles& files);
 
 }  // namespace kv6000

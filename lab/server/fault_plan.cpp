@@ -15,7 +15,7 @@ void FaultPlan::Clear() {
 }
 
 FaultPlan::Entries::const_iterator FaultPlan::Find(std::span<const std::uint8_t> request) const {
-  // Of heads that begin alike the longer one is sorted behind the shorter one, so the last that fits is the longest.
+  // Of heads that begin alike the longer one is sorted after the shorter one, so the last that fits is the longest.
   const auto found = std::find_if(entries_.rbegin(), entries_.rend(), [&](const auto& entry) {
     const auto& head = entry.first;
     return head.size() <= request.size() && std::ranges::equal(head, request.first(head.size()));

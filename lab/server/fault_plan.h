@@ -25,8 +25,8 @@ struct Fault {
 
 class FaultPlan {
  public:
-  // The next `count` requests that begin with the bytes of `head` (NetFn, Cmd, and as many data bytes as are to be
-  // told apart) meet the fault; 0: every one until Clear(). Replaces an earlier order for the same head. Of several
+  // The next `count` requests that begin with the bytes of `head` (NetFn, Cmd, and as many data bytes as it takes to
+  // choose them) meet the fault; 0: every one until Clear(). Replaces an earlier order for the same head. Of several
   // heads that a request begins with, the longest counts, and it alone is used up.
   void Order(const std::vector<std::uint8_t>& head, const Fault& fault, unsigned count);
 

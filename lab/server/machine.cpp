@@ -104,7 +104,7 @@ bool Machine::StartProcess() {
     return false;
   }
   pid_ = pid;
-  // The simulator reaps every child of its process; the descriptor tells the end all the same.
+  // The simulator reaps every child of its process; the descriptor still reports the end.
   pidFd_ = posix::FileDescriptor(pidfd_open(pid, 0));
   qmp_ = std::move(ours);
   qmpInput_.clear();
@@ -138,7 +138,7 @@ void Machine::CutPower() {
 }
 
 void Machine::OnExit() {
-  // What QEMU said last may still wait behind the news of its end.
+  // The news of QEMU's end may come before what it said last is read.
   while (qmp_.IsOpen()) {
     OnQmp();
   }

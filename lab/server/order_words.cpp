@@ -14,7 +14,7 @@ std::optional<unsigned> ParseCount(const std::string& text) {
   return text == "always" ? 0 : ParseNumber(text, 10, 1000000);
 }
 
-// NETFN CMD and the data behind the count.
+// NETFN CMD and the data after the count.
 std::optional<std::vector<std::uint8_t>> ParseHead(std::span<const std::string> command,
                                                    std::span<const std::string> data) {
   std::vector<std::uint8_t> head;

@@ -16,7 +16,7 @@ class Reader {
 
   [[nodiscard]] bool AtEnd() const { return rest_.empty(); }
 
-  // A text behind its length of `width` bytes, without its zero byte. nullopt when it is cut off or lacks that.
+  // A text after its length of `width` bytes, without its zero byte. nullopt when it is cut off or lacks that.
   [[nodiscard]] std::optional<std::string> Text(std::size_t width) {
     const auto length = Number(width);
     if (!length || *length == 0 || *length > rest_.size() || rest_[*length - 1] != 0) {

@@ -138,7 +138,7 @@ std::string Server::Order(const std::string& line) {
   std::string names;
   for (const auto& entry : Orders()) {
     if (name == entry.name) {
-      return entry.plain && !rest.empty() ? "error: '" + name + "' takes no words behind it"
+      return entry.plain && !rest.empty() ? "error: '" + name + "' takes no further words"
                                           : (this->*entry.handler)(rest);
     }
     names += (names.empty() ? "" : ", ") + std::string(entry.name);

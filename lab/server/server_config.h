@@ -1,4 +1,4 @@
-// The configuration of one server as the lab's driver writes it: a JSON file.
+// The configuration of one server as the lab's client writes it: a JSON file.
 #ifndef LAB_SERVER_SERVER_CONFIG_H
 #define LAB_SERVER_SERVER_CONFIG_H
 

@@ -121,7 +121,7 @@ class SharedServer(unittest.TestCase):
         return self.server.run(FLASH + "/srv/orv/image.ima")
 
     def running_version(self) -> str:
-        """What Get Device ID tells, in the form 01-23."""
+        """What Get Device ID answers, in the form 01-23."""
         code, answer = self.raw(0x06, 0x01)
         self.assertEqual(code, 0)
         data = answer.split()

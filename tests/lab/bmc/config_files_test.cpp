@@ -34,7 +34,7 @@ class TheConfigFiles : public testing::Test {
   ConfigFiles files_{0x03};
 };
 
-TEST_F(TheConfigFiles, TellTheSupportFlagsIn17thPlace) {
+TEST_F(TheConfigFiles, AnswerTheSupportFlagsIn17thPlace) {
   const Bytes answer = Send(0x3c, 0x04);
   ASSERT_EQ(answer.size(), 18U);
   EXPECT_EQ(answer[0], kOk);
@@ -92,7 +92,7 @@ TEST_F(TheConfigFiles, RefuseWritesAndUnlocksWithoutTheLock) {
   EXPECT_EQ(Write(0, {1}), Bytes{kWrongState});
 }
 
-TEST_F(TheConfigFiles, TellThatAFileIsLockedAlreadyAndStartItOver) {
+TEST_F(TheConfigFiles, SayThatAFileIsLockedAlreadyAndStartItOver) {
   Lock();
   Write(0, {1, 2, 3, 4, 5, 6});
   EXPECT_EQ(Lock(), Bytes{0x01});
@@ -122,7 +122,7 @@ TEST_F(TheConfigFiles, RefuseAWrongSignature) {
   EXPECT_EQ(Stored(), std::nullopt);
 }
 
-TEST_F(TheConfigFiles, RefuseAPieceBehindAGapOrBeyondTheirEnd) {
+TEST_F(TheConfigFiles, RefuseAPieceAfterAGapOrBeyondTheirEnd) {
   Lock();
   EXPECT_EQ(Write(1, {1}), Bytes{kOutOfRange});
   const Bytes piece(32, 0xaa);

@@ -20,7 +20,7 @@ TEST(FirmwareVersion, IsReadBackFromItsText) {
   EXPECT_EQ(ParseVersion("16-0a"), (Version{0x16, 0x0a}));
 }
 
-TEST(FirmwareVersion, IsRefusedInAnyOtherForm) {
+TEST(FirmwareVersion, FailsToBeReadInAnyOtherForm) {
   for (const char* text : {"", "01", "01-2", "1-23", "01.23", "01-2g", "0x-23", "01-23 ", "+1-23", "80-00"}) {
     EXPECT_EQ(ParseVersion(text), std::nullopt) << text;
   }
@@ -34,28 +34,28 @@ TEST(FirmwareImage, IsWholeWithMagicLengthAndChecksum) {
   EXPECT_EQ(ReadHeader(image)->payloadLength, 5000U);
 }
 
-TEST(FirmwareImage, WithAnotherMagicIsRefused) {
+TEST(FirmwareImage, FailsWithAnotherMagic) {
   auto image = MakeImage(kVersion, 100);
   image[7] = '2';
   EXPECT_EQ(CheckImage(image), ImageFault::kMagic);
 }
 
-TEST(FirmwareImage, ShorterThanItsHeaderIsRefused) {
+TEST(FirmwareImage, FailsShorterThanItsHeader) {
   auto image = MakeImage(kVersion, 100);
   image.resize(ImageHeader::kSize - 1);
   EXPECT_EQ(CheckImage(image), ImageFault::kMagic);
   EXPECT_EQ(CheckImage({}), ImageFault::kMagic);
 }
 
-TEST(FirmwareImage, WithoutPayloadIsRefused) {
+TEST(FirmwareImage, FailsWithoutPayload) {
   EXPECT_EQ(CheckImage(MakeImage(kVersion, 0)), ImageFault::kMagic);
 }
 
-TEST(FirmwareImage, WithTheAvailabilityBitInItsMajorIsRefused) {
+TEST(FirmwareImage, FailsWithTheAvailabilityBitInItsMajor) {
   EXPECT_EQ(CheckImage(MakeImage({0x81, 0x00}, 100)), ImageFault::kMagic);
 }
 
-TEST(FirmwareImage, LongerOrShorterThanItsHeaderSaysIsRefused) {
+TEST(FirmwareImage, FailsLongerOrShorterThanItsHeaderSays) {
   auto image = MakeImage(kVersion, 100);
   image.push_back(0);
   EXPECT_EQ(CheckImage(image), ImageFault::kLength);
@@ -63,7 +63,7 @@ TEST(FirmwareImage, LongerOrShorterThanItsHeaderSaysIsRefused) {
   EXPECT_EQ(CheckImage(image), ImageFault::kLength);
 }
 
-TEST(FirmwareImage, WithOneChangedBitIsRefused) {
+TEST(FirmwareImage, FailsWithOneChangedBit) {
   auto image = MakeImage(kVersion, 100);
   image.back() ^= 1U;
   EXPECT_EQ(CheckImage(image), ImageFault::kChecksum);

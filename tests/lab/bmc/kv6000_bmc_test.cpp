@@ -50,7 +50,7 @@ class Kv6000Bmc : public testing::Test {
     ASSERT_EQ(Send(0x34, 0x2c, {0x00}), Bytes{kOk});
   }
 
-  // Flashes `image` to its end, whatever that is.
+  // Flashes `image` to its end, good or bad.
   void FlashImage(const Bytes& image) {
     PrepareFlash(image);
     ASSERT_EQ(StartFlash(image.size()), Bytes{kOk});
@@ -90,7 +90,7 @@ TEST_F(Kv6000Bmc, TakesOnlyTheRightWriteModePhrase) {
   EXPECT_TRUE(bmc_.CurrentState().writeMode);
 }
 
-TEST_F(Kv6000Bmc, ConnectsTheMediaAndTellsItOnceTheMachineHasSeenIt) {
+TEST_F(Kv6000Bmc, ConnectsTheMediaAndSaysSoOnceTheMachineHasSeenIt) {
   EXPECT_EQ(Send(0x34, 0x8d), (Bytes{kOk, 0x00}));
   EXPECT_EQ(Connect(), Bytes{kOk});
   EXPECT_EQ(Send(0x34, 0x8d), (Bytes{kOk, 0x00}));
@@ -107,7 +107,7 @@ TEST_F(Kv6000Bmc, ConnectingTwiceAttachesOneDrive) {
   EXPECT_EQ(outside_.calls, std::vector<std::string>{"attach"});
 }
 
-TEST_F(Kv6000Bmc, DisconnectingWithoutMediaIsNoError) {
+TEST_F(Kv6000Bmc, DisconnectsWithoutMediaAndWithoutAnError) {
   EXPECT_EQ(Disconnect(), Bytes{kOk});
   EXPECT_TRUE(outside_.calls.empty());
 }
@@ -248,7 +248,7 @@ INSTANTIATE_TEST_SUITE_P(Images, BadImageFlash,
                                          BadImage{"Checksum", [](Bytes& image) { image.back() ^= 1U; }, 0x82}),
                          [](const auto& image) { return std::string(image.param.name); });
 
-TEST_F(Kv6000Bmc, AnImageLongerThanTheMediaLosesTheFlash) {
+TEST_F(Kv6000Bmc, FailsToFlashAnImageLongerThanTheMedia) {
   PrepareFlash(image_);
   StartFlash(image_.size() + 1);
   while (bmc_.CurrentState().flash == Flash::kRunning) {

@@ -17,7 +17,7 @@ class NetworkOfTheBmc : public testing::Test {
   Network network_{{{0x02, 0x4b, 0x45, 0x53, 0x00, 0x01}, {192, 168, 0, 10}, {255, 255, 255, 0}, {192, 168, 0, 1}, 1}};
 };
 
-TEST_F(NetworkOfTheBmc, TellsEachLanParameterBehindTheParameterRevision) {
+TEST_F(NetworkOfTheBmc, AnswersEachLanParameterAfterTheParameterRevision) {
   EXPECT_EQ(Parameter(0), (Bytes{kOk, 0x11, 0x00}));
   EXPECT_EQ(Parameter(3), (Bytes{kOk, 0x11, 192, 168, 0, 10}));
   EXPECT_EQ(Parameter(5), (Bytes{kOk, 0x11, 0x02, 0x4b, 0x45, 0x53, 0x00, 0x01}));
@@ -25,7 +25,7 @@ TEST_F(NetworkOfTheBmc, TellsEachLanParameterBehindTheParameterRevision) {
   EXPECT_EQ(Parameter(12), (Bytes{kOk, 0x11, 192, 168, 0, 1}));
 }
 
-TEST_F(NetworkOfTheBmc, TellsTheAddressSourceByTheDhcpFlag) {
+TEST_F(NetworkOfTheBmc, AnswersTheAddressSourceByTheDhcpFlag) {
   EXPECT_EQ(Parameter(4), (Bytes{kOk, 0x11, 0x02}));
   network_.SetDhcp(0x00);
   EXPECT_EQ(Parameter(4), (Bytes{kOk, 0x11, 0x01}));
@@ -36,7 +36,7 @@ TEST_F(NetworkOfTheBmc, AnswersAnUnknownParameterWithItsOwnCompletionCode) {
   EXPECT_EQ(Parameter(255), Bytes{kUnknownParameter});
 }
 
-TEST_F(NetworkOfTheBmc, TellsTheRevisionAloneWhenOnlyThatIsAsked) {
+TEST_F(NetworkOfTheBmc, AnswersTheRevisionAloneWhenOnlyThatIsAsked) {
   EXPECT_EQ(Send(0x0c, 0x02, {0x81, 0x05, 0x00, 0x00}), (Bytes{kOk, 0x11}));
 }
 
@@ -48,7 +48,7 @@ TEST_F(NetworkOfTheBmc, HasItsLanOnChannel1Only) {
   EXPECT_EQ(Send(0x06, 0x42, {0x02}), Bytes{kInvalidData});
 }
 
-TEST_F(NetworkOfTheBmc, TellsTcpipInfoIn15Bytes) {
+TEST_F(NetworkOfTheBmc, AnswersTcpipInfoIn15Bytes) {
   EXPECT_EQ(Send(0x3c, 0x13), (Bytes{kOk, 192, 168, 0, 10, 255, 255, 255, 0, 192, 168, 0, 1, 0x00, 0x00, 0x01}));
   network_.SetDhcp(0x02);
   EXPECT_EQ(Send(0x3c, 0x13).back(), 0x02);

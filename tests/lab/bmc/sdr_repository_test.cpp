@@ -37,7 +37,7 @@ class TheSdrRepository : public testing::Test {
   SdrRepository sdr_{{Record(0x03, "one"), VersionRecord("A1"), Record(0x03, "three")}, {3}};
 };
 
-TEST_F(TheSdrRepository, TellsItsCountLowByteFirst) {
+TEST_F(TheSdrRepository, AnswersItsCountLowByteFirst) {
   const Bytes answer = Send(0x20);
   ASSERT_EQ(answer.size(), 15U);
   EXPECT_EQ(Bytes(answer.begin(), answer.begin() + 4), (Bytes{kOk, 0x51, 0x03, 0x00}));
@@ -46,7 +46,7 @@ TEST_F(TheSdrRepository, TellsItsCountLowByteFirst) {
   EXPECT_EQ(Send(0x20)[3], 0x02);
 }
 
-TEST_F(TheSdrRepository, GivesAWholeRecordBehindTheNumberOfTheNextAndNothingElse) {
+TEST_F(TheSdrRepository, GivesTheNumberOfTheNextRecordThenTheWholeRecordAndNothingElse) {
   EXPECT_EQ(Get(1), (Bytes{kOk, 0x02, 0x00, 0x01, 0x00, 0x51, 0x03, 0x03, 'o', 'n', 'e'}));
   sdr_ = SdrRepository(ManyRecords(600), {});
   const Bytes answer = Get(0x0201);
@@ -61,7 +61,7 @@ TEST_F(TheSdrRepository, KnowsTheFirstAndTheLastRecordByTheirOwnNumbers) {
   EXPECT_EQ(Bytes(last.begin(), last.begin() + 4), (Bytes{kOk, 0xff, 0xff, 0x02}));
 }
 
-TEST_F(TheSdrRepository, RefusesARecordThatIsNotThereOrCannotBeRead) {
+TEST_F(TheSdrRepository, FailsToGiveARecordThatIsNotThereOrCannotBeRead) {
   EXPECT_EQ(Get(4), Bytes{kNoSuchRecord});
   EXPECT_EQ(Get(3), Bytes{kCannotAnswer});
   sdr_ = SdrRepository({}, {});

@@ -36,7 +36,7 @@ class PlayedMachine:
         ready_file(self._folder).write_text(f"boot-{self._boots}\n")
 
     def go_off(self):
-        """The name of the bell's socket stays behind, as a process leaves it that is killed."""
+        """The name of the bell's socket stays, as a process leaves it that is killed."""
         for end in (self._line, self._listener):
             if end:
                 end.close()

@@ -1,4 +1,4 @@
-"""The update packages of the lab: each has the one fault that its name tells, and no other."""
+"""The update packages of the lab: each has the one fault that its name states, and no other."""
 
 import json
 import tempfile
@@ -47,7 +47,7 @@ class ThePackages(unittest.TestCase):
         self.assertEqual(sum(name.endswith(".ima") for name in self.names("two-images")), 2)
         self.assertEqual(self.names("no-image"), ["module.json"])
 
-    def test_two_try_to_leave_their_folder(self):
+    def test_two_try_to_write_outside_their_folder(self):
         self.assertIn("../escaped.txt", self.names("parent-folder"))
         self.assertIn("/tmp/escaped.txt", self.names("absolute-name"))
 
@@ -58,7 +58,7 @@ class ThePackages(unittest.TestCase):
         self.assertNotEqual(zlib.crc32(bad[HEADER:]), int.from_bytes(bad[16:20], "little"))
         self.assertLess(len(self.image("short-image", "kv6000_0124.ima")), len(good))
 
-    def test_damaged_archives_cannot_be_read(self):
+    def test_damaged_archives_fail_to_be_read(self):
         with self.assertRaises((zipfile.BadZipFile, zlib.error)):
             self.image("corrupt", "kv6000_0124.ima")
         for package in ("truncated", "not-an-archive", "empty"):
@@ -95,7 +95,7 @@ class TheRackPackages(unittest.TestCase):
         self.assertEqual(self.modes("rt-good")["bmcup.sh"], 0o755)
         self.assertEqual(self.packages["rt-good"].read("Yes"), b"Yes\n")
 
-    def test_its_sdr_file_is_records_one_behind_the_other_with_the_version_not_last(self):
+    def test_its_sdr_file_is_records_one_after_the_other_with_the_version_not_last(self):
         data, records = self.packages["rt-good"].read("kv6000rt.sdr"), []
         while data:
             records.append(data[:5 + data[4]])
@@ -104,7 +104,7 @@ class TheRackPackages(unittest.TestCase):
         self.assertEqual([record[8:] for record in records if record[3] == 0xc0], [b"SDR Version A2"])
         self.assertNotEqual(records[-1][3], 0xc0)
 
-    def test_the_bad_ones_differ_from_the_good_one_in_what_their_names_tell(self):
+    def test_the_bad_ones_differ_from_the_good_one_in_what_their_names_say(self):
         for package, changed in (("rt-bad-sdr", {"kv6000rt.sdr"}), ("rt-bad-image", {"kv6000rt.ima"}),
                                  ("rt-ends-in-3", {"bmcup.sh", "update.sh"}),
                                  ("rt-never-ends", {"bmcup.sh", "update.sh"}),
@@ -117,7 +117,7 @@ class TheRackPackages(unittest.TestCase):
         self.assertEqual(self.modes("rt-script-not-executable")["bmcup.sh"], 0o644)
         self.assertEqual(self.description("rt-long-ssd")["model"], "LONG/SSD")
 
-    def test_the_one_for_the_mx4000_tells_its_major_in_decimal(self):
+    def test_the_one_for_the_mx4000_states_its_major_in_decimal(self):
         self.assertEqual(self.description("mx4000-10-24")["version"], "10-24")
         self.assertEqual(self.packages["mx4000-10-24"].read("mx4000_0a24.ima")[8:10], b"\x0a\x24")
 

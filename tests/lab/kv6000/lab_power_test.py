@@ -9,7 +9,7 @@ from lab_support import (CHECK_CONNECT, CHECK_REBOOT_FLAG, MAKER_TOOL, SET_REBOO
 
 
 class AnUpdateByHand(SharedServer):
-    """Told in one test: every step stands on the one before."""
+    """In one test: every step stands on the one before."""
 
     settings = ServerSettings(tool="both")
 

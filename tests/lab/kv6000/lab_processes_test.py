@@ -1,4 +1,4 @@
-"""The driver of virtual servers as a guest of its machine: several at once, and nothing left behind, however it ends."""
+"""The lab's client on its machine: several servers at once, and no process and no file left over, however it ends."""
 
 import contextlib
 import os
@@ -21,26 +21,26 @@ PROMPT = "kv6000:/# "
 LEAVE = "\x1d"  # Ctrl-]
 
 
-def start_driver(parent: str) -> tuple:
+def start_client(parent: str) -> tuple:
     """`lab run` as a process of its own, once its server is ready: (process, run folder)."""
-    driver = subprocess.Popen([sys.executable, str(LAB / "lab"), "run"], stdin=subprocess.PIPE, stderr=subprocess.PIPE,
+    client = subprocess.Popen([sys.executable, str(LAB / "lab"), "run"], stdin=subprocess.PIPE, stderr=subprocess.PIPE,
                               text=True, env=dict(os.environ, TMPDIR=parent))
-    for line in driver.stderr:
+    for line in client.stderr:
         if READY in line:
-            return driver, Path(line.split(READY)[1].split()[0])
-    raise AssertionError(f"lab run ended with {driver.wait()}")
+            return client, Path(line.split(READY)[1].split()[0])
+    raise AssertionError(f"lab run ended with {client.wait()}")
 
 
-class ADriverThatEnds(unittest.TestCase):
+class AClientThatEnds(unittest.TestCase):
     def setUp(self):
         self.parent = self.enterContext(tempfile.TemporaryDirectory(prefix="lab-test-"))
 
     def assert_leaves_nothing(self, number: int):
-        driver, folder = start_driver(self.parent)
-        with driver.stdin, driver.stderr:
+        client, folder = start_client(self.parent)
+        with client.stdin, client.stderr:
             self.assertEqual(len(processes_of(folder)), 3)
-            driver.send_signal(number)
-            driver.wait()
+            client.send_signal(number)
+            client.wait()
             wait_until(lambda: not folder.exists(), "the run folder is removed")
             wait_until(lambda: not processes_of(folder), "its processes end")
             self.assertEqual(os.listdir(self.parent), [])
@@ -55,26 +55,26 @@ class ADriverThatEnds(unittest.TestCase):
         self.assert_leaves_nothing(signal.SIGKILL)
 
     def test_by_sigint_during_the_boot_leaves_no_process_and_no_file(self):
-        driver = subprocess.Popen([sys.executable, str(LAB / "lab"), "run"], stdin=subprocess.PIPE,
+        client = subprocess.Popen([sys.executable, str(LAB / "lab"), "run"], stdin=subprocess.PIPE,
                                   stderr=subprocess.PIPE, env=dict(os.environ, TMPDIR=self.parent))
-        with driver.stdin, driver.stderr:
+        with client.stdin, client.stderr:
             wait_until(lambda: list(Path(self.parent).glob("*/console.log")), "the machine is on")
             folder = next(Path(self.parent).iterdir())
-            driver.send_signal(signal.SIGINT)
-            self.assertEqual(driver.wait(), 130)
+            client.send_signal(signal.SIGINT)
+            self.assertEqual(client.wait(), 130)
             self.assertEqual(processes_of(folder), [])
             self.assertEqual(os.listdir(self.parent), [])
 
     def test_after_its_bmc_was_killed_leaves_no_process_and_no_file(self):
-        driver, folder = start_driver(self.parent)
-        with driver.stdin, driver.stderr:
+        client, folder = start_client(self.parent)
+        with client.stdin, client.stderr:
             bmc = [path for path in Path("/proc").glob("[0-9]*/cmdline")
                    if path.read_bytes().startswith(b"/usr/bin/ipmi_sim") and
                    os.readlink(path.parent / "cwd") == str(folder)]
             os.kill(int(bmc[0].parent.name), signal.SIGKILL)
             wait_until(lambda: len(processes_of(folder)) == 1, "the machine's process ends with the BMC's")
-            driver.stdin.close()
-            self.assertEqual(driver.wait(), 0)
+            client.stdin.close()
+            self.assertEqual(client.wait(), 0)
             self.assertEqual(os.listdir(self.parent), [])
 
 

@@ -17,7 +17,7 @@ UNREADABLE_RECORD = 299
 
 
 class ARackServer(SharedServer):
-    """Told in one test: every step stands on the one before."""
+    """In one test: every step stands on the one before."""
 
     settings = ServerSettings(tool="both", product="KV6000RT",
                               sdr={"records": 300, "version_record": VERSION_RECORD,

@@ -16,17 +16,17 @@ class AFreshlyBootedServer(SharedServer):
     def test_ipmitool_reads_firmware_01_23(self):
         self.assertEqual(self.raw(0x06, 0x01), (0, "20 01 01 23 02 9f 91 12 00 02 0f 00 00 00 00"))
 
-    def test_the_makers_tool_gives_the_same_answer_behind_four_words_of_its_second_line(self):
+    def test_the_makers_tool_gives_the_same_answer_after_four_words_of_its_second_line(self):
         done = self.server.run(f"echo 18 01 | {MAKER_TOOL}")
         self.assertEqual((done.exit, done.err), (0, ""))
         self.assertEqual(done.out.splitlines()[1].split()[4:],
                          "00 20 01 01 23 02 9f 91 12 00 02 0f 00 00 00 00".split())
 
-    def test_the_makers_tool_tells_a_completion_code_and_ends_with_0(self):
+    def test_the_makers_tool_prints_a_completion_code_and_ends_with_0(self):
         done = self.server.run(f"echo d0 5e 55 aa 01 | {MAKER_TOOL}")
         self.assertEqual((done.exit, done.out.splitlines()[1].split()[4:]), (0, ["d5"]))
 
-    def test_the_makers_tool_refuses_what_is_not_bytes(self):
+    def test_the_makers_tool_fails_on_what_is_not_bytes(self):
         done = self.server.run(f"echo 18 xyz | {MAKER_TOOL}")
         self.assertEqual((done.exit, done.out), (2, ""))
         self.assertIn("'18 xyz'", done.err)
@@ -48,7 +48,7 @@ class AFreshlyBootedServer(SharedServer):
                                                          "Default Gateway IP")],
                          ["DHCP Address", "10.1.2.3", "255.255.255.0", "02:4b:45:53:0a:0b", "192.168.10.1"])
 
-    def test_tcpip_info_tells_the_same_in_15_bytes(self):
+    def test_tcpip_info_says_the_same_in_15_bytes(self):
         self.assertEqual(self.raw(*TCPIP_INFO), (0, "0a 01 02 03 ff ff ff 00 c0 a8 0a 01 00 00 01"))
 
     def test_the_dhcp_flag_can_be_any_byte(self):
@@ -82,7 +82,7 @@ class AFreshlyBootedServer(SharedServer):
         self.assertEqual(self.raw(0x34, 0x39, 2), (0, ""))
         self.assertEqual(self.server.bmc("files")["41"]["announced"], 1)
 
-    def test_a_write_without_the_lock_is_refused_with_d5(self):
+    def test_a_write_without_the_lock_fails_with_d5(self):
         self.assertEqual(self.write_file(0x40, 0, b"x")[0], 1)
         self.assertEqual(self.server.bmc("state")["commands"][-1], "3c 69 05 40 00 00 00 00 00 00 78 -> d5")
 
@@ -95,7 +95,7 @@ class AFreshlyBootedServer(SharedServer):
         self.server.remove_management_library()
         self.assertEqual(self.server.run("ls /srv/orv/MngSrv").out, "")
 
-    def test_a_management_library_that_cannot_be_is_refused(self):
+    def test_a_management_library_that_cannot_exist_fails_to_be_made(self):
         for answer in ({"without": "Unload"}, {"info": "00\nff"}):
             with self.assertRaises(LabError):
                 self.server.put_management_library(**answer)
@@ -110,17 +110,17 @@ class AFreshlyBootedServer(SharedServer):
     def test_words_reach_a_program_unchanged(self):
         self.assertEqual(self.server.run(["printf", "%s|", "a b", "$HOME", "'"]).out, "a b|$HOME|'|")
 
-    def test_a_command_that_never_ends_is_told_with_the_console(self):
+    def test_a_command_that_never_ends_fails_and_shows_the_console(self):
         with self.assertRaisesRegex(LabError, r"(?s)No end of 'sleep 1000'.*console\.log ends with"):
             self.server.start_job("sleep 1000").wait(timeout=0.5)
 
-    def test_the_flash_utility_refuses_other_options(self):
+    def test_the_flash_utility_fails_with_other_options(self):
         for arguments in ("", "-cd -preserve-config -silent", "-silent -cd -preserve-config x", "-cd x y z"):
             done = self.server.run(f"/srv/orv/KV6KBMC/Yafuflash {arguments}")
             self.assertEqual((done.exit, done.out), (2, ""), arguments)
             self.assertIn("usage", done.err)
 
-    def test_the_flash_utility_says_which_image_it_cannot_read(self):
+    def test_the_flash_utility_fails_on_an_image_that_it_cannot_read(self):
         done = self.server.run(FLASH + "/nowhere.ima")
         self.assertEqual(done.exit, 3)
         self.assertIn("/nowhere.ima", done.err)
@@ -169,17 +169,17 @@ class AFreshlyBootedServer(SharedServer):
         self.assertEqual(self.server.run(f"echo 18 01 | {MAKER_TOOL}").out.splitlines()[1].split()[4:],
                          "00 20 01 01".split())
 
-    def test_a_silent_bmc_ends_in_the_drivers_own_completion_code(self):
+    def test_a_silent_bmc_ends_in_the_kernel_drivers_own_completion_code(self):
         self.server.bmc("silent 34 8d 1")
         done = self.server.run(f"echo d0 8d | {MAKER_TOOL}")
         self.assertIn(done.out.splitlines()[1].split()[4], ("c3", "ff"))
         self.assertEqual(self.raw(*CHECK_CONNECT), (0, "00"))
 
-    def test_the_state_tells_the_commands_seen(self):
+    def test_the_state_lists_the_commands_seen(self):
         self.raw(0x34, 0x5f)
         self.assertEqual(self.server.bmc("state")["commands"][-1], "34 5f -> 00 00")
 
-    def test_an_unknown_order_is_refused(self):
+    def test_an_unknown_order_fails(self):
         for order in ("explode", "fail 34 8c", "fail 34 8c C0 two", "short 34 8d 0", "long 34 8d 201", "silent 35 8d",
                       "state now", "power-loss 100", "dhcp", "dhcp 100", "capability", "files 40", ""):
             with self.assertRaisesRegex(LabError, "refuses"):

@@ -26,7 +26,7 @@ class AServerWithoutAnIpmiTool(Road):
         self.assertNotIn("4 CBMC_KESTREL_Firmware::Update() [START]", run.trace)
 
     def assert_unreadable(self, run, failure: str, code: str):
-        """The update ended because three requests for the version met the failure; `code` is what the trace told as
+        """The update ended because three requests for the version met the failure; `code` is what the trace shows as
         completion code."""
         self.assert_report(run, 7, command="update", verdict="bmc-unreadable", phase="fit", changed=False,
                            flash_touched=False, before="", after="",
@@ -38,7 +38,7 @@ class AServerWithoutAnIpmiTool(Road):
         self.assertIn((NO_VERSION[-1] % code).removeprefix("2 "), evidence["trace"])
         self.assert_nothing_happened(run)
 
-    def test_every_command_that_needs_the_tool_says_that_it_is_missing(self):
+    def test_every_subcommand_that_needs_the_tool_fails_and_says_that_it_is_missing(self):
         for words in (["identify"], ["update", "/share/packages/good-01-24.zip"]):
             with self.subTest(words[0]):
                 done = self.orvhost(*words)
@@ -52,26 +52,26 @@ class AServerWithoutAnIpmiTool(Road):
                 self.assertIn("neither of the IPMI tools is installed", told)
                 self.assert_nothing_happened(done)
 
-    def test_a_tool_that_prints_words_that_are_not_two_characters(self):
+    def test_an_update_fails_with_a_tool_that_prints_words_that_are_not_two_characters(self):
         self.play_ipmitool('echo " 20 001 01 23 02"\n')
         done = self.update("good-01-24.zip", pauses=SHORT_PAUSES)
         self.assert_unreadable(done, "2 [INSTALL/tmp/KV6KBMC/IPMIResult-THREAD] may be broken", "00")
         (kept,) = self.scratch.iterdir()
         self.assertEqual(kept.read_text(), " 20 001 01 23 02\n")
 
-    def test_a_tool_that_prints_nothing(self):
+    def test_an_update_fails_with_a_tool_that_prints_nothing(self):
         self.play_ipmitool("exit 0\n")
         done = self.update("good-01-24.zip", pauses=SHORT_PAUSES)
         self.assert_unreadable(done, "4 CBMC_KESTREL_Firmware::ExecIPMICommand() [END]", "00")
         self.assert_scratch_holds()
 
-    def test_a_tool_that_is_killed(self):
+    def test_an_update_fails_with_a_tool_that_is_killed(self):
         self.play_ipmitool("echo 20 01\nkill -9 $$\n")
         done = self.update("good-01-24.zip", pauses=SHORT_PAUSES)
         self.assert_unreadable(done, f"2 Failed to execute command {REQUEST} return 137", "")
         self.assert_scratch_holds()
 
-    def test_a_tool_that_never_ends(self):
+    def test_an_update_fails_with_a_tool_that_never_ends(self):
         self.play_ipmitool("echo 20 01\nexec sleep 98765\n")
         # The limit for a request is 350 s; with this factor a quarter of a second.
         done = self.update("good-01-24.zip", pauses=0.0007)
@@ -96,7 +96,7 @@ class AServerWithBadPlaces(Road):
         self.assertEqual(self.asked(), [])
         self.assert_bmc(running="01-23", standby=None, flag=False, media="disconnected")
 
-    def test_a_file_in_the_place_of_the_scratch_directory(self):
+    def test_an_update_fails_with_a_file_in_the_place_of_the_scratch_directory(self):
         self.scratch.parent.mkdir()
         self.scratch.write_text("in the way\n")
         done = self.update("good-01-24.zip", pauses=SHORT_PAUSES)
@@ -110,19 +110,19 @@ class AServerWithBadPlaces(Road):
         self.assertEqual(self.asked(), [])
         self.assert_bmc(running="01-23", standby=None, flag=False, media="disconnected")
 
-    def test_a_full_scratch_directory(self):
+    def test_an_update_fails_with_a_full_scratch_directory(self):
         self.mount("size=64k", "tmp")
         done = self.update("good-01-24.zip")
         self.assert_no_update(done, "10",
                               r"Cannot unpack \[/share/packages/good-01-24.zip\]: .*No space left on device")
 
-    def test_a_work_folder_that_cannot_be_emptied(self):
+    def test_an_update_fails_with_a_work_folder_that_cannot_be_emptied(self):
         self.mount("ro", "tmp/KV6KBMC/BMC_FW")
         done = self.update("good-01-24.zip")
         self.assert_no_update(done, "0F",
                               r"Cannot delete folder \[.*/tmp/KV6KBMC/BMC_FW\]: .*busy")
 
-    def test_a_place_for_the_hosts_records_that_cannot_be_written(self):
+    def test_an_update_fails_when_the_hosts_records_cannot_be_written(self):
         records = self.server.install / "repository"
         records.write_text("in the way\n")
         self.addCleanup(records.unlink)

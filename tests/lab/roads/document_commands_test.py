@@ -92,7 +92,7 @@ class DocumentCommands(unittest.TestCase):
         self.assertEqual(done.exit, 0, f"{text}\n{done.out}{done.err}")
         return done.out
 
-    def test_1_servers_start_and_end_as_told(self):
+    def test_1_servers_start_and_end_as_documented(self):
         self.assertGreaterEqual(len(STARTS), 3)
         for line, server in self.others.items():
             with self.subTest(line):

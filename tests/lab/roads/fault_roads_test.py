@@ -39,7 +39,7 @@ class AServerWithFaults(Road):
         self.assert_bmc(running=before, standby=version, whole=True, flag=False, media="connected")
         self.assert_scratch_holds("ExistUpdate.txt")
 
-    def test_a_flash_that_fails_three_times_and_a_clean_run_behind_it(self):
+    def test_a_flash_that_fails_three_times_and_a_clean_run_after_it(self):
         before, version = self.running(), self.next_version()
         package = self.make_bad_package(version)
         failed = self.update(package)
@@ -80,7 +80,7 @@ class AServerWithFaults(Road):
         self.assert_bmc(standby=version, whole=True, flag=False)
         self.assert_scratch_holds("ExistUpdate.txt")
 
-    def test_a_bmc_that_falls_silent_at_check_connect(self):
+    def test_an_update_fails_when_the_bmc_falls_silent_at_check_connect(self):
         before = self.running()
         standby = self.server.bmc("state")["standby"]
         self.server.bmc("silent 34 8d 3")
@@ -95,8 +95,8 @@ class AServerWithFaults(Road):
         self.assert_bmc(running=before, standby=standby, flag=False, waiting=True)
         self.assert_scratch_holds("BMC_FW")
 
-    def test_a_tool_that_prints_other_words_at_check_connect(self):
-        """The real tool behind a script that plays it broken for one command."""
+    def test_an_update_fails_when_the_tool_prints_other_words_at_check_connect(self):
+        """The real tool called by a script that plays it broken for one command."""
         self.stand_in("/usr/bin/ipmitool", 'case "$*" in\n*"0x34 0x8d") echo " 0x01" ;;\n'
                                            '*) exec /usr/bin/ipmitool.real "$@" ;;\nesac\n')
         done = self.update(self.make_package(self.next_version()), pauses=SHORT_PAUSES)
@@ -122,7 +122,7 @@ class AServerWithFaults(Road):
         self.assert_bmc(running=before, flag=False, power="on", boots=boots + 1)
         self.assertEqual(self.orvhost("identify").report["after"], before)
 
-    def test_a_reboot_flag_that_cannot_be_armed_keeps_the_marker(self):
+    def test_apply_fails_when_the_reboot_flag_cannot_be_armed_and_keeps_the_marker(self):
         self.scratch.mkdir(parents=True)
         self.marker.touch()
         self.server.bmc("fail 34 5e D5 3")

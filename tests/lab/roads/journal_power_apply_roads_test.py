@@ -12,7 +12,7 @@ class OnTheWay(WithoutPower):
         before = self.running()
         version, package = self.new_package()
         self.in_the_flash(version, package)
-        for step, hold_at in (("apply, before the reboot flag", FLAG), ("apply, behind the reboot flag", CHECK_FLAG)):
+        for step, hold_at in (("apply, before the reboot flag", FLAG), ("apply, after the reboot flag", CHECK_FLAG)):
             self.end(self.apply_held(hold_at))
             self.assert_bmc(running=before, standby=version, whole=True, flag=False)
             self.diagnosed(step, False, "apply-incomplete", VERIFY,

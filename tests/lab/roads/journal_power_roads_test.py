@@ -1,5 +1,5 @@
 """Updates whose machine loses power at every step but the flash itself: what the journal then proves, and that the next
-run succeeds. The flash, and what comes behind an update, is in journal_power_apply_roads_test.py."""
+run succeeds. The flash, and what comes after an update, is in journal_power_apply_roads_test.py."""
 
 import unittest
 

@@ -18,12 +18,12 @@ class Killed(JournalRoad):
         self.assertEqual(self.server.run(f"kill -9 {pid}").exit, 0)
         self.assertEqual(job.wait().exit, 137)
 
-    def test_at_every_step_of_an_update_and_behind_the_reboot_flag(self):
+    def test_at_every_step_of_an_update_and_after_the_reboot_flag(self):
         version, package = self.new_package()
         self.cut_off_at_every_step(version, package)
         self.end(self.apply_held(CHECK_FLAG))
         self.assert_bmc(flag=True)
-        self.diagnosed("apply, behind the reboot flag", False, "apply-incomplete", APPLY,
+        self.diagnosed("apply, after the reboot flag", False, "apply-incomplete", APPLY,
                        lambda: self.apply_works(version))
 
     def test_in_the_flash_and_on_the_way_to_the_new_firmware(self):

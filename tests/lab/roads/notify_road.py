@@ -31,12 +31,12 @@ TELLING = re.compile(r"(16|2|R) |4 .*(ExecSend|SendInfoToSVP \[|MngLib::)|1 (osn
 class Step(NamedTuple):
     name: str
     message: str  # as the trace names it
-    failure: str  # as the operator is told
+    failure: str  # as the operator reads it
     request: str
 
 
 class Course(NamedTuple):
-    """How one transfer goes: what the BMC is asked and answers, what the trace tells, what the operator is told."""
+    """How one transfer goes: what the BMC is asked and answers, what the trace says, what the operator reads."""
 
     requests: list
     lines: list
@@ -136,8 +136,8 @@ class NotifyRoad(Road):
         return self.orvhost("notify", pauses=pauses)
 
     def notify_with_failures(self, os: dict, disks: dict):
-        """A notification during which these steps fail so often: what the operator, the BMC and the trace are told is
-        all that it must be. Returns the run."""
+        """A notification during which these steps fail so often: what the operator, the BMC and the trace get is all
+        that it must be. Returns the run."""
         courses = {OS: course(OS, self.os_record, os), DISKS: course(DISKS, DISK_RECORD, disks)}
         for file, record, failures in ((OS, self.os_record, os), (DISKS, DISK_RECORD, disks)):
             for step in steps(file, record):
@@ -178,7 +178,7 @@ class NotifyRoad(Road):
         return [line for line in run.trace if TELLING.match(line)]
 
     def assert_told(self, run, exit_code, verdict, os, disks, records=(), err=""):
-        """What the operator is told; `err` is what programs that the plug-in runs complain of."""
+        """What the operator reads; `err` is what programs that the plug-in runs complain of."""
         self.assert_report(run, exit_code, command="notify", verdict=verdict, phase="send",
                            facts={"Operating system": os, "Disks": disks})
         self.assertEqual(run.records, list(records))

@@ -1,4 +1,4 @@
-"""What the service processor is told about the host, from the first request to the bytes that the BMC stores, when the
+"""What the service processor learns about the host, from the first request to the bytes that the BMC stores, when the
 BMC takes it and when it refuses a step."""
 
 import contextlib
@@ -62,7 +62,7 @@ class AServerWithBothTools(NotifyRoad):
         os_end = ["1 Send OS Information not supported", "4 CBMC_KESTREL_Firmware::ExecSendOSInfo [END]", BEGIN[DISKS]]
         disks_end = ["1 Send HDD Information not supported", END[DISKS]]
         answered = [*begin, *os_end, *disks_end]
-        # ipmitool ends with an error; each attempt is told, that of the disks with an end line, the last one without.
+        # ipmitool ends with an error; each attempt has a line, that of the disks an end line too, but the last one.
         refused = ('2 Failed to execute command "/usr/bin/ipmitool" raw 0x3c 0x04 > '
                    '"INSTALL/tmp/KV6KBMC/IPMIResult-THREAD" return 1')
         attempt = [refused, "16 Get Capability Failed"]

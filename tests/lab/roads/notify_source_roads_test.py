@@ -22,7 +22,7 @@ class AServerWithOddSources(NotifyRoad):
     # The names, in the host's file.
 
     def keep_names(self):
-        """The BMC takes the host's file alone; behind this test the names are the old ones."""
+        """The BMC takes the host's file alone; after this test the names are the old ones."""
         self.offer(0x01)
         self.assertEqual(self.server.run("cp /etc/redhat-release /etc/before").exit, 0)
         self.addCleanup(self.server.run, "mv /etc/before /etc/redhat-release; hostname kv6000")
@@ -97,7 +97,7 @@ class AServerWithOddSources(NotifyRoad):
         self.assertEqual(self.told(done)[5:], lines)
         self.assert_files(None, None)
 
-    def test_a_library_that_cannot_be_loaded(self):
+    def test_the_disk_file_fails_when_the_library_cannot_be_loaded(self):
         def failing(reason):
             return ["4 CBMC_MngLib::CBMC_MngLib [START]", "4 CBMC_MngLib::Load [START]",
                     f"2 Failed to load MngSrv_OrvLib Library({reason}", "4 CBMC_MngLib::Load [END]",
@@ -113,12 +113,12 @@ class AServerWithOddSources(NotifyRoad):
             with self.subTest(answer):
                 self.assert_not_sent(LOAD, ["MSGID_BMC_0023_F 28"], failing(reason), answer)
 
-    def test_a_library_that_makes_no_object(self):
+    def test_the_disk_file_fails_when_the_library_makes_no_object(self):
         self.assert_not_sent(LOAD, ["MSGID_BMC_0023_F 28"],
                              [*BEGINNING[:-1], "2 Failed to initialize OrvLibIF.", *UNLOADED, *NO_LIBRARY],
                              {"null": True})
 
-    def test_a_query_that_fails(self):
+    def test_the_disk_file_fails_when_the_query_fails(self):
         record = DISK_RECORD.hex()
         says = " The disk information could not be gathered: the management library reports error {}."
         for answer, codes, told, thrown in (
@@ -134,7 +134,7 @@ class AServerWithOddSources(NotifyRoad):
                          "2 GetHddInfoToSVP Error!", f"R {told}"]
                 self.assert_not_sent(ASK, [told], lines, {"info": record, "fails": True, **answer})
 
-    def test_an_odd_number_of_digits(self):
+    def test_the_disk_file_fails_at_an_odd_number_of_digits(self):
         digits = 65 * "a"
         self.assert_not_sent(CHECK, ["MSGID_BMC_0023_F 28"],
                              [*LIBRARY_LINES, f"2 Invalid send data [{digits}]", "R MSGID_BMC_0023_F 28"],
@@ -160,7 +160,7 @@ class AServerWithOddSources(NotifyRoad):
         self.assertEqual(self.asked(), [self.capability, self.capability, *course(DISKS, b"").requests])
         self.assert_files(None, b"")
 
-    def test_pairs_that_are_no_digits_are_handed_to_the_tool_which_refuses_them(self):
+    def test_the_disk_file_fails_at_pairs_that_are_no_digits_which_the_tool_refuses(self):
         self.offer(0x02)
         self.server.put_management_library(info="zz", error="00", warning="00")
         self.start_counting()
@@ -177,7 +177,7 @@ class AServerWithOddSources(NotifyRoad):
         self.assertEqual(self.asked(), [self.capability, self.capability, lock, unlock])
         self.assert_files(None, None)
 
-    def test_a_library_that_is_missing_costs_the_disk_file_alone(self):
+    def test_the_disk_file_alone_fails_without_a_library(self):
         self.server.remove_management_library()
         self.start_counting()
         done = self.notify()

@@ -29,7 +29,7 @@ class AServerAndItsPackages(Road):
         self.assert_nothing_happened()
         self.assert_scratch_holds()
 
-    def test_a_package_that_cannot_be_read_is_refused_before_the_plug_in_is_loaded(self):
+    def test_a_package_that_cannot_be_read_fails_before_the_plug_in_is_loaded(self):
         for name, reason in (("missing.zip", "No such file or directory"), ("empty.zip", "the file is empty"),
                              ("not-an-archive.zip", "."), ("truncated.zip", "."), ("corrupt.zip", "CRC")):
             with self.subTest(name):
@@ -42,7 +42,7 @@ class AServerAndItsPackages(Road):
         self.assert_nothing_happened()
         self.assertFalse(self.scratch.exists())
 
-    def test_the_plug_in_refuses_to_unpack_what_is_not_a_whole_archive(self):
+    def test_the_plug_in_fails_to_unpack_what_is_not_a_whole_archive(self):
         for name in ("missing.zip", "empty.zip", "not-an-archive.zip", "truncated.zip", "corrupt.zip"):
             with self.subTest(name):
                 done = self.trusting_host(f"/share/packages/{name}")
@@ -57,7 +57,7 @@ class AServerAndItsPackages(Road):
             self.assertEqual(self.end_of_update(done), [END])
         self.assert_nothing_happened()
 
-    def test_an_archive_that_tries_to_leave_its_folder_is_not_unpacked(self):
+    def test_an_archive_that_tries_to_leave_its_folder_fails_to_be_unpacked(self):
         for name, member in (("parent-folder.zip", "../escaped.txt"), ("absolute-name.zip", "/tmp/escaped.txt")):
             with self.subTest(name):
                 done = self.update(name)
@@ -72,7 +72,7 @@ class AServerAndItsPackages(Road):
                 self.assertEqual(self.server.run("ls /tmp").out, "")
         self.assert_nothing_happened()
 
-    def test_a_package_without_an_image_is_refused(self):
+    def test_a_package_without_an_image_fails(self):
         done = self.update("no-image.zip")
         self.assert_report(done, 7, verdict="update-failed", phase="write", changed=False, flash_touched=False)
         record = "MSGID_BMC_0020_F 11"
@@ -108,7 +108,7 @@ class AServerAndItsPackages(Road):
         self.assert_scratch_holds()
 
     def end_of_update(self, run) -> list:
-        """The trace of Update behind the last time that it read the running version."""
+        """The trace of Update after the last time that it read the running version."""
         end = run.trace.index(END)
         read = max(index for index, line in enumerate(run.trace[:end])
                    if line.startswith("4 CBMC_KESTREL_Firmware::GetOperatingVersion() ["))

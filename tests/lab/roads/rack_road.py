@@ -1,4 +1,4 @@
-"""What the tests of rack servers share: packages with a script, of whatever version comes next, and the whole road of a
+"""What the tests of rack servers share: packages with a script, of the version that comes next, and the whole road of a
 good one."""
 
 from typing import NamedTuple
@@ -52,17 +52,17 @@ class RackRoad(Road):
         host = {path: path.read_bytes() if path.is_file() else None for path in kept}
         return Machine(state, self.server.bmc("files"), host)
 
-    def told_to_do(self) -> set:
-        """NetFn and command of what the BMC was told since counting was started anew, questions left out."""
+    def ordered(self) -> set:
+        """NetFn and command of what the BMC was ordered since counting was started anew, questions left out."""
         return {command[:5] for command in self.commands()} - QUESTIONS - OF_THEIR_OWN_ACCORD
 
     def check(self, package: str, pauses=PAUSES):
-        """Runs orvhost check, which must change nothing: the BMC was asked and not told, and all is as it was."""
+        """Runs orvhost check, which must change nothing: the BMC was only asked, and all is as it was."""
         before = self.machine()
         self.start_counting()
         done = self.orvhost("check", f"/share/packages/{package}", pauses=pauses)
         self.assertIn("06 01", {command[:5] for command in self.commands()})
-        self.assertEqual(self.told_to_do(), set())
+        self.assertEqual(self.ordered(), set())
         self.assertEqual(self.machine(), before)
         self.assertFalse((self.server.install / "repository").exists())
         self.assert_scratch_holds()
@@ -88,7 +88,7 @@ class RackRoad(Road):
         before, machine = self.running_pair(), self.machine()
         self.start_counting()
         updated = self.update(package)
-        self.assertLessEqual(ORDERS, self.told_to_do())
+        self.assertLessEqual(ORDERS, self.ordered())
         self.assertNotEqual(self.machine().bmc, machine.bmc)
         self.assertNotEqual(self.machine().host, machine.host)
         self.assert_report(updated, 0, command="update", verdict="updated", phase="record", changed=True,

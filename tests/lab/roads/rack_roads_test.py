@@ -31,7 +31,7 @@ class ARackServer(RackRoad):
     settings = ServerSettings(product="KV6000RT", serial=ORDINARY_SERIAL)
 
     def assert_refused(self, run, exit_code, detail, returned, cause=BEGUN, message="MSGID_BMC_0027_F"):
-        """The update failed with this record, and the operator was told; `returned` is what became of the script."""
+        """The update failed with this record, and the operator saw it; `returned` is what became of the script."""
         before = self.running_pair()
         self.assert_report(run, exit_code, verdict="update-failed", phase="write", changed=False,
                            flash_touched=exit_code == 8, before=before, cause=cause)
@@ -51,7 +51,7 @@ class ARackServer(RackRoad):
         self.assert_report(self.update("not-executable.zip"), 0, verdict="updated", after=version, error=None)
         self.assert_bmc(flag=True, whole=True)
 
-    def test_an_sdr_log_without_its_success_line(self):
+    def test_an_update_fails_whose_sdr_log_lacks_its_success_line(self):
         firmware = self.running()
         self.rack_package("bad-sdr", files={"kv6000rt.sdr": sdr_file("A9")[:-1]})
         done = self.update("bad-sdr.zip")
@@ -61,7 +61,7 @@ class ARackServer(RackRoad):
         self.assertEqual(done.trace.count(END), 1)
         self.assert_bmc(running=firmware, flag=False, whole=True, media="disconnected")
 
-    def test_a_flash_log_without_its_success_line(self):
+    def test_an_update_fails_whose_flash_log_lacks_its_success_line(self):
         image = bytearray(make_image("01-99", PAYLOAD_SIZE))
         image[-1] ^= 1
         self.rack_package("bad-image", files={"kv6000rt.ima": bytes(image)})
@@ -71,7 +71,7 @@ class ARackServer(RackRoad):
         self.assertNotIn(FLASH_LINE, done.trace)
         self.assert_bmc(flag=False, standby=None, flash="bad checksum")
 
-    def test_a_script_that_ends_in_3_though_both_logs_are_good(self):
+    def test_an_update_fails_whose_script_ends_in_3_though_both_logs_are_good(self):
         self.rack_package("ends-in-3", fault="ends-in-3")
         done = self.update("ends-in-3.zip")
         self.assert_refused(done, 8, "2B", "iret[0] dret[3]")
@@ -80,7 +80,7 @@ class ARackServer(RackRoad):
         self.assert_report(refused, 7, verdict="not-written", changed=False, cause="The last update failed.")
         self.assert_bmc(power="on")
 
-    def test_a_script_that_outlives_its_time_limit_is_left_running(self):
+    def test_an_update_fails_whose_script_outlives_its_time_limit_and_is_left_running(self):
         # With its logs beforehand, so that the limit need not leave it the time to write them.
         self.rack_package("never-ends", {SCRIPT: "#!/bin/sh\nexec sleep 1000000\n",
                                          "x64sdr/sdronup.log": SDR_LINE[3:-1] + "\n",
@@ -104,7 +104,7 @@ class ARackServer(RackRoad):
                          [({"x"}, len("1 []") + LONGEST_LOG_LINE)])
         self.assertIn(FLASH_LINE, done.trace)
 
-    def test_a_package_whose_script_is_missing_or_a_folder_is_refused_before_anything_runs(self):
+    def test_a_package_whose_script_is_missing_or_a_folder_fails_before_anything_runs(self):
         state = self.server.bmc("state")
         before = {name: state[name] for name in ("running", "standby", "flag", "sdr", "media")}
         for name, files in (("no-script", {}), ("script-is-folder", {f"{SCRIPT}/readme.txt": "a folder\n"})):
@@ -117,7 +117,7 @@ class ARackServer(RackRoad):
                 self.assertNotIn(f"1 [{COMMAND}]", done.trace)
         self.assert_bmc(**before)
 
-    def test_a_script_that_cannot_be_started_leaves_no_log(self):
+    def test_an_update_fails_whose_script_cannot_be_started_and_leaves_no_log(self):
         script = good_files()[SCRIPT].replace(b"#!/bin/sh", b"#!/nowhere/sh", 1)
         self.rack_package("no-interpreter", files={SCRIPT: script})
         done = self.update("no-interpreter.zip")
@@ -214,7 +214,7 @@ class ARackServer(RackRoad):
 
 
 class ALongSsdRackServer(RackRoad):
-    """Told in one test: every step stands on the one before."""
+    """In one test: every step stands on the one before."""
 
     settings = ServerSettings(product="KV6000RT", serial=LONG_SSD_SERIAL, tool="maker",
                               sdr={"records": 300, "version_record": 298, "unreadable": [299]})
@@ -249,7 +249,7 @@ class AServerOfTheMx4000Family(RackRoad):
     # The version record says that it is a byte longer than it is.
     settings = ServerSettings(product="MX4000", firmware="0a-23", sdr={"length_byte": 18})
 
-    def test_there_is_no_report_of_it(self):
+    def test_the_report_of_it_fails(self):
         folder = self.server.share / "reports"
         folder.mkdir()
         done = self.orvhost("report", "--out", "/share/reports", pauses=SHORT_PAUSES)

@@ -89,7 +89,7 @@ class AServer(ReportRoad):
         self.server.bmc("dhcp 01")
         self.assert_reported(self.report(), **dict(facts, dhcp="Enabled"))
 
-    def test_a_tcpip_answer_of_13_bytes_is_refused_and_the_old_file_survives(self):
+    def test_the_report_fails_at_a_tcpip_answer_of_13_bytes_and_the_old_file_survives(self):
         old = self.put_old_report()
         self.server.bmc("short 3c 13 14 always")
         done = self.report()
@@ -99,7 +99,7 @@ class AServer(ReportRoad):
         self.assertEqual(data, [*2 * [f"16 Response Data [{digits}]"], f"2 Response Data  [{digits}]"])
         self.assert_old_report_stands(old)
 
-    def test_a_tcpip_answer_of_14_bytes_ends_the_run_and_the_old_file_survives(self):
+    def test_the_run_fails_at_a_tcpip_answer_of_14_bytes_and_the_old_file_survives(self):
         old = self.put_old_report()
         self.server.bmc("short 3c 13 15 always")
         done = self.report()
@@ -120,7 +120,7 @@ class AServer(ReportRoad):
         self.assert_reported(done, ip_address=LAN["address"])
         self.assertEqual(done.trace.count(TCPIP_SHORT), 1)
 
-    def test_a_dhcp_flag_of_02_is_refused_at_once_and_the_old_file_survives(self):
+    def test_the_report_fails_at_once_at_a_dhcp_flag_of_02_and_the_old_file_survives(self):
         old = self.put_old_report()
         self.addCleanup(self.server.bmc, "dhcp 00")
         self.server.bmc("dhcp 02")
@@ -128,7 +128,7 @@ class AServer(ReportRoad):
         self.assertEqual(len(self.asked()), 1)
         self.assert_old_report_stands(old)
 
-    def test_a_folder_without_a_name_or_that_is_not_there_is_refused_before_the_plug_in_is_loaded(self):
+    def test_the_report_fails_without_a_folder_before_the_plug_in_is_loaded(self):
         for folder, verdict in (("", "usage"), ("/share/missing", "folder-unusable"),
                                 (f"/share/reports/{NAME}", "folder-unusable")):
             with self.subTest(folder):
@@ -139,7 +139,7 @@ class AServer(ReportRoad):
                 self.assert_old_report_stands(old)
         self.assertEqual(self.asked(), [])
 
-    def test_a_full_folder_keeps_its_old_report(self):
+    def test_the_report_fails_in_a_full_folder_which_keeps_its_old_one(self):
         self.assertEqual(self.server.run("mkdir -p /tmp/full && mount -t tmpfs -o size=64k tmpfs /tmp/full").exit, 0)
         self.addCleanup(self.server.run, "umount /tmp/full; rmdir /tmp/full")
         written = self.orvhost("report", "--out", "/tmp/full", pauses=SHORT_PAUSES)
@@ -159,13 +159,13 @@ class AServer(ReportRoad):
         (self.server.share / "dmi.bin").write_bytes(dmi_dump(**tables))
         self.stand_in("/usr/sbin/dmidecode", 'exec /usr/sbin/dmidecode.real --from-dump /share/dmi.bin "$@"\n')
 
-    def test_a_bios_and_a_system_that_tell_no_version_are_reported_as_dmidecode_says_it(self):
+    def test_a_bios_and_a_system_without_a_version_are_reported_as_dmidecode_says_it(self):
         self.replace_dmi(bios={"vendor": b"KESTREL"}, system={"product": b"KV6000"})
         self.assert_reported(self.report(), **{"Product Version": "Not Specified", "Serial Number": "Not Specified",
                                                "BIOS Version": "Not Specified"})
         self.assert_golden_report("report_without_versions.xml")
 
-    def test_without_a_bios_table_the_report_is_refused_and_the_old_file_survives(self):
+    def test_the_report_fails_without_a_bios_table_and_the_old_file_survives(self):
         old = self.put_old_report()
         self.replace_dmi(system={"product": b"KV6000", "version": b"1.0", "serial": b"KV6K000001"})
         command = '/usr/sbin/dmidecode --type bios  | grep "Version"'
@@ -184,7 +184,7 @@ class AServer(ReportRoad):
                                                "BIOS Version": "V1 ..."})
         self.assert_golden_report("report_of_bytes_that_are_no_ascii.xml")
 
-    def test_a_value_that_cannot_stand_in_xml_is_refused_and_the_old_file_survives(self):
+    def test_the_report_fails_at_a_value_that_cannot_stand_in_xml_and_the_old_file_survives(self):
         """The real dmidecode prints ASCII alone, so here another plays it."""
         self.stand_in("/usr/sbin/dmidecode", "cat /share/dmi.txt\n")
         played = self.server.share / "dmi.txt"
@@ -208,7 +208,7 @@ class AServer(ReportRoad):
 class ARackServer(ReportRoad):
     settings = ServerSettings(product="KV6000RT", serial="KV6KRT0000001A000", lan=LAN, sdr={"version": "0.10"})
 
-    def test_the_report_tells_the_sdr_version_and_no_network_settings(self):
+    def test_the_report_states_the_sdr_version_and_no_network_settings(self):
         done = self.report()
         self.assert_reported(done, **{"Product Name": "KV6000RT", "BMC Version": "01-23", "SDR Version": "0.10",
                                       "mac_address": None, "ip_address": None})
@@ -219,7 +219,7 @@ class ARackServer(ReportRoad):
 class AServerWithoutProductNameAndVersion(ReportRoad):
     settings = ServerSettings(bare_tables=("system",))
 
-    def test_the_report_is_refused_without_and_with_a_given_server_type_and_the_old_file_survives(self):
+    def test_the_report_fails_without_and_with_a_given_server_type_and_the_old_file_survives(self):
         old = self.put_old_report()
         done = self.report()
         self.assert_failed(done)

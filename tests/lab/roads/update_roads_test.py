@@ -7,7 +7,7 @@ from road import Road
 
 
 class GoodRoad:
-    """The road of a good update, told in one test: every step stands on the one before."""
+    """The road of a good update, in one test: every step stands on the one before."""
 
     golden = ""
 

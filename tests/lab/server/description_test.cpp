@@ -1,4 +1,4 @@
-// What the order "files" tells of the config files, above all what the stored OS record says.
+// What the order "files" says of the config files, above all what the stored OS record says.
 #include "lab/server/description.h"
 
 #include <gtest/gtest.h>
@@ -52,7 +52,7 @@ TEST_F(TheFiles, AreDecodedOnlyWhenTheyHoldTheOsRecord) {
   EXPECT_FALSE(Described("41").contains("decoded"));
 }
 
-TEST_F(TheFiles, TellWhatIsWrongWithADamagedOsRecord) {
+TEST_F(TheFiles, SayWhatIsWrongWithADamagedOsRecord) {
   Bytes damaged = Record();
   damaged.push_back('x');
   damaged[8] = static_cast<std::uint8_t>(damaged.size());

@@ -75,7 +75,7 @@ TEST(FaultPlan, StaysSilentUntilClearedWhenOrderedForAlways) {
   EXPECT_EQ(Apply(plan, {0x34, 0x8d}), (Answer{0x00, 0x01, 0x02}));
 }
 
-TEST(FaultPlan, TellsTheNextFaultWithoutUsingItUp) {
+TEST(FaultPlan, ShowsTheNextFaultWithoutUsingItUp) {
   FaultPlan plan;
   plan.Order({0x34, 0x8c}, {Fault::Kind::kFail, 0xc0}, 1);
   ASSERT_TRUE(plan.Next(kConnect).has_value());
@@ -92,7 +92,7 @@ TEST(FaultPlan, ReplacesAnEarlierOrderForTheSameCommand) {
   EXPECT_EQ(Apply(plan, {0x34, 0x8c}), (Answer{0x00, 0x01, 0x02}));
 }
 
-TEST(FaultPlan, TellsRequestsOfOneCommandApartByTheirData) {
+TEST(FaultPlan, DistinguishesRequestsOfOneCommandByTheirData) {
   FaultPlan plan;
   plan.Order({0x3c, 0x69, 0x05, 0x40, 0x20}, {Fault::Kind::kFail, 0xc0}, 1);
   EXPECT_EQ(Apply(plan, {0x3c, 0x69, 0x05, 0x40, 0x00}), (Answer{0x00, 0x01, 0x02}));

@@ -45,12 +45,12 @@ TEST(FaultOrderWords, EndInTheDataThatARequestMustBeginWith) {
   EXPECT_EQ(Parse(Fault::Kind::kSilent, "34 39 always 02").order->head, (std::vector<std::uint8_t>{0x34, 0x39, 0x02}));
 }
 
-TEST(FaultOrderWords, TellALengthInDecimal) {
+TEST(FaultOrderWords, StateALengthInDecimal) {
   EXPECT_EQ(Parse(Fault::Kind::kShort, "3c 13 14").order->fault.value, 14);
   EXPECT_EQ(Parse(Fault::Kind::kLong, "3c 13 41").order->fault.value, 41);
 }
 
-TEST(FaultOrderWords, AreRefusedWithTheReason) {
+TEST(FaultOrderWords, FailWithTheReason) {
   EXPECT_NE(Parse(Fault::Kind::kFail, "34 8c").error, "");
   EXPECT_NE(Parse(Fault::Kind::kFail, "34 8c c0 2 more").error, "");
   EXPECT_NE(Parse(Fault::Kind::kFail, "34 8c c0 2 55 100").error, "");

@@ -11,7 +11,7 @@ namespace {
 
 using Items = std::vector<std::pair<std::string, std::string>>;
 
-// An OS name of 7 and a host name of 5 characters: 16 bytes of header and 32 behind them.
+// An OS name of 7 and a host name of 5 characters: 16 bytes of header and 32 after them.
 std::vector<std::uint8_t> Example() {
   std::vector<std::uint8_t> bytes(8, 0x00);
   bytes.insert(bytes.end(), {48, 0, 0, 0, 0, 0, 0, 0});
@@ -28,14 +28,14 @@ std::vector<std::uint8_t> Example() {
   return bytes;
 }
 
-TEST(OsRecordReader, TellsNamesAndValues) {
+TEST(OsRecordReader, ReadsNamesAndValues) {
   ASSERT_EQ(Example().size(), 48U);
   const auto record = ReadOsRecord(Example());
   EXPECT_EQ(record.fault, "");
   EXPECT_EQ(record.items, (Items{{"OS", "Linux 9"}, {"Hostname", "rack1"}}));
 }
 
-TEST(OsRecordReader, TellsWhatIsWrongWithTheHeader) {
+TEST(OsRecordReader, FailsWithWhatIsWrongWithTheHeader) {
   EXPECT_EQ(ReadOsRecord({}).fault, "shorter than its header of 16 bytes");
   auto bytes = Example();
   bytes.pop_back();
@@ -45,7 +45,7 @@ TEST(OsRecordReader, TellsWhatIsWrongWithTheHeader) {
   EXPECT_EQ(ReadOsRecord(bytes).fault, "has reserved bytes that are not zero");
 }
 
-TEST(OsRecordReader, TellsTheItemsInFrontOfAFault) {
+TEST(OsRecordReader, FailsAtAFaultButReadsTheItemsBeforeIt) {
   auto bytes = Example();
   bytes.back() = 'x';
   const auto record = ReadOsRecord(bytes);
