@@ -7,8 +7,7 @@
 #include "firmware/update_marker.h"
 #include "host/Results.h"
 #include "ipmi/file_probe.h"
-#include "ipmi/ipmi_exchange.h"
-#include "ipmi/retry.h"
+#include "ipmi/retried_exchange.h"
 #include "ipmi/trace.h"
 
 namespace kestrel {
@@ -16,32 +15,20 @@ namespace kestrel {
 namespace {
 
 bool ArmRebootFlag(const std::string& toolPath) {
-  IpmiReply set;
-  IpmiReply check;
-  return Retry(
-      kBmcRetry,
-      [&] {
-        set = Exchange(toolPath, SetRebootFlagRequest());
-        if (!set.Succeeded()) {
-          return false;
-        }
-        check = Exchange(toolPath, CheckRebootFlagRequest());
-        return check.Succeeded("01");
-      },
-      [&](CTraceUtility::TRACE_DBG_LEVEL level) {
-        if (level == kError) {
-          CTraceUtility::WriteTrace(kChannel, "MSGID_BMC_0003_F", "18");
-        }
-        if (!set.Succeeded()) {
-          CTraceUtility::WriteDebug(kChannel, level,
-                                    "Failed to execute IPMI command (Set Reboot flag) CompletionCode %s",
-                                    set.CompletionCode().c_str());
-        } else {
-          CTraceUtility::WriteDebug(
-              kChannel, level, "Failed to execute IPMI command(Set Reboot flag) ResponseData1:%s  ResponseData2:%s",
-              check.Element(0).c_str(), check.Element(1).c_str());
-        }
-      });
+  const auto report = [](Level level, const IpmiReply& set, const IpmiReply& check) {
+    if (level == kError) {
+      CTraceUtility::WriteTrace(kChannel, "MSGID_BMC_0003_F", "18");
+    }
+    if (!set.Succeeded()) {
+      CTraceUtility::WriteDebug(kChannel, level, "Failed to execute IPMI command (Set Reboot flag) CompletionCode %s",
+                                set.CompletionCode().c_str());
+    } else {
+      CTraceUtility::WriteDebug(kChannel, level,
+                                "Failed to execute IPMI command(Set Reboot flag) ResponseData1:%s  ResponseData2:%s",
+                                check.Element(0).c_str(), check.Element(1).c_str());
+    }
+  };
+  return RetrySetting(kBmcRetry, toolPath, ArmedRebootFlag(), report);
 }
 
 bool DeleteMarker() {

@@ -11,8 +11,7 @@
 #include "firmware/update_marker.h"
 #include "host/Results.h"
 #include "ipmi/file_probe.h"
-#include "ipmi/ipmi_exchange.h"
-#include "ipmi/retry.h"
+#include "ipmi/retried_exchange.h"
 #include "ipmi/trace.h"
 
 namespace kestrel {
@@ -112,22 +111,15 @@ bool FlashToolMethod::ChangeWriteMode() {
   if (!runningVersion_.starts_with("06") && !runningVersion_.starts_with("16")) {
     return true;
   }
-  IpmiReply reply;
-  return Retry(
-      kBmcRetry,
-      [&] {
-        reply = Exchange(toolPath_, ChangeWriteModeRequest());
-        return reply.Succeeded();
-      },
-      [&](CTraceUtility::TRACE_DBG_LEVEL level) {
-        if (level == kError) {
-          detail_ = "13";
-          CTraceUtility::WriteTrace(kChannel, "MSGID_BMC_0012_F", detail_.c_str());
-        }
-        CTraceUtility::WriteDebug(kChannel, level,
-                                  "Failed to execute IPMI command(Change Write mode) CompletionCode:%s",
-                                  reply.CompletionCode().c_str());
-      });
+  const auto report = [this](Level level, const IpmiReply& reply) {
+    if (level == kError) {
+      detail_ = "13";
+      CTraceUtility::WriteTrace(kChannel, "MSGID_BMC_0012_F", detail_.c_str());
+    }
+    CTraceUtility::WriteDebug(kChannel, level, "Failed to execute IPMI command(Change Write mode) CompletionCode:%s",
+                              reply.CompletionCode().c_str());
+  };
+  return RetryExchange(kBmcRetry, toolPath_, ChangeWriteModeRequest(), report).has_value();
 }
 
 bool FlashToolMethod::FindFlashTool() {
@@ -148,7 +140,7 @@ bool FlashToolMethod::LoadScsiGenericDriver() {
   }
   return Retry(
       kLocalRetry, [] { return RunTraced("modprobe sg"); },
-      [&](CTraceUtility::TRACE_DBG_LEVEL level) {
+      [&](Level level) {
         // The outcome of every attempt has a line already.
         if (level == kError) {
           detail_.insert(0, "2A");

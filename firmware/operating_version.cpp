@@ -3,8 +3,7 @@
 #include "firmware/requests.h"
 #include "firmware/sdr_version.h"
 #include "host/Results.h"
-#include "ipmi/ipmi_exchange.h"
-#include "ipmi/retry.h"
+#include "ipmi/retried_exchange.h"
 #include "ipmi/trace.h"
 
 namespace kestrel {
@@ -24,11 +23,9 @@ std::string MajorText(const std::string& revision, const std::string& serverType
   return decimal.size() == 1 ? "0" + decimal : decimal;
 }
 
-// One attempt. Sets the BMC's version as "MM-mm", and what the attempt saw of the completion code and server type.
-bool AskDevice(const std::string& toolPath, std::string* version, std::string* completionCode,
-               std::string* serverType) {
-  const IpmiReply reply = Exchange(toolPath, GetDeviceIdRequest());
-  *completionCode = reply.CompletionCode();
+// The BMC's version as "MM-mm", and the server type, which is asked for anew. False when the reply does not hold both
+// numbers.
+bool ReadDeviceId(const IpmiReply& reply, std::string* version, std::string* serverType) {
   *serverType = CCommon_Information::GetServerType(kChannel);
   const std::string major = MajorText(reply.Element(3), *serverType);
   const std::string minor = reply.Element(4);
@@ -46,15 +43,13 @@ std::string ReadOperatingVersion(const std::string& toolPath) {
     return host::kAbnormalVersion;
   }
   std::string version;
-  std::string completionCode;
   std::string serverType;
-  const bool answered = Retry(
-      kBmcRetry, [&] { return AskDevice(toolPath, &version, &completionCode, &serverType); },
-      [&](CTraceUtility::TRACE_DBG_LEVEL level) {
-        CTraceUtility::WriteDebug(kChannel, level, "Failed to execute ipmi command(GetDeviceID) CompletionCode:%s",
-                                  completionCode.c_str());
-      });
-  if (!answered) {
+  const auto accepts = [&](const IpmiReply& reply) { return ReadDeviceId(reply, &version, &serverType); };
+  const auto report = [](Level level, const IpmiReply& reply) {
+    CTraceUtility::WriteDebug(kChannel, level, "Failed to execute ipmi command(GetDeviceID) CompletionCode:%s",
+                              reply.CompletionCode().c_str());
+  };
+  if (!RetryExchange(kBmcRetry, toolPath, GetDeviceIdRequest(), accepts, report)) {
     return host::kAbnormalVersion;
   }
   CTraceUtility::WriteDebug(kChannel, kFlow, "[%s][%s]", version.c_str(), serverType.c_str());

@@ -1,8 +1,8 @@
-// The IPMI requests of this room.
+// The IPMI requests of this room, and the states that they put the BMC into.
 #ifndef FIRMWARE_REQUESTS_H
 #define FIRMWARE_REQUESTS_H
 
-#include "ipmi/ipmi_exchange.h"
+#include "ipmi/retried_exchange.h"
 
 namespace kestrel {
 
@@ -23,33 +23,21 @@ namespace kestrel {
 // Update by the flash utility (OEM).
 [[nodiscard]] IpmiRequest ChangeWriteModeRequest();  // carries the phrase that this plug-in was built with
 
-[[nodiscard]] inline IpmiRequest ConnectVirtualMediaRequest() {
-  return {"34", "8c", "55", "aa", "01"};
+[[nodiscard]] inline BmcState ConnectedVirtualMedia() {
+  return {{"34", "8c", "55", "aa", "01"}, {"34", "8d"}, "01"};
 }
 
 [[nodiscard]] inline IpmiRequest DisconnectVirtualMediaRequest() {
   return {"34", "8c", "55", "aa", "00"};
 }
 
-[[nodiscard]] inline IpmiRequest CheckVirtualDeviceRequest() {
-  return {"34", "8d"};
-}
-
-[[nodiscard]] inline IpmiRequest DisableWaitRequest() {
-  return {"34", "2c", "00"};
-}
-
-[[nodiscard]] inline IpmiRequest CheckWaitDisabledRequest() {
-  return {"34", "2d"};
+[[nodiscard]] inline BmcState DisabledWait() {
+  return {{"34", "2c", "00"}, {"34", "2d"}, "00"};
 }
 
 // Apply (OEM).
-[[nodiscard]] inline IpmiRequest SetRebootFlagRequest() {
-  return {"34", "5e", "55", "aa", "01"};
-}
-
-[[nodiscard]] inline IpmiRequest CheckRebootFlagRequest() {
-  return {"34", "5f"};
+[[nodiscard]] inline BmcState ArmedRebootFlag() {
+  return {{"34", "5e", "55", "aa", "01"}, {"34", "5f"}, "01"};
 }
 
 }  // namespace kestrel

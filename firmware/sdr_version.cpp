@@ -5,12 +5,12 @@
 #include <charconv>
 #include <cstddef>
 #include <iterator>
+#include <optional>
 #include <string_view>
 
 #include "firmware/requests.h"
 #include "firmware/sdr_record.h"
-#include "ipmi/ipmi_exchange.h"
-#include "ipmi/retry.h"
+#include "ipmi/retried_exchange.h"
 #include "ipmi/trace.h"
 
 namespace kestrel {
@@ -29,23 +29,17 @@ std::string RecordIdText(unsigned int id) {
 
 // Number of records as the two byte texts of the BMC's answer. False, with its line written, when there is none.
 bool AskRecordCount(const std::string& toolPath, std::string* lower, std::string* upper) {
-  IpmiReply reply;
-  const bool answered = Retry(
-      kBmcRetry,
-      [&] {
-        reply = Exchange(toolPath, GetSdrRepositoryInfoRequest());
-        return reply.Succeeded();
-      },
-      [](CTraceUtility::TRACE_DBG_LEVEL level) {
-        if (level == kError) {  // only the last failure is worth a line here
-          CTraceUtility::WriteDebug(kChannel, level, "Failed to execute Get SDR Repository Info Command");
-        }
-      });
-  if (!answered) {
+  const auto report = [](Level level, const IpmiReply& /*reply*/) {
+    if (level == kError) {  // only the last failure is worth a line here
+      CTraceUtility::WriteDebug(kChannel, level, "Failed to execute Get SDR Repository Info Command");
+    }
+  };
+  const std::optional<IpmiReply> reply = RetryExchange(kBmcRetry, toolPath, GetSdrRepositoryInfoRequest(), report);
+  if (!reply) {
     return false;
   }
-  *lower = reply.Element(2);
-  *upper = reply.Element(3);
+  *lower = reply->Element(2);
+  *upper = reply->Element(3);
   if (lower->empty()) {
     CTraceUtility::WriteDebug(kChannel, kError, "Failed to get SDR Record Count(Lw)");
     return false;
@@ -83,7 +77,7 @@ bool ReadRecord(const std::string& toolPath, unsigned int id, std::string* recor
         reply = Exchange(toolPath, GetSdrRequest(low, high));
         return reply.Succeeded();
       },
-      [](CTraceUtility::TRACE_DBG_LEVEL) {});
+      [](Level) {});
   if (!answered) {
     return false;
   }

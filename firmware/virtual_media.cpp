@@ -3,8 +3,7 @@
 #include <utility>
 
 #include "firmware/requests.h"
-#include "ipmi/ipmi_exchange.h"
-#include "ipmi/retry.h"
+#include "ipmi/retried_exchange.h"
 #include "ipmi/trace.h"
 
 namespace kestrel {
@@ -14,73 +13,53 @@ VirtualMedia::VirtualMedia(std::string toolPath, std::string* detail)
 
 bool VirtualMedia::Connect() {
   const RetryPolicy left{kBmcRetry.attempts - connectFailures_, kBmcRetry.pause, kBmcRetry.pauseStep};
-  IpmiReply connect;
-  IpmiReply check;
-  return Retry(
-      left,
-      [&] {
-        connect = Exchange(toolPath_, ConnectVirtualMediaRequest());
-        if (!connect.Succeeded()) {
-          return false;
-        }
-        CTraceUtility::WriteDebug(kChannel, kInfo, "Sleep start");
-        Sleep(10000);
-        CTraceUtility::WriteDebug(kChannel, kInfo, "Sleep end");
-        check = Exchange(toolPath_, CheckVirtualDeviceRequest());
-        return check.Succeeded("01");
-      },
-      [&](CTraceUtility::TRACE_DBG_LEVEL level) {
-        ++connectFailures_;
-        if (level == kError) {
-          *detail_ = "14";
-          CTraceUtility::WriteTrace(kChannel, "MSGID_BMC_0012_F", detail_->c_str());
-        }
-        if (connect.Succeeded()) {
-          CTraceUtility::WriteDebug(
-              kChannel, level,
-              "Failed to execute IPMI command(Check Connect Virtual Device) ResponseData1:%s  ResponseData2:%s",
-              check.Element(0).c_str(), check.Element(1).c_str());
-          return;
-        }
-        CTraceUtility::WriteDebug(kChannel, level,
-                                  "Failed to execute ipmi command (Connect to virtual media) CompletionCode:%s",
-                                  connect.CompletionCode().c_str());
-        if (level == kRetry) {
-          // An end line although the update goes on; readers of the trace match on it.
-          CTraceUtility::WriteDebug(kChannel, kFlow, "CBMC_KESTREL_Firmware::Update() [END]");
-        }
-      });
+  const auto settle = [] {
+    CTraceUtility::WriteDebug(kChannel, kInfo, "Sleep start");
+    Sleep(10000);
+    CTraceUtility::WriteDebug(kChannel, kInfo, "Sleep end");
+  };
+  const auto report = [this](Level level, const IpmiReply& connect, const IpmiReply& check) {
+    ++connectFailures_;
+    if (level == kError) {
+      *detail_ = "14";
+      CTraceUtility::WriteTrace(kChannel, "MSGID_BMC_0012_F", detail_->c_str());
+    }
+    if (connect.Succeeded()) {
+      CTraceUtility::WriteDebug(
+          kChannel, level,
+          "Failed to execute IPMI command(Check Connect Virtual Device) ResponseData1:%s  ResponseData2:%s",
+          check.Element(0).c_str(), check.Element(1).c_str());
+      return;
+    }
+    CTraceUtility::WriteDebug(kChannel, level,
+                              "Failed to execute ipmi command (Connect to virtual media) CompletionCode:%s",
+                              connect.CompletionCode().c_str());
+    if (level == kRetry) {
+      // An end line although the update goes on; readers of the trace match on it.
+      CTraceUtility::WriteDebug(kChannel, kFlow, "CBMC_KESTREL_Firmware::Update() [END]");
+    }
+  };
+  return RetrySetting(left, toolPath_, ConnectedVirtualMedia(), settle, report);
 }
 
 bool VirtualMedia::DisableWait() {
-  IpmiReply disable;
-  IpmiReply check;
-  return Retry(
-      kBmcRetry,
-      [&] {
-        disable = Exchange(toolPath_, DisableWaitRequest());
-        if (!disable.Succeeded()) {
-          return false;
-        }
-        check = Exchange(toolPath_, CheckWaitDisabledRequest());
-        return check.Succeeded("00");
-      },
-      [&](CTraceUtility::TRACE_DBG_LEVEL level) {
-        if (level == kError) {
-          *detail_ = "1F";
-          CTraceUtility::WriteTrace(kChannel, "MSGID_BMC_0012_F", detail_->c_str());
-        }
-        if (disable.Succeeded()) {
-          CTraceUtility::WriteDebug(
-              kChannel, level, "Failed to execute IPMI command(Check Wait Disable) ResponseData1:%s  ResponseData2:%s",
-              check.Element(0).c_str(), check.Element(1).c_str());
-          return;
-        }
-        // The last failure stands at the level of values, not of errors; readers of the trace match on it.
-        CTraceUtility::WriteDebug(kChannel, level == kError ? kInfo : level,
-                                  "Failed to execute command(Wait Disabled) CompletionCode:%s",
-                                  disable.CompletionCode().c_str());
-      });
+  const auto report = [this](Level level, const IpmiReply& disable, const IpmiReply& check) {
+    if (level == kError) {
+      *detail_ = "1F";
+      CTraceUtility::WriteTrace(kChannel, "MSGID_BMC_0012_F", detail_->c_str());
+    }
+    if (disable.Succeeded()) {
+      CTraceUtility::WriteDebug(kChannel, level,
+                                "Failed to execute IPMI command(Check Wait Disable) ResponseData1:%s  ResponseData2:%s",
+                                check.Element(0).c_str(), check.Element(1).c_str());
+      return;
+    }
+    // The last failure stands at the level of values, not of errors; readers of the trace match on it.
+    CTraceUtility::WriteDebug(kChannel, level == kError ? kInfo : level,
+                              "Failed to execute command(Wait Disabled) CompletionCode:%s",
+                              disable.CompletionCode().c_str());
+  };
+  return RetrySetting(kBmcRetry, toolPath_, DisabledWait(), report);
 }
 
 bool VirtualMedia::Disconnect() {

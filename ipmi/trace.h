@@ -9,10 +9,11 @@
 namespace kestrel {
 
 inline constexpr const char* kChannel = "bmc";
-inline constexpr CTraceUtility::TRACE_DBG_LEVEL kInfo = CTraceUtility::TRACE_DBG_INFO;
-inline constexpr CTraceUtility::TRACE_DBG_LEVEL kError = CTraceUtility::TRACE_DBG_ERROR;
-inline constexpr CTraceUtility::TRACE_DBG_LEVEL kFlow = CTraceUtility::TRACE_DBG_FLOW;
-inline constexpr CTraceUtility::TRACE_DBG_LEVEL kRetry = CTraceUtility::TRACE_DBG_RETRY;
+using Level = CTraceUtility::TRACE_DBG_LEVEL;
+inline constexpr Level kInfo = CTraceUtility::TRACE_DBG_INFO;
+inline constexpr Level kError = CTraceUtility::TRACE_DBG_ERROR;
+inline constexpr Level kFlow = CTraceUtility::TRACE_DBG_FLOW;
+inline constexpr Level kRetry = CTraceUtility::TRACE_DBG_RETRY;
 
 // Writes an operation's start line when it is made and its end line when the operation returns. An exit that deviates
 // says so where it deviates: End() for a line that does not come last, EndAs() for another line, NoEnd() for none. An

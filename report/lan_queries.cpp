@@ -1,45 +1,32 @@
 #include "report/lan_queries.h"
 
-#include "ipmi/retry.h"
-#include "ipmi/trace.h"
+#include "ipmi/retried_exchange.h"
 #include "report/lan_settings.h"
 #include "report/requests.h"
 
 namespace kestrel {
 
 bool QueryMacAddress(const std::string& toolPath, std::string* macAddress) {
-  IpmiReply reply;
   std::string text;
-  const bool answered = Retry(
-      kBmcRetry,
-      [&] {
-        reply = Exchange(toolPath, GetMacAddressRequest());
-        return reply.Succeeded() && JoinMacAddress(reply, &text);
-      },
-      [&](CTraceUtility::TRACE_DBG_LEVEL level) { WriteMacAddressFailure(level, reply); });
-  if (answered) {
-    *macAddress = CStringUtil::StringToUpperCase(text);
+  const auto accepts = [&](const IpmiReply& reply) { return reply.Succeeded() && JoinMacAddress(reply, &text); };
+  if (!RetryExchange(kBmcRetry, toolPath, GetMacAddressRequest(), accepts, WriteMacAddressFailure)) {
+    return false;
   }
-  return answered;
+  *macAddress = CStringUtil::StringToUpperCase(text);
+  return true;
 }
 
 bool QueryTcpipInfo(const std::string& toolPath, std::string* digits) {
-  IpmiReply reply;
   std::string text;
-  const bool answered = Retry(
-      kBmcRetry,
-      [&] {
-        reply = Exchange(toolPath, GetTcpipInfoRequest());
-        return reply.Succeeded() && JoinTcpipInfo(reply, &text);
-      },
-      [&](CTraceUtility::TRACE_DBG_LEVEL level) { WriteTcpipInfoFailure(level, reply); });
-  if (answered) {
-    *digits = text;
+  const auto accepts = [&](const IpmiReply& reply) { return reply.Succeeded() && JoinTcpipInfo(reply, &text); };
+  if (!RetryExchange(kBmcRetry, toolPath, GetTcpipInfoRequest(), accepts, WriteTcpipInfoFailure)) {
+    return false;
   }
-  return answered;
+  *digits = text;
+  return true;
 }
 
-void WriteMacAddressFailure(CTraceUtility::TRACE_DBG_LEVEL level, const IpmiReply& reply) {
+void WriteMacAddressFailure(Level level, const IpmiReply& reply) {
   if (!reply.Ran()) {
     CTraceUtility::WriteDebug(kChannel, level, "Failed to execute IPMI Command (Get MAC Address) ");
   } else if (reply.Elements().empty()) {
@@ -55,7 +42,7 @@ void WriteMacAddressFailure(CTraceUtility::TRACE_DBG_LEVEL level, const IpmiRepl
   }
 }
 
-void WriteTcpipInfoFailure(CTraceUtility::TRACE_DBG_LEVEL level, const IpmiReply& reply) {
+void WriteTcpipInfoFailure(Level level, const IpmiReply& reply) {
   const bool isLast = level == kError;
   if (!reply.Ran()) {
     CTraceUtility::WriteDebug(kChannel, level, "Failed to execute IPMI Command (Get Tcpip Info) ");

@@ -5,8 +5,8 @@
 
 #include <string>
 
-#include "host/DllCommon.h"
 #include "ipmi/ipmi_exchange.h"
+#include "ipmi/trace.h"
 
 namespace kestrel {
 
@@ -20,8 +20,8 @@ namespace kestrel {
 
 // Writes what is wrong with `reply`, an answer that gave nothing: at kRetry when another attempt follows, at kError
 // after the last.
-void WriteMacAddressFailure(CTraceUtility::TRACE_DBG_LEVEL level, const IpmiReply& reply);
-void WriteTcpipInfoFailure(CTraceUtility::TRACE_DBG_LEVEL level, const IpmiReply& reply);
+void WriteMacAddressFailure(Level level, const IpmiReply& reply);
+void WriteTcpipInfoFailure(Level level, const IpmiReply& reply);
 
 }  // namespace kestrel
 

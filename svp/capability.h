@@ -17,8 +17,8 @@ inline constexpr RetryPolicy kCapabilityRetry{3, 5000, 5000};
 // The BMC's support flags, one bit for each file (ConfigFile::supportBit); 0 for an answer that ends before them.
 // Nothing when no attempt was answered; the completion code of an answer is of no interest. `reportFailure` is called
 // as Retry() calls it.
-[[nodiscard]] std::optional<int> ReadSupportFlags(
-    const std::string& toolPath, const std::function<void(CTraceUtility::TRACE_DBG_LEVEL level)>& reportFailure);
+[[nodiscard]] std::optional<int> ReadSupportFlags(const std::string& toolPath,
+                                                  const std::function<void(Level level)>& reportFailure);
 
 }  // namespace kestrel
 

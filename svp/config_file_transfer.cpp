@@ -5,37 +5,18 @@
 #include <utility>
 
 #include "ipmi/byte_text.h"
-#include "ipmi/ipmi_exchange.h"
-#include "ipmi/retry.h"
+#include "ipmi/retried_exchange.h"
 #include "svp/requests.h"
 
 namespace kestrel {
 
 namespace {
 
-using Level = CTraceUtility::TRACE_DBG_LEVEL;
-
 constexpr int kPieceSize = 32;  // data bytes of one write
-
-bool IsDone(const IpmiReply& reply) {
-  return reply.Succeeded();
-}
 
 // 01 is good for the lock alone.
 bool IsLocked(const IpmiReply& reply) {
   return reply.Succeeded() || (reply.Ran() && reply.CompletionCode() == "01");
-}
-
-// Sends the same request until `accepts(reply)` or three attempts have failed; `report(level, completionCode)` after
-// each that did.
-template <typename Report>
-bool Try(const std::string& toolPath, const IpmiRequest& request, bool (*accepts)(const IpmiReply&), Report report) {
-  IpmiReply reply;
-  const auto attempt = [&] {
-    reply = Exchange(toolPath, request);
-    return accepts(reply);
-  };
-  return Retry(kBmcRetry, attempt, [&](Level level) { report(level, reply.CompletionCode()); });
 }
 
 }  // namespace
@@ -61,13 +42,14 @@ int ConfigFileTransfer::Run(std::list<std::string> record) {
 }
 
 bool ConfigFileTransfer::Lock() {
-  return Try(toolPath_, LockRequest(file_.id), IsLocked, [this](Level level, const std::string& code) {
+  const auto report = [this](Level level, const IpmiReply& reply) {
     if (Tells(level)) {
       CTraceUtility::WriteDebug(kChannel, level,
                                 "Failed to execute IPMI command(OEM Lock Server Config File) CompletionCode:%s",
-                                code.c_str());
+                                reply.CompletionCode().c_str());
     }
-  });
+  };
+  return RetryExchange(kBmcRetry, toolPath_, LockRequest(file_.id), IsLocked, report).has_value();
 }
 
 bool ConfigFileTransfer::Write(std::list<std::string> record) {
@@ -84,32 +66,36 @@ bool ConfigFileTransfer::Write(std::list<std::string> record) {
 }
 
 bool ConfigFileTransfer::WritePiece(const IpmiRequest& request) {
-  return Try(toolPath_, request, IsDone, [this](Level level, const std::string& code) {
+  const auto report = [this](Level level, const IpmiReply& reply) {
     if (Tells(level)) {
       CTraceUtility::WriteDebug(kChannel, level,
                                 "Failed to execute IPMI command(OEM Write Server Config File) CompletionCode:%s",
-                                code.c_str());
+                                reply.CompletionCode().c_str());
     }
-  });
+  };
+  return RetryExchange(kBmcRetry, toolPath_, request, report).has_value();
 }
 
 bool ConfigFileTransfer::WriteSignature() {
-  return Try(toolPath_, WriteSignatureRequest(file_.id), IsDone, [this](Level level, const std::string& code) {
+  const auto report = [this](Level level, const IpmiReply& reply) {
     if (Tells(level)) {
       CTraceUtility::WriteDebug(
           kChannel, level, "Failed to execute IPMI command(OEM Write Server Config File [Signature]) CompletionCode:%s",
-          code.c_str());
+          reply.CompletionCode().c_str());
     }
-  });
+  };
+  return RetryExchange(kBmcRetry, toolPath_, WriteSignatureRequest(file_.id), report).has_value();
 }
 
 bool ConfigFileTransfer::Notify() {
-  return Try(toolPath_, NotifyRequest(file_.event), IsDone, [this](Level level, const std::string& code) {
+  const auto report = [this](Level level, const IpmiReply& reply) {
     if (Tells(level)) {
       CTraceUtility::WriteDebug(kChannel, level,
-                                "Failed to execute IPMI command(OEM Notify ORV Event) CompletionCode:%s", code.c_str());
+                                "Failed to execute IPMI command(OEM Notify ORV Event) CompletionCode:%s",
+                                reply.CompletionCode().c_str());
     }
-  });
+  };
+  return RetryExchange(kBmcRetry, toolPath_, NotifyRequest(file_.event), report).has_value();
 }
 
 bool ConfigFileTransfer::Tells(Level level) const {
@@ -133,14 +119,14 @@ int ConfigFileTransfer::Fail() {
 }
 
 int UnlockConfigFile(const std::string& toolPath, const std::string& fileId) {
-  const auto report = [](Level level, const std::string& code) {
+  const auto report = [](Level level, const IpmiReply& reply) {
     if (level == kRetry) {
       CTraceUtility::WriteDebug(kChannel, level,
                                 "Failed to execute IPMI command(OEM UnLock Server Config File) CompletionCode:%s",
-                                code.c_str());
+                                reply.CompletionCode().c_str());
     }
   };
-  return Try(toolPath, UnlockRequest(fileId), IsDone, report) ? 0 : -1;
+  return RetryExchange(kBmcRetry, toolPath, UnlockRequest(fileId), report) ? 0 : -1;
 }
 
 }  // namespace kestrel

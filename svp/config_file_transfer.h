@@ -54,7 +54,7 @@ class ConfigFileTransfer {
   [[nodiscard]] bool WriteSignature();
   [[nodiscard]] bool Notify();
 
-  [[nodiscard]] bool Tells(CTraceUtility::TRACE_DBG_LEVEL level) const;
+  [[nodiscard]] bool Tells(Level level) const;
   [[nodiscard]] int FailStep();
   [[nodiscard]] int Fail();
 

@@ -15,7 +15,7 @@ namespace kestrel {
 
 namespace {
 
-void ReportNoCapability(CTraceUtility::TRACE_DBG_LEVEL level) {
+void ReportNoCapability(Level level) {
   if (level != kRetry) {
     return;  // the last attempt is told by "not supported" alone
   }

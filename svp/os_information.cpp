@@ -23,7 +23,7 @@ void AppendItem(const std::string& text, int lengthBytes, std::list<std::string>
 }
 
 bool IsSupported(const std::string& toolPath) {
-  const auto report = [](CTraceUtility::TRACE_DBG_LEVEL /*level*/) {
+  const auto report = [](Level /*level*/) {
     // The last attempt is told at the level of the others.
     CTraceUtility::WriteDebug(kChannel, kRetry, "Get Capability Failed");
   };

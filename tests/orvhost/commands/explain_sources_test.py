@@ -20,7 +20,6 @@ NO_DETAIL = (
     re.compile(r'[!=]= "[^"]*"'),  # compared with what somebody else wrote
     re.compile(r'(?:Succeeded|starts_with|emplace_back)\("[^"]*"\)'),  # an answer, a version, a byte of a record
     re.compile(r'(?:record|record\.insert)\([^;]*;'),  # bytes of a record
-    re.compile(r'Exchange\([^;]*;'),  # bytes of a request
     re.compile(r'constexpr (?:ConfigFile|std::string_view|IpmiRequest)\b[^;]*;'),  # other constants
 )
 # The tables of requests hold bytes and nothing else.
