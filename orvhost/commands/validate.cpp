@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <map>
+#include <system_error>
 
 #include "orvhost/commands/commands.h"
 #include "orvhost/validation/validation.h"
@@ -18,9 +19,14 @@ using Status = CheckResult::Status;
 class ScratchFolder {
  public:
   ScratchFolder() {
-    std::string name = (fs::temp_directory_path() / "orvhost-validate-XXXXXX").string();
+    std::error_code failure;
+    const fs::path parent = fs::temp_directory_path(failure);
+    if (failure) {
+      throw std::system_error(failure, "the one for temporary files cannot be used");
+    }
+    std::string name = (parent / "orvhost-validate-XXXXXX").string();
     if (mkdtemp(name.data()) == nullptr) {
-      throw fs::filesystem_error("no scratch folder", name, std::error_code());
+      throw std::system_error(errno, std::generic_category(), "none can be made in " + parent.string());
     }
     path_ = name;
   }
@@ -55,7 +61,7 @@ class Validation {
         limit_(static_cast<long>(std::ceil(options.timeLimit * 1000))) {}
 
   void Go() {
-    for (const auto checks : {FileChecks(), ObjectChecks()}) {
+    for (const auto checks : {FileChecks(), LoadingChecks(), ObjectChecks()}) {
       for (const ValidationCheck& check : checks) {
         Take(check, ResultOf(check));
       }
@@ -108,7 +114,14 @@ Outcome Validate(const Run& run) {
   Outcome outcome;
   outcome.phase = "validate";
   Validation validation(run.options);
-  validation.Go();
+  try {
+    validation.Go();
+  } catch (const std::system_error& error) {
+    Fail(run, &outcome, ExitCode::kUsage, "folder-unusable",
+         std::string("The checks need a folder of their own: ") + error.what() + ".",
+         "Set TMPDIR to a folder that you may write, then run the same command again.");
+    return outcome;
+  }
   outcome.listing = validation.Entries();
   outcome.facts = {{"Plug-in", run.options.pluginPath}};
   run.console.Show(validation.Table());
@@ -149,7 +162,7 @@ Examples:
   orvhost validate
   orvhost validate ./liborvp_KESTREL_BMC.so --json
 
-Exit codes: 0 all checks pass; 3 a check failed.)";
+Exit codes: 0 all checks pass; 2 there is no folder to check in; 3 a check failed.)";
 
 }  // namespace
 

@@ -1,8 +1,10 @@
 // The checks of a plug-in's file, which is read and not loaded.
 #include <algorithm>
 #include <array>
+#include <filesystem>
 
 #include "orvhost/validation/library_file.h"
+#include "orvhost/validation/run_path.h"
 #include "orvhost/validation/validation.h"
 
 namespace orvhost {
@@ -11,10 +13,11 @@ namespace {
 
 constexpr std::array kEntryPoints = {"GetVendorFactory", "ReleaseVendor"};
 
-// The host's libraries, and the C and C++ runtime; the last three belong to the runtime of older systems.
-constexpr std::array kAllowedLibraries = {
-    "liborv_ProviderBase.so", "liborv_DllCommon.so", "libstdc++.so.6", "libgcc_s.so.1", "libc.so.6", "libm.so.6",
-    "ld-linux-x86-64.so.2",   "libpthread.so.0",     "libdl.so.2",     "librt.so.1"};
+constexpr std::array kHostLibraries = {"liborv_ProviderBase.so", "liborv_DllCommon.so"};
+
+// The C and C++ runtime; the last three belong to the runtime of older systems.
+constexpr std::array kRuntimeLibraries = {"libstdc++.so.6",       "libgcc_s.so.1",   "libc.so.6",  "libm.so.6",
+                                          "ld-linux-x86-64.so.2", "libpthread.so.0", "libdl.so.2", "librt.so.1"};
 
 template <typename Names>
 bool Holds(const Names& names, const std::string& name) {
@@ -81,11 +84,43 @@ CheckResult CheckLibraries(const Candidate& candidate) {
   return OfFile(candidate, [](const LibraryFile& file) {
     std::vector<std::string> others;
     for (const std::string& name : file.needed) {
-      if (!Holds(kAllowedLibraries, name)) {
+      if (!Holds(kHostLibraries, name) && !Holds(kRuntimeLibraries, name)) {
         others.push_back(name);
       }
     }
     return others.empty() ? CheckResult::Pass() : CheckResult::Fail("it also needs " + Joined(others));
+  });
+}
+
+// Without them it takes its base classes from whatever happens to be loaded before it.
+CheckResult CheckHostLibraries(const Candidate& candidate) {
+  return OfFile(candidate, [](const LibraryFile& file) {
+    std::vector<std::string> missing;
+    for (const std::string name : kHostLibraries) {
+      if (!Holds(file.needed, name)) {
+        missing.push_back(name);
+      }
+    }
+    return missing.empty() ? CheckResult::Pass()
+                           : CheckResult::Fail("it does not say that it needs " + Joined(missing));
+  });
+}
+
+CheckResult CheckRunPath(const Candidate& candidate) {
+  return OfFile(candidate, [&candidate](const LibraryFile& file) {
+    if (!file.runPath) {
+      return CheckResult::Pass();
+    }
+    const std::string origin = std::filesystem::path(candidate.path).parent_path().string();
+    const std::vector<std::string> open = OpenFolders(*file.runPath, origin);
+    return open.empty() ? CheckResult::Pass()
+                        : CheckResult::Fail("it looks for libraries where everybody may put them: " + Joined(open));
+  });
+}
+
+CheckResult CheckStack(const Candidate& candidate) {
+  return OfFile(candidate, [](const LibraryFile& file) {
+    return file.hasExecutableStack ? CheckResult::Fail("it makes the stack executable") : CheckResult::Pass();
   });
 }
 
@@ -104,11 +139,14 @@ CheckResult CheckHardening(const Candidate& candidate) {
 }  // namespace
 
 std::span<const ValidationCheck> FileChecks() {
-  static const std::array<ValidationCheck, 5> kChecks{{
+  static const std::array<ValidationCheck, 8> kChecks{{
       {"file", "It is an ELF shared library for this kind of machine.", {}, CheckFile},
       {"entry-points", "It exports GetVendorFactory and ReleaseVendor.", {"file"}, CheckEntryPoints},
       {"exports", "It exports nothing else.", {"file"}, CheckExports},
       {"libraries", "It needs the host's libraries and the C and C++ runtime only.", {"file"}, CheckLibraries},
+      {"host-libraries", "It says that it needs the host's libraries.", {"file"}, CheckHostLibraries},
+      {"run-path", "It looks for libraries in no folder that everybody may write.", {"file"}, CheckRunPath},
+      {"stack", "It leaves the stack not executable.", {"file"}, CheckStack},
       {"hardening", "Its code and its relocations are read-only once it is loaded.", {"file"}, CheckHardening},
   }};
   return kChecks;

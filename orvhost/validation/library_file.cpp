@@ -48,6 +48,9 @@ void ReadDynamic(Elf* elf, Elf_Scn* section, const GElf_Shdr& header, LibraryFil
     if (entry.d_tag == DT_NEEDED) {
       file->needed.push_back(TextAt(elf, header.sh_link, value));
     }
+    if (entry.d_tag == DT_RPATH || entry.d_tag == DT_RUNPATH) {
+      file->runPath = (file->runPath ? *file->runPath + ":" : "") + TextAt(elf, header.sh_link, value);
+    }
     if (entry.d_tag == DT_BIND_NOW) {
       file->bindsNow = true;
     }
@@ -71,8 +74,14 @@ void ReadSegments(Elf* elf, LibraryFile* file) {
   elf_getphdrnum(elf, &count);
   for (std::size_t i = 0; i < count; ++i) {
     GElf_Phdr header;
-    if (gelf_getphdr(elf, static_cast<int>(i), &header) != nullptr && header.p_type == PT_GNU_RELRO) {
+    if (gelf_getphdr(elf, static_cast<int>(i), &header) == nullptr) {
+      continue;
+    }
+    if (header.p_type == PT_GNU_RELRO) {
       file->hasRelro = true;
+    }
+    if (header.p_type == PT_GNU_STACK) {
+      file->hasExecutableStack = (header.p_flags & PF_X) != 0;
     }
   }
 }

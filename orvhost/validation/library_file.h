@@ -9,13 +9,15 @@
 namespace orvhost {
 
 struct LibraryFile {
-  bool isSharedLibrary = false;      // and not a program
-  bool isForThisMachine = false;     // class, byte order and processor are this program's
-  std::vector<std::string> exports;  // names that it defines for others, sorted
-  std::vector<std::string> needed;   // libraries that it needs, in the order of the file
-  bool hasRelro = false;             // a part that becomes read-only after its relocation
-  bool bindsNow = false;             // all symbols are bound when it is loaded
-  bool hasTextRelocations = false;   // code is written to when it is loaded
+  bool isSharedLibrary = false;        // and not a program
+  bool isForThisMachine = false;       // class, byte order and processor are this program's
+  std::vector<std::string> exports;    // names that it defines for others, sorted
+  std::vector<std::string> needed;     // libraries that it needs, in the order of the file
+  std::optional<std::string> runPath;  // where they are looked for by its own wish, separated by colons
+  bool hasExecutableStack = true;      // it does not say that it can do without
+  bool hasRelro = false;               // a part that becomes read-only after its relocation
+  bool bindsNow = false;               // all symbols are bound when it is loaded
+  bool hasTextRelocations = false;     // code is written to when it is loaded
 };
 
 // Nothing, with the reason in `*error`, when `path` cannot be read or is no ELF file.

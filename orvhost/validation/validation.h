@@ -27,7 +27,10 @@ struct ValidationCheck {
 // Of the file alone; loads nothing.
 [[nodiscard]] std::span<const ValidationCheck> FileChecks();
 
-// Of the library in memory and of its objects.
+// Of the library in memory and of its entry points.
+[[nodiscard]] std::span<const ValidationCheck> LoadingChecks();
+
+// Of its objects.
 [[nodiscard]] std::span<const ValidationCheck> ObjectChecks();
 
 }  // namespace orvhost

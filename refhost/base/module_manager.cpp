@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "host/Results.h"
+#include "refhost/base/object_count.h"
 #include "refhost/contract.h"
 #include "refhost/module_state.h"
 #include "refhost/package.h"
@@ -61,9 +62,13 @@ const refhost::ModuleRecord& Selected(const ModuleState& state, bool useOldModul
 
 }  // namespace
 
-CModuleManager::CModuleManager(std::string providerText) : provider(std::move(providerText)) {}
+CModuleManager::CModuleManager(std::string providerText) : provider(std::move(providerText)) {
+  refhost::CountModules(1);
+}
 
-CModuleManager::~CModuleManager() = default;
+CModuleManager::~CModuleManager() {
+  refhost::CountModules(-1);
+}
 
 int CModuleManager::CheckRegisterUpdateModule(CManageRepositoryInfo package) {
   return package.moduleVersion.empty() ? host::kFailure : host::kSuccess;

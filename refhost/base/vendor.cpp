@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "host/Results.h"
+#include "refhost/base/object_count.h"
 #include "refhost/contract.h"
 #include "refhost/module_state.h"
 
@@ -16,10 +17,13 @@ CFirmware* HandlerFor(CFirmware* handler, const std::string& moduleKind) {
 
 }  // namespace
 
-CVendor::CVendor(std::string providerText) : provider(std::move(providerText)) {}
+CVendor::CVendor(std::string providerText) : provider(std::move(providerText)) {
+  refhost::CountVendors(1);
+}
 
 CVendor::~CVendor() {
   delete firmwareHandler;
+  refhost::CountVendors(-1);
 }
 
 std::string CVendor::GetVendorClassName() {

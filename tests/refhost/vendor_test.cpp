@@ -2,6 +2,7 @@
 
 #include <memory>
 
+#include "refhost/live_objects.h"
 #include "refhost/module_state.h"
 #include "tests/refhost/support/archive_builder.h"
 #include "tests/refhost/support/host_test.h"
@@ -25,6 +26,20 @@ TEST(VendorOwnership, TheVendorDeletesItsFirmwareHandler) {
   vendor->Link(new ScriptedFirmware(&deleted));
   vendor.reset();
   EXPECT_TRUE(deleted);
+}
+
+TEST(VendorOwnership, ObjectsAreCountedAsLongAsTheyLive) {
+  const LiveObjects before = CountLiveObjects();
+  {
+    ScriptedVendor vendor;
+    EXPECT_EQ(CountLiveObjects().vendors, before.vendors + 1);
+    EXPECT_EQ(CountLiveObjects().modules, before.modules);
+    vendor.Link(new ScriptedFirmware);
+    EXPECT_EQ(CountLiveObjects().vendors, before.vendors + 1);
+    EXPECT_EQ(CountLiveObjects().modules, before.modules + 1);
+  }
+  EXPECT_EQ(CountLiveObjects().vendors, before.vendors);
+  EXPECT_EQ(CountLiveObjects().modules, before.modules);
 }
 
 TEST_F(Vendor, StagesGoToTheFirmwareHandler) {

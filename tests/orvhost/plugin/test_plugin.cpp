@@ -244,6 +244,11 @@ class TestVendor : public CVendor {
     vendorClassName = Asked("other-name") ? "CVendor" : "CBMC_KESTREL_Vendor";
     deviceName = "KV6KBmc";
   }
+  ~TestVendor() override {
+    if (Asked("keeps-handler")) {
+      firmwareHandler = nullptr;
+    }
+  }
 
   std::string GetHardwareVersion() override { return ""; }
   int CheckHardwareVersion(std::string /*first*/, std::string /*second*/) override {
@@ -376,7 +381,9 @@ extern "C" __attribute__((visibility("default"))) void ReleaseVendor(CVendor* ve
   if (vendor == nullptr && Asked("releases-null")) {
     std::abort();
   }
-  delete vendor;
+  if (!Asked("keeps-vendor")) {
+    delete vendor;
+  }
 }
 #endif
 

@@ -24,7 +24,7 @@ class Validate : public Orvhost {
   refhost::Lines Failures(const std::string& plugin, const std::string& options = "") {
     object_ = RunJson("validate \"" + plugin + "\" " + options);
     const refhost::Lines failures = Ending("fail");
-    EXPECT_EQ(object_["checks"].size(), 22U);
+    EXPECT_EQ(object_["checks"].size(), 26U);
     EXPECT_EQ(object_["exit_code"], failures.empty() ? 0 : 3);
     EXPECT_EQ(object_["verdict"], failures.empty() ? "valid" : "not-valid");
     EXPECT_EQ(object_["changed"], false);
@@ -57,7 +57,7 @@ TEST_F(Validate, WhatIsNoFileOrNoLibraryFailsAndTheRestIsSkipped) {
       {ORVHOST_PROGRAM, "file: it is an ELF file, but no shared library"}};
   for (const auto& [path, reason] : cases) {
     EXPECT_EQ(Failures(path), refhost::Lines{reason});
-    EXPECT_EQ(Ending("skip").size(), 21U);
+    EXPECT_EQ(Ending("skip").size(), 25U);
     EXPECT_EQ(Ending("skip")[0], "entry-points: it needs \"file\"");
   }
 }
@@ -73,11 +73,38 @@ TEST_F(Validate, WhatTheFileTellsIsChecked) {
             refhost::Lines{"entry-points: it does not export ReleaseVendor"});
   EXPECT_EQ(Failures(NO_PLUGIN_PATH),
             (refhost::Lines{"entry-points: it does not export GetVendorFactory, ReleaseVendor",
-                            "exports: it also exports SomethingElse"}));
+                            "exports: it also exports SomethingElse",
+                            "host-libraries: it does not say that it needs liborv_ProviderBase.so, "
+                            "liborv_DllCommon.so"}));
   EXPECT_EQ(Failures(TEST_PLUGIN_VARIANT "extra_export.so"), refhost::Lines{"exports: it also exports SomethingElse"});
   EXPECT_EQ(Failures(TEST_PLUGIN_VARIANT "extra_library.so"), refhost::Lines{"libraries: it also needs libz.so.1"});
   EXPECT_EQ(Failures(TEST_PLUGIN_VARIANT "writable_relocations.so"),
             refhost::Lines{"hardening: its relocations stay writable (no full RELRO)"});
+}
+
+TEST_F(Validate, APluginThatLeavesItToOthersToLoadTheHostsLibraries) {
+  EXPECT_EQ(Failures(TEST_PLUGIN_VARIANT "no_host_libraries.so"),
+            refhost::Lines{"host-libraries: it does not say that it needs liborv_ProviderBase.so, "
+                           "liborv_DllCommon.so"});
+}
+
+TEST_F(Validate, AnExecutableStack) {
+  const refhost::Lines failures = Failures(TEST_PLUGIN_VARIANT "executable_stack.so");
+  ASSERT_FALSE(failures.empty());
+  EXPECT_EQ(failures.front(), "stack: it makes the stack executable");  // some systems then refuse to load it too
+}
+
+TEST_F(Validate, ARunPathIntoAFolderThatEverybodyMayWrite) {
+  namespace fs = std::filesystem;
+  const std::string plugin = folder_ / "plugin.so";
+  const std::string beside = folder_ / "beside";
+  fs::copy_file(TEST_PLUGIN_VARIANT "run_path.so", plugin);
+  EXPECT_EQ(Failures(plugin), refhost::Lines{});  // nobody else can make the folder
+  fs::create_directory(beside);
+  EXPECT_EQ(Failures(plugin), refhost::Lines{});
+  fs::permissions(beside, fs::perms::others_write, fs::perm_options::add);
+  EXPECT_EQ(Failures(plugin),
+            refhost::Lines{"run-path: it looks for libraries where everybody may put them: $ORIGIN/beside"});
 }
 
 TEST_F(Validate, ALibraryThatStaysInMemory) {
@@ -87,8 +114,8 @@ TEST_F(Validate, ALibraryThatStaysInMemory) {
 
 TEST_F(Validate, ACrashAnExitOrAnExceptionInTheFactoryIsItsResult) {
   EXPECT_EQ(FailuresOf("crashes"), refhost::Lines{"object: it was ended by signal 11 (Segmentation fault)"});
-  EXPECT_EQ(Ending("skip").size(), 10U);
-  EXPECT_EQ(Ending("pass").size(), 11U);
+  EXPECT_EQ(Ending("skip").size(), 11U);
+  EXPECT_EQ(Ending("pass").size(), 14U);
   EXPECT_EQ(FailuresOf("exits"), refhost::Lines{"object: it ended the process with exit status 5"});
   EXPECT_EQ(FailuresOf("throws-in-factory"), refhost::Lines{"object: an exception left it: basic_string::substr"});
   EXPECT_EQ(FailuresOf("releases-null"), refhost::Lines{"release-null: it was ended by signal 6 (Aborted)"});
@@ -114,6 +141,25 @@ TEST_F(Validate, TheObjectKeepsToTheContract) {
   EXPECT_EQ(FailuresOf("any-method"), refhost::Lines{"unknown-method: the method \"\" answers 0 and not -1"});
 }
 
+TEST_F(Validate, WhatIsReleasedIsGone) {
+  EXPECT_EQ(FailuresOf("keeps-vendor"), refhost::Lines{"release: the object lives on after its release"});
+  EXPECT_EQ(FailuresOf("keeps-handler"),
+            refhost::Lines{"release: the firmware handler lives on after the release of its object"});
+}
+
+TEST_F(Validate, WithoutAFolderForItsFilesNothingIsChecked) {
+  for (const auto& [folder, reason] :
+       {std::pair<std::string, std::string>{"/proc", "none can be made in /proc: No such file or directory."},
+        {folder_ / "good.zip", "the one for temporary files cannot be used: Not a directory."}}) {
+    setenv("TMPDIR", folder.c_str(), 1);
+    object_ = RunJson("validate");
+    unsetenv("TMPDIR");
+    EXPECT_EQ(object_["verdict"], "folder-unusable");
+    EXPECT_EQ(object_["exit_code"], 2);
+    EXPECT_EQ(object_["error"]["cause"], "The checks need a folder of their own: " + reason);
+  }
+}
+
 TEST_F(Validate, NoCommandIsRunAndNothingIsWrittenBesideTheScratchFolder) {
   EXPECT_EQ(FailuresOf("runs-command"), refhost::Lines{"no-commands: it wanted to run [echo 18 01 | ipmicmd]"});
   const auto before = Tree();
@@ -124,14 +170,14 @@ TEST_F(Validate, NoCommandIsRunAndNothingIsWrittenBesideTheScratchFolder) {
 TEST_F(Validate, PeopleGetATable) {
   EXPECT_EQ(Run("validate \"" REAL_PLUGIN_PATH "\""), 0);
   EXPECT_EQ(out_.find("pass  file            It is an ELF shared library for this kind of machine.\n"), 0U) << out_;
-  EXPECT_NE(out_.find("\nThe plug-in passes all 22 checks.\n"), std::string::npos) << out_;
+  EXPECT_NE(out_.find("\nThe plug-in passes all 26 checks.\n"), std::string::npos) << out_;
   EXPECT_EQ(Run("validate \"" TEST_PLUGIN_VARIANT "extra_export.so\""), 3);
   EXPECT_NE(out_.find("\nfail  exports         It exports nothing else.\n"
                       "                      -> it also exports SomethingElse\n"),
             std::string::npos)
       << out_;
   EXPECT_EQ(err_, "orvhost validate: The plug-in " TEST_PLUGIN_VARIANT
-                  "extra_export.so fails of 22 checks these: exports.\n"
+                  "extra_export.so fails of 26 checks these: exports.\n"
                   "  flash:           not touched\n"
                   "  next step:       Do not use this plug-in before its maker has mended what the failed checks "
                   "tell.\n");
