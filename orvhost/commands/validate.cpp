@@ -117,9 +117,11 @@ Outcome Validate(const Run& run) {
   try {
     validation.Go();
   } catch (const std::system_error& error) {
-    Fail(run, &outcome, ExitCode::kUsage, "folder-unusable",
-         std::string("The checks need a folder of their own: ") + error.what() + ".",
-         "Set TMPDIR to a folder that you may write, then run the same command again.");
+    Fail(run, &outcome,
+         {.exitCode = ExitCode::kUsage,
+          .verdict = "folder-unusable",
+          .cause = std::string("The checks need a folder of their own: ") + error.what() + ".",
+          .nextStep = "Set TMPDIR to a folder that you may write, then run the same command again."});
     return outcome;
   }
   outcome.listing = validation.Entries();
@@ -137,9 +139,9 @@ Outcome Validate(const Run& run) {
   Fail(run, &outcome,
        {.exitCode = ExitCode::kPluginUnusable,
         .verdict = "not-valid",
-        .cause = "The plug-in " + run.options.pluginPath + " fails of " + std::to_string(validation.Count()) +
-                 " checks these: " + names + ".",
-        .nextStep = "Do not use this plug-in before its maker has mended what the failed checks tell."});
+        .cause = "The plug-in " + run.options.pluginPath + " fails these of the " + std::to_string(validation.Count()) +
+                 " checks: " + names + ".",
+        .nextStep = "Do not use this plug-in before its maker has corrected what the failed checks name."});
   return outcome;
 }
 
@@ -162,7 +164,8 @@ Examples:
   orvhost validate
   orvhost validate ./liborvp_KESTREL_BMC.so --json
 
-Exit codes: 0 all checks pass; 2 there is no folder to check in; 3 a check failed.)";
+Exit codes: 0 all checks pass; 2 there is no folder to check in; 3 a check
+failed.)";
 
 }  // namespace
 

@@ -69,7 +69,8 @@ class Requests(unittest.TestCase):
                                  and all(byte in row for byte in request[2:])], "not in docs/ipmi-commands.md")
 
     def test_no_other_request(self):
-        own = set(re.findall(r'(?m)^(?!.*ConfigFile).*\{"([0-9a-fA-F]{2})", "([0-9a-fA-F]{2})"', sources(*PLUGIN)))
+        code = re.sub(r"(?m)^.*ConfigFile.*$", "", sources(*PLUGIN))
+        own = set(re.findall(r'\{"([0-9a-fA-F]{2})", "([0-9a-fA-F]{2})"', code))
         own = {f"{netfn} {command}".lower() for netfn, command in own}
         told = {command.lower() for command in re.findall(r"\| `([0-9a-fA-F]{2} [0-9a-fA-F]{2})` \|", document("docs/ipmi-commands.md"))}
         self.assertEqual(told, own)

@@ -13,7 +13,7 @@ HEADER = TOOL / "trace" / "plugin_lines.h"
 GLUE = re.compile(r"[\s+]*")  # between two literals that make one text
 TRACED = re.compile(r"\b(?:WriteDebug|EndAs|OperationTrace trace)\((.*?)\);", re.DOTALL)
 RECORDED = re.compile(r"\bWriteTrace\((.*?)\);", re.DOTALL)
-REQUEST = re.compile(r"return \{([^}]*)\};|IpmiRequest request\{([^}]*)\};")
+REQUEST = re.compile(r'\{("[0-9a-fA-F]{2}", "[0-9a-fA-F]{2}"[^{}]*)\}')
 WORDING = re.compile(r'\{("(?:\\.|[^"\\])*"), "')  # in a table: the plug-in's text, not the words for people
 
 
@@ -56,7 +56,7 @@ class Plugin:
         self.lines = [text for call in TRACED.findall(source) for text in literals_in(call)]
         self.records = {text for call in RECORDED.findall(source) for text in literals_in(call)}
         self.texts = literals_in(source)
-        self.requests = {" ".join(literals_in(a or b)) for a, b in REQUEST.findall(source)}
+        self.requests = {" ".join(literals_in(request)) for request in REQUEST.findall(source)}
 
     def missing(self, section: str, text: str) -> str:
         """"" when the plug-in writes it; otherwise the sentence that says what is wrong."""

@@ -177,10 +177,10 @@ TEST_F(Validate, PeopleGetATable) {
             std::string::npos)
       << out_;
   EXPECT_EQ(err_, "orvhost validate: The plug-in " TEST_PLUGIN_VARIANT
-                  "extra_export.so fails of 26 checks these: exports.\n"
+                  "extra_export.so fails these of the 26 checks: exports.\n"
                   "  flash:           not touched\n"
-                  "  next step:       Do not use this plug-in before its maker has mended what the failed checks "
-                  "tell.\n");
+                  "  next step:       Do not use this plug-in before its maker has corrected what the failed checks "
+                  "name.\n");
 }
 
 TEST_F(Validate, WithoutAFileItIsThePluginThatIsUsed) {
