@@ -1,4 +1,4 @@
-// The host that the benchmarks run in: a temporary installation, and a trace file written as the driver writes it.
+// The host that the benchmarks run in: a temporary installation, and a trace file written as the tool writes it.
 #ifndef BENCH_BENCH_HOST_H
 #define BENCH_BENCH_HOST_H
 

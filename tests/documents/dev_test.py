@@ -12,12 +12,12 @@ REPOSITORY = Path(__file__).resolve().parents[2]
 
 # Found by their names, and as files of the repository.
 PROGRAMS = ("cmake ctest cpack lintian clang-format clang-tidy shellcheck pyflakes3 apt-get sudo").split()
-SCRIPTS = ("tools/demo", "tools/check-rooms", "lab/lab", "bench/run", "fuzz/run")
+SCRIPTS = ("tools/demo", "tools/check-rooms", "tools/check-style", "lab/lab", "bench/run", "fuzz/run")
 
 BUILD = ["cmake --preset release", "cmake --build --preset release"]
 PART = {part: ["cmake --preset release", f"cmake --build --preset {part}"] for part in ("product", "demo")}
-LINT = ["clang-format --dry-run --Werror", "tools/check-rooms", "shellcheck", "pyflakes3", "cmake --preset lint",
-        "clang-tidy --quiet -p build/lint"]
+LINT = ["clang-format --dry-run --Werror", "tools/check-rooms", "tools/check-style", "shellcheck", "pyflakes3",
+        "cmake --preset lint", "clang-tidy --quiet -p build/lint"]
 
 # For each command the programs that it runs, with the first of their arguments.
 STEPS = {

@@ -159,7 +159,7 @@ class FlashToolMethodTest : public testing::Test {
   int Run(const char* ipmiTool = kMakersToolPath) {
     return RunUpdate(firmware_, ipmiTool, "/packages/bmc.zip", nullptr, false);
   }
-  // The next runs of the flash command, with the driver there before each, end so.
+  // The next runs of the flash command, with the SCSI generic driver there before each, end so.
   void FlashEnds(const CommandEnd& end, int times = 1) {
     host_.Command(kLsmod, {0, 0, ""}, times);
     host_.Command(FlashCommand(), end, times);

@@ -16,7 +16,8 @@ from kv6000 import paths  # noqa: E402
 
 def made(part: str) -> set[str]:
     """The words of all commands by which ninja makes a part of the build, so that every file it makes is among them."""
-    listed = subprocess.run(["ninja", "-C", str(BUILD), "-t", "commands", part], check=True, capture_output=True, text=True)
+    listed = subprocess.run(["ninja", "-C", str(BUILD), "-t", "commands", part],
+                            check=True, capture_output=True, text=True)
     return {word.removeprefix(f"{BUILD}/").removeprefix(f"{REPOSITORY}/") for word in listed.stdout.split()}
 
 

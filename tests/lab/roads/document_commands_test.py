@@ -110,7 +110,7 @@ class DocumentCommands(unittest.TestCase):
                 # The server's folder, because others may run on this machine.
                 text = re.sub(r"^lab/lab \w+", rf"\g<0> --server {self.server.run}", line)
                 done = subprocess.run(["bash", "-c", text], cwd=REPOSITORY, capture_output=True, text=True, check=False)
-                wanted = 1 if "grep" in line else 0  # nothing has loaded the driver that it looks for
+                wanted = 1 if "grep" in line else 0  # nothing has loaded the kernel driver that it looks for
                 self.assertEqual(done.returncode, wanted, done.stdout + done.stderr)
         self.server.order("clear")
 
