@@ -7,6 +7,7 @@
 #include "host/Results.h"
 #include "ipmi/trace.h"
 
+namespace management_entry = host::management_entry;
 using kestrel::kChannel;
 using kestrel::kError;
 using kestrel::OperationTrace;
@@ -71,10 +72,10 @@ int CBMC_MngLib::Load() {
     CTraceUtility::WriteDebug(kChannel, kError, "Failed to load MngSrv_OrvLib Library(%s).", LoaderError().c_str());
     return 1;
   }
-  createLibIf_ = FindEntry<CreateLibIF>(handle_, "CreateLibIF");
-  deleteLibIf_ = FindEntry<DeleteLibIF>(handle_, "DeleteLibIF");
-  createItemDisp_ = FindEntry<UnusedEntry>(handle_, "CreateItemDisp");
-  deleteItemDisp_ = FindEntry<UnusedEntry>(handle_, "DeleteItemDisp");
+  createLibIf_ = FindEntry<management_entry::CreateLibIF>(handle_, "CreateLibIF");
+  deleteLibIf_ = FindEntry<management_entry::DeleteLibIF>(handle_, "DeleteLibIF");
+  createItemDisp_ = FindEntry<management_entry::CreateItemDisp>(handle_, "CreateItemDisp");
+  deleteItemDisp_ = FindEntry<management_entry::DeleteItemDisp>(handle_, "DeleteItemDisp");
   if (createLibIf_ == nullptr || deleteLibIf_ == nullptr || createItemDisp_ == nullptr || deleteItemDisp_ == nullptr) {
     // The blank before the full stop tells this failure from the other one.
     CTraceUtility::WriteDebug(kChannel, kError, "Failed to load MngSrv_OrvLib Library(%s) .", LoaderError().c_str());

@@ -5,7 +5,7 @@
 #include <list>
 #include <string>
 
-#include "svp/management_interface.h"
+#include "host/ManagementInterface.h"
 
 // Holds the library open, with one interface object of it, as long as it lives. To be used by one caller at a time.
 //
@@ -40,16 +40,12 @@ class CBMC_MngLib {
   void ExecFreeItemList(std::list<CItemDisp*>* items);
 
  private:
-  using CreateLibIF = kestrel::ManagementInterface* (*)();
-  using DeleteLibIF = void (*)(kestrel::ManagementInterface*);
-  using UnusedEntry = void (*)();  // required to be there, never called, so its type does not matter
-
   void* handle_ = nullptr;
-  kestrel::ManagementInterface* interface_ = nullptr;
-  CreateLibIF createLibIf_ = nullptr;
-  DeleteLibIF deleteLibIf_ = nullptr;
-  UnusedEntry createItemDisp_ = nullptr;
-  UnusedEntry deleteItemDisp_ = nullptr;
+  host::ManagementInterface* interface_ = nullptr;
+  host::management_entry::CreateLibIF createLibIf_ = nullptr;
+  host::management_entry::DeleteLibIF deleteLibIf_ = nullptr;
+  host::management_entry::CreateItemDisp createItemDisp_ = nullptr;
+  host::management_entry::DeleteItemDisp deleteItemDisp_ = nullptr;
 };
 
 #endif  // SVP_MANAGEMENT_LIBRARY_H

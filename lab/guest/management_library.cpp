@@ -10,7 +10,7 @@
 #include <stdexcept>
 #include <string>
 
-#include "lab/guest/management_interface.h"
+#include "host/ManagementInterface.h"
 
 // What a list of RAID arrays holds; users only pass it around.
 class CItemDisp {};
@@ -40,7 +40,7 @@ std::map<std::string, std::string> ReadAnswer() {
   std::abort();
 }
 
-class Library final : public kv6000::ManagementInterface {
+class Library final : public host::ManagementInterface {
  public:
   explicit Library(std::map<std::string, std::string> answer) : answer_(std::move(answer)) {}
 
@@ -48,7 +48,7 @@ class Library final : public kv6000::ManagementInterface {
   void Position2() override { RefusePosition(); }
   void Position3() override { RefusePosition(); }
 
-  bool GetRaidInfo(std::list<CItemDisp*>* items, std::string* errorCode, std::string* warningCode) override {
+  bool GetRAIDInfo(std::list<CItemDisp*>* items, std::string* errorCode, std::string* warningCode) override {
     items->push_back(new CItemDisp);
     return Answer(errorCode, warningCode);
   }
@@ -57,14 +57,14 @@ class Library final : public kv6000::ManagementInterface {
   void Position6() override { RefusePosition(); }
   void Position7() override { RefusePosition(); }
 
-  bool GetDiskInfo(std::string* info, std::string* errorCode, std::string* warningCode) override {
+  bool GetHddInfoToSVP(std::string* info, std::string* errorCode, std::string* warningCode) override {
     *info = answer_["info"];
     return Answer(errorCode, warningCode);
   }
 
   void Position9() override { RefusePosition(); }
 
-  void FreeItems(std::list<CItemDisp*>* items) override {
+  void ExecFreeItemList(std::list<CItemDisp*>* items) override {
     for (const CItemDisp* item : *items) {
       delete item;
     }
@@ -88,12 +88,12 @@ class Library final : public kv6000::ManagementInterface {
 
 #define LIBRARY_ENTRY extern "C" __attribute__((visibility("default")))
 
-LIBRARY_ENTRY kv6000::ManagementInterface* CreateLibIF() {
+LIBRARY_ENTRY host::ManagementInterface* CreateLibIF() {
   auto answer = ReadAnswer();
   return answer.contains("null") ? nullptr : new Library(std::move(answer));
 }
 
-LIBRARY_ENTRY void DeleteLibIF(kv6000::ManagementInterface* library) {
+LIBRARY_ENTRY void DeleteLibIF(host::ManagementInterface* library) {
   delete static_cast<Library*>(library);
 }
 

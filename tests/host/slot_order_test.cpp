@@ -1,11 +1,13 @@
 // The host calls the plug-in's objects through their virtual tables: the slot of every virtual operation, read from its
 // member pointer (Itanium C++ ABI: the table offset plus one), for the base classes and for the plug-in's two classes.
+// The plug-in calls the management library's object in the same way.
 #include <gtest/gtest.h>
 
 #include <cstdint>
 #include <cstring>
 #include <new>
 
+#include "host/ManagementInterface.h"
 #include "host/ProviderBase.h"
 #include "provider/kestrel_firmware.h"
 #include "provider/kestrel_vendor.h"
@@ -126,6 +128,18 @@ TEST(SlotOrder, OfTheVendorClass) {
 }
 TEST(SlotOrder, OfTheFirmwareClass) {
   EXPECT_EQ(FirmwareSlots<CBMC_KESTREL_Firmware>(), UpTo(37));
+}
+
+// Here the first one is in slot 0: there is no destructor before it.
+TEST(SlotOrder, OfTheManagementLibrarysObject) {
+  using host::ManagementInterface;
+  const std::vector<std::size_t> slots = {
+      Slot(&ManagementInterface::Position1), Slot(&ManagementInterface::Position2),
+      Slot(&ManagementInterface::Position3), Slot(&ManagementInterface::GetRAIDInfo),
+      Slot(&ManagementInterface::Position5), Slot(&ManagementInterface::Position6),
+      Slot(&ManagementInterface::Position7), Slot(&ManagementInterface::GetHddInfoToSVP),
+      Slot(&ManagementInterface::Position9), Slot(&ManagementInterface::ExecFreeItemList)};
+  EXPECT_EQ(slots, (std::vector<std::size_t>{0, 1, 2, 3, 4, 5, 6, 7, 8, 9}));
 }
 
 using Destructor = void (*)(void*);

@@ -62,23 +62,6 @@ class ManagementLibrary : public testing::Test {
   ScriptedHost host_;
 };
 
-// Entry of a virtual operation in its table, the first being the first (Itanium C++ ABI: a pointer to a virtual member
-// holds the entry's offset in bytes plus one).
-template <typename Operation>
-std::size_t Position(Operation operation) {
-  std::size_t words[2];
-  static_assert(sizeof(operation) == sizeof(words));
-  std::memcpy(words, &operation, sizeof(words));
-  return (words[0] - 1) / sizeof(void*) + 1;
-}
-
-TEST(ManagementInterfaceTable, HasTheThreeOperationsAtTheirPositions) {
-  EXPECT_EQ(Position(&ManagementInterface::Position1), 1U);
-  EXPECT_EQ(Position(&ManagementInterface::GetRAIDInfo), 4U);
-  EXPECT_EQ(Position(&ManagementInterface::GetHddInfoToSVP), 8U);
-  EXPECT_EQ(Position(&ManagementInterface::ExecFreeItemList), 10U);
-}
-
 TEST(ManagementLibraryLayout, IsAVirtualTableAndSixPointers) {
   EXPECT_EQ(sizeof(CBMC_MngLib), 7 * sizeof(void*));
 }

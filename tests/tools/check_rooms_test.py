@@ -52,6 +52,11 @@ class CheckRooms(unittest.TestCase):
     def test_the_state_machine_knows_nothing_of_its_server(self):
         self.assert_refused("lab/bmc/a.cpp", "lab/server/a.h", "lab/bmc/ may include only")
 
+    def test_one_header_of_a_room_alone(self):
+        self.assertEqual(self.check({"lab/guest/a.cpp": "host/ManagementInterface.h"}), (0, ""))
+        self.assert_refused("lab/guest/a.cpp", "host/DllCommon.h", "lab/guest/ may include only")
+        self.assert_refused("lab/guest/a.cpp", "host/ManagementInterface.hpp", "lab/guest/ may include only")
+
     def test_nobody_includes_a_test(self):
         self.assert_refused("orvhost/run/a.cpp", "tests/a.h", "orvhost/run/ may include only")
 

@@ -9,13 +9,15 @@
 #include <stdexcept>
 #include <string>
 
-#include "lab/guest/management_interface.h"
+#include "host/ManagementInterface.h"
 
 namespace kv6000 {
 
 namespace {
 
 namespace fs = std::filesystem;
+namespace management_entry = host::management_entry;
+using host::ManagementInterface;
 
 constexpr const char* kName = "liborv_MngSrv_OrvLib";
 
@@ -48,8 +50,8 @@ class TheManagementLibrary : public testing::Test {
     return reinterpret_cast<Function>(dlsym(library_, name));
   }
 
-  ManagementInterface* Create() { return Entry<ManagementInterface* (*)()>("CreateLibIF")(); }
-  void Delete(ManagementInterface* made) { Entry<void (*)(ManagementInterface*)>("DeleteLibIF")(made); }
+  ManagementInterface* Create() { return Entry<management_entry::CreateLibIF>("CreateLibIF")(); }
+  void Delete(ManagementInterface* made) { Entry<management_entry::DeleteLibIF>("DeleteLibIF")(made); }
 
   fs::path folder_;
   void* library_ = nullptr;
@@ -62,14 +64,14 @@ TEST_F(TheManagementLibrary, GivesTheDiskTextAndTheCodes) {
   std::string info;
   std::string error;
   std::string warning;
-  EXPECT_TRUE(made->GetDiskInfo(&info, &error, &warning));
+  EXPECT_TRUE(made->GetHddInfoToSVP(&info, &error, &warning));
   EXPECT_EQ(info, "00ff41 and more");
   EXPECT_EQ(error, "00");
   EXPECT_EQ(warning, "01");
   std::list<CItemDisp*> items;
-  EXPECT_TRUE(made->GetRaidInfo(&items, &error, &warning));
+  EXPECT_TRUE(made->GetRAIDInfo(&items, &error, &warning));
   EXPECT_EQ(items.size(), 1U);
-  made->FreeItems(&items);
+  made->ExecFreeItemList(&items);
   EXPECT_TRUE(items.empty());
   Delete(made);
 }
@@ -80,7 +82,7 @@ TEST_F(TheManagementLibrary, FailsWithTheErrorCode) {
   std::string info;
   std::string error;
   std::string warning;
-  EXPECT_FALSE(made->GetDiskInfo(&info, &error, &warning));
+  EXPECT_FALSE(made->GetHddInfoToSVP(&info, &error, &warning));
   EXPECT_EQ(error, "02");
   Delete(made);
 }
@@ -89,7 +91,7 @@ TEST_F(TheManagementLibrary, ThrowsWhenThatIsAskedFor) {
   Load("whole", "throw disks on fire\n");
   ManagementInterface* made = Create();
   std::string text;
-  EXPECT_THROW(made->GetDiskInfo(&text, &text, &text), std::runtime_error);
+  EXPECT_THROW(made->GetHddInfoToSVP(&text, &text, &text), std::runtime_error);
   Delete(made);
 }
 

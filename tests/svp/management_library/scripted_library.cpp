@@ -2,7 +2,7 @@
 // entry points left out (LACKS_...).
 #include <stdexcept>
 
-#include "svp/management_interface.h"
+#include "host/ManagementInterface.h"
 #include "tests/support/scripted_management_library.h"
 
 namespace {
@@ -28,7 +28,7 @@ void Leave(const char* operation) {
   throw std::runtime_error("no such disk");
 }
 
-class Interface final : public kestrel::ManagementInterface {
+class Interface final : public host::ManagementInterface {
  public:
   ~Interface() = default;
 
@@ -71,7 +71,7 @@ void PlayScript(ScriptedManagementLibrary* played) {
 }
 
 #ifndef LACKS_CREATE_LIB_IF
-kestrel::ManagementInterface* CreateLibIF() {
+host::ManagementInterface* CreateLibIF() {
   Enter("CreateLibIF");
   Leave("CreateLibIF");
   return script->hasInterface ? new Interface : nullptr;
@@ -79,7 +79,7 @@ kestrel::ManagementInterface* CreateLibIF() {
 #endif
 
 #ifndef LACKS_DELETE_LIB_IF
-void DeleteLibIF(kestrel::ManagementInterface* interface) {
+void DeleteLibIF(host::ManagementInterface* interface) {
   Enter("DeleteLibIF");
   delete static_cast<Interface*>(interface);
   Leave("DeleteLibIF");
