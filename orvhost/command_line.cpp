@@ -50,6 +50,7 @@ Files:
 
 Environment:
   TERM                     "dumb" for a terminal that cannot show a live line
+  ORVHOST_LAB_MACHINE      set where any user may update; laboratory only
   ORVHOST_LAB_SLEEP_SCALE  factor for every wait and limit; laboratory only)";
 
 void AddGlobalOptions(CLI::App* app, Options* options) {

@@ -21,7 +21,8 @@ enum UpdateStatus : int {
 
 struct ModuleRecord {
   CManageRepositoryInfo info;
-  std::string packagePath;
+  std::string packagePath;    // as the operator named it; what was read may not be there any more
+  std::string packageSha256;  // of what was read; "" when that is not known
 };
 
 struct ModuleState {

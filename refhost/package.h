@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "refhost/export.h"
+#include "refhost/staged_package.h"
 
 namespace refhost {
 
@@ -22,6 +23,10 @@ struct PackageManifest {
 
 // False, with the reason in `*error`, when the archive is unusable or its module.json is missing or not valid.
 [[nodiscard]] REFHOST_EXPORT bool ReadPackageManifest(const std::string& packagePath, PackageManifest* manifest,
+                                                      std::string* error);
+
+// The same of a staged package, which was unpacked already.
+[[nodiscard]] REFHOST_EXPORT bool ReadPackageManifest(const StagedPackage& package, PackageManifest* manifest,
                                                       std::string* error);
 
 // True when the package is made for a server of that type: the type is listed, or a listed type is followed in it by

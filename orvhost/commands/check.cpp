@@ -1,6 +1,7 @@
 // orvhost check: whether a package is for this machine and how its version stands to the running one. Changes nothing.
 #include "orvhost/commands/commands.h"
 #include "orvhost/commands/package_check.h"
+#include "orvhost/commands/preflight.h"
 
 namespace orvhost {
 
@@ -34,29 +35,35 @@ Outcome Check(const Run& run) {
   outcome.facts.emplace_back("Prerequisites", "complete");
   outcome.facts.emplace_back("Fit", "the package is for this machine");
   outcome.facts.emplace_back("Running version", outcome.before);
+  if (outcome.before != check.Manifest().version) {
+    outcome.facts.emplace_back("Not judged", NotJudgedBeforehand(check.Method()));
+  }
   return outcome;
 }
 
 constexpr const char* kHelp = R"(Judges a package in the order of an update: can it be read, is anything missing
 on this machine, is the package made for this server type, does the plug-in take
-it for this hardware, and how does its version stand to the running one. Stops
-at the first hurdle and names it.
+it for this hardware, how does its version stand to the running one, and would
+an update go through: does the package hold what it needs, is the flash tool
+there, is there room. Stops at the first hurdle and names it.
 
 The verdict is newer, older, same or not-comparable. The plug-in compares; a
 version with the same text as the running one is the same whatever its form.
 Note that "orvhost update" writes whatever fits and is not the running version,
-an older one too. What the package holds beside its description is not judged.
+an older one too. What only the update itself can show is named as not judged.
 
-Registers nothing and writes no records. The plug-in's own scratch folder below
+Registers nothing and writes no records. For the time of the run the package is
+copied and unpacked below INSTALL_PATH. The plug-in's own scratch folder below
 INSTALL_PATH/tmp may come into being, as with every subcommand.
 
 Examples:
   orvhost check bmc-01-24.zip
   orvhost check bmc-01-24.zip --json | jq -r .verdict
 
-Exit codes: 0 judged, whatever the verdict; 3 no plug-in; 4 something is missing
-on this machine; 5 the package cannot be read; 6 it is not for this machine; 7
-the BMC does not tell its version, or the host's records are damaged.)";
+Exit codes: 0 an update would go through, whatever the verdict; 3 no plug-in; 4
+something is missing on this machine; 5 the package cannot be used; 6 it is not
+for this machine; 7 the BMC does not tell its version, or the host's records are
+damaged.)";
 
 }  // namespace
 

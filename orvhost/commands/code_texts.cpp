@@ -19,11 +19,14 @@ constexpr auto kExitCodes = std::to_array<NumberText>({
     {3, "The plug-in could not be loaded.",
      "Its file is missing or damaged, or it does not keep to the host's contract. The flash was not touched.",
      "Check the path that --plugin gives, then run \"orvhost validate\" on it."},
-    {4, "Something that the plug-in needs is missing on this machine.",
-     "The message names what is missing. The flash was not touched.",
+    {4, "Something that the run needs is missing on this machine.",
+     "The message names it: an IPMI tool, the maker's flash tool, room on the disk, root's rights, the write-mode "
+     "phrase. The flash was not touched.",
      "Install or start what is missing, then run the same command again."},
-    {5, "The package cannot be read, or its description is not valid.",
-     "The archive is damaged or is no update package. The flash was not touched.", "Get the package anew."},
+    {5, "The package cannot be used.",
+     "The archive is damaged, takes too much to read, is no update package or does not hold what an update of this "
+     "server needs. The flash was not touched.",
+     "Get the package anew."},
     {6, "The package, or the report, is not for this machine.",
      "The server type, the major version or the model differs. The flash was not touched.",
      "Get the package that is made for this server."},

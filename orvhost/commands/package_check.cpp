@@ -3,6 +3,8 @@
 #include <filesystem>
 
 #include "host/DllCommon.h"
+#include "orvhost/commands/preflight.h"
+#include "orvhost/commands/version_form.h"
 #include "orvhost/trace/plugin_lines.h"
 
 namespace orvhost {
@@ -32,23 +34,46 @@ PackageCheck::PackageCheck(const Run& run, Outcome* outcome)
 
 bool PackageCheck::Read() {
   EnterPhase(run_, outcome_, "package");
-  std::string error;
-  if (!refhost::ReadPackageManifest(packagePath_, &manifest_, &error)) {
-    Fail(run_, outcome_,
-         {.exitCode = ExitCode::kPackageUnusable,
-          .verdict = "package-unusable",
-          .cause = "The package " + packagePath_ + " cannot be used: " + error + ".",
-          .nextStep = "Get the package anew and try again."});
+  if (!StagePackage()) {
     return false;
   }
-  outcome_->facts = {
-      {"Package", packagePath_}, {"Package name", manifest_.name}, {"Package version", manifest_.version}};
+  std::string error;
+  if (!refhost::ReadPackageManifest(*package_, &manifest_, &error)) {
+    return CannotBeUsed(error);
+  }
+  outcome_->facts = {{"Package", packagePath_},
+                     {"Package name", manifest_.name},
+                     {"Package version", manifest_.version},
+                     {"Package SHA-256", package_->Sha256()}};
   run_.console.Say("Package", manifest_.name + " " + manifest_.version);
   return true;
 }
 
+bool PackageCheck::StagePackage() {
+  refhost::StagingFailure failure;
+  package_ = refhost::StagedPackage::Stage(packagePath_, &failure);
+  if (package_) {
+    run_.journal.Package(packagePath_, package_->Sha256(), package_->Size());
+    return true;
+  }
+  if (failure.fault == refhost::StagingFailure::Fault::kPackage) {
+    return CannotBeUsed(failure.reason);
+  }
+  Fail(run_, outcome_,
+       {.exitCode = ExitCode::kPrerequisites,
+        .verdict = "prerequisites-missing",
+        .cause = "The package " + packagePath_ + " cannot be copied and unpacked below " + run_.options.installPath +
+                 ": " + failure.reason + ".",
+        .nextStep = "Make room there and make sure that it can be written, then run the same command again."});
+  return false;
+}
+
 bool PackageCheck::Judge(const Session& session) {
   EnterPhase(run_, outcome_, "prerequisites");
+  if (const auto obstacle = UserObstacle()) {
+    Fail(run_, outcome_, *obstacle);
+    return false;
+  }
   if (!HasPrerequisites(run_, session, outcome_)) {
     return false;
   }
@@ -65,7 +90,16 @@ bool PackageCheck::Judge(const Session& session) {
     return false;
   }
   run_.console.Say("Running", outcome_->before);
-  return true;
+  return outcome_->before == manifest_.version || HasNoObstacle();
+}
+
+bool PackageCheck::HasNoObstacle() {
+  EnterPhase(run_, outcome_, "preflight");
+  const auto obstacle = FindObstacle({run_.options, *package_, method_, outcome_->before});
+  if (obstacle) {
+    Fail(run_, outcome_, *obstacle);
+  }
+  return !obstacle;
 }
 
 Comparison PackageCheck::Compare(const Session& session) const {
@@ -101,14 +135,21 @@ bool PackageCheck::CheckServerType() {
     return false;
   }
   outcome_->facts.emplace_back("Server type", serverType);
+  method_ = MethodFor(serverType);
   if (refhost::IsMadeFor(manifest_, serverType)) {
-    return true;
+    return CheckVersionForm(serverType);
   }
   std::string types;
   for (const std::string& type : manifest_.serverTypes) {
     types += (types.empty() ? "" : ", ") + type;
   }
   return DoesNotFit("The package is made for " + types + ", and this machine is " + serverType + ".");
+}
+
+bool PackageCheck::CheckVersionForm(const std::string& serverType) {
+  const std::string complaint = VersionComplaint(manifest_.version, serverType);
+  return complaint.empty() ||
+         CannotBeUsed("its version \"" + manifest_.version + "\" is malformed, because " + complaint);
 }
 
 bool PackageCheck::CheckFit(const Session& session) {
@@ -140,6 +181,15 @@ bool PackageCheck::RefusedByPlugin(const FitWatch& seen) {
   }
   return DoesNotFit(package + (manifest_.model.empty() ? "" : itsModel + ", ") +
                     "does not fit this machine, which runs version " + outcome_->before + ".");
+}
+
+bool PackageCheck::CannotBeUsed(const std::string& reason) {
+  Fail(run_, outcome_,
+       {.exitCode = ExitCode::kPackageUnusable,
+        .verdict = "package-unusable",
+        .cause = "The package " + packagePath_ + " cannot be used: " + reason + ".",
+        .nextStep = "Get the package anew and try again."});
+  return false;
 }
 
 bool PackageCheck::DoesNotFit(const std::string& cause, const std::string& nextStep) {

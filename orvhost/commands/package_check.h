@@ -1,13 +1,16 @@
-// How "check" and "update" judge a package for this machine: by reading it and by asking the plug-in and the BMC.
-// Changes nothing.
+// How "check" and "update" judge a package for this machine: by reading a copy of it and by asking the plug-in and the
+// BMC. Changes nothing; the copy goes with the object.
 #ifndef ORVHOST_COMMANDS_PACKAGE_CHECK_H
 #define ORVHOST_COMMANDS_PACKAGE_CHECK_H
 
+#include <memory>
 #include <string>
 
+#include "orvhost/commands/package_contents.h"
 #include "orvhost/run/run.h"
 #include "orvhost/trace/fit_watch.h"
 #include "refhost/package.h"
+#include "refhost/staged_package.h"
 
 namespace orvhost {
 
@@ -22,11 +25,13 @@ class PackageCheck {
   // Judges the package that the command line names; findings and failures go to `*outcome`, which must outlive this.
   PackageCheck(const Run& run, Outcome* outcome);
 
-  // Reads the package's description, for which no plug-in is needed. False, with the outcome complete, when it cannot.
+  // Stages the package and reads its description, for which no plug-in is needed. False, with the outcome complete,
+  // when it cannot.
   [[nodiscard]] bool Read();
 
   // Only after Read() answered true. Takes every step up to reading the running version, which is then in `before` of
-  // the outcome. False when the package is not for this machine or a step failed; the outcome is then complete.
+  // the outcome, and unless that is the package's looks for what an update would fail at. False when the package is not
+  // for this machine, an update would fail or a step failed; the outcome is then complete.
   [[nodiscard]] bool Judge(const Session& session);
 
   // Only after Judge() answered true. The plug-in compares, but the same text is the same version whatever its form.
@@ -35,10 +40,17 @@ class PackageCheck {
   [[nodiscard]] const std::string& PackagePath() const { return packagePath_; }
   [[nodiscard]] const refhost::PackageManifest& Manifest() const { return manifest_; }
 
+  // Only after Judge() answered true: how the server is updated.
+  [[nodiscard]] UpdateMethod Method() const { return method_; }
+
  private:
+  [[nodiscard]] bool StagePackage();
   [[nodiscard]] bool CheckServerType();
+  [[nodiscard]] bool CheckVersionForm(const std::string& serverType);
   [[nodiscard]] bool CheckFit(const Session& session);
   [[nodiscard]] bool RefusedByPlugin(const FitWatch& seen);
+  [[nodiscard]] bool HasNoObstacle();
+  [[nodiscard]] bool CannotBeUsed(const std::string& reason);
   [[nodiscard]] bool DoesNotFit(const std::string& cause, const std::string& nextStep = kOtherPackage);
 
   static constexpr const char* kOtherPackage = "Get the package that is made for this machine.";
@@ -46,7 +58,9 @@ class PackageCheck {
   const Run& run_;
   Outcome* const outcome_;
   const std::string packagePath_;
+  std::unique_ptr<refhost::StagedPackage> package_;
   refhost::PackageManifest manifest_;
+  UpdateMethod method_ = UpdateMethod::kFlashTool;
 };
 
 // What the host calls the module that it installs.

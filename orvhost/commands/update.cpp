@@ -5,6 +5,7 @@
 #include "orvhost/commands/commands.h"
 #include "orvhost/commands/dry_run.h"
 #include "orvhost/commands/package_check.h"
+#include "orvhost/commands/preflight.h"
 #include "orvhost/commands/steps.h"
 #include "refhost/module_state.h"
 
@@ -89,6 +90,7 @@ bool UpdateRoad::FindSomethingToDo() {
                   " and record it, which takes minutes; the BMC would go on running " + outcome_.before +
                   " until \"orvhost apply\".",
               &outcome_);
+    outcome_.facts.emplace_back("Not judged", NotJudgedBeforehand(check_.Method()));
     return false;
   }
   CFirmware& firmware = session_->Firmware();
@@ -163,7 +165,8 @@ bool UpdateRoad::Record() {
 constexpr const char* kHelp = R"(Takes the steps of "orvhost check", registers the package, writes its firmware
 to the BMC and records it. That takes minutes: keep the machine powered. The BMC
 goes on running the old version until "orvhost apply". There is nothing to do
-when it runs the package's version already.
+when it runs the package's version already. What is judged, recorded and written
+is a copy that is made once; the file may change meanwhile.
 
 While the firmware is written, the interrupt key and a lost terminal do not end
 the run. After a failure the text tells whether writing had begun; then keep the

@@ -109,6 +109,10 @@ void Journal::Notice(const std::string& sentence) {
   Append("notice", {{"text", sentence}}, Durable::kNo);
 }
 
+void Journal::Package(const std::string& path, const std::string& sha256, std::uintmax_t size) {
+  Append("package", {{"path", path}, {"sha256", sha256}, {"size", size}}, Durable::kYes);
+}
+
 void Journal::Trace(const refhost::TraceRecord& record, const TraceWatch& watch) {
   if (record.level == 0) {
     Append("record",

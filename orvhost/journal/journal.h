@@ -9,6 +9,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <cstdint>
 #include <functional>
 #include <nlohmann/json_fwd.hpp>
 #include <string>
@@ -39,6 +40,9 @@ class Journal : public refhost::CommandObserver {
 
   void Phase(const std::string& name);
   void Notice(const std::string& sentence);
+
+  // The package that the run is about, by the path that it had when it was read.
+  void Package(const std::string& path, const std::string& sha256, std::uintmax_t size);
 
   // `watch` has seen the record already: what it recognises is brought to the disk.
   void Trace(const refhost::TraceRecord& record, const TraceWatch& watch);

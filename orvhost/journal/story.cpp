@@ -20,6 +20,7 @@ constexpr auto kPhases = std::to_array<std::pair<std::string_view, std::string_v
     {"server type", "compares the package with the server type"},
     {"fit", "asks the plug-in whether the package fits"},
     {"compare", "compares the versions"},
+    {"preflight", "looks for what an update would fail at"},
     {"register", "registers the package in the records"},
     {"prepare", "lets the plug-in prepare the update"},
     {"write", "writes the firmware"},
@@ -97,6 +98,9 @@ std::string InWords(const RecordedRun& run, const JournalEntry& entry, bool isTu
   }
   if (entry.kind == "record") {
     return "  reports " + entry.Text("text");
+  }
+  if (entry.kind == "package") {
+    return "  takes " + entry.Text("path") + ", SHA-256 " + entry.Text("sha256");
   }
   if (entry.kind == "notice") {
     return "  notes: " + entry.Text("text");

@@ -4,6 +4,7 @@
 #include <cstdlib>
 
 #include "orvhost/journal/journal_folder.h"
+#include "refhost/staged_package.h"
 #include "refhost/trace_sink.h"
 
 namespace orvhost {
@@ -34,6 +35,7 @@ bool ExclusiveRun::Begin(Outcome* outcome) {
     lock_.Sign(*lock_.Found());  // as it was found, for the next one who asks
     return false;
   }
+  refhost::StagedPackage::RemoveLeftovers();
   const std::string now = refhost::UtcNow();
   runId_ = NextRunId(ListRuns(JournalFolder(run_.options.installPath)), now);
   lock_.Sign({runId_, command_, getpid(), now, false});

@@ -9,6 +9,7 @@
 #include "refhost/contract.h"
 #include "refhost/module_state.h"
 #include "refhost/package.h"
+#include "refhost/staged_package.h"
 
 namespace {
 
@@ -60,6 +61,24 @@ const refhost::ModuleRecord& Selected(const ModuleState& state, bool useOldModul
   return useOldModule ? state.previous : state.update;
 }
 
+// Reads what the package at `path` says about itself into `*record`, from the staged copy where it is the package's.
+bool ReadPackage(const std::string& path, refhost::PackageManifest* manifest, refhost::ModuleRecord* record,
+                 std::string* error) {
+  record->packagePath = path;
+  const refhost::StagedPackage* staged = refhost::StagedPackage::Current();
+  if (staged == nullptr || staged->Original() != path) {
+    return refhost::ReadPackageManifest(path, manifest, error);
+  }
+  record->packageSha256 = staged->Sha256();
+  return refhost::ReadPackageManifest(*staged, manifest, error);
+}
+
+// The file that a plug-in is to read. The record's path is no key to it: a path that is not UTF-8 is not kept as it is.
+std::string FileOf(const refhost::ModuleRecord& record) {
+  const refhost::StagedPackage* staged = refhost::StagedPackage::Current();
+  return staged != nullptr && staged->Sha256() == record.packageSha256 ? staged->CopyPath() : record.packagePath;
+}
+
 }  // namespace
 
 CModuleManager::CModuleManager(std::string providerText) : provider(std::move(providerText)) {
@@ -76,14 +95,13 @@ int CModuleManager::CheckRegisterUpdateModule(CManageRepositoryInfo package) {
 
 int CModuleManager::RegistUpdateModule(std::string moduleId, std::string packagePath) {
   refhost::PackageManifest manifest;
+  refhost::ModuleRecord record;
   std::string error;
-  if (!refhost::ReadPackageManifest(packagePath, &manifest, &error)) {
+  if (!ReadPackage(packagePath, &manifest, &record, &error)) {
     Trace("Cannot register [" + packagePath + "]: " + error);
     return host::kFailure;
   }
-  refhost::ModuleRecord record;
   record.info = {moduleId, manifest.name, host::kFirmwareKind, "", manifest.version, manifest.model};
-  record.packagePath = packagePath;
   if (CheckRegisterUpdateModule(record.info) != host::kSuccess) {
     return host::kFailure;
   }
@@ -178,7 +196,7 @@ int CModuleManager::ExecutePreUpdate(bool useOldModule) {
   const ModuleState state = Load();
   const refhost::ModuleRecord& module = Selected(state, useOldModule);
   std::list<std::string> everything;
-  return firmware->PreUpdate(module.info.moduleId, module.packagePath, &everything, useOldModule);
+  return firmware->PreUpdate(module.info.moduleId, FileOf(module), &everything, useOldModule);
 }
 
 int CModuleManager::ExecuteUpdate(bool useOldModule) {
@@ -196,7 +214,7 @@ int CModuleManager::ExecuteUpdate(bool useOldModule) {
     return host::kFailure;
   }
   std::list<std::string> everything;
-  const int result = firmware->Update(module.info.moduleId, module.packagePath, &everything, useOldModule);
+  const int result = firmware->Update(module.info.moduleId, FileOf(module), &everything, useOldModule);
   const bool done = result == host::kSuccess || result == host::kUpdateTimedOut;
   Change([done](ModuleState* after) {
     after->updateStatus = done ? refhost::kUpdateWritten : refhost::kUpdateFailed;

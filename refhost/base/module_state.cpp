@@ -26,9 +26,10 @@ std::string FileIn(const std::string& folder) {
 }
 
 json ToJson(const ModuleRecord& record) {
-  return {{"module_id", record.info.moduleId}, {"name", record.info.moduleName},       {"kind", record.info.moduleKind},
-          {"device", record.info.deviceName},  {"version", record.info.moduleVersion}, {"model", record.info.model},
-          {"package", record.packagePath}};
+  return {{"module_id", record.info.moduleId},    {"name", record.info.moduleName},
+          {"kind", record.info.moduleKind},       {"device", record.info.deviceName},
+          {"version", record.info.moduleVersion}, {"model", record.info.model},
+          {"package", record.packagePath},        {"package_sha256", record.packageSha256}};
 }
 
 ModuleRecord RecordFrom(const json& value) {
@@ -40,6 +41,7 @@ ModuleRecord RecordFrom(const json& value) {
   value.at("version").get_to(record.info.moduleVersion);
   value.at("model").get_to(record.info.model);
   value.at("package").get_to(record.packagePath);
+  record.packageSha256 = value.value("package_sha256", "");  // records of an earlier version lack it
   return record;
 }
 

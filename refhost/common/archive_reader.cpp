@@ -5,9 +5,12 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <array>
+#include <cerrno>
 
 #include "posix/last_error.h"
+#include "refhost/common/gzip_check.h"
 
 namespace refhost {
 
@@ -15,22 +18,8 @@ namespace {
 
 constexpr std::size_t kBlockSize = 65536;
 constexpr long long kTarRecord = 512;
-constexpr std::size_t kMostBytes = 1024UL * 1024UL * 1024UL;
-
-posix::FileDescriptor OpenFile(const std::string& path) {
-  posix::FileDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
-  struct stat status {};
-  if (!file.IsOpen() || fstat(file.Get(), &status) != 0) {
-    throw ArchiveError(posix::LastError());
-  }
-  if (!S_ISREG(status.st_mode)) {
-    throw ArchiveError("it is not a file");
-  }
-  if (status.st_size == 0) {
-    throw ArchiveError("the file is empty");
-  }
-  return file;
-}
+constexpr std::uintmax_t kMostStreamBytes = 2 * kMostUnpackedBytes;  // with what stands between the members
+constexpr const char* kTooLarge = "it unpacks to more than 1 GiB";
 
 std::string TextOrEmpty(const char* text) {
   return text != nullptr ? text : "";
@@ -66,13 +55,44 @@ ArchiveMember Describe(archive_entry* entry) {
     member.linkTarget = TextOrEmpty(archive_entry_symlink(entry));
   }
   member.permissions = archive_entry_perm(entry);
+  member.size = static_cast<std::uintmax_t>(std::max<la_int64_t>(archive_entry_size(entry), 0));
   return member;
+}
+
+// Of a member's own making: its name, or that it stands in the way of another one.
+bool IsOfTheArchive(int number) {
+  constexpr std::array kErrors = {ENAMETOOLONG, ENOTDIR, EISDIR, EEXIST, ENOTEMPTY, ELOOP, EMLINK, EILSEQ, EINVAL};
+  return std::ranges::find(kErrors, number) != kErrors.end();
 }
 
 }  // namespace
 
+void ThrowLastError(const std::string& what) {
+  const int number = errno;
+  const std::string sentence = what + ": " + posix::ErrorText(number);
+  if (IsOfTheArchive(number)) {
+    throw ArchiveError(sentence);
+  }
+  throw PlaceError(sentence);
+}
+
+posix::FileDescriptor OpenArchiveFile(const std::string& path) {
+  posix::FileDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+  struct stat status {};
+  if (!file.IsOpen() || fstat(file.Get(), &status) != 0) {
+    throw ArchiveError(posix::LastError());
+  }
+  if (!S_ISREG(status.st_mode)) {
+    throw ArchiveError("it is not a file");
+  }
+  if (status.st_size == 0) {
+    throw ArchiveError("the file is empty");
+  }
+  return file;
+}
+
 ArchiveReader::ArchiveReader(const std::string& path)
-    : file_(OpenFile(path)), archive_(archive_read_new(), archive_read_free) {
+    : file_(OpenArchiveFile(path)), archive_(archive_read_new(), archive_read_free) {
   // Not the reader that does without the directory at a zip archive's end: it takes one that is cut off for whole.
   archive_read_support_format_zip_seekable(archive_.get());
   archive_read_support_format_tar(archive_.get());
@@ -82,6 +102,20 @@ ArchiveReader::ArchiveReader(const std::string& path)
   archive_read_support_filter_zstd(archive_.get());
   if (archive_read_open_fd(archive_.get(), file_.Get(), kBlockSize) != ARCHIVE_OK) {
     Fail("it is not an archive");
+  }
+  if (archive_filter_code(archive_.get(), 0) == ARCHIVE_FILTER_GZIP) {
+    CheckStream();
+  }
+}
+
+void ArchiveReader::CheckStream() const {
+  switch (CheckGzip(file_.Get(), kMostStreamBytes)) {
+    case GzipState::kWhole:
+      return;
+    case GzipState::kDamaged:
+      throw ArchiveError("the archive is damaged or cut off");
+    case GzipState::kTooLarge:
+      throw ArchiveError(kTooLarge);
   }
 }
 
@@ -98,7 +132,11 @@ bool ArchiveReader::Next(ArchiveMember* member) {
   if (result != ARCHIVE_OK && result != ARCHIVE_WARN) {
     Fail("it is not an archive");
   }
+  if (++members_ > kMostMembers) {
+    throw ArchiveError("it holds more than " + std::to_string(kMostMembers) + " members");
+  }
   *member = Describe(entry);
+  LimitBytes(member->size);
   return true;
 }
 
@@ -112,15 +150,24 @@ void ArchiveReader::ReadData(const Take& take) {
     if (size < 0) {
       Fail("a member cannot be read");
     }
-    bytesRead_ += static_cast<std::size_t>(size);
-    if (bytesRead_ > kMostBytes) {
-      throw ArchiveError("it unpacks to more than 1 GiB");
-    }
+    LimitBytes(static_cast<std::uintmax_t>(size));
+    bytesRead_ += static_cast<std::uintmax_t>(size);
     take(block.data(), static_cast<std::size_t>(size));
   }
 }
 
+// What stands between the members counts too: the headers of a tar archive are compressed like everything else.
+void ArchiveReader::LimitBytes(std::uintmax_t more) const {
+  const auto taken = static_cast<std::uintmax_t>(std::max<la_int64_t>(archive_filter_bytes(archive_.get(), 0), 0));
+  if (more > kMostUnpackedBytes || bytesRead_ + more > kMostUnpackedBytes || taken > kMostStreamBytes) {
+    throw ArchiveError(kTooLarge);
+  }
+}
+
 void ArchiveReader::Fail(const std::string& fallback) const {
+  if (archive_errno(archive_.get()) == ENOMEM) {
+    throw ArchiveError("it takes too much memory");
+  }
   const std::string reason = TextOrEmpty(archive_error_string(archive_.get()));
   throw ArchiveError(reason.empty() ? fallback : reason);
 }

@@ -4,6 +4,7 @@
 
 #include <sys/types.h>
 
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <stdexcept>
@@ -15,11 +16,27 @@ struct archive;
 
 namespace refhost {
 
-// What is wrong with an archive, or with the place where it is unpacked, as a sentence without its full stop.
+// What is wrong with an archive, as a sentence without its full stop.
 class ArchiveError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
 };
+
+// What is wrong with the place where it is unpacked, such as a full disk, and not with the archive.
+class PlaceError : public ArchiveError {
+ public:
+  using ArchiveError::ArchiveError;
+};
+
+// Throws what errno says as `what: TEXT`: a PlaceError unless a member's name or kind alone brings such an error.
+[[noreturn]] void ThrowLastError(const std::string& what);
+
+// More than these together is refused: a few bytes can stand for more than any disk holds, or for millions of names.
+inline constexpr std::uintmax_t kMostUnpackedBytes = 1024UL * 1024UL * 1024UL;
+inline constexpr std::size_t kMostMembers = 10000;
+
+// Opens the file of an archive for reading; a pipe, a folder or an empty file is an ArchiveError.
+[[nodiscard]] posix::FileDescriptor OpenArchiveFile(const std::string& path);
 
 struct ArchiveMember {
   enum class Kind { kFile, kFolder, kSymlink, kHardLink, kSpecial };
@@ -27,6 +44,7 @@ struct ArchiveMember {
   std::string name;
   std::string linkTarget;  // of a symbolic or hard link
   mode_t permissions = 0;
+  std::uintmax_t size = 0;  // that its data is said to have; 0 when nothing is said
 };
 
 class ArchiveReader {
@@ -39,17 +57,19 @@ class ArchiveReader {
   // Goes to the next member, whose data is then to be read once; false behind the last one.
   [[nodiscard]] bool Next(ArchiveMember* member);
 
-  // Hands the member's data to `take` in pieces and checks it against the archive's own checksums. All members together
-  // may hold 1 GiB: a few bytes can stand for more than any disk holds.
+  // Hands the member's data to `take` in pieces and checks it against the archive's own checksums.
   void ReadData(const Take& take);
 
  private:
-  void Fail(const std::string& fallback) const;
+  [[noreturn]] void Fail(const std::string& fallback) const;
+  void CheckStream() const;
+  void LimitBytes(std::uintmax_t more) const;
   [[nodiscard]] bool LacksTarEnd(long long dataEnd) const;
 
   posix::FileDescriptor file_;
   std::unique_ptr<archive, int (*)(archive*)> archive_;
-  std::size_t bytesRead_ = 0;
+  std::uintmax_t bytesRead_ = 0;
+  std::size_t members_ = 0;
 };
 
 }  // namespace refhost

@@ -3,7 +3,6 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
-#include "posix/last_error.h"
 #include "refhost/common/archive_reader.h"
 
 namespace refhost {
@@ -14,15 +13,11 @@ constexpr int kFolderFlags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
 constexpr mode_t kFolderMode = 0755;
 constexpr mode_t kAllowedPermissions = 0755;  // nobody else may write, and no set-id bits
 
-[[noreturn]] void FailWithErrno(const std::string& what) {
-  throw ArchiveError(what + ": " + posix::LastError());
-}
-
 }  // namespace
 
 UnpackFolder::UnpackFolder(const std::string& path) : folder_(open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
   if (!folder_.IsOpen()) {
-    FailWithErrno("the folder " + path + " cannot be opened");
+    ThrowLastError("the folder " + path + " cannot be opened");
   }
 }
 
@@ -36,7 +31,7 @@ posix::FileDescriptor UnpackFolder::CreateFile(const MemberPath& path, mode_t pe
                                     O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
                                     (permissions & kAllowedPermissions) | S_IRUSR | S_IWUSR));
   if (!file.IsOpen()) {
-    FailWithErrno("cannot create the file");
+    ThrowLastError("cannot create the file");
   }
   return file;
 }
@@ -44,7 +39,7 @@ posix::FileDescriptor UnpackFolder::CreateFile(const MemberPath& path, mode_t pe
 void UnpackFolder::MakeSymlink(const MemberPath& path, const std::string& target) {
   const posix::FileDescriptor parent = PrepareParent(path);
   if (symlinkat(target.c_str(), parent.Get(), path.back().c_str()) != 0) {
-    FailWithErrno("cannot make the link");
+    ThrowLastError("cannot make the link");
   }
 }
 
@@ -61,7 +56,7 @@ void UnpackFolder::MakeHardLink(const MemberPath& path, const MemberPath& target
   }
   const posix::FileDescriptor parent = PrepareParent(path);
   if (linkat(targetParent.Get(), target.back().c_str(), parent.Get(), path.back().c_str(), 0) != 0) {
-    FailWithErrno("cannot make the link");
+    ThrowLastError("cannot make the link");
   }
 }
 
@@ -70,11 +65,11 @@ posix::FileDescriptor UnpackFolder::OpenFolder(MemberPath::const_iterator first,
   posix::FileDescriptor folder(openat(folder_.Get(), ".", kFolderFlags));
   for (auto component = first; component != last; ++component) {
     if (create && mkdirat(folder.Get(), component->c_str(), kFolderMode) != 0 && errno != EEXIST) {
-      FailWithErrno("cannot make the folder " + *component);
+      ThrowLastError("cannot make the folder " + *component);
     }
     folder = posix::FileDescriptor(openat(folder.Get(), component->c_str(), kFolderFlags));
     if (!folder.IsOpen()) {
-      FailWithErrno(*component + " is not a folder that can be used");
+      ThrowLastError(*component + " is not a folder that can be used");
     }
   }
   return folder;
@@ -90,7 +85,7 @@ posix::FileDescriptor UnpackFolder::OpenParent(const MemberPath& path, bool crea
 posix::FileDescriptor UnpackFolder::PrepareParent(const MemberPath& path) {
   posix::FileDescriptor parent = OpenParent(path, true);
   if (unlinkat(parent.Get(), path.back().c_str(), 0) != 0 && errno != ENOENT) {
-    FailWithErrno("cannot replace what is there");
+    ThrowLastError("cannot replace what is there");
   }
   return parent;
 }

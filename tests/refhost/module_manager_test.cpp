@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "refhost/module_state.h"
+#include "refhost/staged_package.h"
 #include "tests/refhost/support/archive_builder.h"
 #include "tests/refhost/support/host_test.h"
 #include "tests/refhost/support/scripted_module.h"
@@ -36,6 +37,32 @@ TEST_F(ModuleManager, ARegisteredPackageBecomesTheUpdateRecord) {
   EXPECT_EQ(info.model, "long/ssd");
   EXPECT_EQ(State().update.packagePath, path);
   EXPECT_EQ(firmware_.GetUpdateStatus(), kUpdateRegistered);
+}
+
+TEST_F(ModuleManager, AStagedPackageIsRegisteredAndHandedOnWhateverBecomesOfItsOriginal) {
+  const std::string path = folder_.Write("pack\xff.zip", Package("01-24"));
+  StagingFailure failure;
+  const auto staged = StagedPackage::Stage(path, &failure);
+  ASSERT_NE(staged, nullptr) << failure.reason;
+  folder_.Write("pack\xff.zip", Package("01-30", "long/ssd"));
+  EXPECT_EQ(firmware_.RegistUpdateModule("kestrel", path), 0);
+  EXPECT_EQ(firmware_.GetUpdateModuleInfo().moduleVersion, "01-24");
+  EXPECT_EQ(State().update.packageSha256, staged->Sha256());
+  EXPECT_EQ(State().update.packagePath, folder_ / "pack\xef\xbf\xbd.zip") << "for people, as UTF-8";
+  EXPECT_EQ(firmware_.ExecutePreUpdate(false), 0);
+  EXPECT_EQ(firmware_.ExecuteUpdate(false), 0);
+  const std::string copy = staged->CopyPath();
+  EXPECT_EQ(firmware_.calls, (Lines{"PreUpdate kestrel " + copy + " all new", "Update kestrel " + copy + " all new"}));
+}
+
+TEST_F(ModuleManager, APackageBesideTheStagedOneIsReadItself) {
+  StagingFailure failure;
+  const auto staged = StagedPackage::Stage(folder_.Write("staged.zip", Package("01-30")), &failure);
+  ASSERT_NE(staged, nullptr) << failure.reason;
+  const std::string path = Register("01-24");
+  EXPECT_EQ(State().update.packageSha256, "");
+  EXPECT_EQ(firmware_.ExecuteUpdate(false), 0);
+  EXPECT_EQ(firmware_.calls, Lines{"Update kestrel " + path + " all new"});
 }
 
 TEST_F(ModuleManager, ABadPackageIsNotRegisteredAndTheReasonTraced) {

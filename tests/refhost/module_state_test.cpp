@@ -28,7 +28,8 @@ TEST_F(StateFile, WithoutAFileTheStateIsEmpty) {
 }
 
 TEST_F(StateFile, WhatWasSavedIsLoaded) {
-  state_.operating = {{"id", "name", "firmware", "device", "01-23", "long/ssd"}, "/a b/\"c\".zip"};
+  state_.operating = {
+      {"id", "name", "firmware", "device", "01-23", "long/ssd"}, "/a b/\"c\".zip", std::string(64, 'a')};
   state_.update.info.moduleVersion = "01-24";
   state_.previous.packagePath = "/old";
   state_.updateStatus = kUpdateWritten;
@@ -46,6 +47,7 @@ TEST_F(StateFile, WhatWasSavedIsLoaded) {
   EXPECT_EQ(state_.operating.info.moduleVersion, "01-23");
   EXPECT_EQ(state_.operating.info.model, "long/ssd");
   EXPECT_EQ(state_.operating.packagePath, "/a b/\"c\".zip");
+  EXPECT_EQ(state_.operating.packageSha256, std::string(64, 'a'));
   EXPECT_EQ(state_.update.info.moduleVersion, "01-24");
   EXPECT_EQ(state_.previous.packagePath, "/old");
   EXPECT_EQ(state_.updateStatus, kUpdateWritten);

@@ -52,12 +52,40 @@ TEST_F(PackageFile, WhatIsMissingOrWrongIsTold) {
       {R"({"name": "n", "version": "01-24", "server_types": null})", "type must be array, but is null"},
       {R"([])", "cannot use at() with array"},
       {"", "unexpected end of input"},
-      {"garbage", "parse error"}};
+      {"garbage", "parse error"},
+      {R"({"name": "n", "version": "01-24", "server_types": [""]})", "\"server_types\" names an empty server type"},
+      {R"({"name": "n", "version": "01-24", "version": "01-25", "server_types": ["kv6000"]})",
+       "\"version\" stands twice in an object"},
+      {R"({"name": "n", "version": "01-24", "server_types": ["kv6000"], "more": {"a": 1, "a": 2}})",
+       "\"a\" stands twice in an object"},
+      {R"({"name": "n", "version": "01-24", "server_types": ["kv6000"], "more": [[[[[[[[1]]]]]]]]})",
+       "it is nested more than 8 levels deep"}};
   for (const auto& [text, reason] : cases) {
     EXPECT_FALSE(ReadManifest(text)) << text;
     EXPECT_EQ(error_.find("module.json is not valid: "), 0U) << error_;
     EXPECT_NE(error_.find(reason), std::string::npos) << error_;
   }
+}
+
+TEST_F(PackageFile, ADescriptionThatTwoReadersCouldTakeDifferentlyIsRefused) {
+  const std::string good = R"({"name": "n", "version": "01-24", "server_types": ["kv6000"]})";
+  EXPECT_FALSE(ReadManifest(good + std::string(1, '\0') + R"({"version": "01-25"})"));
+  EXPECT_EQ(error_, "module.json is not valid: it holds a NUL character");
+  const std::string types = R"(", "server_types": ["kv6000"]})";
+  EXPECT_FALSE(ReadManifest(R"({"name": ")" + std::string(256, 'n') + R"(", "version": "01-24)" + types));
+  EXPECT_EQ(error_, "module.json is not valid: a text is longer than 255 bytes");
+  EXPECT_TRUE(ReadManifest(R"({"name": ")" + std::string(255, 'n') + R"(", "version": "01-24)" + types)) << error_;
+  std::string many = R"(["kv6000")";
+  for (int i = 0; i < 64; ++i) {
+    many += R"(, "kv6000")";
+  }
+  EXPECT_FALSE(Read(Package("01-24", "", many + "]")));
+  EXPECT_EQ(error_, "module.json is not valid: \"server_types\" names more than 64 server types");
+}
+
+TEST_F(PackageFile, ADescriptionThatIsNestedAMillionTimesIsRefused) {
+  EXPECT_FALSE(ReadManifest(std::string(1000000, '[')));
+  EXPECT_EQ(error_, "module.json is not valid: it is nested more than 8 levels deep");
 }
 
 TEST_F(PackageFile, AnUnusableArchiveIsTold) {

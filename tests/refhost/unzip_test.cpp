@@ -141,6 +141,16 @@ TEST_F(Unzip, AZipWithAWrongChecksumIsRefused) {
   EXPECT_EQ(Unpacked(), Lines{});
 }
 
+TEST_F(Unzip, ACompressedTarWithAWrongChecksumIsRefused) {
+  for (const Format format : {Format::kTarGzip, Format::kTarBzip2, Format::kTarXz}) {
+    std::string bytes = ArchiveBuilder().File("a", std::string(5000, 'a')).Build(format);
+    bytes[bytes.size() - 20] = static_cast<char>(bytes[bytes.size() - 20] ^ 1);
+    EXPECT_FALSE(Unpack(bytes));
+    EXPECT_NE(reason_, "");
+  }
+  EXPECT_EQ(Unpacked(), Lines{});
+}
+
 TEST_F(Unzip, NamesThatLeaveTheFolderAreRefused) {
   for (const Format format : {Format::kZip, Format::kTar}) {
     for (const std::string name : {"../evil", "/evil", "a/../../evil", ".."}) {
@@ -266,6 +276,44 @@ TEST_F(Unzip, AFewBytesThatStandForMoreThanADiskHoldsAreRefused) {
   std::string error;
   EXPECT_FALSE(ReadArchiveMember(folder_ / "package", "module.json", &content, &error));
   EXPECT_EQ(error, "it unpacks to more than 1 GiB");
+}
+
+TEST_F(Unzip, MoreMembersThanAPackageCanHaveAreRefused) {
+  ArchiveBuilder members;
+  for (int i = 0; i <= 10000; ++i) {
+    members.File(std::to_string(i), "");
+  }
+  for (const Format format : {Format::kZip, Format::kTarGzip}) {
+    EXPECT_FALSE(Unpack(members.Build(format)));
+    EXPECT_EQ(reason_, "it holds more than 10000 members");
+    std::string content;
+    std::string error;
+    EXPECT_FALSE(ReadArchiveMember(folder_ / "package", "module.json", &content, &error));
+    EXPECT_EQ(error, "it holds more than 10000 members");
+  }
+  EXPECT_EQ(Unpacked(), Lines{});
+}
+
+TEST_F(Unzip, NamesThatAreTooLongOrTooDeepAreRefused) {
+  const std::string longName(2000, 'n');
+  EXPECT_FALSE(Unpack(ArchiveBuilder().File(longName, "x").Build(Format::kTar)));
+  EXPECT_EQ(reason_, "member [" + longName.substr(0, 100) + "...]: the name is longer than 1024 bytes");
+  std::string deepName;
+  for (int depth = 0; depth < 17; ++depth) {
+    deepName += "d/";
+  }
+  EXPECT_FALSE(Unpack(ArchiveBuilder().Folder(deepName).Build(Format::kTar)));
+  EXPECT_EQ(reason_, "member [" + deepName + "]: it lies more than 16 folders deep");
+  EXPECT_FALSE(Unpack(ArchiveBuilder().Symlink("link", longName).Build(Format::kTar)));
+  EXPECT_EQ(reason_, "member [link]: the link's target is longer than 1024 bytes");
+  EXPECT_EQ(Unpacked(), Lines{});
+}
+
+TEST_F(Unzip, EveryCompressionOfATarIsRead) {
+  for (const Format format : {Format::kTarGzip, Format::kTarBzip2, Format::kTarXz, Format::kTarZstd}) {
+    ASSERT_TRUE(Unpack(ArchiveBuilder().File("a", std::string(100000, 'a')).Build(format))) << reason_;
+    EXPECT_EQ(folder_.Read("work/a").size(), 100000U);
+  }
 }
 
 TEST_F(Unzip, ASingleMemberIsReadWithoutUnpacking) {

@@ -112,9 +112,27 @@ class AServerWithBadPlaces(Road):
 
     def test_an_update_fails_with_a_full_scratch_directory(self):
         self.mount("size=64k", "tmp")
-        done = self.update("good-01-24.zip")
-        self.assert_no_update(done, "10",
-                              r"Cannot unpack \[/share/packages/good-01-24.zip\]: .*No space left on device")
+        for words in (["check"], ["update", "--dry-run"], ["update"]):
+            done = self.orvhost(*words, "/share/packages/good-01-24.zip")
+            self.assert_report(done, 4, verdict="prerequisites-missing", phase="preflight", changed=False,
+                               flash_touched=False, before="01-23",
+                               cause="There is no room to unpack the package: /srv/orv/tmp/KV6KBMC has 0 MiB free, and "
+                                     "it takes 2 MiB.")
+        self.assertEqual((done.records, self.asked()), ([], []))
+        self.assert_bmc(running="01-23", standby=None, flag=False, media="disconnected")
+
+    def test_a_machine_without_the_makers_flash_tool(self):
+        tool = self.server.install / "KV6KBMC" / "Yafuflash"
+        aside = self.server.share / "Yafuflash"
+        tool.rename(aside)
+        self.addCleanup(aside.rename, tool)
+        for words in (["check"], ["update", "--dry-run"], ["update"]):
+            done = self.orvhost(*words, "/share/packages/good-01-24.zip")
+            self.assert_report(done, 4, verdict="prerequisites-missing", phase="preflight", changed=False,
+                               flash_touched=False, before="01-23",
+                               cause="The flash tool /srv/orv/KV6KBMC/Yafuflash is missing; the server's maker supplies "
+                                     "it.")
+        self.assertEqual((done.records, self.asked()), ([], []))
 
     def test_an_update_fails_with_a_work_folder_that_cannot_be_emptied(self):
         self.mount("ro", "tmp/KV6KBMC/BMC_FW")

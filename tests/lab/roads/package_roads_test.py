@@ -3,7 +3,7 @@
 import unittest
 
 from kv6000.packages import make_image, write_package
-from road import Road
+from road import PAUSES, Road
 
 START = "4 CBMC_KESTREL_Firmware::Update() [START]"
 END = "4 CBMC_KESTREL_Firmware::Update() [END]"
@@ -60,29 +60,31 @@ class AServerAndItsPackages(Road):
     def test_an_archive_that_tries_to_leave_its_folder_fails_to_be_unpacked(self):
         for name, member in (("parent-folder.zip", "../escaped.txt"), ("absolute-name.zip", "/tmp/escaped.txt")):
             with self.subTest(name):
-                done = self.update(name)
-                self.assert_report(done, 7, verdict="update-failed", phase="write", changed=False, flash_touched=False)
-                self.assertEqual(done.records, [NOT_UNPACKED])
-                self.assertEqual(self.end_of_update(done),
-                                 [f"2 Cannot unpack [/share/packages/{name}]: member [{member}]: the name leaves the "
-                                  "folder", "R " + NOT_UNPACKED, "2 Failed to Unzip", END])
-                (told,) = done.report["error"]["evidence"]["records"]
-                self.assertIn("the package could not be unpacked", told)
+                reason = f"member [{member}]: the name leaves the folder"
+                self.assert_refused(name, reason, phase="package", before="")
+                done = self.trusting_host(f"/share/packages/{name}")
+                self.assertEqual(done.result, 1)
+                self.assertEqual(self.end_of_update(done), [f"2 Cannot unpack [/share/packages/{name}]: {reason}",
+                                                            "R " + NOT_UNPACKED, "2 Failed to Unzip", END])
                 self.assert_work_folder_is_empty()
                 self.assertEqual(self.server.run("ls /tmp").out, "")
         self.assert_nothing_happened()
 
     def test_a_package_without_an_image_fails(self):
-        done = self.update("no-image.zip")
-        self.assert_report(done, 7, verdict="update-failed", phase="write", changed=False, flash_touched=False)
-        record = "MSGID_BMC_0020_F 11"
-        self.assertEqual(self.end_of_update(done), ["R " + record, "2 Failed to find module", END])
-        self.assertEqual([entry.name for entry in (self.scratch / "BMC_FW").iterdir()], ["module.json"])
+        self.assert_refused("no-image.zip", "it holds no image (a file whose name holds .ima)")
+        with self.subTest("by the plug-in too"):
+            done = self.trusting_host("/share/packages/no-image.zip")
+            self.assertEqual(done.result, 1)
+            self.assertEqual(self.end_of_update(done), ["R MSGID_BMC_0020_F 11", "2 Failed to find module", END])
+            self.assertEqual([entry.name for entry in (self.scratch / "BMC_FW").iterdir()], ["module.json"])
         self.assert_nothing_happened()
 
-    def test_of_two_images_the_one_that_the_trace_names_is_flashed(self):
-        done = self.update("two-images.zip")
-        self.assert_report(done, 0, verdict="updated", after="01-24", error=None)
+    def test_of_two_images_the_plug_in_would_flash_the_one_that_its_trace_names(self):
+        self.assert_refused("two-images.zip", "it holds 2 images, kv6000_0124.ima and kv6000_0125.ima, and only one can "
+                                              "be written")
+        self.assert_nothing_happened()
+        done = self.trusting_host("/share/packages/two-images.zip", pauses=PAUSES)
+        self.assertEqual(done.result, 0)
         flashed = {'kv6000_0124.ima"': "01-24", 'kv6000_0125.ima"': "01-25"}
         command = next(line for line in done.trace if line.startswith("1 Execute:"))
         self.assert_bmc(standby=flashed[command.rpartition("/")[2]], whole=True, flag=False)
@@ -113,6 +115,17 @@ class AServerAndItsPackages(Road):
         read = max(index for index, line in enumerate(run.trace[:end])
                    if line.startswith("4 CBMC_KESTREL_Firmware::GetOperatingVersion() ["))
         return run.trace[read + 1:end + 1]
+
+    def assert_refused(self, name: str, reason: str, phase="preflight", before=None):
+        """Check and update refuse the package before the plug-in is asked to do anything, for the same reason."""
+        path = f"/share/packages/{name}"
+        for words in (["check", path], ["update", path, "--dry-run"], ["update", path]):
+            done = self.orvhost(*words)
+            self.assert_report(done, 5, verdict="package-unusable", phase=phase, changed=False, flash_touched=False,
+                               before=self.running() if before is None else before,
+                               cause=f"The package {path} cannot be used: {reason}.")
+            self.assertNotIn(START, done.trace)
+        self.assertFalse((self.server.install / ".orvhost-package").exists())
 
     def assert_work_folder_is_empty(self):
         self.assert_scratch_holds("BMC_FW")

@@ -14,7 +14,6 @@ from road import SHORT_PAUSES
 ORDINARY_SERIAL = "KV6KRT0000001A000"
 LONG_SSD_SERIAL = "KV6KRT0000001E000"
 BEGUN = "The update failed after writing the firmware had begun."
-NOT_BEGUN = "The update failed before anything was written."
 # Of a longer line of a log the trace holds the start.
 LONGEST_LOG_LINE = 65536
 # A script that never ends is given up after 900 s at full length: here after 9 s, and a request after 3.5 s.
@@ -30,16 +29,15 @@ def other_model(version: str, package: str, machine: str, serial: str) -> str:
 class ARackServer(RackRoad):
     settings = ServerSettings(product="KV6000RT", serial=ORDINARY_SERIAL)
 
-    def assert_refused(self, run, exit_code, detail, returned, cause=BEGUN, message="MSGID_BMC_0027_F"):
+    def assert_failed(self, run, detail, returned):
         """The update failed with this record, and the operator saw it; `returned` is what became of the script."""
         before = self.running_pair()
-        self.assert_report(run, exit_code, verdict="update-failed", phase="write", changed=False,
-                           flash_touched=exit_code == 8, before=before, cause=cause)
-        self.assertEqual(run.records, [f"{message} {detail}"])
-        self.assert_in_trace(run, START, f"1 [chmod +x -R {WORK}/*]")
-        if returned:
-            self.assert_in_trace(run, f"1 [{COMMAND}]", f"R {message} {detail}",
-                                 f"2 Failed to execute update command [{COMMAND}] {returned}")
+        self.assert_report(run, 8, verdict="update-failed", phase="write", changed=False, flash_touched=True,
+                           before=before, cause=BEGUN)
+        record = f"MSGID_BMC_0027_F {detail}"
+        self.assertEqual(run.records, [record])
+        self.assert_in_trace(run, START, f"1 [chmod +x -R {WORK}/*]", f"1 [{COMMAND}]", f"R {record}",
+                             f"2 Failed to execute update command [{COMMAND}] {returned}")
         self.assert_scratch_holds("BMC_FW")
 
     def test_a_good_package_takes_bmc_and_sdr_to_the_next_pair(self):
@@ -55,7 +53,7 @@ class ARackServer(RackRoad):
         firmware = self.running()
         self.rack_package("bad-sdr", files={"kv6000rt.sdr": sdr_file("A9")[:-1]})
         done = self.update("bad-sdr.zip")
-        self.assert_refused(done, 8, "2E2B", "iret[0] dret[1]")
+        self.assert_failed(done, "2E2B", "iret[0] dret[1]")
         self.assertNotIn(SDR_LINE, done.trace)
         self.assertIn(FLASH_LINE, done.trace)
         self.assertEqual(done.trace.count(END), 1)
@@ -66,7 +64,7 @@ class ARackServer(RackRoad):
         image[-1] ^= 1
         self.rack_package("bad-image", files={"kv6000rt.ima": bytes(image)})
         done = self.update("bad-image.zip")
-        self.assert_refused(done, 8, "2F2B", "iret[0] dret[1]")
+        self.assert_failed(done, "2F2B", "iret[0] dret[1]")
         self.assertIn(SDR_LINE, done.trace)
         self.assertNotIn(FLASH_LINE, done.trace)
         self.assert_bmc(flag=False, standby=None, flash="bad checksum")
@@ -74,7 +72,7 @@ class ARackServer(RackRoad):
     def test_an_update_fails_whose_script_ends_in_3_though_both_logs_are_good(self):
         self.rack_package("ends-in-3", fault="ends-in-3")
         done = self.update("ends-in-3.zip")
-        self.assert_refused(done, 8, "2B", "iret[0] dret[3]")
+        self.assert_failed(done, "2B", "iret[0] dret[3]")
         self.assert_in_trace(done, SDR_LINE, FLASH_LINE, "R MSGID_BMC_0027_F 2B", END)
         refused = self.orvhost("apply", "--yes")
         self.assert_report(refused, 7, verdict="not-written", changed=False, cause="The last update failed.")
@@ -90,7 +88,7 @@ class ARackServer(RackRoad):
         for process in sleeper:
             self.server.run(["kill", process.split("/")[2]])
         self.assertEqual(len(sleeper), 1)
-        self.assert_refused(done, 8, "152B", "iret[255] dret[255]")
+        self.assert_failed(done, "152B", "iret[255] dret[255]")
         self.assert_in_trace(done, SDR_LINE, FLASH_LINE, "2 Failed to execute update command:TIMEOUT",
                              "R MSGID_BMC_0027_F 152B", END)
 
@@ -98,7 +96,7 @@ class ARackServer(RackRoad):
         self.rack_package("log-100mb", fault="log-100mb")
         done = self.update("log-100mb.zip", pauses=1)
         self.assertEqual((self.scratch / "BMC_FW" / "x64sdr" / "sdronup.log").stat().st_size, 100_000_000)
-        self.assert_refused(done, 8, "2E2B", "iret[0] dret[0]")
+        self.assert_failed(done, "2E2B", "iret[0] dret[0]")
         long_lines = [line for line in done.trace if line.startswith("1 [xxxx")]
         self.assertEqual([(set(line[3:-1]), len(line)) for line in long_lines],
                          [({"x"}, len("1 []") + LONGEST_LOG_LINE)])
@@ -110,10 +108,14 @@ class ARackServer(RackRoad):
         for name, files in (("no-script", {}), ("script-is-folder", {f"{SCRIPT}/readme.txt": "a folder\n"})):
             with self.subTest(name):
                 self.rack_package(name, files, left_out=(SCRIPT,))
-                done = self.update(f"{name}.zip")
-                self.assert_refused(done, 7, "11", None, NOT_BEGUN, "MSGID_BMC_0020_F")
-                self.assertEqual(done.trace[done.trace.index("R MSGID_BMC_0020_F 11") + 1:][:2],
-                                 ["2 Failed to find update module", END])
+                package = f"/share/packages/{name}.zip"
+                self.assert_report(self.update(f"{name}.zip"), 5, verdict="package-unusable", phase="preflight",
+                                   changed=False, flash_touched=False, before=self.running_pair(),
+                                   cause=f"The package {package} cannot be used: it holds no file {SCRIPT} at its top.")
+                done = self.trusting_host(package)
+                self.assertEqual(done.result, 1)
+                self.assert_in_trace(done, START, f"1 [chmod +x -R {WORK}/*]", "R MSGID_BMC_0020_F 11",
+                                     "2 Failed to find update module", END)
                 self.assertNotIn(f"1 [{COMMAND}]", done.trace)
         self.assert_bmc(**before)
 
@@ -123,7 +125,7 @@ class ARackServer(RackRoad):
         done = self.update("no-interpreter.zip")
         code = next(line for line in done.trace if line.startswith("2 Failed to execute update")).rpartition(" ")[2]
         self.assertIn(code, ("dret[126]", "dret[127]"))
-        self.assert_refused(done, 8, "2C", f"iret[0] {code}")
+        self.assert_failed(done, "2C", f"iret[0] {code}")
         self.assert_in_trace(done, f"2 file open error:{WORK}/x64sdr/sdronup.log", "R MSGID_BMC_0027_F 2C")
         self.assertNotIn(END, done.trace)
 

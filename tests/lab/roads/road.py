@@ -144,10 +144,10 @@ class Road(SharedServer):
         self.server.wait_power_cycle(timeout=240)
         return self.finished(started)
 
-    def trusting_host(self, package: str, module_version: str = "") -> TrustingRun:
+    def trusting_host(self, package: str, module_version: str = "", pauses=SHORT_PAUSES) -> TrustingRun:
         """Hands a package straight to the plug-in's Update, with the version that the host has on record for it."""
         log = self._new_trace_file()
-        done = self.server.run(["env", f"ORVHOST_LAB_SLEEP_SCALE={SHORT_PAUSES}", "/usr/bin/trusting_host",
+        done = self.server.run(["env", f"ORVHOST_LAB_SLEEP_SCALE={pauses}", "/usr/bin/trusting_host",
                                 PLUGIN, self.server.settings.install_path, f"/share/traces/{log.name}",
                                 module_version, package], timeout=240)
         self.assertEqual(done.exit, 0, done.err)

@@ -37,6 +37,7 @@ class Endings : public Orvhost {
     return {{"Package", package},
             {"Package name", "KV6000 BMC firmware"},
             {"Package version", version},
+            {"Package SHA-256", Sha256Of(package)},
             {"Server type", "kv6000"}};
   }
 
@@ -75,10 +76,13 @@ TEST_F(Endings, NothingToDo) {
 }
 
 TEST_F(Endings, DryRun) {
+  json facts = Facts(good_, "01-24");
+  facts["Not judged"] =
+      "whether the BMC connects its virtual media, the kernel loads its sg driver, and the flash tool takes the image";
   EXPECT_EQ(Ending(Update(good_) + " --dry-run"),
             Object({{"verdict", "dry-run"},
                     {"phase", "compare"},
-                    {"facts", Facts(good_, "01-24")},
+                    {"facts", facts},
                     {"summary",
                      "Dry run, nothing is changed. The package is newer: it holds version 01-24, and the BMC runs "
                      "01-23. \"orvhost update\" would write version 01-24 and record it, which takes minutes; the BMC "

@@ -54,6 +54,9 @@ TEST_F(Orvhost, UpdateTellsEveryStepAndRecordsTheNewVersion) {
                 "\n"
                 "  Package name:    KV6000 BMC firmware\n"
                 "  Package version: 01-24\n"
+                "  Package SHA-256: " +
+                Sha256Of(good_) +
+                "\n"
                 "  Server type:     kv6000\n");
   const refhost::ModuleState state = State();
   EXPECT_EQ(state.operating.info.moduleVersion, "01-24");

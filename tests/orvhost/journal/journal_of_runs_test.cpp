@@ -54,8 +54,9 @@ class JournalOfARun : public BackgroundOrvhost {
 TEST_F(JournalOfARun, OfAnUpdateHasEveryPhaseAndEndsWithTheOutcome) {
   const json object = RunJson(Update(good_));
   ASSERT_EQ(Runs(), refhost::Lines{object["run_id"]});
-  EXPECT_EQ(Phases(object["run_id"]), (refhost::Lines{"package", "plug-in", "prerequisites", "server type", "fit",
-                                                      "compare", "compare", "register", "prepare", "write", "record"}));
+  EXPECT_EQ(Phases(object["run_id"]),
+            (refhost::Lines{"package", "plug-in", "prerequisites", "server type", "fit", "compare", "preflight",
+                            "compare", "register", "prepare", "write", "record"}));
   const auto lines = Entries(object["run_id"]);
   EXPECT_EQ(lines.front()["kind"], "begin");
   EXPECT_EQ(lines.front()["options"]["package"], good_);

@@ -3,11 +3,13 @@
 //
 //   TEST_PLUGIN          what is out of the ordinary, words separated by blanks; see Asked()
 //   TEST_PLUGIN_VERSION  version that runs, 01-23 without it
+//   TEST_PLUGIN_SWAP     file that takes the place of TEST_PLUGIN_SWAPPED at the moment of "swaps-at-MOMENT"
 //   TEST_PLUGIN_GATE     pipe at which a run that is asked to wait does so until its writer closes it
 #include <fcntl.h>
 #include <unistd.h>
 
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
 #include <sstream>
 #include <stdexcept>
@@ -30,6 +32,24 @@ bool Asked(const std::string& wanted) {
 
 void Trace(CTraceUtility::TRACE_DBG_LEVEL level, const std::string& text) {
   CTraceUtility::WriteDebug("bmc", level, "%s", text.c_str());
+}
+
+// Somebody replaces the package while the run is at work.
+void SwapAt(const std::string& moment) {
+  if (Asked("swaps-at-" + moment)) {
+    rename(getenv("TEST_PLUGIN_SWAP"), getenv("TEST_PLUGIN_SWAPPED"));
+  }
+}
+
+// Unpacks into the folder "work" below the install path, as an update does.
+bool UnpackAsAsked(const std::string& package, std::list<std::string>* files) {
+  if (!Asked("unpacks")) {
+    return true;
+  }
+  const std::string folder = CFileUtility::GetInstallPath(0) + "/work";
+  std::string message;
+  return CUnzip_Utility::DeleteFolder(folder, "bmc") && _mkdir(folder.c_str()) == 0 &&
+         CUnzip_Utility::UpdateModuleUnzip(package, files, folder, &message, "bmc");
 }
 
 // Ends when the gate's writer closes it.
@@ -76,6 +96,7 @@ class TestFirmware : public CFirmware {
   using CFirmware::CFirmware;
 
   std::string GetOperatingVersion() override {
+    SwapAt("version");
     Trace(CTraceUtility::TRACE_DBG_INFO, "Execute command [tool raw 0x06 0x01 > result]");
     if (Asked("unreadable")) {
       Trace(CTraceUtility::TRACE_DBG_ERROR, "Failed to execute ipmi command(GetDeviceID) CompletionCode:C3");
@@ -90,7 +111,8 @@ class TestFirmware : public CFirmware {
     if (Asked("no-difference")) {
       return 0;
     }
-    const std::string malformed = std::string(first.size() == 5 ? "" : "09") + (second.size() == 5 ? "" : "0A");
+    const bool secondIsGood = second.size() == 5 && !Asked("finds-malformed");
+    const std::string malformed = std::string(first.size() == 5 ? "" : "09") + (secondIsGood ? "" : "0A");
     if (malformed.empty()) {
       return first < second ? 1 : -1;
     }
@@ -100,6 +122,7 @@ class TestFirmware : public CFirmware {
 
   int PreUpdate(std::string /*moduleId*/, std::string /*package*/, std::list<std::string>* /*files*/,
                 bool /*old*/) override {
+    SwapAt("prepare");
     if (!Asked("unprepared")) {
       return 0;
     }
@@ -107,8 +130,11 @@ class TestFirmware : public CFirmware {
     return 1;
   }
 
-  int Update(std::string /*moduleId*/, std::string /*package*/, std::list<std::string>* /*files*/,
-             bool /*old*/) override {
+  int Update(std::string /*moduleId*/, std::string package, std::list<std::string>* files, bool /*old*/) override {
+    SwapAt("update");
+    if (!UnpackAsAsked(package, files)) {
+      return 1;
+    }
     if (Asked("throws")) {
       throw std::out_of_range("basic_string::substr");
     }
@@ -256,6 +282,7 @@ class TestVendor : public CVendor {
   }
 
   void LinkDevice() override {
+    SwapAt("link");
     Trace(CTraceUtility::TRACE_DBG_FLOW, "LinkDevice [START]");
     if (!Asked("no-handler")) {
       firmwareHandler = new TestFirmware(provider);
@@ -296,6 +323,7 @@ class TestVendor : public CVendor {
   }
 
   void GetShortageOfNecessaryApplicationInfo(std::list<CNecessaryComponentInfo>& missing) override {
+    SwapAt("prerequisites");
     if (Asked("clears-list")) {
       missing.clear();
     }
@@ -305,6 +333,7 @@ class TestVendor : public CVendor {
   }
 
   bool CheckUpdateConditionByDevicevendor(std::string /*kind*/, CManageRepositoryInfo* repository) override {
+    SwapAt("fit");
     const std::string running = firmwareHandler->GetOperatingVersion();
     if (running == "abnormal") {
       return true;
@@ -320,7 +349,7 @@ class TestVendor : public CVendor {
             std::string("Failed to get serial number [") + (Asked("no-serial") ? "" : "SN01") + "]");
       return true;
     }
-    return repository->moduleVersion.compare(0, 2, "01") != 0;
+    return repository->moduleVersion.compare(0, 2, running, 0, 2) != 0;
   }
 };
 
@@ -368,6 +397,7 @@ bool IsWanted(const char* className, const char* provider) {
 
 extern "C" __attribute__((visibility("default"))) CVendor* GetVendorFactory(const char* className,
                                                                             const char* provider) {
+  SwapAt("load");
   if (Asked("no-vendor") || !IsWanted(className, provider)) {
     return nullptr;
   }

@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstdio>
 #include <map>
 #include <nlohmann/json.hpp>
 
@@ -39,15 +40,20 @@ class Orvhost : public refhost::HostTest {
     unsetenv("TEST_PLUGIN");
     unsetenv("TEST_PLUGIN_VERSION");
     good_ = folder_.Write("good.zip", refhost::Package("01-24"));
+    std::filesystem::permissions(folder_.Write(kFlashTool, "#!/bin/sh\n"), std::filesystem::perms(0755));
+    if (geteuid() != 0) {
+      setenv(kLabMachine, "1", 1);
+    }
   }
   ~Orvhost() override {
     unsetenv("TEST_PLUGIN");
     unsetenv("TEST_PLUGIN_VERSION");
+    unsetenv(kLabMachine);
   }
 
   std::string CommandLine(const std::string& arguments) const {
-    return "\"" ORVHOST_PROGRAM "\" --install-path \"" + installPath_ + "\" --plugin \"" + plugin_ +
-           "\" --server-type kv6000 " + arguments;
+    return prefix_ + "\"" ORVHOST_PROGRAM "\" --install-path \"" + installPath_ + "\" --plugin \"" + plugin_ +
+           "\" --server-type " + serverType_ + " " + arguments;
   }
 
   // Runs the tool and returns its exit code; its outputs are then in out_ and err_.
@@ -71,6 +77,14 @@ class Orvhost : public refhost::HostTest {
     EXPECT_EQ(object["exit_code"], exitCode);
     EXPECT_EQ(object["error"].is_null(), exitCode == 0);
     return object;
+  }
+
+  static std::string Sha256Of(const std::string& path) {
+    std::string digest(64, '\0');
+    FILE* const tool = popen(("sha256sum < \"" + path + "\"").c_str(), "r");
+    EXPECT_EQ(fread(digest.data(), 1, digest.size(), tool), digest.size());
+    pclose(tool);
+    return digest;
   }
 
   static void Ask(const std::string& words) { setenv("TEST_PLUGIN", words.c_str(), 1); }
@@ -98,7 +112,14 @@ class Orvhost : public refhost::HostTest {
     return tree;
   }
 
+  // The maker's flash tool, below the install path.
+  static constexpr const char* kFlashTool = "KV6KBMC/Yafuflash";
+  // Lets every user update.
+  static constexpr const char* kLabMachine = "ORVHOST_LAB_MACHINE";
+
+  std::string prefix_;  // of the command line: what runs the program in another way
   std::string installPath_ = folder_.Path();
+  std::string serverType_ = "kv6000";
   std::string plugin_ = TEST_PLUGIN_PATH;
   std::string good_;
   std::string out_;

@@ -70,12 +70,17 @@ class LiveProgress(unittest.TestCase):
         os.mkfifo(self.folder / "gate")
         with zipfile.ZipFile(self.folder / "p.zip", "w") as package:
             package.writestr("module.json", MODULE)
+            package.writestr("kv6000.ima", "image")
 
     def start(self, *arguments: str, columns: int = 80, **environment: str) -> Session:
+        flash_tool = self.folder / "path" / "KV6KBMC" / "Yafuflash"
+        flash_tool.parent.mkdir(parents=True, exist_ok=True)
+        flash_tool.write_text("#!/bin/sh\n")
+        flash_tool.chmod(0o755)
         return Session(["update", str(self.folder / "p.zip"), "--install-path", str(self.folder / "path"), "--plugin",
                         PLUGIN, "--server-type", "kv6000", *arguments], columns,
                        {"PATH": os.environ["PATH"], "TERM": "xterm", "TEST_PLUGIN": "connects-slowly",
-                        "TEST_PLUGIN_GATE": str(self.folder / "gate"), **environment})
+                        "TEST_PLUGIN_GATE": str(self.folder / "gate"), "ORVHOST_LAB_MACHINE": "1", **environment})
 
     def finish(self, session: Session) -> int:
         """Opens the gate, whether somebody stands there already or not, and reads the rest."""

@@ -14,6 +14,33 @@ la_ssize_t Append(archive* /*writer*/, void* bytes, const void* block, std::size
   return static_cast<la_ssize_t>(size);
 }
 
+using Format = ArchiveBuilder::Format;
+
+void SetFormat(archive* writer, Format format) {
+  if (format == Format::kZip) {
+    archive_write_set_format_zip(writer);
+  } else {
+    archive_write_set_format_pax_restricted(writer);
+  }
+  switch (format) {
+    case Format::kZip:
+    case Format::kTar:
+      return;
+    case Format::kTarGzip:
+      archive_write_add_filter_gzip(writer);
+      return;
+    case Format::kTarBzip2:
+      archive_write_add_filter_bzip2(writer);
+      return;
+    case Format::kTarXz:
+      archive_write_add_filter_xz(writer);
+      return;
+    case Format::kTarZstd:
+      archive_write_add_filter_zstd(writer);
+      return;
+  }
+}
+
 }  // namespace
 
 ArchiveBuilder& ArchiveBuilder::File(const std::string& name, const std::string& content, unsigned permissions) {
@@ -49,14 +76,7 @@ ArchiveBuilder& ArchiveBuilder::Device(const std::string& name) {
 std::string ArchiveBuilder::Build(Format format) const {
   std::string bytes;
   archive* writer = archive_write_new();
-  if (format == Format::kZip) {
-    archive_write_set_format_zip(writer);
-  } else {
-    archive_write_set_format_pax_restricted(writer);
-  }
-  if (format == Format::kTarGzip) {
-    archive_write_add_filter_gzip(writer);
-  }
+  SetFormat(writer, format);
   archive_write_set_bytes_in_last_block(writer, 1);
   archive_write_open(writer, &bytes, nullptr, Append, nullptr);
   for (const Member& member : members_) {
@@ -72,7 +92,7 @@ std::string ArchiveBuilder::Build(Format format) const {
     if (member.type == AE_IFLNK) {
       archive_entry_set_symlink(entry, member.text.c_str());
     }
-    bool ok = archive_write_header(writer, entry) == ARCHIVE_OK;
+    bool ok = archive_write_header(writer, entry) >= ARCHIVE_WARN;  // that a name is in no known encoding
     if (hasData) {
       ok = ok && archive_write_data(writer, member.text.data(), member.text.size()) ==
                      static_cast<la_ssize_t>(member.text.size());

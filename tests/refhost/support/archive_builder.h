@@ -9,7 +9,7 @@ namespace refhost {
 
 class ArchiveBuilder {
  public:
-  enum class Format { kZip, kTar, kTarGzip };
+  enum class Format { kZip, kTar, kTarGzip, kTarBzip2, kTarXz, kTarZstd };
 
   ArchiveBuilder& File(const std::string& name, const std::string& content, unsigned permissions = 0644);
   ArchiveBuilder& Folder(const std::string& name);

@@ -1,0 +1,70 @@
+// The update package of a run. Whoever owns the file that an operator names can replace it at any moment, so it is
+// copied once into a folder that nobody else can reach, and unpacked there by a process with limits, before anything
+// is done with it. What is judged, registered and written is this copy; its original's path is only for people.
+#ifndef REFHOST_STAGED_PACKAGE_H
+#define REFHOST_STAGED_PACKAGE_H
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "refhost/export.h"
+
+namespace refhost {
+
+// Why a package could not be staged, a clause without its full stop.
+struct StagingFailure {
+  enum class Fault { kPackage, kPlace };
+  Fault fault = Fault::kPackage;  // kPlace: the package is not judged, because the folder takes no files
+  std::string reason;
+};
+
+class REFHOST_EXPORT StagedPackage {
+ public:
+  // Copies the file `original` and unpacks the copy under the install path, whose only user this process must be: what
+  // a killed run left there is removed first. Null, with `*failure`, when either fails; nothing is left behind then.
+  // There is one staged package at most.
+  [[nodiscard]] static std::unique_ptr<StagedPackage> Stage(const std::string& original, StagingFailure* failure);
+
+  // Removes what is left of a run that was killed. Also for a run that stages nothing.
+  static void RemoveLeftovers();
+
+  // The one that there is, null for none. The host's services take it where they are given its original or its copy.
+  [[nodiscard]] static StagedPackage* Current();
+
+  StagedPackage(const StagedPackage&) = delete;
+  StagedPackage& operator=(const StagedPackage&) = delete;
+  ~StagedPackage();  // removes everything
+
+  [[nodiscard]] const std::string& Original() const { return original_; }
+  [[nodiscard]] std::string CopyPath() const;
+  [[nodiscard]] std::string FilesFolder() const;  // where it lies unpacked, until it is moved
+  [[nodiscard]] const std::string& Sha256() const { return sha256_; }
+  [[nodiscard]] std::uintmax_t Size() const { return size_; }
+
+  // Gives the unpacked files away: they become the content of `folder`, which must exist and be empty. False, and
+  // nothing is changed, when that cannot be, as on another file system or a second time.
+  [[nodiscard]] bool MoveFilesTo(const std::string& folder);
+
+ private:
+  StagedPackage(std::string folder, std::string original);
+
+  [[nodiscard]] bool Copy(StagingFailure* failure);
+  [[nodiscard]] bool Unpack(StagingFailure* failure) const;
+
+  const std::string folder_;
+  const std::string original_;
+  std::string sha256_;
+  std::uintmax_t size_ = 0;
+};
+
+// Bytes that a user without privileges could still write to the file system of `path`, or of the nearest folder above
+// it that exists; the number in `*free`. False when the system does not tell.
+[[nodiscard]] REFHOST_EXPORT bool FreeBytes(const std::string& path, std::uintmax_t* free);
+
+// Left free when a package is staged: for the records, the journal and whatever else the machine is at.
+inline constexpr std::uintmax_t kRoomLeftFree = 8UL * 1024UL * 1024UL;
+
+}  // namespace refhost
+
+#endif  // REFHOST_STAGED_PACKAGE_H
