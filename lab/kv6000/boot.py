@@ -4,7 +4,8 @@ import json
 import shutil
 from pathlib import Path
 
-from kv6000.guest_image import GuestImage, pack_overlay
+from kv6000.guest_image import GuestImage
+from kv6000.packing import pack_overlay
 from kv6000.paths import build_folder
 from kv6000.settings import ServerSettings
 

@@ -2,7 +2,7 @@
 
 A job is a folder on the share: the client writes `script`, the agent in the guest writes `out`, `err` and, last,
 `exit`. A serial line is only the bell between the two, so that neither has to poll. Each boot is a process of its own
-with a bell of its own, so every look at the guest begins with the question whether the bell at hand is still a machine's.
+with a bell of its own, so every look at the guest begins with the question whether the bell at hand still is the machine's.
 """
 
 import select

@@ -4,18 +4,16 @@ The guest is a kernel and three cpio segments that a server strings together as 
 open-source IPMI tool and the maker's IPMI tool. An overlay of the product is a fourth.
 """
 
-import fcntl
-import hashlib
 import lzma
-import os
 import re
 import shutil
 import struct
-import subprocess
 import tempfile
 from pathlib import Path
 
+from kv6000.debian import digest, fetch, keep_built, kernel_package, own_files, run
 from kv6000.errors import LabError
+from kv6000.packing import pack, place, place_program
 from kv6000.paths import LAB, build_folder, guest_cache
 
 MAKER_TOOL = "opt/kestrel/node_keeper/ipmi_tools/ipmicmd"
@@ -43,87 +41,6 @@ LINKS = {
 }
 
 
-def run(command, advice="", **options) -> str:
-    """Runs a program to its end and returns its standard output."""
-    try:
-        done = subprocess.run([str(word) for word in command], check=True, capture_output=True, text=True, **options)
-    except FileNotFoundError as error:
-        raise LabError(f"{command[0]} is not installed.", advice=advice or "Install the packages that ./dev lists.") \
-            from error
-    except subprocess.CalledProcessError as error:
-        raise LabError(f"{' '.join(map(str, command))} ended with {error.returncode}.",
-                       error.stderr.strip(), advice) from error
-    return done.stdout
-
-
-def libraries(program: Path, search=()) -> list:
-    """The paths of the shared libraries that an ELF file needs, its interpreter included."""
-    environment = dict(os.environ, LD_LIBRARY_PATH=":".join(map(str, search)))
-    done = subprocess.run(["ldd", str(program)], capture_output=True, text=True, env=environment, check=False)
-    missing = re.findall(r"^\s*(\S+) => not found", done.stdout, re.MULTILINE)
-    if missing:
-        raise LabError(f"{program} needs {', '.join(missing)}, which this machine does not have.")
-    return [Path(path) for path in re.findall(r"(/\S+) \(0x", done.stdout)]
-
-
-def is_elf(path: Path) -> bool:
-    with open(path, "rb") as file:
-        return file.read(4) == b"\x7fELF"
-
-
-def place(source: Path, tree: Path, target: Path = None):
-    """Copies a file under its own absolute path (or `target`) into a tree whose /bin, /sbin and /lib are in /usr."""
-    name = str(target or source).lstrip("/")
-    if re.match(r"(bin|sbin|lib|lib64)/", name):
-        name = "usr/" + name
-    destination = tree / name
-    if not destination.exists():
-        destination.parent.mkdir(parents=True, exist_ok=True)
-        shutil.copy(source, destination)
-
-
-def place_program(source: Path, tree: Path, target: Path = None):
-    place(source, tree, target)
-    for library in libraries(source):
-        place(library, tree)
-
-
-def pack(tree: Path, archive: Path):
-    """Packs a tree as an uncompressed cpio archive owned by root."""
-    names = sorted(str(path.relative_to(tree)) for path in tree.rglob("*"))
-    temporary = archive.with_suffix(".new")
-    with open(temporary, "wb") as output:
-        try:
-            subprocess.run(["cpio", "--quiet", "-0", "-o", "-H", "newc", "-R", "0:0"], check=True, cwd=tree,
-                           input="\0".join(names).encode(), stdout=output, stderr=subprocess.PIPE)
-        except FileNotFoundError as error:
-            raise LabError("cpio is not installed.", advice="Install the packages that ./dev lists.") from error
-        except subprocess.CalledProcessError as error:
-            raise LabError(f"cpio cannot pack {tree}.", error.stderr.decode(errors="replace").strip()) from error
-    temporary.rename(archive)
-
-
-def pack_overlay(overlay: Path, archive: Path):
-    """Packs a staged tree, as `cmake --install` leaves it, with the libraries that its programs need beside it."""
-    with tempfile.TemporaryDirectory(prefix="overlay-", dir=archive.parent) as folder:
-        tree = Path(folder)
-        for entry in sorted(overlay.iterdir()):
-            merged = entry.name in ("bin", "sbin", "lib", "lib64")
-            target = tree / "usr" / entry.name if merged else tree / entry.name
-            if entry.is_dir():
-                shutil.copytree(entry, target, symlinks=True, dirs_exist_ok=True)
-            else:
-                shutil.copy(entry, target, follow_symlinks=False)
-        files = [path for path in tree.rglob("*") if path.is_file() and not path.is_symlink()]
-        binaries = [path for path in files if is_elf(path)]
-        folders = sorted({path.parent for path in binaries if ".so" in path.name})
-        for binary in binaries:
-            for library in libraries(binary, folders):
-                if tree not in library.parents:
-                    place(library, tree)
-        pack(tree, archive)
-
-
 def unpack_kernel(path: Path) -> bytes:
     """The kernel proper inside a bzImage. QEMU boots it as it is; unpacked by the emulated machine it costs 4 s more."""
     image = path.read_bytes()
@@ -142,7 +59,7 @@ def unpack_kernel(path: Path) -> bytes:
 
 
 class GuestImage:
-    """The kernel and the cpio segments; `ensure()` builds what is missing or stale."""
+    """The kernel and the cpio segments that every server is made of."""
 
     def __init__(self):
         self.cache = guest_cache()
@@ -151,18 +68,9 @@ class GuestImage:
         self.ipmitool = self.cache / "ipmitool.cpio"
 
     def ensure(self, progress=lambda text: None):
-        self.cache.mkdir(parents=True, exist_ok=True)
-        with open(self.cache / "lock", "w") as lock:
-            fcntl.flock(lock, fcntl.LOCK_EX)
-            stamp = self.cache / "stamp"
-            inputs = self._inputs()
-            if stamp.exists() and stamp.read_text() == inputs:
-                return
-            stamp.unlink(missing_ok=True)
-            for rest in self.cache.glob("guest-*"):  # of a build that was killed
-                shutil.rmtree(rest)
-            self._build(progress)
-            stamp.write_text(inputs)
+        """Builds what is missing or stale."""
+        keep_built(self.cache, "stamp", digest(own_files(__file__, "root"), PROGRAMS + ["/usr/bin/ipmitool"]),
+                   lambda work: self._build(work, progress))
 
     def segments(self, tool: str, folder: Path) -> list:
         """The archives for a server with the named tool; what is not cached is packed into `folder`."""
@@ -176,72 +84,39 @@ class GuestImage:
             chosen.append(folder / "maker.cpio")
         return chosen
 
-    def _inputs(self) -> str:
-        digest = hashlib.sha256()
-        own = [Path(__file__)] + sorted(path for path in (LAB / "guest" / "root").rglob("*") if path.is_file())
-        for path in own:
-            digest.update(path.read_bytes())
-        for name in PROGRAMS + ["/usr/bin/ipmitool"]:
-            try:
-                digest.update(f"{name} {os.stat(name).st_mtime_ns}".encode())
-            except OSError as error:
-                raise LabError(f"{name} is missing on this machine; the guest needs it.",
-                               advice="Install the packages that ./dev lists.") from error
-        return digest.hexdigest()
+    def _build(self, work: Path, progress):
+        tree = work / "tree"
+        for name in ("usr/bin", "usr/sbin", "usr/lib", "usr/lib64", "dev", "etc/inittab.d", "proc", "sys", "run", "tmp",
+                     "root", "share", "srv", "var/log", "var/run"):
+            (tree / name).mkdir(parents=True, exist_ok=True)
+        progress("fetching the kernel package")
+        self._add_kernel(work, tree)
+        progress("fetching init and shutdown")
+        self._add_init(work, tree)
+        progress("packing the guest")
+        for name in PROGRAMS:
+            place_program(Path(name), tree)
+        for name in BUSYBOX_NAMES:
+            if not (tree / "usr/bin" / name).exists():
+                (tree / "usr/bin" / name).symlink_to("busybox")
+        for name, target in LINKS.items():
+            (tree / name).symlink_to(target)
+        shutil.copytree(LAB / "guest" / "root", tree, dirs_exist_ok=True)
+        (tree / "etc/passwd").write_text("root:x:0:0:root:/root:/bin/sh\n")
+        (tree / "etc/group").write_text("root:x:0:\n")
+        pack(tree, self.base)
 
-    def _build(self, progress):
-        with tempfile.TemporaryDirectory(prefix="guest-", dir=self.cache) as folder:
-            work = Path(folder)
-            tree = work / "tree"
-            for name in ("usr/bin", "usr/sbin", "usr/lib", "usr/lib64", "dev", "etc/inittab.d", "proc", "sys", "run", "tmp",
-                         "root", "share", "srv", "var/log", "var/run"):
-                (tree / name).mkdir(parents=True, exist_ok=True)
-            progress("fetching the kernel package")
-            self._add_kernel(work, tree)
-            progress("fetching init and shutdown")
-            self._add_init(work, tree)
-            progress("packing the guest")
-            for name in PROGRAMS:
-                place_program(Path(name), tree)
-            for name in BUSYBOX_NAMES:
-                if not (tree / "usr/bin" / name).exists():
-                    (tree / "usr/bin" / name).symlink_to("busybox")
-            for name, target in LINKS.items():
-                (tree / name).symlink_to(target)
-            shutil.copytree(LAB / "guest" / "root", tree, dirs_exist_ok=True)
-            (tree / "etc/passwd").write_text("root:x:0:0:root:/root:/bin/sh\n")
-            (tree / "etc/group").write_text("root:x:0:\n")
-            pack(tree, self.base)
-
-            tool = work / "ipmitool"
-            place_program(Path("/usr/bin/ipmitool"), tool)
-            # Without an entry the tool fails; with all of them every run reads half a megabyte.
-            numbers = tool / "usr/share/misc/enterprise-numbers.txt"
-            numbers.parent.mkdir(parents=True)
-            numbers.write_text("343\n  Intel Corporation\n    Nobody\n      nobody&example.com\n")
-            pack(tool, self.ipmitool)
-
-    def _fetch(self, package: str, work: Path) -> Path:
-        """Downloads a Debian package, or takes it from the cache, and unpacks it."""
-        have = sorted(self.cache.glob(f"{package}_*.deb"))
-        if not have:
-            run(["apt-get", "download", "-q", package], cwd=self.cache, advice="Check the network and run apt-get update; "
-                f"or put {package}_*.deb into {self.cache} by hand.")
-            have = sorted(self.cache.glob(f"{package}_*.deb"))
-        unpacked = work / package
-        run(["dpkg", "-x", have[-1], unpacked])
-        return unpacked
+        tool = work / "ipmitool"
+        place_program(Path("/usr/bin/ipmitool"), tool)
+        # Without an entry the tool fails; with all of them every run reads half a megabyte.
+        numbers = tool / "usr/share/misc/enterprise-numbers.txt"
+        numbers.parent.mkdir(parents=True)
+        numbers.write_text("343\n  Intel Corporation\n    Nobody\n      nobody&example.com\n")
+        pack(tool, self.ipmitool)
 
     def _add_kernel(self, work: Path, tree: Path):
-        have = sorted(self.cache.glob("linux-image-[0-9]*.deb"))
-        if have:
-            package = have[-1].name.split("_")[0]
-        else:
-            found = re.search(r"Depends: (linux-image-\S+)", run(["apt-cache", "depends", "linux-image-amd64"]))
-            if not found:
-                raise LabError("apt knows no kernel package linux-image-amd64.", advice="Run apt-get update.")
-            package = found.group(1)
-        unpacked = self._fetch(package, work)
+        package = kernel_package(self.cache)
+        unpacked = fetch(package, self.cache, work)
         release = package.removeprefix("linux-image-")
         self.kernel.write_bytes(unpack_kernel(unpacked / "boot" / f"vmlinuz-{release}"))
         # depmod and modprobe look below lib/modules of the folder they are given.
@@ -257,6 +132,6 @@ class GuestImage:
         (tree / "lib").unlink()
 
     def _add_init(self, work: Path, tree: Path):
-        unpacked = self._fetch("sysvinit-core", work)
+        unpacked = fetch("sysvinit-core", self.cache, work)
         for name in ("init", "shutdown", "halt", "poweroff", "reboot", "telinit", "runlevel"):
             place_program(unpacked / "sbin" / name, tree, Path("sbin") / name)

@@ -1,12 +1,6 @@
 """One virtual KV6000 server: its run folder, its processes and what a test or a person can do with it."""
 
-import os
-import select
-import shutil
 import socket
-import subprocess
-import sys
-import tempfile
 import time
 from pathlib import Path
 from typing import Callable
@@ -15,24 +9,17 @@ from kv6000 import bmc, boot, guest, management
 from kv6000.errors import LabError, last_lines
 from kv6000.guest import Result
 from kv6000.guest_image import GuestImage
+from kv6000.kept_folder import KeptFolder, make_folder
 from kv6000.settings import ServerSettings
 
 START_ATTEMPTS = 5
-# The path of a UNIX socket holds 107 characters.
-LONGEST_PARENT = 70
+BMC = ("/usr/bin/ipmi_sim", "-n", "-c", "lan.conf", "-f", "bmc.emu", "-s", "state")
 
 
 def free_port() -> int:
     with socket.socket() as probe:
         probe.bind(("127.0.0.1", 0))
         return probe.getsockname()[1]
-
-
-def make_run_folder() -> Path:
-    parent = Path(os.environ.get("TMPDIR") or "/tmp").resolve()
-    if len(str(parent)) > LONGEST_PARENT:
-        parent = Path("/tmp")
-    return Path(tempfile.mkdtemp(prefix="kv6000-", dir=parent))
 
 
 class Server:
@@ -43,7 +30,7 @@ class Server:
                  progress: Callable[[str], None] = lambda text: None):
         self.settings = settings
         self._progress = progress
-        self._keeper = None
+        self._kept = None
         self._guest = None
         self.folder = None
 
@@ -65,15 +52,27 @@ class Server:
         return self.share / "install"
 
     def start(self, timeout: float = 60):
+        """Starts the server and waits until commands can run in it."""
+        self.begin()
+        self.wait_until_up(timeout)
+
+    def begin(self):
+        """Starts the server; wait_until_up() is to follow."""
         image = GuestImage()
         image.ensure(self._progress)
         try:
-            self.folder = make_run_folder()
-            # From here on the folder goes with this process, however it ends.
-            self._start_keeper()
+            self.folder = make_folder("kv6000-")
+            self._kept = KeptFolder(self.folder, BMC)
             boot.fill_run_folder(self.folder, self.settings, image)
             self._start_bmc(image)
             self._guest = guest.Guest(self.folder, self.bmc)
+        except BaseException:
+            self.close()
+            raise
+
+    def wait_until_up(self, timeout: float = 60):
+        """Waits for a boot that the caller has not seen at work yet; when that fails, the server is ended."""
+        try:
             self._guest.wait_for_new_boot(timeout)
         except BaseException:
             self.close()
@@ -84,11 +83,9 @@ class Server:
         if self._guest:
             self._guest.release()
             self._guest = None
-        if self._keeper and self.settings.keep:
-            self._tell_keeper("keep")
-        self._end_keeper()
-        if self.folder and not self.settings.keep:
-            shutil.rmtree(self.folder, ignore_errors=True)
+        if self._kept:
+            kept, self._kept = self._kept, None
+            kept.close(self.settings.keep)
 
     def bmc(self, order: str):
         """Sends an order to the BMC: a dict for "state" and "files", "ok" for the others; LabError when it is refused."""
@@ -142,17 +139,11 @@ class Server:
         """Lets another client run commands in the guest; the next command of this one takes hold again."""
         self._guest.release()
 
-    def _start_keeper(self):
-        self._keeper = subprocess.Popen(
-            [sys.executable, "-S", "-E", str(Path(__file__).with_name("keeper.py")), str(self.folder),
-             "/usr/bin/ipmi_sim", "-n", "-c", "lan.conf", "-f", "bmc.emu", "-s", "state"],
-            stdin=subprocess.PIPE, stdout=subprocess.PIPE, start_new_session=True)
-
     def _start_bmc(self, image: GuestImage):
         for _ in range(START_ATTEMPTS):
             # Another process may take the port before the BMC does: then it ends, and another port is tried.
             boot.write_bmc_files(self.folder, self.settings, image, free_port())
-            self._tell_keeper("start")
+            self._kept.start()
             if self._wait_for_bmc():
                 return
         raise LabError("The BMC did not start.", last_lines(self.folder / "bmc.log"),
@@ -164,20 +155,6 @@ class Server:
         while time.monotonic() < deadline:
             if log.exists() and "lab: ready" in log.read_text(errors="replace"):
                 return True
-            ended, _, _ = select.select([self._keeper.stdout], [], [], 0.01)
-            if ended:
-                os.read(self._keeper.stdout.fileno(), 100)
+            if self._kept.has_ended(0.01):
                 return False
         return False
-
-    def _tell_keeper(self, word: str):
-        self._keeper.stdin.write(word.encode() + b"\n")
-        self._keeper.stdin.flush()
-
-    def _end_keeper(self):
-        if not self._keeper:
-            return
-        keeper, self._keeper = self._keeper, None
-        keeper.stdin.close()
-        keeper.wait()
-        keeper.stdout.close()

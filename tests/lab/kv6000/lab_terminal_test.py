@@ -1,4 +1,4 @@
-"""The terminal of `lab/lab run` at a serial shell that the test plays, through a machine's loss of power. Nothing boots."""
+"""The terminal of `lab/lab run` at a serial shell that the test plays, whose machine goes down. Nothing boots."""
 
 import os
 import select
