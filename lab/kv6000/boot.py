@@ -8,6 +8,7 @@ from kv6000.guest_image import GuestImage
 from kv6000.packing import pack_overlay
 from kv6000.paths import build_folder
 from kv6000.settings import ServerSettings
+from kv6000.ssh_image import SshImage, SshLogin
 
 MEDIA_SIZE = 16 * 1024 * 1024
 KERNEL_LINE = ("console=ttyS0 quiet loglevel=4 rdinit=/sbin/init panic=0 nokaslr mitigations=off random.trust_cpu=on "
@@ -17,6 +18,11 @@ KERNEL_LINE = ("console=ttyS0 quiet loglevel=4 rdinit=/sbin/init panic=0 nokaslr
 def ready_file(folder: Path) -> Path:
     """Holds the identity of a boot that takes commands: the guest writes it, the BMC removes it at every power-on."""
     return folder / "share" / "lab" / "ready"
+
+
+def name_file(folder: Path) -> Path:
+    """Holds the name of a server that has one."""
+    return folder / "name"
 
 
 def fill_run_folder(folder: Path, settings: ServerSettings, image: GuestImage):
@@ -30,6 +36,9 @@ def fill_run_folder(folder: Path, settings: ServerSettings, image: GuestImage):
     with open(folder / "media.img", "wb") as media:
         media.truncate(MEDIA_SIZE)
     segments = image.segments(settings.tool, folder)
+    if settings.login:
+        name_file(folder).write_text(settings.login.name + "\n")
+        segments += SshImage().segments(settings.login, folder)
     if settings.overlay:
         pack_overlay(Path(settings.overlay), folder / "overlay.cpio")
         segments.append(folder / "overlay.cpio")
@@ -78,4 +87,10 @@ def machine_command(folder: Path, settings: ServerSettings, image: GuestImage, p
             "-blockdev", f"driver=raw,node-name=media,file.driver=file,file.filename={folder}/media.img",
             "-chardev", f"socket,id=ipmi,host=127.0.0.1,port={port},reconnect=1",
             "-device", "ipmi-bmc-extern,id=bmc,chardev=ipmi", "-device", "isa-ipmi-kcs,bmc=bmc",
-            *settings.dmi().write(folder)]
+            *settings.dmi().write(folder), *(network_card(settings.login) if settings.login else [])]
+
+
+def network_card(login: SshLogin) -> list:
+    """A network of the machine's own, which reaches nothing outside; from outside only its SSH server is reached."""
+    return ["-netdev", f"user,id=net,restrict=on,hostfwd=tcp:127.0.0.1:{login.port}-:22",
+            "-device", "virtio-net-pci,netdev=net,romfile="]

@@ -10,7 +10,9 @@ import time
 from pathlib import Path
 
 from kv6000 import bmc, management
+from kv6000.boot import name_file
 from kv6000.errors import LabError
+from kv6000.fleet import Fleet, fleet_settings
 from kv6000.guest import Guest, Job
 from kv6000.guest_image import GuestImage
 from kv6000.packages import make_packages
@@ -26,18 +28,27 @@ def say(text: str):
 
 
 def running_server(chosen: str) -> Path:
-    """The run folder of the named server, or of the only one that runs."""
-    if chosen:
+    """The run folder of the server that is chosen by its folder or its name, or of the only one that is running."""
+    if chosen and Path(chosen).is_dir():
         return Path(chosen)
     places = {os.environ.get("TMPDIR") or "/tmp", tempfile.gettempdir(), "/tmp"}
     found = sorted({path.parent for place in places for path in Path(place).resolve().glob("kv6000-*/bmc.sock")
                     if takes_orders(path)})
+    if chosen:
+        found = [folder for folder in found if name_of(folder) == chosen]
     if not found:
-        raise LabError("No server is running.", advice="Start one with lab/lab run.")
+        raise LabError(f"No server '{chosen}' is running." if chosen else "No server is running.",
+                       advice="Start one with lab/lab run or lab/lab fleet.")
     if len(found) > 1:
         raise LabError("Several servers are running: " + ", ".join(map(str, found)),
                        advice="Choose one with --server FOLDER.")
     return found[0]
+
+
+def name_of(folder: Path) -> str:
+    """The name of a server of a fleet, "" of another one."""
+    path = name_file(folder)
+    return path.read_text().strip() if path.exists() else ""
 
 
 def takes_orders(path: Path) -> bool:
@@ -71,11 +82,31 @@ def command_run(options):
             say("Ctrl-] ends the server")
             attach(server.folder / "shell.sock", say)
         else:
-            # Without a terminal the server stays until its input ends or it is asked to end.
-            while sys.stdin.readline():
-                pass
+            stay()
     if options.keep:
         say(f"kept {server.folder}")
+
+
+def command_fleet(options):
+    started = time.monotonic()
+    settings = fleet_settings(options.count, options.product.split(","), options.firmware.split(","),
+                              options.tool.split(","), install_path=options.install_path, overlay=options.overlay,
+                              keep=options.keep)
+    with Fleet(settings, options.folder, say) as fleet:
+        say(f"ready after {time.monotonic() - started:.1f} s")
+        say(f"Ansible's inventory: {fleet.inventory}")
+        say(f"a shell: {' '.join(fleet.ssh('server1'))}")
+        for server in fleet.servers.values():
+            server.release()
+        stay()
+
+
+def stay():
+    """The servers stay until the input ends or this process is asked to end."""
+    if sys.stdin.isatty():
+        say("Ctrl-D ends the servers")
+    while sys.stdin.readline():
+        pass
 
 
 def show(answer: dict, indent=""):
@@ -144,12 +175,23 @@ def parser() -> argparse.ArgumentParser:
     run.add_argument("--install-path", default="/srv/orv", help="install path in the guest (default /srv/orv)")
     run.add_argument("--overlay", type=Path, help="folder tree to copy over the guest's root")
     run.add_argument("--keep", action="store_true", help="keep the run folder when the server ends")
+    fleet = add("fleet", command_fleet, "start several servers that SSH reaches, with an inventory for Ansible")
+    fleet.add_argument("count", type=int, metavar="N", help="how many; they are named server1, server2 and so on")
+    fleet.add_argument("--product", default="KV6000", metavar="NAMES", help="product name in DMI (default KV6000)")
+    fleet.add_argument("--firmware", default="01-23", metavar="VERSIONS", help="running BMC firmware (default 01-23)")
+    fleet.add_argument("--tool", default="ipmitool", metavar="TOOLS",
+                       help=f"IPMI tool: {', '.join(TOOLS)} (default ipmitool)")
+    fleet.add_argument("--install-path", default="/opt/orv", help="install path in the guests (default /opt/orv)")
+    fleet.add_argument("--overlay", type=Path, help="folder tree to copy over the guests' root")
+    fleet.add_argument("--folder", type=Path, help="where the inventory and the keys are written, removed at the end")
+    fleet.add_argument("--keep", action="store_true", help="keep the run folders when the servers end")
+    fleet.epilog = "Several names, versions or tools, with commas between, are given to the servers in turn."
     order = add("bmc", command_bmc, "send an order to the BMC of a running server")
-    order.add_argument("--server", metavar="FOLDER", help="its run folder, when several servers are running")
+    order.add_argument("--server", metavar="SERVER", help="its run folder or name, when several are running")
     order.add_argument("--commands", type=int, default=20, metavar="N", help="commands that `state` lists (default 20)")
     order.add_argument("order", nargs="+", metavar="ORDER", help="an order of docs/lab.md with its words, e.g. state")
     library = add("library", command_library, "put a management library into a running server")
-    library.add_argument("--server", metavar="FOLDER", help="its run folder, when several servers are running")
+    library.add_argument("--server", metavar="SERVER", help="its run folder or name, when several are running")
     library.add_argument("--info", default="", help="the disk record as hexadecimal digits")
     library.add_argument("--error", default="", help="error code, e.g. 02")
     library.add_argument("--warning", default="", help="warning code, e.g. 01")
@@ -159,7 +201,7 @@ def parser() -> argparse.ArgumentParser:
     library.add_argument("--without", metavar="ENTRY", help="it lacks this entry point, e.g. CreateLibIF")
     library.add_argument("--absent", action="store_true", help="remove the library")
     guest = add("guest", command_guest, "run a command in a running server")
-    guest.add_argument("--server", metavar="FOLDER", help="its run folder, when several servers are running")
+    guest.add_argument("--server", metavar="SERVER", help="its run folder or name, when several are running")
     guest.add_argument("--timeout", type=float, default=900, metavar="SECONDS", help="time limit (default 900)")
     guest.add_argument("words", nargs=argparse.REMAINDER, metavar="COMMAND",
                        help="one word is a line for sh, several are a program and its arguments")

@@ -11,6 +11,7 @@ from kv6000.guest import Result
 from kv6000.guest_image import GuestImage
 from kv6000.kept_folder import KeptFolder, make_folder
 from kv6000.settings import ServerSettings
+from kv6000.ssh_image import SshImage
 
 START_ATTEMPTS = 5
 BMC = ("/usr/bin/ipmi_sim", "-n", "-c", "lan.conf", "-f", "bmc.emu", "-s", "state")
@@ -20,6 +21,22 @@ def free_port() -> int:
     with socket.socket() as probe:
         probe.bind(("127.0.0.1", 0))
         return probe.getsockname()[1]
+
+
+def answers_ssh(port: int, deadline: float) -> bool:
+    """Waits until an SSH server introduces itself at a port of 127.0.0.1. QEMU takes every connection, and drops it as
+    long as nobody listens in the guest."""
+    while time.monotonic() < deadline:
+        with socket.socket() as client:
+            client.settimeout(2)
+            try:
+                client.connect(("127.0.0.1", port))
+                if client.recv(4) == b"SSH-":
+                    return True
+            except OSError:
+                pass
+        time.sleep(0.1)
+    return False
 
 
 class Server:
@@ -60,6 +77,8 @@ class Server:
         """Starts the server; wait_until_up() is to follow."""
         image = GuestImage()
         image.ensure(self._progress)
+        if self.settings.login:
+            SshImage().ensure(self._progress)
         try:
             self.folder = make_folder("kv6000-")
             self._kept = KeptFolder(self.folder, BMC)
@@ -73,7 +92,7 @@ class Server:
     def wait_until_up(self, timeout: float = 60):
         """Waits for a boot that the caller has not seen at work yet; when that fails, the server is ended."""
         try:
-            self._guest.wait_for_new_boot(timeout)
+            self._wait_for_new_boot(timeout)
         except BaseException:
             self.close()
             raise
@@ -110,14 +129,14 @@ class Server:
 
     def wait_power_cycle(self, timeout: float = 60):
         """Waits until the machine has gone down and come up again since the caller last knew it up."""
-        self._guest.wait_for_new_boot(timeout)
+        self._wait_for_new_boot(timeout)
 
     def wait_off(self, timeout: float = 30):
         self._guest.wait_for_off(timeout)
 
     def power_on(self, timeout: float = 60):
         self.bmc("power-on")
-        self._guest.wait_for_new_boot(timeout)
+        self._wait_for_new_boot(timeout)
 
     def plan_flash_exits(self, exits):
         """What the coming runs of Yafuflash do: an exit code, "hang" or "ok" for each; the flash itself after that."""
@@ -138,6 +157,12 @@ class Server:
     def release(self):
         """Lets another client run commands in the guest; the next command of this one takes hold again."""
         self._guest.release()
+
+    def _wait_for_new_boot(self, timeout: float):
+        deadline = time.monotonic() + timeout
+        self._guest.wait_for_new_boot(timeout)
+        if self.settings.login and not answers_ssh(self.settings.login.port, deadline):
+            raise LabError(f"The SSH server is not there after {timeout:g} s.", last_lines(self.folder / "console.log"))
 
     def _start_bmc(self, image: GuestImage):
         for _ in range(START_ATTEMPTS):

@@ -8,6 +8,7 @@ from typing import Mapping, Sequence
 from kv6000.errors import LabError
 from kv6000.hardware import Dmi, lan_settings
 from kv6000.sdr import repository
+from kv6000.ssh_image import SshLogin
 
 TOOLS = ("ipmitool", "maker", "both", "none")
 # The major is seven bits wide in Get Device ID.
@@ -29,6 +30,7 @@ class ServerSettings:
     install_path  where the host is installed in the guest; a folder of the share, so that it survives power cycles
     overlay       a staged folder tree that is laid over the guest's root, libraries of its programs included
     keep          spare the run folder when the server ends
+    login         how the server is reached over SSH; None: it has no network card, no SSH server and no Python
     """
 
     tool: str = "ipmitool"
@@ -45,6 +47,7 @@ class ServerSettings:
     install_path: str = "/srv/orv"
     overlay: Path | None = None
     keep: bool = False
+    login: SshLogin | None = None
 
     def __post_init__(self):
         if self.tool not in TOOLS:

@@ -17,6 +17,7 @@ INLINE = re.compile(r"(\./dev|orvhost|lab/lab|tools/\w+|ipmitool|modprobe|man) \
 
 HERE = "tests/documents/commands_test.py"  # in the repository, before a temporary folder
 SERVER = "tests/lab/roads/document_commands_test.py"  # in a virtual server, or about one
+FLEET = "tests/lab/kv6000/lab_fleet_test.py"  # about several servers at once
 PACKAGES = "tests/lab/roads/debian_packages_test.py"  # with the packages of this build
 DEV = "tests/documents/dev_test.py"  # every step of ./dev, with recording programs in the place of the real ones
 
@@ -42,6 +43,7 @@ RULES = [
     Rule(r"git diff (tests/lab/golden)", HERE, r"ls \1"),
     Rule(r"lab/lab build", HERE),
     Rule(r"lab/lab packages FOLDER", HERE, "lab/lab packages {folder}/packages"),
+    Rule(r"lab/lab (fleet|\w+ --server server\d) .*|(ssh -F|ansible -i) /tmp/fleet/.*", FLEET),
     Rule(r"lab/lab .*", SERVER),
     Rule(r"install -D -m 755 Yafuflash (/.*)", HERE, r"install -D -m 755 {build}/lab/Yafuflash {folder}\1"),
     Rule(r"apt-get install (\./\w[\w.-]*\.deb ?)+", PACKAGES),

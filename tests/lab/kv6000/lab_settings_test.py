@@ -2,8 +2,13 @@
 
 import dataclasses
 import unittest
+from pathlib import Path
+from types import SimpleNamespace
 
 from kv6000 import LabError, ServerSettings
+from kv6000.boot import machine_command
+from kv6000.fleet import fleet_settings
+from kv6000.ssh_image import SshLogin
 
 REFUSED = (({"tool": "hammer"}, "no tool 'hammer': take ipmitool, maker, both or none"),
            ({"firmware": "1.23"}, "'1.23' is not"), ({"firmware": "zz-23"}, "'zz-23' is not"),
@@ -38,6 +43,28 @@ class TheSettingsOfAServer(unittest.TestCase):
         self.assertEqual(dataclasses.replace(settings, firmware="01-24").tool, "maker")
         with self.assertRaisesRegex(LabError, "no tool 'hammer'"):
             dataclasses.replace(settings, tool="hammer")
+
+    def test_of_a_fleet_are_given_to_its_servers_in_turn(self):
+        chosen = fleet_settings(3, products=["KV6000", "KV6000RT"], firmwares=["01-23", "06-10"], tools=["both"],
+                                install_path="/opt/orv")
+        self.assertEqual([(one.product, one.firmware, one.tool, one.install_path, one.serial) for one in chosen],
+                         [("KV6000", "01-23", "both", "/opt/orv", "KV6K000001"),
+                          ("KV6000RT", "06-10", "both", "/opt/orv", "KV6K000002"),
+                          ("KV6000", "01-23", "both", "/opt/orv", "KV6K000003")])
+        for one in (chosen[0], fleet_settings(200)[-1]):
+            self.assertEqual(len(one.bmc_lan()["mac"].split()), 6)
+        self.assertEqual(len({one.bmc_lan()["address"] for one in fleet_settings(200)}), 200)
+
+    def test_without_a_login_give_a_machine_no_network_card(self):
+        image = SimpleNamespace(kernel="vmlinux")
+        folder = Path("/nowhere")
+        login = SshLogin("server1", 20000, folder / "host_key", "ssh-ed25519 AAAA")
+        plain = machine_command(folder, ServerSettings(), image, 1)
+        reached = machine_command(folder, ServerSettings(login=login), image, 1)
+        self.assertEqual(reached[:len(plain)], plain)
+        self.assertEqual(reached[len(plain):],
+                         ["-netdev", "user,id=net,restrict=on,hostfwd=tcp:127.0.0.1:20000-:22",
+                          "-device", "virtio-net-pci,netdev=net,romfile="])
 
 
 if __name__ == "__main__":
