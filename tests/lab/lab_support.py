@@ -59,22 +59,27 @@ class Person:
         self.screen = ""
 
     def types(self, text: str):
-        os.write(self._keyboard, text.encode())
+        """In pieces, with a look at the screen between: a terminal whose screen is full takes no more keys."""
+        for start in range(0, len(text), 500):
+            os.write(self._keyboard, text[start:start + 500].encode())
+            self._look(0)
 
     def sees(self, text: str, seconds: float = 10):
         """Waits until the text appears on the screen, and forgets what was there before it."""
         deadline = time.monotonic() + seconds
         while text not in self.screen:
-            ready, _, _ = select.select([self._keyboard], [], [], 0.1)
-            try:
-                self.screen += os.read(self._keyboard, 4096).decode() if ready else ""
-            except OSError:
-                break  # the process has ended
-            if time.monotonic() > deadline:
-                break
-        if text not in self.screen:
-            raise AssertionError(f"'{text}' is not on the screen, but:\n{self.screen}")
+            if not self._look(0.1) or time.monotonic() > deadline:
+                raise AssertionError(f"'{text}' is not on the screen, but:\n{self.screen}")
         self.screen = self.screen.split(text, 1)[1]
+
+    def _look(self, seconds: float) -> bool:
+        """Reads what appears within the time. False when the process has ended."""
+        ready, _, _ = select.select([self._keyboard], [], [], seconds)
+        try:
+            self.screen += os.read(self._keyboard, 65536).decode() if ready else ""
+        except OSError:
+            return False
+        return True
 
     def close(self):
         self.process.kill()
