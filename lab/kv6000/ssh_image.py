@@ -1,4 +1,4 @@
-"""What a server gets on top when it is to be reached over SSH: a network card's drivers, an SSH server and Python.
+"""What a server gets on top when it is to be reached over SSH: the kernel drivers of a network card, an SSH server and Python.
 
 Only such servers need it, so it is built and kept apart from the guest that every server boots.
 """
@@ -70,7 +70,7 @@ class SshImage:
 
     def _build(self, work: Path, progress):
         tree = work / "tree"
-        progress("fetching the network card's drivers")
+        progress("fetching the kernel drivers of the network card")
         self._add_modules(work, tree)
         progress("fetching Python")
         self._add_python(work, tree)
