@@ -2,6 +2,7 @@
 
 #include "firmware/requests.h"
 #include "firmware/sdr_version.h"
+#include "firmware/version_text.h"
 #include "host/Results.h"
 #include "ipmi/retried_exchange.h"
 #include "ipmi/trace.h"
@@ -9,10 +10,6 @@
 namespace kestrel {
 
 namespace {
-
-bool Contains(const std::string& text, const char* part) {
-  return text.find(part) != std::string::npos;
-}
 
 // These families count their major versions in decimal ("mx400" is part of "mx4000").
 std::string MajorText(const std::string& revision, const std::string& serverType) {

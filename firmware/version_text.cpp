@@ -8,10 +8,6 @@ namespace kestrel {
 
 namespace {
 
-bool Contains(const std::string& text, const char* part) {
-  return text.find(part) != std::string::npos;
-}
-
 std::string LastPiece(std::string text) {
   const std::list<std::string> pieces = CStringUtil::Split(text, ":");
   return pieces.empty() ? "" : pieces.back();

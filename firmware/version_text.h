@@ -7,6 +7,10 @@
 
 namespace kestrel {
 
+[[nodiscard]] inline bool Contains(const std::string& text, const char* part) {
+  return text.find(part) != std::string::npos;
+}
+
 // Major and minor version of exactly "MM-mm", in decimal digits, as one number of four digits; nothing for any other
 // text.
 [[nodiscard]] std::optional<int> ParseBmcVersion(const std::string& text);

@@ -100,7 +100,7 @@ class CCommon_Information {
   // Deletes the file `path`, trying again for a short while; true when it is gone, also when it was never there.
   static bool RetryDeleteFile(const std::string& path);
 
-  // True when `path` is there, whatever it is.
+  // True when `path` is there, of any kind.
   static bool MyPathFileExists(const std::string& path);
 };
 

@@ -34,7 +34,7 @@ inline constexpr const char* kAbnormalVersion = "abnormal";
 // operations of CVendor.
 inline constexpr const char* kFirmwareKind = "firmware";
 
-// Answered by CCommon_Information::ExecForeignModule: the command ran to its end, whatever its exit status; it could
+// Answered by CCommon_Information::ExecForeignModule: the command ran to its end with any exit status; it could
 // not be run or a signal ended it; it ran into its time limit.
 inline constexpr int kCommandRan = 0;
 inline constexpr int kCommandNotRun = 1;

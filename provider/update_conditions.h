@@ -14,7 +14,7 @@ namespace kestrel {
 // for the ordinary model. Pure.
 [[nodiscard]] std::string ModelOfMachine(const std::string& serialNumber);
 
-// False when the package fits this machine, true when it must not be applied, also when that cannot be told. A machine
+// False when the package fits this machine, true when it must not be applied, also when that is unknown. A machine
 // whose version is of the form "BMC:..." takes the packages of its model; any other takes those whose version begins
 // with the two characters that its own begins with. The record is not looked at when the BMC cannot be read.
 [[nodiscard]] bool PackageDoesNotFit(CFirmware& firmware, const CManageRepositoryInfo* repository);

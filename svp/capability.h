@@ -1,5 +1,5 @@
-// Asks the BMC which server config files it takes. What an unanswered or negative question means, and how it is told,
-// is the sender's.
+// Asks the BMC which server config files it takes. What an unanswered or negative question means, and how it is
+// reported, is the sender's.
 #ifndef SVP_CAPABILITY_H
 #define SVP_CAPABILITY_H
 

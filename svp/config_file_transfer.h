@@ -35,7 +35,7 @@ enum class FinalFailure {
   kRecordOnly,     // nothing, and no end line
 };
 
-// One transfer. A step is tried three times; its failed attempts that are tried again are always told.
+// One transfer. A step is tried three times; its failed attempts that are tried again are always traced.
 class ConfigFileTransfer {
  public:
   // `trace` is the sender's own operation and `detail` its detail text; both must outlive the transfer.
@@ -66,7 +66,7 @@ class ConfigFileTransfer {
 };
 
 // Unlocks the file with the id byte `fileId`: 0 when it is unlocked, -1 when three attempts failed, of which the last
-// is told by nobody.
+// is not traced.
 int UnlockConfigFile(const std::string& toolPath, const std::string& fileId);
 
 }  // namespace kestrel

@@ -17,7 +17,7 @@ namespace {
 
 void ReportNoCapability(Level level) {
   if (level != kRetry) {
-    return;  // the last attempt is told by "not supported" alone
+    return;  // of the last attempt "not supported" says it alone
   }
   CTraceUtility::WriteDebug(kChannel, level, "Get Capability Failed");
   // An end line after every attempt that is followed by another; readers of the trace match on it.
@@ -42,7 +42,7 @@ std::unique_ptr<CBMC_MngLib> OpenLibrary() {
   }
 }
 
-// Asks `library` and unloads it: whatever happens to the transfer, it is not kept loaded meanwhile.
+// Asks `library` and unloads it: it is not kept loaded during the transfer, however that ends.
 bool AskAndClose(std::unique_ptr<CBMC_MngLib> library, std::string* info, std::string* errorCode) {
   std::string warningCode;
   const bool succeeded = library->GetHddInfoToSVP(info, errorCode, &warningCode);
@@ -62,7 +62,7 @@ void RecordQueryFailure(const std::string& errorCode) {
   }
 }
 
-// Pairs of characters, whatever they are; nothing when one is left over.
+// Pairs of any characters; nothing when one is left over.
 std::optional<std::list<std::string>> Pairs(const std::string& text) {
   if (text.size() % 2 != 0) {
     return std::nullopt;

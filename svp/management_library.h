@@ -31,7 +31,7 @@ class CBMC_MngLib {
   void Unload();
 
   // The disk information record as pairs of hexadecimal digits, an error code and a warning code, as the library gives
-  // them. False when it reports a failure; the texts are then whatever it has left in them.
+  // them. False when it reports a failure; the texts are then as it has left them.
   bool GetHddInfoToSVP(std::string* info, std::string* errCode, std::string* wrnCode);
 
   // Fills `items`: 0; 1 when the call failed; 2 when it succeeded with the warning "01". Filled or not, `items` is to

@@ -24,7 +24,7 @@ void AppendItem(const std::string& text, int lengthBytes, std::list<std::string>
 
 bool IsSupported(const std::string& toolPath) {
   const auto report = [](Level /*level*/) {
-    // The last attempt is told at the level of the others.
+    // The last attempt is reported at the level of the others.
     CTraceUtility::WriteDebug(kChannel, kRetry, "Get Capability Failed");
   };
   const int flags = ReadSupportFlags(toolPath, report).value_or(0);

@@ -45,7 +45,7 @@ Lines Mismatch(const std::string& running, const std::string& installed) {
           kCheckEnd};
 }
 
-TEST_F(CheckAppliedTest, AnotherVersionRuns) {
+TEST_F(CheckAppliedTest, FailsWhenAnotherVersionRuns) {
   // Neither the start of a version nor its other letter case will do.
   const std::pair<std::string, std::string> versions[] = {
       {"01-23", "01-24"}, {"01-2", "01-24"}, {"01-24", "01-2"}, {"0A-24", "0a-24"}, {"01-24", ""}};
@@ -58,7 +58,7 @@ TEST_F(CheckAppliedTest, AnotherVersionRuns) {
   }
 }
 
-TEST_F(CheckAppliedTest, ABmcThatCannotBeAskedHasNotBeenUpdated) {
+TEST_F(CheckAppliedTest, FailsWhenTheBmcCannotBeAsked) {
   firmware_.operatingVersion = "abnormal";
   host_.operatingModule.moduleVersion = "abnormal";
   EXPECT_EQ(CheckApplied(firmware_), 1);
@@ -109,7 +109,7 @@ TEST_F(ApplyUpdateTest, WithoutAMarkerTheMachineRebootsAndTheBmcIsNotAsked) {
   EXPECT_TRUE(SameLines(host_.TakeJournal(), {kStart, kReboot, kEnd}));
 }
 
-TEST_F(ApplyUpdateTest, ARebootThatIsRefused) {
+TEST_F(ApplyUpdateTest, FailsWhenTheRebootIsRefused) {
   host_.System("shutdown -r now ", 256);
   EXPECT_EQ(ApplyUpdate(kIpmitoolPath), 0);
   EXPECT_TRUE(SameLines(host_.TakeJournal(), {kStart, kReboot, "record MSGID_BMC_0004_F 1A", "2 reboot fail", kEnd}));
@@ -147,7 +147,7 @@ TEST_F(ApplyUpdateTest, ABusyBmcIsAskedAgain) {
                                               kDelete, kHalt, kEnd}));
 }
 
-TEST_F(ApplyUpdateTest, AFlagThatIsNeverTakenKeepsTheMarker) {
+TEST_F(ApplyUpdateTest, FailsWhenTheFlagIsNeverTakenAndKeepsTheMarker) {
   LeaveMarker();
   host_.Answer(kSetFlag, "c1", 3);
   EXPECT_EQ(ApplyUpdate(kMakersToolPath), 0);
@@ -157,7 +157,7 @@ TEST_F(ApplyUpdateTest, AFlagThatIsNeverTakenKeepsTheMarker) {
   EXPECT_TRUE(MarkerIsThere());
 }
 
-TEST_F(ApplyUpdateTest, AToolThatFailsLeavesTheCompletionCodeOpen) {
+TEST_F(ApplyUpdateTest, FailsWithoutACompletionCodeWhenTheToolFails) {
   LeaveMarker();
   host_.Answer(kSetFlag, "c1", 3);
   EXPECT_EQ(ApplyUpdate(kIpmitoolPath), 0);
@@ -166,7 +166,7 @@ TEST_F(ApplyUpdateTest, AToolThatFailsLeavesTheCompletionCodeOpen) {
       SameLines(host_.TakeJournal(), {kStart, refused.Times(2), FailedRequest(kSetFlag), GivenUp(SetFailed(""))}));
 }
 
-TEST_F(ApplyUpdateTest, ACheckThatNeverConfirmsKeepsTheMarker) {
+TEST_F(ApplyUpdateTest, FailsWhenTheCheckNeverConfirmsAndKeepsTheMarker) {
   LeaveMarker();
   host_.Answer(kSetFlag, "00", 3);
   host_.Answer(kCheckFlag, "00 00", 3);
@@ -190,7 +190,7 @@ TEST_F(ApplyUpdateTest, ACheckMayFailInEveryWayAndStillBeConfirmedAtLast) {
                                               Retried(CheckFailed("00", "")), asked, kDelete, kHalt, kEnd}));
 }
 
-TEST_F(ApplyUpdateTest, ACheckThatTheToolFailsAtShowsNoData) {
+TEST_F(ApplyUpdateTest, FailsWithoutDataWhenTheToolFailsAtTheCheck) {
   LeaveMarker();
   host_.Answer(kSetFlag, "00", 3);
   host_.Answer(kCheckFlag, "00 00");
@@ -203,7 +203,7 @@ TEST_F(ApplyUpdateTest, ACheckThatTheToolFailsAtShowsNoData) {
   EXPECT_TRUE(MarkerIsThere());
 }
 
-TEST_F(ApplyUpdateTest, ACheckThatCannotBeReadDoesNotConfirmWhateverItBeginsWith) {
+TEST_F(ApplyUpdateTest, FailsWhenTheCheckCannotBeReadThoughItBeginsWell) {
   LeaveMarker();
   host_.Answer(kSetFlag, "00", 3);
   host_.AnswerRaw(kCheckFlag, {0, 0, "01 123\n"}, 3);
@@ -214,7 +214,7 @@ TEST_F(ApplyUpdateTest, ACheckThatCannotBeReadDoesNotConfirmWhateverItBeginsWith
   EXPECT_TRUE(MarkerIsThere());
 }
 
-TEST_F(ApplyUpdateTest, ASetFlagWhoseAnswerCannotBeReadIsNotTaken) {
+TEST_F(ApplyUpdateTest, FailsWhenTheAnswerToTheFlagCannotBeRead) {
   LeaveMarker();
   host_.AnswerRaw(kSetFlag, {0, 0, "123\n"}, 3);
   EXPECT_EQ(ApplyUpdate(kIpmitoolPath), 0);
@@ -222,7 +222,7 @@ TEST_F(ApplyUpdateTest, ASetFlagWhoseAnswerCannotBeReadIsNotTaken) {
                                               BrokenRequest(kSetFlag), GivenUp(SetFailed("00"))}));
 }
 
-TEST_F(ApplyUpdateTest, EachAttemptShowsItsOwnCompletionCode) {
+TEST_F(ApplyUpdateTest, FailsWithTheCompletionCodeOfEachAttempt) {
   LeaveMarker();
   host_.Answer(kSetFlag, "c1");
   host_.AnswerRaw(kSetFlag, {0, 1, ""});
@@ -233,7 +233,7 @@ TEST_F(ApplyUpdateTest, EachAttemptShowsItsOwnCompletionCode) {
                          Retried(SetFailed("")), MakersRequest(kSetFlag), GivenUp(SetFailed("c3"))}));
 }
 
-TEST_F(ApplyUpdateTest, BothCommandsShareTheThreeAttempts) {
+TEST_F(ApplyUpdateTest, FailsAfterThreeAttemptsThatBothCommandsShare) {
   LeaveMarker();
   host_.Answer(kSetFlag, "c0");
   host_.Answer(kSetFlag, "00");
@@ -246,7 +246,7 @@ TEST_F(ApplyUpdateTest, BothCommandsShareTheThreeAttempts) {
        Retried(CheckFailed("00", "00")), MakersRequest(kSetFlag), GivenUp(SetFailed("c0"))}));
 }
 
-TEST_F(ApplyUpdateTest, WithoutAToolTheFlagCannotBeArmed) {
+TEST_F(ApplyUpdateTest, FailsWithoutATool) {
   LeaveMarker();
   EXPECT_EQ(ApplyUpdate(""), 0);
   const Lines noTool = {"4 CBMC_KESTREL_Firmware::ExecIPMICommand() [START]", "2 Tool path is empty",
@@ -267,7 +267,7 @@ TEST_F(ApplyUpdateTest, AMarkerThatCannotBeDeletedKeepsTheMachineUp) {
   EXPECT_TRUE(MarkerIsThere());
 }
 
-TEST_F(ApplyUpdateTest, AHaltThatIsRefused) {
+TEST_F(ApplyUpdateTest, FailsWhenTheHaltIsRefused) {
   LeaveMarker();
   host_.Answer(kSetFlag, "00");
   host_.Answer(kCheckFlag, "00 01");

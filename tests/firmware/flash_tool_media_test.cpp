@@ -14,7 +14,7 @@ TEST_F(FlashToolMethodTest, ABmcTooBusyToConnectIsAskedAgain) {
   ExpectJournal({Staged(), kImage, busy.Times(2), Prepared(), Flashed(), Completed(), kDone});
 }
 
-TEST_F(FlashToolMethodTest, AConnectionThatFailsThreeTimes) {
+TEST_F(FlashToolMethodTest, FailsWhenTheConnectionFailsThreeTimes) {
   host_.Answer(kConnect, "c1", 3);
   EXPECT_EQ(Run(), 1);
   const Lines refused = {MakersRequest(kConnect), ConnectRetried("c1")};
@@ -22,7 +22,7 @@ TEST_F(FlashToolMethodTest, AConnectionThatFailsThreeTimes) {
                  GivenUp("MSGID_BMC_0012_F 14", ConnectFailed("c1"))});
 }
 
-TEST_F(FlashToolMethodTest, AConnectionThatFailsThroughIpmitoolShowsNoCode) {
+TEST_F(FlashToolMethodTest, FailsWithoutACodeWhenTheConnectionFailsThroughIpmitool) {
   host_.Answer(kConnect, "c1", 3);
   EXPECT_EQ(Run(kIpmitoolPath), 1);
   const Lines refused = {FailedRequest(kConnect), ConnectRetried("")};
@@ -39,7 +39,7 @@ TEST_F(FlashToolMethodTest, ADeviceThatIsNotThereIsConnectedAgain) {
                  Retried(DeviceFailed("c0", "01")), Prepared(), Flashed(), Completed(), kDone});
 }
 
-TEST_F(FlashToolMethodTest, ADeviceThatIsNeverThere) {
+TEST_F(FlashToolMethodTest, FailsWhenTheDeviceIsNeverThere) {
   host_.Answer(kCheckDevice, "00", 3);
   EXPECT_EQ(Run(), 1);
   const Lines missing = {Connected(), Retried(DeviceFailed("00", ""))};
@@ -47,7 +47,7 @@ TEST_F(FlashToolMethodTest, ADeviceThatIsNeverThere) {
       {Staged(), kImage, missing.Times(2), Connected(), GivenUp("MSGID_BMC_0012_F 14", DeviceFailed("00", ""))});
 }
 
-TEST_F(FlashToolMethodTest, ADeviceThatTheToolCannotAskForShowsNoData) {
+TEST_F(FlashToolMethodTest, FailsWithoutDataWhenTheToolCannotAskForTheDevice) {
   host_.Answer(kCheckDevice, "00 00");
   host_.Answer(kCheckDevice, "c1", 2);
   EXPECT_EQ(Run(kIpmitoolPath), 1);
@@ -56,7 +56,7 @@ TEST_F(FlashToolMethodTest, ADeviceThatTheToolCannotAskForShowsNoData) {
                  Retried(DeviceFailed("", "")), asked, GivenUp("MSGID_BMC_0012_F 14", DeviceFailed("", ""))});
 }
 
-TEST_F(FlashToolMethodTest, ADeviceIsNotThereWhileTheAnswerCannotBeRead) {
+TEST_F(FlashToolMethodTest, FailsWhenTheAnswerAboutTheDeviceCannotBeRead) {
   host_.AnswerRaw(kCheckDevice, {0, 0, "01 123\n"}, 3);
   EXPECT_EQ(Run(kIpmitoolPath), 1);
   const Lines asked = {Request(kConnect), kSlept, BrokenRequest(kCheckDevice)};
@@ -64,7 +64,7 @@ TEST_F(FlashToolMethodTest, ADeviceIsNotThereWhileTheAnswerCannotBeRead) {
                  GivenUp("MSGID_BMC_0012_F 14", DeviceFailed("00", "01"))});
 }
 
-TEST_F(FlashToolMethodTest, EachFailedConnectionShowsItsOwnCode) {
+TEST_F(FlashToolMethodTest, FailsWithTheCodeOfEachConnection) {
   host_.Answer(kConnect, "c1");
   host_.AnswerRaw(kConnect, {0, 1, ""});
   host_.Answer(kConnect, "c3");
@@ -73,7 +73,7 @@ TEST_F(FlashToolMethodTest, EachFailedConnectionShowsItsOwnCode) {
                  ConnectRetried(""), MakersRequest(kConnect), GivenUp("MSGID_BMC_0012_F 14", ConnectFailed("c3"))});
 }
 
-TEST_F(FlashToolMethodTest, AFailedConnectionReplacesTheCodesOfFlashRuns) {
+TEST_F(FlashToolMethodTest, FailsAtAConnectionWhoseCodeReplacesThoseOfFlashRuns) {
   host_.Answer(kConnect, "00");
   host_.Answer(kConnect, "c1", 3);
   FlashEnds({0, 5, ""});
@@ -83,7 +83,7 @@ TEST_F(FlashToolMethodTest, AFailedConnectionReplacesTheCodesOfFlashRuns) {
                  MakersRequest(kConnect), GivenUp("MSGID_BMC_0012_F 14", ConnectFailed("c1"))});
 }
 
-TEST_F(FlashToolMethodTest, AMissingDeviceReplacesTheCodesOfFlashRuns) {
+TEST_F(FlashToolMethodTest, FailsAtAMissingDeviceWhoseCodeReplacesThoseOfFlashRuns) {
   host_.Answer(kCheckDevice, "00 01", 2);
   host_.Answer(kCheckDevice, "00 00", 3);
   FlashEnds({0, static_cast<unsigned long>(-2), ""}, 2);
@@ -94,7 +94,7 @@ TEST_F(FlashToolMethodTest, AMissingDeviceReplacesTheCodesOfFlashRuns) {
                  GivenUp("MSGID_BMC_0012_F 14", DeviceFailed("00", "00"))});
 }
 
-TEST_F(FlashToolMethodTest, ConnectionAndDeviceShareTheThreeFailuresConnectionLast) {
+TEST_F(FlashToolMethodTest, FailsAtTheThirdFailureWhichIsTheConnections) {
   host_.Answer(kConnect, "c0");
   host_.Answer(kConnect, "00");
   host_.Answer(kCheckDevice, "00 00");
@@ -105,7 +105,7 @@ TEST_F(FlashToolMethodTest, ConnectionAndDeviceShareTheThreeFailuresConnectionLa
                  GivenUp("MSGID_BMC_0012_F 14", ConnectFailed("c3"))});
 }
 
-TEST_F(FlashToolMethodTest, ConnectionAndDeviceShareTheThreeFailuresDeviceLast) {
+TEST_F(FlashToolMethodTest, FailsAtTheThirdFailureWhichIsTheDevices) {
   host_.Answer(kConnect, "c0", 2);
   host_.Answer(kCheckDevice, "00 00");
   EXPECT_EQ(Run(), 1);
@@ -131,7 +131,7 @@ TEST_F(FlashToolMethodTest, FailedConnectionsCountOnOverFlashRuns) {
                  MakersRequest(kConnect), GivenUp("MSGID_BMC_0012_F 14", ConnectFailed("c2"))});
 }
 
-TEST_F(FlashToolMethodTest, WithoutAnIpmiToolNothingIsConnected) {
+TEST_F(FlashToolMethodTest, FailsWithoutAnIpmiTool) {
   const Lines noTool = {"4 CBMC_KESTREL_Firmware::ExecIPMICommand() [START]", "2 Tool path is empty",
                         "4 CBMC_KESTREL_Firmware::ExecIPMICommand() [END]"};
   EXPECT_EQ(Run(""), 1);
@@ -160,7 +160,7 @@ TEST_F(FlashToolMethodTest, ABmcTooBusyToDisableTheWaitIsAskedAgain) {
                  Completed(), kDone});
 }
 
-TEST_F(FlashToolMethodTest, AWaitThatIsNeverDisabledEndsAtTheLevelOfValues) {
+TEST_F(FlashToolMethodTest, FailsAtTheLevelOfValuesWhenTheWaitIsNeverDisabled) {
   host_.Answer(kDisable, "c1", 3);
   EXPECT_EQ(Run(), 1);
   const Lines refused = {MakersRequest(kDisable), Retried(DisableFailed("c1"))};
@@ -168,7 +168,7 @@ TEST_F(FlashToolMethodTest, AWaitThatIsNeverDisabledEndsAtTheLevelOfValues) {
                  "1 " + DisableFailed("c1"), kEnd});
 }
 
-TEST_F(FlashToolMethodTest, AWaitThatIsNeverSeenDisabled) {
+TEST_F(FlashToolMethodTest, FailsWhenTheWaitIsNeverSeenDisabled) {
   host_.Answer(kCheckDisabled, "00 01", 3);
   EXPECT_EQ(Run(), 1);
   const Lines waiting = {WaitDisabled(), Retried(CheckFailed("00", "01"))};
@@ -176,7 +176,7 @@ TEST_F(FlashToolMethodTest, AWaitThatIsNeverSeenDisabled) {
                  GivenUp("MSGID_BMC_0012_F 1F", CheckFailed("00", "01"))});
 }
 
-TEST_F(FlashToolMethodTest, AWaitThatIsNeverDisabledThroughIpmitoolShowsNoCode) {
+TEST_F(FlashToolMethodTest, FailsWithoutACodeWhenTheWaitIsNeverDisabledThroughIpmitool) {
   host_.Answer(kDisable, "c1", 3);
   EXPECT_EQ(Run(kIpmitoolPath), 1);
   const Lines refused = {FailedRequest(kDisable), Retried(DisableFailed(""))};
@@ -184,7 +184,7 @@ TEST_F(FlashToolMethodTest, AWaitThatIsNeverDisabledThroughIpmitoolShowsNoCode) 
                  "record MSGID_BMC_0012_F 1F", "1 " + DisableFailed(""), kEnd});
 }
 
-TEST_F(FlashToolMethodTest, EachFailedDisablingShowsItsOwnCode) {
+TEST_F(FlashToolMethodTest, FailsWithTheCodeOfEachDisabling) {
   host_.Answer(kDisable, "c1");
   host_.AnswerRaw(kDisable, {0, 1, ""});
   host_.Answer(kDisable, "c3");
@@ -194,7 +194,7 @@ TEST_F(FlashToolMethodTest, EachFailedDisablingShowsItsOwnCode) {
                  "record MSGID_BMC_0012_F 1F", "1 " + DisableFailed("c3"), kEnd});
 }
 
-TEST_F(FlashToolMethodTest, AWaitThatTheToolCannotAskForShowsNoData) {
+TEST_F(FlashToolMethodTest, FailsWithoutDataWhenTheToolCannotAskForTheWait) {
   host_.Answer(kCheckDisabled, "00 01");
   host_.Answer(kCheckDisabled, "c1", 2);
   EXPECT_EQ(Run(kIpmitoolPath), 1);
@@ -203,7 +203,7 @@ TEST_F(FlashToolMethodTest, AWaitThatTheToolCannotAskForShowsNoData) {
                  asked, Retried(CheckFailed("", "")), asked, GivenUp("MSGID_BMC_0012_F 1F", CheckFailed("", ""))});
 }
 
-TEST_F(FlashToolMethodTest, AWaitIsNotSeenDisabledWhileTheAnswerCannotBeRead) {
+TEST_F(FlashToolMethodTest, FailsWhenTheAnswerAboutTheWaitCannotBeRead) {
   host_.AnswerRaw(kCheckDisabled, {0, 0, "00 123\n"}, 3);
   EXPECT_EQ(Run(kIpmitoolPath), 1);
   const Lines asked = {Request(kDisable), BrokenRequest(kCheckDisabled)};
@@ -211,7 +211,7 @@ TEST_F(FlashToolMethodTest, AWaitIsNotSeenDisabledWhileTheAnswerCannotBeRead) {
                  asked, GivenUp("MSGID_BMC_0012_F 1F", CheckFailed("00", "00"))});
 }
 
-TEST_F(FlashToolMethodTest, AWaitThatIsNotDisabledReplacesTheCodesOfFlashRuns) {
+TEST_F(FlashToolMethodTest, FailsAtAWaitNotDisabledWhoseCodeReplacesThoseOfFlashRuns) {
   host_.Answer(kDisable, "00");
   host_.Answer(kDisable, "c1", 3);
   FlashEnds({0, 5, ""});
@@ -221,7 +221,7 @@ TEST_F(FlashToolMethodTest, AWaitThatIsNotDisabledReplacesTheCodesOfFlashRuns) {
                  MakersRequest(kDisable), "record MSGID_BMC_0012_F 1F", "1 " + DisableFailed("c1"), kEnd});
 }
 
-TEST_F(FlashToolMethodTest, AWaitThatIsNotSeenDisabledReplacesTheCodesOfFlashRuns) {
+TEST_F(FlashToolMethodTest, FailsAtAWaitNotSeenDisabledWhoseCodeReplacesThoseOfFlashRuns) {
   host_.Answer(kCheckDisabled, "00 00", 2);
   host_.Answer(kCheckDisabled, "00 01", 3);
   FlashEnds({0, 5, ""}, 2);
@@ -242,7 +242,7 @@ TEST_F(FlashToolMethodTest, AFailedPassStartsWithTheDisablingAgain) {
                  kDone});
 }
 
-TEST_F(FlashToolMethodTest, DisablingAndItsCheckShareTheThreePassesCheckLast) {
+TEST_F(FlashToolMethodTest, FailsAtTheThirdPassWhichTheCheckFails) {
   host_.Answer(kDisable, "c0", 2);
   host_.Answer(kCheckDisabled, "00 01");
   EXPECT_EQ(Run(), 1);
@@ -251,7 +251,7 @@ TEST_F(FlashToolMethodTest, DisablingAndItsCheckShareTheThreePassesCheckLast) {
                  GivenUp("MSGID_BMC_0012_F 1F", CheckFailed("00", "01"))});
 }
 
-TEST_F(FlashToolMethodTest, DisablingAndItsCheckShareTheThreePassesDisablingLast) {
+TEST_F(FlashToolMethodTest, FailsAtTheThirdPassWhichTheDisablingFails) {
   host_.Answer(kDisable, "00", 2);
   host_.Answer(kDisable, "c0");
   host_.Answer(kCheckDisabled, "00 01", 2);

@@ -24,19 +24,19 @@ TEST_F(FlashToolMethodTest, TheRoadThroughIpmitool) {
 
 // --- The image.
 
-TEST_F(FlashToolMethodTest, AWorkFolderThatCannotBeListed) {
+TEST_F(FlashToolMethodTest, FailsWhenTheWorkFolderCannotBeListed) {
   host_.folderCanBeListed = false;
   EXPECT_EQ(Run(), 1);
   ExpectJournal({Staged(), kListed, GivenUp("MSGID_BMC_0009_F 17", "Failed to open directory " + kFolder)});
 }
 
-TEST_F(FlashToolMethodTest, AnEmptyWorkFolderHasNoImage) {
+TEST_F(FlashToolMethodTest, FailsWithAnEmptyWorkFolder) {
   host_.workFolderEntries = {};
   EXPECT_EQ(Run(), 1);
   ExpectJournal({Staged(), kListed, GivenUp("MSGID_BMC_0020_F 11", "Failed to find module")});
 }
 
-TEST_F(FlashToolMethodTest, AWorkFolderWithoutAnImage) {
+TEST_F(FlashToolMethodTest, FailsWithAWorkFolderWithoutAnImage) {
   host_.workFolderEntries = {".", "..", "bmc.img", "bmc.IMA", "ima", "bmcima"};
   EXPECT_EQ(Run(), 1);
   ExpectJournal({Staged(), kListed, GivenUp("MSGID_BMC_0020_F 11", "Failed to find module")});
@@ -62,7 +62,7 @@ TEST_F(FlashToolMethodTest, APercentSignInAPathIsNoConversion) {
 
 // --- The running version and the write mode.
 
-TEST_F(FlashToolMethodTest, ABmcThatCannotBeAskedIsNotFlashed) {
+TEST_F(FlashToolMethodTest, FailsWhenTheBmcCannotBeAsked) {
   firmware_.operatingVersion = "abnormal";
   EXPECT_EQ(Run(), 1);
   ExpectJournal({Staged(), kImage, "record MSGID_BMC_0011_F 1C", "4 Failed to get Operating Version [abnormal]", kEnd});
@@ -100,7 +100,7 @@ TEST_F(FlashToolMethodTest, ABmcTooBusyForThePhraseIsAskedAgain) {
       {Staged(), kImage, busy.Times(2), MakersRequest(WriteModeRequest()), Prepared(), Flashed(), Completed(), kDone});
 }
 
-TEST_F(FlashToolMethodTest, APhraseThatIsRefusedThreeTimes) {
+TEST_F(FlashToolMethodTest, FailsWhenThePhraseIsRefusedThreeTimes) {
   firmware_.operatingVersion = "16-01";
   host_.Answer(WriteModeRequest(), "d4", 3);
   EXPECT_EQ(Run(), 1);
@@ -109,7 +109,7 @@ TEST_F(FlashToolMethodTest, APhraseThatIsRefusedThreeTimes) {
                  GivenUp("MSGID_BMC_0012_F 13", WriteModeFailed("d4"))});
 }
 
-TEST_F(FlashToolMethodTest, EachRefusedPhraseShowsItsOwnCode) {
+TEST_F(FlashToolMethodTest, FailsWithTheCodeOfEachRefusedPhrase) {
   firmware_.operatingVersion = "06-01";
   host_.Answer(WriteModeRequest(), "c1");
   host_.AnswerRaw(WriteModeRequest(), {0, 1, ""});
@@ -120,7 +120,7 @@ TEST_F(FlashToolMethodTest, EachRefusedPhraseShowsItsOwnCode) {
                  Retried(WriteModeFailed("")), asked, GivenUp("MSGID_BMC_0012_F 13", WriteModeFailed("c3"))});
 }
 
-TEST_F(FlashToolMethodTest, APhraseThatIsRefusedThroughIpmitoolShowsNoCode) {
+TEST_F(FlashToolMethodTest, FailsWithoutACodeWhenThePhraseIsRefusedThroughIpmitool) {
   firmware_.operatingVersion = "06-01";
   host_.Answer(WriteModeRequest(), "d4", 3);
   EXPECT_EQ(Run(kIpmitoolPath), 1);

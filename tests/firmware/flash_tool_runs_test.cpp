@@ -6,14 +6,14 @@ namespace kestrel {
 
 namespace {
 
-TEST_F(FlashToolMethodTest, AMissingFlashToolLeavesTheMediaConnected) {
+TEST_F(FlashToolMethodTest, FailsWithoutTheFlashToolAndLeavesTheMediaConnected) {
   host_.readableFiles = {};
   EXPECT_EQ(Run(), 1);
   ExpectJournal({Staged(), kImage, Connected(), WaitDisabled(), kToolFound,
                  GivenUp("MSGID_BMC_0009_F 24", "Failed to get update tool " + kTool)});
 }
 
-TEST_F(FlashToolMethodTest, AFlashToolThatGetsLostPutsItsCodeInFront) {
+TEST_F(FlashToolMethodTest, FailsWithItsCodeInFrontWhenTheFlashToolGetsLost) {
   FlashEnds({0, 5, "", [this] { host_.readableFiles.clear(); }});
   EXPECT_EQ(Run(), 1);
   ExpectJournal({Staged(), kImage, Prepared(), FlashFailed(5), Disconnected(), Connected(), WaitDisabled(), kToolFound,
@@ -53,7 +53,7 @@ TEST_F(FlashToolMethodTest, ADriverMayTakeThreeAttemptsToLoad) {
                  Executed(kModprobe, 0, 0), Flashed(), Completed(), kDone});
 }
 
-TEST_F(FlashToolMethodTest, ADriverThatCannotBeLoadedEndsTheUpdateWithARecordOnly) {
+TEST_F(FlashToolMethodTest, FailsWithARecordOnlyWhenTheDriverCannotBeLoaded) {
   host_.Command(kLsmod, {0, 1, ""});
   host_.Command(kModprobe, {0, 1, ""}, 3);
   EXPECT_EQ(Run(), 1);
@@ -62,7 +62,7 @@ TEST_F(FlashToolMethodTest, ADriverThatCannotBeLoadedEndsTheUpdateWithARecordOnl
                  "sleep 1000", failed, "sleep 1000", failed, "record MSGID_BMC_0009_F 2A", kEnd});
 }
 
-TEST_F(FlashToolMethodTest, ADriverThatGetsLostPutsItsCodeInFront) {
+TEST_F(FlashToolMethodTest, FailsWithItsCodeInFrontWhenTheDriverGetsLost) {
   FlashEnds({0, static_cast<unsigned long>(-2), ""});
   host_.Command(kLsmod, {0, 1, ""});
   host_.Command(kModprobe, {0, 1, ""}, 3);
@@ -75,7 +75,7 @@ TEST_F(FlashToolMethodTest, ADriverThatGetsLostPutsItsCodeInFront) {
 
 // --- The flash command.
 
-TEST_F(FlashToolMethodTest, AFlashCommandThatFailsThreeTimes) {
+TEST_F(FlashToolMethodTest, FailsWhenTheFlashCommandFailsThreeTimes) {
   FlashEnds({0, 5, ""}, 3);
   EXPECT_EQ(Run(), 1);
   const Lines failed = {Prepared(), FlashFailed(5)};
@@ -83,7 +83,7 @@ TEST_F(FlashToolMethodTest, AFlashCommandThatFailsThreeTimes) {
                  GivenUp("MSGID_BMC_0013_F 161616", "Failed to execute update command " + FlashCommand())});
 }
 
-TEST_F(FlashToolMethodTest, AnExitStatusOfMinusTwoHasACodeOfItsOwn) {
+TEST_F(FlashToolMethodTest, FailsWithACodeOfItsOwnAtAnExitStatusOfMinusTwo) {
   FlashEnds({0, static_cast<unsigned long>(-2), ""}, 2);
   FlashEnds({0, 4294967294UL, ""});  // a host that keeps 32 bits of it
   EXPECT_EQ(Run(), 1);
@@ -92,7 +92,7 @@ TEST_F(FlashToolMethodTest, AnExitStatusOfMinusTwoHasACodeOfItsOwn) {
                  GivenUp("MSGID_BMC_0013_F 1E1E1E", "Failed to execute update command " + FlashCommand())});
 }
 
-TEST_F(FlashToolMethodTest, CodesOfDifferentFailuresStandNewestFirst) {
+TEST_F(FlashToolMethodTest, FailsWithTheCodesOfDifferentRunsNewestFirst) {
   FlashEnds({0, static_cast<unsigned long>(-2), ""});
   FlashEnds({0, 5, ""});
   FlashEnds({0, 254, ""});  // not the same as -2
@@ -102,7 +102,7 @@ TEST_F(FlashToolMethodTest, CodesOfDifferentFailuresStandNewestFirst) {
                  GivenUp("MSGID_BMC_0013_F 16161E", "Failed to execute update command " + FlashCommand())});
 }
 
-TEST_F(FlashToolMethodTest, AFlashCommandThatCannotBeRunHasNoCode) {
+TEST_F(FlashToolMethodTest, FailsWithoutACodeWhenTheFlashCommandCannotBeRun) {
   FlashEnds({1, 0, ""}, 3);
   EXPECT_EQ(Run(), 1);
   const Lines failed = {Prepared(), Flashed(), "16 Failed to execute ExecCommand"};
@@ -121,7 +121,7 @@ TEST_F(FlashToolMethodTest, AFlashCommandThatCannotBeRunMayHaveAnExitStatusAllTh
                  Completed(), kDone});
 }
 
-TEST_F(FlashToolMethodTest, AnyOtherResultCountsAsAFailedRunWithoutALine) {
+TEST_F(FlashToolMethodTest, FailsWithoutALineAtAnyOtherResult) {
   FlashEnds({2, 0, ""}, 3);
   EXPECT_EQ(Run(), 1);
   const Lines failed = {Prepared(), Flashed()};
@@ -159,7 +159,7 @@ TEST_F(FlashToolMethodTest, AFlashCommandThatTakesTooLongMayHaveAnyExitStatus) {
 
 // --- The disconnection before another run.
 
-TEST_F(FlashToolMethodTest, ADisconnectionThatFailsEndsTheUpdate) {
+TEST_F(FlashToolMethodTest, FailsWhenTheDisconnectionFails) {
   FlashEnds({0, 5, ""});
   host_.Answer(kDisconnect, "c0");
   EXPECT_EQ(Run(), 1);
@@ -167,7 +167,7 @@ TEST_F(FlashToolMethodTest, ADisconnectionThatFailsEndsTheUpdate) {
                  GivenUp("MSGID_BMC_0012_F 16", "Failed to disconnect virtual device. CompletionCode c0")});
 }
 
-TEST_F(FlashToolMethodTest, ADisconnectionThatFailsCarriesTheCodesOfAllRuns) {
+TEST_F(FlashToolMethodTest, FailsWithTheCodesOfAllRunsWhenTheDisconnectionFails) {
   FlashEnds({0, 5, ""});
   FlashEnds({0, static_cast<unsigned long>(-2), ""});
   host_.Answer(kDisconnect, "00");
@@ -178,7 +178,7 @@ TEST_F(FlashToolMethodTest, ADisconnectionThatFailsCarriesTheCodesOfAllRuns) {
                  GivenUp("MSGID_BMC_0012_F 1E16", "Failed to disconnect virtual device. CompletionCode c0")});
 }
 
-TEST_F(FlashToolMethodTest, ADisconnectionThatFailsMayHaveNoCodeAtAll) {
+TEST_F(FlashToolMethodTest, FailsWithNoCodeAtAllWhenTheDisconnectionFails) {
   FlashEnds({1, 0, ""});
   host_.AnswerRaw(kDisconnect, {255, 0, ""});
   EXPECT_EQ(Run(kIpmitoolPath), 1);
@@ -197,7 +197,7 @@ TEST_F(FlashToolMethodTest, AWorkFolderThatCannotBeDeletedAfterwardsIsOnlyMentio
                  "1 Failed to delete temporary folder after updating", "system " + kTouch, kDone});
 }
 
-TEST_F(FlashToolMethodTest, AMarkerThatCannotBeCreatedIsAFailure) {
+TEST_F(FlashToolMethodTest, FailsWhenTheMarkerCannotBeCreated) {
   FlashEnds({0, 0, ""});
   host_.System(kTouch, 256);
   EXPECT_EQ(Run(), 1);
@@ -205,7 +205,7 @@ TEST_F(FlashToolMethodTest, AMarkerThatCannotBeCreatedIsAFailure) {
                  GivenUp("MSGID_BMC_0009_F 17", "Failed to create ExistUpdate.txt")});
 }
 
-TEST_F(FlashToolMethodTest, AMarkerThatCannotBeCreatedIsAFailureAfterATimeOutToo) {
+TEST_F(FlashToolMethodTest, FailsWhenTheMarkerCannotBeCreatedAfterTheTimeLimitToo) {
   FlashEnds({0, 5, ""});
   FlashEnds({255, 0, ""});
   host_.System(kTouch, -1);

@@ -133,7 +133,7 @@ TEST_F(ScriptMethodTest, ALocaleThatIsThereOrLackingChangesNothing) {
   }
 }
 
-TEST_F(ScriptMethodTest, AMissingScriptIsNotRun) {
+TEST_F(ScriptMethodTest, FailsWithoutAScript) {
   std::filesystem::remove(Folder() / "bmcup.sh");
   EXPECT_EQ(Run(), 1);
   EXPECT_TRUE(SameLines(host_.TakeJournal(),
@@ -141,7 +141,7 @@ TEST_F(ScriptMethodTest, AMissingScriptIsNotRun) {
   EXPECT_TRUE(SameLines(host_.TakeChildJournal(), {}));
 }
 
-TEST_F(ScriptMethodTest, AFolderOfTheScriptsNameIsNoScript) {
+TEST_F(ScriptMethodTest, FailsWithAFolderOfTheScriptsName) {
   std::filesystem::remove(Folder() / "bmcup.sh");
   std::filesystem::create_directory(Folder() / "bmcup.sh");
   EXPECT_EQ(Run(), 1);
@@ -151,7 +151,7 @@ TEST_F(ScriptMethodTest, AFolderOfTheScriptsNameIsNoScript) {
 }
 
 // The shell ends with 126 when it finds what it may not run.
-TEST_F(ScriptMethodTest, AFolderThatTheHostTakesForTheScriptCannotBeRun) {
+TEST_F(ScriptMethodTest, FailsWithAFolderThatTheHostTakesForTheScript) {
   std::filesystem::remove(Folder() / "bmcup.sh");
   std::filesystem::create_directory(Folder() / "bmcup.sh");
   host_.readableFiles.insert(kScript);
@@ -162,7 +162,7 @@ TEST_F(ScriptMethodTest, AFolderThatTheHostTakesForTheScriptCannotBeRun) {
   EXPECT_TRUE(SameLines(host_.TakeChildJournal(), kScriptStarted));
 }
 
-TEST_F(ScriptMethodTest, AScriptThatIsNotExecutableCannotBeRun) {
+TEST_F(ScriptMethodTest, FailsWhenTheScriptIsNotExecutable) {
   WriteScript("mkdir ran");
   std::filesystem::permissions(Folder() / "bmcup.sh",
                                std::filesystem::perms::owner_read | std::filesystem::perms::owner_write);
@@ -175,7 +175,7 @@ TEST_F(ScriptMethodTest, AScriptThatIsNotExecutableCannotBeRun) {
   EXPECT_FALSE(std::filesystem::exists(Folder() / "ran"));
 }
 
-TEST_F(ScriptMethodTest, AScriptThatGetsNoConsoleIsNotRun) {
+TEST_F(ScriptMethodTest, FailsWhenTheScriptGetsNoConsole) {
   host_.consoleOpens = {false};
   WriteScript("mkdir ran");
   WriteLogs(kSdrGood, kFlashGood);
@@ -186,14 +186,14 @@ TEST_F(ScriptMethodTest, AScriptThatGetsNoConsoleIsNotRun) {
   EXPECT_FALSE(std::filesystem::exists(Folder() / "ran"));
 }
 
-TEST_F(ScriptMethodTest, AMissingSdrLogIsAFailureWithoutAnEndLine) {
+TEST_F(ScriptMethodTest, FailsWithoutAnEndLineWhenTheSdrLogIsMissing) {
   EXPECT_EQ(Run(), 1);
   EXPECT_TRUE(SameLines(
       host_.TakeJournal(),
       {kStart, kScriptFound, kScriptRun, "2 file open error:" + kFolder + "/x64sdr/sdronup.log", Failed("2C", 0, 0)}));
 }
 
-TEST_F(ScriptMethodTest, AMissingSdrLogHidesThatTheScriptFailed) {
+TEST_F(ScriptMethodTest, FailsByTheMissingSdrLogWhichHidesThatTheScriptFailed) {
   WriteScript("exit 4");
   EXPECT_EQ(Run(), 1);
   EXPECT_TRUE(SameLines(
@@ -201,7 +201,7 @@ TEST_F(ScriptMethodTest, AMissingSdrLogHidesThatTheScriptFailed) {
       {kStart, kScriptFound, kScriptRun, "2 file open error:" + kFolder + "/x64sdr/sdronup.log", Failed("2C", 0, 4)}));
 }
 
-TEST_F(ScriptMethodTest, AMissingFlashLogIsAFailureWithoutAnEndLine) {
+TEST_F(ScriptMethodTest, FailsWithoutAnEndLineWhenTheFlashLogIsMissing) {
   Write("x64sdr/sdronup.log", "no SDR written\n");
   EXPECT_EQ(Run(), 1);
   EXPECT_TRUE(
@@ -209,14 +209,14 @@ TEST_F(ScriptMethodTest, AMissingFlashLogIsAFailureWithoutAnEndLine) {
                                       "2 file open error:" + kFolder + "/x64/BmcFlash_log.txt", Failed("2D", 0, 0)}));
 }
 
-TEST_F(ScriptMethodTest, EmptyLogsSayNothingGood) {
+TEST_F(ScriptMethodTest, FailsWithEmptyLogs) {
   Write("x64sdr/sdronup.log", "");
   Write("x64/BmcFlash_log.txt", "");
   EXPECT_EQ(Run(), 1);
   EXPECT_TRUE(SameLines(host_.TakeJournal(), {kStart, kScriptFound, kScriptRun, Failed("2F2E2B", 0, 0), kEnd}));
 }
 
-TEST_F(ScriptMethodTest, TheLogsAreNotTakenForEachOther) {
+TEST_F(ScriptMethodTest, FailsWhenEachLogHoldsTheTextOfTheOther) {
   WriteLogs(kFlashGood, kSdrGood);
   EXPECT_EQ(Run(), 1);
   EXPECT_TRUE(SameLines(host_.TakeJournal(), {kStart, kScriptFound, kScriptRun, "1 [" + kFlashGood + "]",
@@ -282,18 +282,29 @@ class ScriptPermissions : public testing::Test {
   ScriptedFirmware firmware_;
 };
 
-TEST_F(ScriptPermissions, AChmodThatFailsEndsTheUpdateWithoutARecord) {
+TEST_F(ScriptPermissions, FailWithoutARecordWhenChmodFails) {
   host_.serverType = "kv6000rt";
   host_.Command(kChmod, {0, 1, ""});
   EXPECT_EQ(RunUpdate(firmware_, kIpmitoolPath, "/packages/bmc.zip", nullptr, false), 1);
   EXPECT_TRUE(SameLines(host_.TakeJournal(), {kStart, "2 Failed to chmod. iRtn:[0], dRtn:[1]", kEnd}));
 }
 
-TEST_F(ScriptPermissions, AChmodThatCannotBeRunEndsTheUpdateWithoutARecord) {
+TEST_F(ScriptPermissions, FailWithoutARecordWhenChmodCannotBeRun) {
   host_.serverType = "kv6000rt";
   host_.Command(kChmod, {255, 0, ""});
   EXPECT_EQ(RunUpdate(firmware_, kIpmitoolPath, "/packages/bmc.zip", nullptr, false), 1);
   EXPECT_TRUE(SameLines(host_.TakeJournal(), {kStart, "2 Failed to chmod. iRtn:[255], dRtn:[0]", kEnd}));
+}
+
+TEST_F(ScriptPermissions, AnExitStatusThatTheHostLeavesOpenIsZero) {
+  host_.serverType = "kv6000rt";
+  host_.Command(kChmod, {0, std::nullopt, ""});
+  EXPECT_EQ(RunUpdate(firmware_, kIpmitoolPath, "/packages/bmc.zip", nullptr, false), 1);
+  EXPECT_TRUE(SameLines(host_.TakeJournal(),
+                        {kStart, kScriptFound, "record MSGID_BMC_0020_F 11", "2 Failed to find update module", kEnd}));
+  host_.Command(kChmod, {1, std::nullopt, ""});
+  EXPECT_EQ(RunUpdate(firmware_, kIpmitoolPath, "/packages/bmc.zip", nullptr, false), 1);
+  EXPECT_TRUE(SameLines(host_.TakeJournal(), {kStart, "2 Failed to chmod. iRtn:[1], dRtn:[0]", kEnd}));
 }
 
 }  // namespace

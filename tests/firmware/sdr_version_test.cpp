@@ -244,7 +244,7 @@ TEST_F(SdrVersion, OfManyRecordsIsLookedForInEveryOne) {
   EXPECT_TRUE(SameLines(host_.TakeJournal(), {kStart, Counted("00", "01"), scan, End("")}));
 }
 
-TEST_F(SdrVersion, WalkStartsAtTheCountWhateverItIs) {
+TEST_F(SdrVersion, WalkStartsAtAnyCount) {
   const struct {
     const char* low;
     const char* high;

@@ -140,7 +140,7 @@ TEST_F(Update, OfTheRackFamilyWithoutAPackageFailsWithoutAComparison) {
   EXPECT_TRUE(SameLines(host_.TakeJournal(), {kStart, kEnd}));
 }
 
-TEST_F(Update, AWorkFolderThatCannotBeDeletedEndsIt) {
+TEST_F(Update, FailsWhenTheWorkFolderCannotBeDeleted) {
   AnswerVersion();
   host_.folderDeletions = {false};
   EXPECT_EQ(Run("/packages/bmc.zip"), 1);
@@ -149,7 +149,7 @@ TEST_F(Update, AWorkFolderThatCannotBeDeletedEndsIt) {
                                       "2 Failed to delete temporary folder before updating", kEnd}));
 }
 
-TEST_F(Update, APackageThatCannotBeUnpackedEndsIt) {
+TEST_F(Update, FailsWhenThePackageCannotBeUnpacked) {
   AnswerVersion();
   host_.packageCanBeUnpacked = false;
   EXPECT_EQ(Run("/packages/bmc.zip"), 1);
@@ -157,7 +157,7 @@ TEST_F(Update, APackageThatCannotBeUnpackedEndsIt) {
                                               "record MSGID_BMC_0009_F 10", "2 Failed to Unzip", kEnd}));
 }
 
-TEST_F(Update, OfTheRackFamilyWithAWorkFolderThatCannotBeDeletedEndsWithoutAComparison) {
+TEST_F(Update, OfTheRackFamilyFailsWithoutAComparisonWhenTheWorkFolderCannotBeDeleted) {
   host_.serverType = "kv6000rt";
   host_.folderDeletions = {false};
   EXPECT_EQ(Run("/packages/bmc.zip"), 1);
@@ -165,7 +165,7 @@ TEST_F(Update, OfTheRackFamilyWithAWorkFolderThatCannotBeDeletedEndsWithoutAComp
                                               "2 Failed to delete temporary folder before updating", kEnd}));
 }
 
-TEST_F(Update, OfTheRackFamilyWithAPackageThatCannotBeUnpackedEndsWithoutAComparison) {
+TEST_F(Update, OfTheRackFamilyFailsWithoutAComparisonWhenThePackageCannotBeUnpacked) {
   host_.serverType = "kv6000rt";
   host_.packageCanBeUnpacked = false;
   EXPECT_EQ(Run("/packages/bmc.zip"), 1);

@@ -76,10 +76,10 @@ class Results(unittest.TestCase):
         if found:
             self.fail("\n" + "\n".join(found))
 
-    def test_every_value_of_the_header_that_can_be_told_is_looked_for(self):
+    def test_every_value_of_the_header_that_can_be_recognised_is_looked_for(self):
         text = (REPOSITORY / HEADER).read_text()
         values = dict(re.findall(r"(k\w+) = ([^;]+);", text))
-        # Everybody's numbers cannot be told from the contract's.
+        # Everybody's numbers look the same as the contract's.
         common = {name for name, value in values.items() if value in ("0", "1", "-1")}
         self.assertEqual(set(VALUES) - {"kInstallation"}, set(values) - common)
 

@@ -27,7 +27,7 @@ TEST_F(IpmiExchange, AGoodReplyGivesItsElements) {
   EXPECT_TRUE(SameLines(host_.TakeJournal(), Request("34 8d")));
 }
 
-TEST_F(IpmiExchange, ACompletionCodeOtherThanZeroIsNoSuccess) {
+TEST_F(IpmiExchange, FailsWithACompletionCodeOtherThanZero) {
   host_.Answer("34 8d", "c0 01");
   const IpmiReply reply = Exchange(kMakersToolPath, {"34", "8d"});
   EXPECT_TRUE(reply.Ran());
@@ -38,7 +38,7 @@ TEST_F(IpmiExchange, ACompletionCodeOtherThanZeroIsNoSuccess) {
   EXPECT_TRUE(SameLines(host_.TakeJournal(), MakersRequest("34 8d")));
 }
 
-TEST_F(IpmiExchange, ABrokenAnswerKeepsWhatWasReadOfIt) {
+TEST_F(IpmiExchange, FailsOnABrokenAnswerButKeepsWhatWasReadOfIt) {
   host_.AnswerRaw("34 8d", {0, 0, "01 123"});
   const IpmiReply reply = Exchange(kIpmitoolPath, {"34", "8d"});
   EXPECT_FALSE(reply.Ran());
@@ -49,7 +49,7 @@ TEST_F(IpmiExchange, ABrokenAnswerKeepsWhatWasReadOfIt) {
   EXPECT_TRUE(SameLines(host_.TakeJournal(), BrokenRequest("34 8d")));
 }
 
-TEST_F(IpmiExchange, WithoutAnAnswerEveryElementIsEmpty) {
+TEST_F(IpmiExchange, FailsWithoutAnAnswerWhoseElementsAreThenEmpty) {
   host_.Answer("34 8d", "c0");
   const IpmiReply reply = Exchange(kIpmitoolPath, {"34", "8d"});
   EXPECT_FALSE(reply.Ran());
@@ -58,7 +58,7 @@ TEST_F(IpmiExchange, WithoutAnAnswerEveryElementIsEmpty) {
   EXPECT_TRUE(SameLines(host_.TakeJournal(), FailedRequest("34 8d")));
 }
 
-TEST_F(IpmiExchange, WithoutAToolThereIsNoReply) {
+TEST_F(IpmiExchange, FailsWithoutATool) {
   const IpmiReply reply = Exchange("", {"34", "8d"});
   EXPECT_FALSE(reply.Ran());
   EXPECT_EQ(reply.CompletionCode(), "");

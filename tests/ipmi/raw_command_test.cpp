@@ -1,12 +1,15 @@
 // One raw IPMI request through either tool: its command line, its answer, and every way in which it fails.
 #include "ipmi/raw_command.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <filesystem>
 #include <fstream>
 #include <stdexcept>
 
+#include "tests/support/closed_stream.h"
 #include "tests/support/scripted_host.h"
 
 namespace kestrel {
@@ -116,7 +119,31 @@ TEST_F(RawCommand, ANetFnThatIsNoNumberCountsAsZero) {
   EXPECT_TRUE(SameLines(host_.TakeJournal(), Failed(MakersLineWith("00 01"), "0").Times(2)));
 }
 
-TEST_F(RawCommand, AWordThatIsNotTwoCharactersIsBroken) {
+TEST_F(RawCommand, ACharacterOfTheNetFnThatIsNoDigitCountsAsZero) {
+  const struct {
+    const char* netFn;
+    const char* sent;
+  } cases[] = {
+      {"0x", "00"}, {"x0", "00"}, {"3x", "c0"}, {"x3", "0c"}, {"3g", "c0"}, {"G3", "0c"},
+      {"1/", "40"}, {":1", "04"}, {"1@", "40"}, {"`1", "04"}, {"1 ", "40"}, {"-1", "04"},
+  };
+  for (const auto& [netFn, sent] : cases) {
+    SCOPED_TRACE(netFn);
+    const std::string line = MakersLineWith(std::string(sent) + " 01");
+    host_.Command(line, {1, 0, ""});
+    EXPECT_FALSE(Run(kMakersToolPath, {netFn, "01"}));
+    EXPECT_TRUE(SameLines(host_.TakeJournal(), Failed(line, "0")));
+  }
+}
+
+TEST_F(RawCommand, ANetFnOfOneCharacterHasAZeroBehindIt) {
+  const std::string line = MakersLineWith("c0 01");
+  host_.Command(line, {1, 0, ""});
+  EXPECT_FALSE(Run(kMakersToolPath, {"3", "01"}));
+  EXPECT_TRUE(SameLines(host_.TakeJournal(), Failed(line, "0")));
+}
+
+TEST_F(RawCommand, FailsOnAWordThatIsNotTwoCharacters) {
   host_.AnswerRaw("06 01", {0, 0, "20 123 00\n"});
   EXPECT_FALSE(Run(kIpmitoolPath, {"06", "01"}));
   EXPECT_EQ(response_, (Bytes{"00", "20"}));
@@ -125,7 +152,7 @@ TEST_F(RawCommand, AWordThatIsNotTwoCharactersIsBroken) {
   EXPECT_TRUE(ResultFileIsThere());
 }
 
-TEST_F(RawCommand, ABrokenAnswerOfTheMakersToolIsKept) {
+TEST_F(RawCommand, FailsOnABrokenAnswerOfTheMakersToolAndKeepsIt) {
   host_.AnswerRaw("06 01", {0, 0, "\na b c d 00 1\n"});
   EXPECT_FALSE(Run(kMakersToolPath, {"06", "01"}));
   EXPECT_TRUE(SameLines(host_.TakeJournal(),
@@ -133,7 +160,7 @@ TEST_F(RawCommand, ABrokenAnswerOfTheMakersToolIsKept) {
   EXPECT_TRUE(ResultFileIsThere());
 }
 
-TEST_F(RawCommand, WithoutACompletionCodeThereIsNoAnswer) {
+TEST_F(RawCommand, FailsWithoutACompletionCode) {
   for (const char* output : {"", "one line only\n", "first\n\nthird\n", "first\na b c d\n", "first\na b\n"}) {
     SCOPED_TRACE(output);
     response_.clear();
@@ -144,7 +171,7 @@ TEST_F(RawCommand, WithoutACompletionCodeThereIsNoAnswer) {
   }
 }
 
-TEST_F(RawCommand, AFailedToolIsReportedByItsExitStatusAndItsFileDeleted) {
+TEST_F(RawCommand, FailsWithTheExitStatusOfTheToolAndDeletesItsFile) {
   host_.AnswerRaw("06 01", {0, 1, ""});
   EXPECT_FALSE(Run(kIpmitoolPath, {"06", "01"}));
   EXPECT_EQ(response_, Bytes{});
@@ -152,7 +179,7 @@ TEST_F(RawCommand, AFailedToolIsReportedByItsExitStatusAndItsFileDeleted) {
   EXPECT_FALSE(ResultFileIsThere());
 }
 
-TEST_F(RawCommand, TheMakersToolFailsAlike) {
+TEST_F(RawCommand, FailsAlikeWithTheMakersTool) {
   host_.AnswerRaw("06 01", {0, 7, "request sent\na b c d 00 11\n"});  // an answer of no interest then
   EXPECT_FALSE(Run(kMakersToolPath, {"06", "01"}));
   EXPECT_EQ(response_, Bytes{});
@@ -192,20 +219,20 @@ TEST_F(RawCommand, EveryThreadHasAResultFileOfItsOwn) {
   }
 }
 
-TEST_F(RawCommand, AToolThatCouldNotBeRunIsReportedWithItsExitStatusToo) {
+TEST_F(RawCommand, FailsWithTheExitStatusOfAToolThatCouldNotBeRunToo) {
   host_.AnswerRaw("06 01", {255, 0, ""});
   EXPECT_FALSE(Run(kIpmitoolPath, {"06", "01"}));
   EXPECT_TRUE(SameLines(host_.TakeJournal(), Failed(kIpmitoolLine, "0")));
 }
 
-TEST_F(RawCommand, AResultFileThatCannotBeDeletedAfterAFailureIsNotMentioned) {
+TEST_F(RawCommand, FailsWithoutAWordOfAResultFileThatCannotBeDeleted) {
   host_.undeletableFiles = {kResultFile};
   host_.AnswerRaw("06 01", {1, 0, ""});
   EXPECT_FALSE(Run(kIpmitoolPath, {"06", "01"}));
   EXPECT_TRUE(SameLines(host_.TakeJournal(), Failed(kIpmitoolLine, "0")));
 }
 
-TEST_F(RawCommand, AMissingResultFileIsAFailure) {
+TEST_F(RawCommand, FailsWithoutAResultFile) {
   std::filesystem::remove_all(host_.InstallPath() / "tmp");
   host_.AnswerRaw("06 01", {0, 0, "20\n"});
   EXPECT_FALSE(Run(kIpmitoolPath, {"06", "01"}));
@@ -217,6 +244,56 @@ TEST_F(RawCommand, AMissingResultFileIsAFailure) {
   EXPECT_EQ(response_, Bytes{});
   EXPECT_TRUE(SameLines(host_.TakeJournal(),
                         {Executed(kMakersLine), std::string("2 Failed to open file ") + kResultFile, kListEnd}));
+}
+
+TEST_F(RawCommand, AResultFileMayHaveTheNumberOfStandardInput) {
+  std::vector<int> descriptors;
+  host_.atRead = [&](int descriptor) {
+    descriptors.push_back(descriptor);
+    return 0;
+  };
+  host_.AnswerRaw("06 01", {0, 0, " 20 01\n"});
+  bool answered = false;
+  {
+    const ClosedStream input(STDIN_FILENO);
+    answered = Run(kIpmitoolPath, {"06", "01"});
+  }
+  EXPECT_TRUE(answered);
+  EXPECT_EQ(response_, (Bytes{"00", "20", "01"}));
+  EXPECT_EQ(descriptors, (std::vector<int>{STDIN_FILENO, STDIN_FILENO}));
+  EXPECT_TRUE(SameLines(host_.TakeJournal(), {Executed(kIpmitoolLine), kDeleted, kListEnd}));
+}
+
+TEST_F(RawCommand, AResultFileIsNotOpenInCommandsOfOtherThreads) {
+  std::vector<int> flags;
+  host_.atRead = [&](int descriptor) {
+    flags.push_back(fcntl(descriptor, F_GETFD));
+    return 0;
+  };
+  host_.AnswerRaw("06 01", {0, 0, " 20 01\n"});
+  EXPECT_TRUE(Run(kIpmitoolPath, {"06", "01"}));
+  EXPECT_EQ(flags, (std::vector<int>{FD_CLOEXEC, FD_CLOEXEC}));
+  EXPECT_TRUE(SameLines(host_.TakeJournal(), {Executed(kIpmitoolLine), kDeleted, kListEnd}));
+}
+
+TEST_F(RawCommand, AReadThatIsInterruptedGoesOn) {
+  int reads = 0;
+  host_.atRead = [&](int /*descriptor*/) { return ++reads % 2 == 1 ? EINTR : 0; };  // the first too, and the last
+  host_.AnswerRaw("06 01", {0, 0, " 20 01\n"});
+  EXPECT_TRUE(Run(kIpmitoolPath, {"06", "01"}));
+  EXPECT_EQ(response_, (Bytes{"00", "20", "01"}));
+  EXPECT_EQ(reads, 4);
+  EXPECT_TRUE(SameLines(host_.TakeJournal(), {Executed(kIpmitoolLine), kDeleted, kListEnd}));
+}
+
+TEST_F(RawCommand, AReadThatFailsOtherwiseIsTheEndOfTheAnswer) {
+  int reads = 0;
+  host_.atRead = [&](int /*descriptor*/) { return ++reads == 2 ? EIO : 0; };
+  host_.AnswerRaw("06 01", {0, 0, " 20 01\n"});
+  EXPECT_TRUE(Run(kIpmitoolPath, {"06", "01"}));
+  EXPECT_EQ(response_, (Bytes{"00", "20", "01"}));
+  EXPECT_EQ(reads, 2);
+  EXPECT_TRUE(SameLines(host_.TakeJournal(), {Executed(kIpmitoolLine), kDeleted, kListEnd}));
 }
 
 // It can be opened and not be read. No shell would have written to it.
@@ -252,7 +329,7 @@ TEST_F(RawCommand, AnswersAreAppendedToWhatTheListHolds) {
   EXPECT_TRUE(SameLines(host_.TakeJournal(), {Executed(kIpmitoolLine), kDeleted, kListEnd}));
 }
 
-TEST_F(RawCommand, TheOldFirstElementIsTakenForTheCompletionCode) {
+TEST_F(RawCommand, FailsByAnOldFirstElementWhichItTakesForTheCompletionCode) {
   response_ = {""};
   host_.AnswerRaw("06 01", {0, 0, "20\n"});
   EXPECT_FALSE(Run(kIpmitoolPath, {"06", "01"}));
@@ -280,7 +357,7 @@ TEST_F(RawCommand, TheOuterCommandAddsItsLinesAndCutsElementsToTwoCharacters) {
   EXPECT_TRUE(SameLines(host_.TakeJournal(), Request("06 01")));
 }
 
-TEST_F(RawCommand, TheOuterCommandRefusesAnEmptyToolPath) {
+TEST_F(RawCommand, TheOuterCommandFailsWithoutAToolPath) {
   EXPECT_FALSE(ExecuteIpmiCommand("", &response_, {"06", "01"}));
   EXPECT_EQ(response_, Bytes{});
   EXPECT_TRUE(
@@ -288,7 +365,7 @@ TEST_F(RawCommand, TheOuterCommandRefusesAnEmptyToolPath) {
                                       "4 CBMC_KESTREL_Firmware::ExecIPMICommand() [END]"}));
 }
 
-TEST_F(RawCommand, TheOuterCommandPassesAFailureOn) {
+TEST_F(RawCommand, TheOuterCommandFailsWhenTheInnerOneDoes) {
   host_.Answer("06 01", "c1");
   EXPECT_FALSE(ExecuteIpmiCommand(kIpmitoolPath, &response_, {"06", "01"}));
   EXPECT_TRUE(SameLines(host_.TakeJournal(), FailedRequest("06 01")));

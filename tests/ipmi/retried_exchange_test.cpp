@@ -81,7 +81,7 @@ TEST_F(RetriedSetting, ChecksTheStateAfterItHasSettled) {
   EXPECT_TRUE(SameLines(host_.TakeJournal(), {set_, "settle", check_}));
 }
 
-TEST_F(RetriedSetting, ARefusedSettingIsNotChecked) {
+TEST_F(RetriedSetting, FailsWhenTheSettingIsRefusedWithoutACheck) {
   host_.Answer("34 5e 01", "c1", 2);
   EXPECT_FALSE(Run());
   EXPECT_TRUE(SameLines(host_.TakeJournal(),
@@ -97,14 +97,14 @@ TEST_F(RetriedSetting, AnotherStateThanExpectedIsSetAgain) {
                         {set_, "settle", check_, "report 16 [00], [00][00]", "sleep 500", set_, "settle", check_}));
 }
 
-TEST_F(RetriedSetting, AFailedCheckIsNoSuccessWhateverItsData) {
+TEST_F(RetriedSetting, FailsWhenTheCheckFailsThoughItsDataIsTheExpected) {
   host_.Answer("34 5e 01", "00");
   host_.Answer("34 5f", "c0 01");
   EXPECT_FALSE(Run({1, 500, 0}));
   EXPECT_TRUE(SameLines(host_.TakeJournal(), {set_, "settle", check_, "report 2 [00], [c0][01]"}));
 }
 
-TEST_F(RetriedSetting, TheReportOfARefusedSettingForgetsAnEarlierCheck) {
+TEST_F(RetriedSetting, FailsWithAReportThatForgetsAnEarlierCheck) {
   host_.Answer("34 5e 01", "00");
   host_.Answer("34 5f", "00 00");
   host_.Answer("34 5e 01", "c1");

@@ -36,19 +36,19 @@ TEST_F(RetryTest, EachFailureBeforeTheLastIsReportedAndThenWaitedFor) {
                         {"attempt", "report 16", "sleep 10000", "attempt", "report 16", "sleep 10000", "attempt"}));
 }
 
-TEST_F(RetryTest, TheLastFailureIsAnErrorWithoutAPause) {
+TEST_F(RetryTest, FailsAtTheLastAttemptWithAnErrorAndNoPause) {
   EXPECT_FALSE(Run(kLocalRetry, 9));
   EXPECT_TRUE(SameLines(host_.TakeJournal(), {"attempt", "report 16", "sleep 1000", "attempt", "report 16",
                                               "sleep 1000", "attempt", "report 2"}));
 }
 
-TEST_F(RetryTest, PausesMayGrow) {
+TEST_F(RetryTest, FailsAfterPausesThatGrow) {
   EXPECT_FALSE(Run({3, 5000, 5000}, 9));
   EXPECT_TRUE(SameLines(host_.TakeJournal(), {"attempt", "report 16", "sleep 5000", "attempt", "report 16",
                                               "sleep 10000", "attempt", "report 2"}));
 }
 
-TEST_F(RetryTest, OneAttemptIsTheLast) {
+TEST_F(RetryTest, FailsAtTheFirstAttemptWhenItIsTheOnlyOne) {
   EXPECT_FALSE(Run({1, 5000, 0}, 9));
   EXPECT_TRUE(SameLines(host_.TakeJournal(), {"attempt", "report 2"}));
 }

@@ -32,7 +32,7 @@ TEST_F(ToolSelection, IpmitoolIsTheSecondChoice) {
                                               "1 ipmicmd is nothing", "probe /usr/bin/ipmitool"}));
 }
 
-TEST_F(ToolSelection, WithoutEitherTheCodeStandsInFront) {
+TEST_F(ToolSelection, FailsWithoutEitherAndPutsItsCodeInFront) {
   host_.readableFiles = {};
   EXPECT_EQ(SelectIpmiTool(&errorCode_), "");
   EXPECT_EQ(errorCode_, "23before");
@@ -41,7 +41,7 @@ TEST_F(ToolSelection, WithoutEitherTheCodeStandsInFront) {
                                       "probe /usr/bin/ipmitool", "1 ipmitool is nothing"}));
 }
 
-TEST(ToolForm, IsToldByTheLastSevenCharacters) {
+TEST(ToolForm, IsKnownByTheLastSevenCharacters) {
   EXPECT_TRUE(IsMakersTool("ipmicmd"));
   EXPECT_TRUE(IsMakersTool("/a/b/my-ipmicmd"));
   EXPECT_FALSE(IsMakersTool("/usr/bin/ipmitool"));

@@ -1,4 +1,4 @@
-// What the host is told of the device beyond its versions.
+// What the host learns of the device beyond its versions.
 #include "provider/extended_information.h"
 
 #include <gtest/gtest.h>
@@ -21,7 +21,7 @@ class ExtendedInformation : public testing::Test {
   Pairs info_ = {{"old", "1"}, {"older", "2"}};
 };
 
-TEST_F(ExtendedInformation, IsTheSerialNumberInPlaceOfWhateverWasThere) {
+TEST_F(ExtendedInformation, IsTheSerialNumberInPlaceOfWhatWasThere) {
   host_.ResultLine(kSerialNumberLine, "\tSerial Number: MAUD123456");
   ReadExtendedInformation(&info_);
   EXPECT_EQ(info_, (Pairs{{"Serial Number", "MAUD123456"}}));

@@ -151,7 +151,7 @@ TEST_F(KestrelFirmware, ComparesNoMalformedVersions) {
 
 // --- Update stages.
 
-TEST_F(KestrelFirmware, AnUpdateNeedsATool) {
+TEST_F(KestrelFirmware, AnUpdateFailsWithoutATool) {
   CBMC_KESTREL_Firmware& firmware = Make({});
   EXPECT_EQ(firmware.PreUpdate("a", "b", nullptr, true), 1);
   ExpectJournal({"4 CBMC_KESTREL_Firmware::PreUpdate() [START]", "record MSGID_BMC_0016_F 0B", "2 No IPMI tool",
@@ -273,7 +273,7 @@ TEST_F(KestrelFirmware, SendsBothRecordsByOneOperation) {
   ExpectJournal({"4 CBMC_KESTREL_Firmware::SendInfoToSVP [START]", kOsLines, kDiskLines});
 }
 
-TEST_F(KestrelFirmware, UnlocksTheFileThatItIsTold) {
+TEST_F(KestrelFirmware, UnlocksTheFileThatItIsGiven) {
   CBMC_KESTREL_Firmware& firmware = Make();
   for (const std::string fileId : {"40", "41"}) {
     host_.Answer("3c 6b 05 " + fileId + " 00 00 00 00 00 00", "00");
@@ -284,7 +284,7 @@ TEST_F(KestrelFirmware, UnlocksTheFileThatItIsTold) {
 
 // --- IPMI access.
 
-TEST_F(KestrelFirmware, ARequestTakesAsManyTextsAsItIsTold) {
+TEST_F(KestrelFirmware, ARequestTakesAsManyTextsAsItsNumberSays) {
   host_.Answer("0c 02 01 05", "00 11");
   std::list<std::string> response;
   EXPECT_TRUE(CBMC_KESTREL_Firmware::ExecIPMICommand(kIpmitoolPath, &response, 4, "0C", "02", "01", "05", "not read"));
@@ -292,7 +292,7 @@ TEST_F(KestrelFirmware, ARequestTakesAsManyTextsAsItIsTold) {
   ExpectJournal(Request("0C 02 01 05"));
 }
 
-TEST_F(KestrelFirmware, ARequestGoesThroughTheToolThatItIsTold) {
+TEST_F(KestrelFirmware, ARequestGoesThroughTheToolThatItIsGiven) {
   host_.Answer("06 01", "c1 20");
   std::list<std::string> response;
   EXPECT_TRUE(CBMC_KESTREL_Firmware::ExecIPMICommand(kMakersToolPath, &response, 2, "06", "01"));

@@ -357,7 +357,7 @@ TEST_F(KestrelVendorReport, IsPossibleWhenTheFirmwareHandlerCanReadTheBmc) {
                  "4 CBMC_KESTREL_Vendor::StartOutputDeviceConfigInfo() [END]"});
 }
 
-TEST_F(KestrelVendor, HasNoReportWithoutAnIpmiTool) {
+TEST_F(KestrelVendor, FailsToReportWithoutAnIpmiTool) {
   host_.readableFiles = {};
   Link();
   EXPECT_EQ(Vendor().StartOutputDeviceConfigInfo("/out/", nullptr), 1);
@@ -412,7 +412,7 @@ TEST_F(KestrelVendorReport, HasEachSectionUnderItsOwnName) {
                  Item("netmask", "255.255.255.0"), Item("default_gate_way", "192.168.0.1"), Item("dhcp", "Disabled")}));
 }
 
-TEST_F(KestrelVendorReport, TellsWhenASectionCannotBeMade) {
+TEST_F(KestrelVendorReport, FailsWhenASectionCannotBeMade) {
   COrvXmlNode section("section");
   host_.ResultLine(kProductNameLine, "nothing of the kind");
   EXPECT_EQ(vendor_->CreateGeneralInfoNode(&section), 1);

@@ -41,7 +41,16 @@ TEST(ModelOfMachine, LooksAtNoOtherPlace) {
   EXPECT_EQ(ModelOfMachine("MAUD123456789B12A"), "long/ssd");
 }
 
-TEST(ModelOfMachine, NeedsFourteenCharacters) {
+// A text that was cut leaves its old characters in memory.
+TEST(ModelOfMachine, LooksAtNoPlaceBehindTheEnd) {
+  for (const std::size_t size : {14, 15, 16}) {
+    std::string serialNumber = "MAUD123456789ASSSSS";
+    serialNumber.resize(size);
+    EXPECT_EQ(ModelOfMachine(serialNumber), "") << size;
+  }
+}
+
+TEST(ModelOfMachine, ThrowsOnFewerThanFourteenCharacters) {
   EXPECT_THROW(ModelOfMachine("MAUD123456789"), std::out_of_range);
 }
 

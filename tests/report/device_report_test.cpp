@@ -92,7 +92,7 @@ TEST_F(DeviceReport, IsPossibleWhenTheBmcCanBeRead) {
   }
 }
 
-TEST_F(DeviceReport, IsNotPossibleWhenTheBmcCannotBeRead) {
+TEST_F(DeviceReport, FailsBeforehandWhenTheBmcCannotBeRead) {
   firmware_.operatingVersion = "abnormal";
   EXPECT_EQ(CheckReportPossible(&firmware_), 1);
   EXPECT_TRUE(SameLines(host_.TakeJournal(), {kCheckStart, "record MSGID_BMC_0019_F 1C", kCheckEnd}));
@@ -154,12 +154,12 @@ TEST_F(DeviceReport, IsBuiltAnewOnEveryCall) {
   EXPECT_EQ(host_.writtenDocuments[0], host_.writtenDocuments[1]);
 }
 
-TEST_F(DeviceReport, NeedsASavePath) {
+TEST_F(DeviceReport, FailsWithoutASavePath) {
   Expect(1, "", {kStart, "record MSGID_BMC_0018_F 26", "2 Save path is empty", kEnd});
   ExpectNoFile();
 }
 
-TEST_F(DeviceReport, NeedsAServerType) {
+TEST_F(DeviceReport, FailsWithoutAServerType) {
   host_.serverType = "";
   Expect(1, "/out/", {kStart, "ask server type", "record MSGID_BMC_0018_F 26", "2 Failed to get Server Type", kEnd});
   ExpectNoFile();
@@ -176,7 +176,7 @@ TEST_F(DeviceReport, IsNotThereForOtherServers) {
   ExpectNoFile();
 }
 
-TEST_F(DeviceReport, IsNotWrittenWithoutItsGeneralSection) {
+TEST_F(DeviceReport, FailsWithoutItsGeneralSection) {
   host_.ResultLine(kProductNameLine, "", 3);
   Expect(1, "/out/",
          {kStart, "ask server type", "4 ServerType:[kv6000]", kGeneralStart, FailedDmiRead(kProductNameLine),
@@ -184,7 +184,7 @@ TEST_F(DeviceReport, IsNotWrittenWithoutItsGeneralSection) {
   ExpectNoFile();
 }
 
-TEST_F(DeviceReport, IsNotWrittenWhenTheBmcCannotBeRead) {
+TEST_F(DeviceReport, FailsWhenTheBmcCannotBeRead) {
   firmware_.operatingVersion = "abnormal";
   ScriptGeneralSection();
   Expect(1, "/out/",
@@ -193,7 +193,7 @@ TEST_F(DeviceReport, IsNotWrittenWhenTheBmcCannotBeRead) {
   ExpectNoFile();
 }
 
-TEST_F(DeviceReport, IsNotWrittenWithoutABiosVersion) {
+TEST_F(DeviceReport, FailsWithoutABiosVersion) {
   ScriptGeneralSection();
   host_.ResultLine(kBiosVersionLine, "", 3);
   Expect(1, "/out/",
@@ -202,7 +202,7 @@ TEST_F(DeviceReport, IsNotWrittenWithoutABiosVersion) {
   ExpectNoFile();
 }
 
-TEST_F(DeviceReport, IsNotWrittenWithoutItsWebConsoleSection) {
+TEST_F(DeviceReport, FailsWithoutItsWebConsoleSection) {
   ScriptGeneralSection();
   ScriptVersionSection();
   host_.Answer(kMacRequest, "00 11 90 1b 0e a0 b1 c2");

@@ -97,14 +97,14 @@ TEST_F(DmiProperty, IsReadByTheThirdRunAfterTwoPauses) {
   EXPECT_TRUE(SameLines(host_.TakeJournal(), {kStart, again, again, "line tell serial", kEnd}));
 }
 
-TEST_F(DmiProperty, IsGivenUpWhenTheThirdRunPrintsNothingEither) {
+TEST_F(DmiProperty, FailsWhenTheThirdRunPrintsNothingEither) {
   host_.ResultLine("tell serial", "", 3);
   EXPECT_FALSE(Read());
   EXPECT_EQ(value_, "before");
   EXPECT_TRUE(SameLines(host_.TakeJournal(), FailedDmiRead("tell serial")));
 }
 
-TEST_F(DmiProperty, IsNotAskedForAgainWhenTheLabelIsMissing) {
+TEST_F(DmiProperty, FailsAtOnceWhenTheLabelIsMissing) {
   host_.ResultLine("tell serial", "\tVersion: 1");
   EXPECT_FALSE(Read());
   EXPECT_EQ(value_, "before");
@@ -113,19 +113,19 @@ TEST_F(DmiProperty, IsNotAskedForAgainWhenTheLabelIsMissing) {
       {kStart, "line tell serial", "2 Failed to get property. command:[tell serial] value:[\tVersion: 1]", kEnd}));
 }
 
-TEST_F(DmiProperty, NeedsACommand) {
+TEST_F(DmiProperty, FailsWithoutACommand) {
   EXPECT_FALSE(ReadDmiProperty("", "Serial Number:", &value_));
   EXPECT_EQ(value_, "before");
   EXPECT_TRUE(SameLines(host_.TakeJournal(), {kStart, "2 Command is empty", kEnd}));
 }
 
-TEST_F(DmiProperty, NeedsALabel) {
+TEST_F(DmiProperty, FailsWithoutALabel) {
   EXPECT_FALSE(ReadDmiProperty("tell serial", "", &value_));
   EXPECT_EQ(value_, "before");
   EXPECT_TRUE(SameLines(host_.TakeJournal(), {kStart, "2 Property is empty", kEnd}));
 }
 
-TEST_F(DmiProperty, MissesTheCommandFirst) {
+TEST_F(DmiProperty, FailsByTheCommandFirstWithoutEither) {
   EXPECT_FALSE(ReadDmiProperty("", "", &value_));
   EXPECT_TRUE(SameLines(host_.TakeJournal(), {kStart, "2 Command is empty", kEnd}));
 }

@@ -43,14 +43,14 @@ TEST_F(GeneralSection, TakesEmptyValues) {
                         {"section", Item("Product Name", ""), Item("Product Version", ""), Item("Serial Number", "")}));
 }
 
-TEST_F(GeneralSection, IsLeftAtOnceWithoutAProductName) {
+TEST_F(GeneralSection, FailsAtOnceWithoutAProductName) {
   host_.ResultLine(kProductNameLine, "", 3);
   EXPECT_EQ(FillGeneralSection(&section_), 1);
   EXPECT_TRUE(SameLines(host_.TakeJournal(), {kGeneralStart, FailedDmiRead(kProductNameLine), kGeneralLeave}));
   ExpectNothingAdded();
 }
 
-TEST_F(GeneralSection, IsLeftEmptyWithoutAProductVersion) {
+TEST_F(GeneralSection, FailsAndStaysEmptyWithoutAProductVersion) {
   host_.ResultLine(kProductNameLine, "\tProduct Name: KV6000 M2");
   host_.ResultLine(kProductVersionLine, "", 3);
   EXPECT_EQ(FillGeneralSection(&section_), 1);
@@ -59,7 +59,7 @@ TEST_F(GeneralSection, IsLeftEmptyWithoutAProductVersion) {
   ExpectNothingAdded();
 }
 
-TEST_F(GeneralSection, IsLeftEmptyWithoutASerialNumber) {
+TEST_F(GeneralSection, FailsAndStaysEmptyWithoutASerialNumber) {
   host_.ResultLine(kProductNameLine, "\tProduct Name: KV6000 M2");
   host_.ResultLine(kProductVersionLine, "\tVersion: 2.1");
   host_.ResultLine(kSerialNumberLine, "no such field");

@@ -37,7 +37,7 @@ TEST(MacAddress, OverlooksFurtherBytes) {
   EXPECT_EQ(text, "90:1b:0e:a0:b1:c2");
 }
 
-TEST(MacAddress, IsNoneWithoutFiveBytes) {
+TEST(MacAddress, FailsWithoutFiveBytes) {
   struct Case {
     const char* bytes;
     const char* text;

@@ -92,13 +92,13 @@ TEST_F(VersionSection, GivesTheBmcVersionTwiceWithoutAComma) {
                                                    Item("SDR Version", "01.02"), Item("BIOS Version", "")}));
 }
 
-TEST_F(VersionSection, EndsAtOnceWhenTheBmcCannotBeRead) {
+TEST_F(VersionSection, FailsAtOnceWhenTheBmcCannotBeRead) {
   EXPECT_EQ(Fill("abnormal"), 1);
   EXPECT_TRUE(SameLines(host_.TakeJournal(), {kVersionStart, "ask operating version", kVersionEnd}));
   EXPECT_TRUE(SameLines(LinesOf(host_, section_), "section"));
 }
 
-TEST_F(VersionSection, IsLeftEmptyWithoutABiosVersion) {
+TEST_F(VersionSection, FailsAndStaysEmptyWithoutABiosVersion) {
   host_.ResultLine(kBiosVersionLine, "", 3);
   EXPECT_EQ(Fill("BMC:01.02,SDR:0.10"), 1);
   EXPECT_TRUE(SameLines(host_.TakeJournal(),
@@ -106,7 +106,7 @@ TEST_F(VersionSection, IsLeftEmptyWithoutABiosVersion) {
   EXPECT_TRUE(SameLines(LinesOf(host_, section_), "section"));
 }
 
-TEST_F(VersionSection, IsLeftEmptyWhenTheBiosVersionHasNoLabel) {
+TEST_F(VersionSection, FailsAndStaysEmptyWhenTheBiosVersionHasNoLabel) {
   host_.ResultLine(kBiosVersionLine, "V3.4");
   EXPECT_EQ(Fill("01-23"), 1);
   EXPECT_TRUE(SameLines(host_.TakeJournal(), {kVersionStart, "ask operating version",

@@ -317,7 +317,7 @@ TEST_F(WebConsoleSection, FailsWithADifferentSpellingWhenTheBmcRefusedTcpipInfoT
          kNothingAdded);
 }
 
-// Tcpip info fails otherwise at each attempt, and each failure is told as what it is, also at the last attempt.
+// Tcpip info fails otherwise at each attempt, and each failure is reported as what it is, also at the last attempt.
 TEST_F(WebConsoleSection, TellsEveryFailureOfTcpipInfoByItself) {
   UseMakersTool();
   struct Failure {

@@ -1,4 +1,4 @@
-// A firmware handler that runs whatever version the test says, for the tests of units that only ask for it. The
+// A firmware handler that runs the version that the test says, for the tests of units that only ask for it. The
 // journal line of the question is "ask operating version".
 #ifndef TESTS_SUPPORT_SCRIPTED_FIRMWARE_H
 #define TESTS_SUPPORT_SCRIPTED_FIRMWARE_H

@@ -114,6 +114,23 @@ void ExpectUsedUp(const char* what, const std::map<std::string, std::deque<T>>& 
   }
 }
 
+// Writes each failure into a file, at once, since the process may become another program.
+class FailureFile : public testing::EmptyTestEventListener {
+ public:
+  explicit FailureFile(std::filesystem::path file) : file_(std::move(file)) {}
+
+ private:
+  void OnTestPartResult(const testing::TestPartResult& result) override {
+    if (result.failed()) {
+      const char* const source = result.file_name();
+      std::ofstream(file_, std::ios::app)
+          << (source == nullptr ? "" : source) << ":" << result.line_number() << ": " << result.message() << "\n";
+    }
+  }
+
+  const std::filesystem::path file_;
+};
+
 }  // namespace
 
 ScriptedHost::ScriptedHost() : process_(getpid()) {
@@ -141,6 +158,7 @@ ScriptedHost::~ScriptedHost() {
   if (lastChild > 0) {
     waitpid(lastChild, nullptr, 0);  // it may still write into the folder, unless the test has waited for it
   }
+  ExpectNoChildFailures();
   std::filesystem::remove_all(installPath_);
 }
 
@@ -191,6 +209,18 @@ std::vector<std::string> ScriptedHost::TakeChildJournal() {
   }
   std::filesystem::remove(installPath_ / "child-journal");
   return lines;
+}
+
+void ScriptedHost::BecomeChild() {
+  testing::TestEventListeners& listeners = testing::UnitTest::GetInstance()->listeners();
+  delete listeners.Release(listeners.default_result_printer());  // it would write to where the child's output goes
+  listeners.Append(new FailureFile(ChildFailures()));
+}
+
+void ScriptedHost::ExpectNoChildFailures() const {
+  if (std::ifstream failures(ChildFailures()); failures) {
+    ADD_FAILURE() << "failed in a forked child:\n" << failures.rdbuf();
+  }
 }
 
 std::vector<std::string> ScriptedHost::TakeJournal() {

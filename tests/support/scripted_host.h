@@ -22,7 +22,8 @@
 //   open library PATH               a dlopen below the install path, and the dlclose of what it opened
 //   close library
 //   library OPERATION               the scripted management library is called
-// What a forked child notes goes into a journal of its own. /dev/console is the file "$I/console".
+// What a forked child notes goes into a journal of its own; what fails in it fails the test. /dev/console is the file
+// "$I/console".
 // "$I" stands for the install path in every line.
 #ifndef TESTS_SUPPORT_SCRIPTED_HOST_H
 #define TESTS_SUPPORT_SCRIPTED_HOST_H
@@ -56,7 +57,8 @@ struct CommandEnd {
 class ScriptedHost {
  public:
   ScriptedHost();  // the host of this process from here on; one at a time
-  // Fails the test when a scripted answer was never asked for or a library or any other file is still open.
+  // Fails the test when a scripted answer was never asked for, a library or any other file is still open, or a check
+  // failed in a forked child.
   ~ScriptedHost();
 
   ScriptedHost(const ScriptedHost&) = delete;
@@ -100,13 +102,16 @@ class ScriptedHost {
   pid_t lastChild = -1;
   int waitOptions = -1;  // of the last wait for it
 
+  // Called with the descriptor before each read(2), which then fails with the errno that this gives, unless that is 0.
+  std::function<int(int descriptor)> atRead;
+
   // --- The BMC. Bytes are hexadecimal texts separated by blanks; a request is NetFn, Cmd, data.
   // The next call of `request` is answered by completion code and data `answer`. Through ipmitool a completion code
   // other than 00 becomes what that tool makes of it: exit status 1 and no output.
   void Answer(const std::string& request, const std::string& answer, int times = 1);
   // Every call of `request` for which nothing else is scripted.
   void AnswerAlways(const std::string& request, const std::string& answer);
-  // The next call of `request` ends as told, with this raw output of the tool.
+  // The next call of `request` ends so, with this raw output of the tool.
   void AnswerRaw(const std::string& request, const CommandEnd& end, int times = 1);
 
   // --- Other commands. Keys are whole command lines with "$I" for the install path.
@@ -134,6 +139,7 @@ class ScriptedHost {
   CommandEnd RunCommand(const std::string& commandLine);
   std::string TakeResultLine(const std::string& command);
   int RunSystem(const std::string& command);
+  void BecomeChild();                  // in a forked child: what fails from here on is left to the parent to say
   std::multiset<void*> openLibraries;  // handles, once for each time that the plug-in opened one
 
  private:
@@ -141,6 +147,8 @@ class ScriptedHost {
   using Script = std::map<std::string, std::deque<T>>;
 
   CommandEnd RunIpmi(const std::string& request);
+  std::filesystem::path ChildFailures() const { return installPath_ / "child-failures"; }
+  void ExpectNoChildFailures() const;
 
   const DescriptorWatch descriptors_;
   const pid_t process_;

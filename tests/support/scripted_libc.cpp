@@ -104,6 +104,8 @@ pid_t __wrap_fork() {
   const pid_t child = __real_fork();
   if (child > 0) {
     host.lastChild = child;
+  } else if (child == 0) {
+    host.BecomeChild();
   }
   return child;
 }
@@ -149,6 +151,16 @@ int __wrap_open(const char* path, int flags, ...) {
   }
   EXPECT_EQ(flags, O_WRONLY);
   return __real_open((host->InstallPath() / "console").c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600);
+}
+
+ssize_t __real_read(int descriptor, void* buffer, std::size_t size);
+ssize_t __wrap_read(int descriptor, void* buffer, std::size_t size) {
+  const ScriptedHost* host = ScriptedHost::Current();
+  if (const int error = host != nullptr && host->atRead ? host->atRead(descriptor) : 0; error != 0) {
+    errno = error;
+    return -1;
+  }
+  return __real_read(descriptor, buffer, size);
 }
 
 void* __real_dlopen(const char* path, int mode);

@@ -55,7 +55,7 @@ TEST_F(Capability, IsTakenFromAnAnswerWithAnyCompletionCode) {
   EXPECT_TRUE(SameLines(host_.TakeJournal(), {MakersRequest("3c 04"), "4 0:c1"}));
 }
 
-TEST_F(Capability, IsNotReadFromAnAnswerThatIsBroken) {
+TEST_F(Capability, FailsOnAnAnswerThatIsBroken) {
   host_.AnswerRaw("3c 04", {0, 0, "a1 a2 123\n"}, 3);
   EXPECT_EQ(Read(kIpmitoolPath), std::nullopt);
   EXPECT_TRUE(
@@ -63,7 +63,7 @@ TEST_F(Capability, IsNotReadFromAnAnswerThatIsBroken) {
                                       "reported 16", "sleep 10000", BrokenRequest("3c 04"), "reported 2"}));
 }
 
-TEST_F(Capability, IsAskedForThreeTimesWithGrowingWaits) {
+TEST_F(Capability, FailsAfterThreeAttemptsWithGrowingWaits) {
   host_.AnswerRaw("3c 04", {0, 1, ""}, 3);
   EXPECT_EQ(Read(kIpmitoolPath), std::nullopt);
   EXPECT_TRUE(
@@ -84,7 +84,7 @@ TEST_F(Capability, IsReadAtTheSecondAndAtTheThirdAttempt) {
   EXPECT_TRUE(SameLines(host_.TakeJournal(), {first, second, CapabilityLines(kThroughIpmitool, "01")}));
 }
 
-TEST_F(Capability, CannotBeReadWithoutATool) {
+TEST_F(Capability, FailsWithoutATool) {
   const Lines refused = {"4 CBMC_KESTREL_Firmware::ExecIPMICommand() [START]", "2 Tool path is empty",
                          "4 CBMC_KESTREL_Firmware::ExecIPMICommand() [END]"};
   EXPECT_EQ(Read(""), std::nullopt);

@@ -133,14 +133,14 @@ TEST_F(Transfer, TakesTheCode01ForALock) {
                                               MakersRequest(kUnlock), MakersRequest(kNotify), kEnd}));
 }
 
-TEST_F(Transfer, CannotSeeThatCodeThroughIpmitool) {
+TEST_F(Transfer, FailsThroughIpmitoolWhichDoesNotShowThatCode) {
   host_.Answer(kLock, "01", 3);
   EXPECT_EQ(Run(kThroughIpmitool, {}), -1);
   EXPECT_TRUE(SameLines(host_.TakeJournal(), {kStart, Attempts(kThroughIpmitool, kLock, kLockFailed, 3),
                                               "2 " + kLockFailed, kEnd, kRecord}));
 }
 
-TEST_F(Transfer, TakesNoOtherAnswerForALock) {
+TEST_F(Transfer, FailsWhenTheLockIsAnsweredOtherwise) {
   for (const char* code : {"02", "10", "81", "ff"}) {
     SCOPED_TRACE(code);
     detail_ = "";
@@ -151,7 +151,7 @@ TEST_F(Transfer, TakesNoOtherAnswerForALock) {
   }
 }
 
-TEST_F(Transfer, TakesABrokenAnswerForNoLock) {
+TEST_F(Transfer, FailsWhenTheAnswerToTheLockIsBroken) {
   for (const std::string& code : {std::string("00"), std::string("01")}) {
     SCOPED_TRACE(code);
     detail_ = "";
@@ -193,7 +193,7 @@ TEST_F(Transfer, OfALaterPieceThatFailsSendsNoFurtherPieceAndUnlocks) {
                                               "2 " + kWriteFailed, kEnd, kRecord, Request(kUnlock)}));
 }
 
-TEST_F(Transfer, ThatIsMetBySilenceInTheMiddleUnlocks) {
+TEST_F(Transfer, FailsAtSilenceInTheMiddleAndUnlocks) {
   const std::string write = "3c 69 05 40 00 00 00 00 00 00 a5";
   const CommandEnd silence{255, 255, ""};
   const Lines unanswered = FailedRequest(write, 255);
@@ -230,7 +230,7 @@ TEST(TransferResult, IsNoFailureWhenSentOrNotSupported) {
   EXPECT_FALSE(IsNoFailure(2));
 }
 
-TEST_F(Transfer, PutsItsCodeInFrontOfTheDetail) {
+TEST_F(Transfer, FailsWithItsCodeInFrontOfTheDetail) {
   detail_ = "1C";
   host_.Answer(kLock, "c1", 3);
   EXPECT_EQ(Run(kThroughMakersTool, {}), -1);
@@ -244,7 +244,7 @@ class Unlocking : public testing::TestWithParam<Tool> {
   ScriptedHost host_;
 };
 
-TEST_P(Unlocking, IsTriedThreeTimesAndTheLastFailureIsNotTold) {
+TEST_P(Unlocking, IsTriedThreeTimesAndTheLastFailureIsNotTraced) {
   for (const char* fileId : {"40", "41"}) {
     const std::string request = std::string("3c 6b 05 ") + fileId + " 00 00 00 00 00 00";
     for (int failures = 0; failures <= 3; ++failures) {

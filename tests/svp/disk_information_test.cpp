@@ -65,7 +65,7 @@ class DiskInformation : public testing::Test {
                           {kStart, CapabilityLines(kThroughIpmitool, "02"), Asked("", ""), transfer, kEnd}));
   }
 
-  // The library gives nothing that could be sent, and nothing is; `lines` are those behind the capability's.
+  // The library gives nothing that could be sent, and nothing is; `lines` are those after the capability's.
   void ExpectNothingSent(const std::string& detail, const Lines& lines) {
     SupportFile();
     EXPECT_EQ(SendDiskInformation(kIpmitoolPath, &detail_), -1);
@@ -120,7 +120,7 @@ TEST_F(DiskInformation, ThatIsNotHexadecimalIsSentAllTheSame) {
   ExpectSent("zzG1", {kLock, "3c 69 05 41 00 00 00 00 00 00 zz G1", kSignature, kUnlock, kNotify});
 }
 
-TEST_F(DiskInformation, ThatTheBmcRefusesBecauseItIsNotHexadecimalLeavesNothingLocked) {
+TEST_F(DiskInformation, FailsWhenTheBmcRefusesWhatIsNotHexadecimalAndLeavesNothingLocked) {
   InstallManagementLibrary(host_, "whole");
   SupportFile();
   host_.managementLibrary.info = "zz";
@@ -137,7 +137,7 @@ TEST_F(DiskInformation, ThatTheBmcRefusesBecauseItIsNotHexadecimalLeavesNothingL
                          kRecord, unlocked}));
 }
 
-TEST_F(DiskInformation, WithACharacterLeftOverIsNotSent) {
+TEST_F(DiskInformation, FailsWithACharacterLeftOver) {
   InstallManagementLibrary(host_, "whole");
   for (const std::string& info : {std::string("a"), std::string("0a1"), std::string(65, 'b')}) {
     SCOPED_TRACE(info);
@@ -146,7 +146,7 @@ TEST_F(DiskInformation, WithACharacterLeftOverIsNotSent) {
   }
 }
 
-TEST_F(DiskInformation, IsNotThereWithoutTheLibrary) {
+TEST_F(DiskInformation, FailsWithoutTheLibrary) {
   ExpectNothingSent(
       "28", {"4 CBMC_MngLib::CBMC_MngLib [START]", "4 CBMC_MngLib::Load [START]",
              std::string("open library ") + kManagementLibrary,
@@ -156,7 +156,7 @@ TEST_F(DiskInformation, IsNotThereWithoutTheLibrary) {
              "4 CBMC_MngLib::Unload [END]", "2 Failed to createCBMC_MngLib. try catch error", kNoDataRecord});
 }
 
-TEST_F(DiskInformation, IsNotThereWhenTheLibraryIsNone) {
+TEST_F(DiskInformation, FailsWhenTheLibraryIsNone) {
   InstallNoLibrary(host_, "#!/bin/sh\n");
   ExpectNothingSent(
       "28", {"4 CBMC_MngLib::CBMC_MngLib [START]", "4 CBMC_MngLib::Load [START]",
@@ -166,7 +166,7 @@ TEST_F(DiskInformation, IsNotThereWhenTheLibraryIsNone) {
              "4 CBMC_MngLib::Unload [END]", "2 Failed to createCBMC_MngLib. try catch error", kNoDataRecord});
 }
 
-TEST_F(DiskInformation, IsNotThereWhenTheLibraryLacksAnEntryPoint) {
+TEST_F(DiskInformation, FailsWhenTheLibraryLacksAnEntryPoint) {
   InstallManagementLibrary(host_, "without_delete_item_disp");
   ExpectNothingSent("28", {"4 CBMC_MngLib::CBMC_MngLib [START]", "4 CBMC_MngLib::Load [START]",
                            std::string("open library ") + kManagementLibrary,
@@ -177,7 +177,7 @@ TEST_F(DiskInformation, IsNotThereWhenTheLibraryLacksAnEntryPoint) {
                            "2 Failed to createCBMC_MngLib. try catch error", kNoDataRecord});
 }
 
-TEST_F(DiskInformation, IsNotThereWithoutAnInterfaceObject) {
+TEST_F(DiskInformation, FailsWithoutAnInterfaceObject) {
   InstallManagementLibrary(host_, "whole");
   host_.managementLibrary.hasInterface = false;
   ExpectNothingSent(
@@ -187,13 +187,13 @@ TEST_F(DiskInformation, IsNotThereWithoutAnInterfaceObject) {
              "4 CBMC_MngLib::Unload [END]", "2 Failed to createCBMC_MngLib. try catch error", kNoDataRecord});
 }
 
-TEST_F(DiskInformation, IsNotThereWhenMemoryIsOut) {
+TEST_F(DiskInformation, FailsWhenMemoryIsOut) {
   InstallManagementLibrary(host_, "whole");
   host_.memoryForNextNothrowNew = false;
   ExpectNothingSent("28", {"2 Failed to createCBMC_MngLib. pMngLib == NULL", kNoDataRecord});
 }
 
-TEST_F(DiskInformation, ThatTheLibraryFailsToGiveIsRecordedByItsErrorCode) {
+TEST_F(DiskInformation, FailsWithARecordByTheErrorCodeOfTheLibrary) {
   InstallManagementLibrary(host_, "whole");
   host_.managementLibrary.succeeds = false;
   host_.managementLibrary.info = "a";  // of no interest then
@@ -214,7 +214,7 @@ TEST_F(DiskInformation, ThatTheLibraryFailsToGiveIsRecordedByItsErrorCode) {
   }
 }
 
-TEST_F(DiskInformation, IsSentWhateverTheCodesOfAQueryThatSucceeded) {
+TEST_F(DiskInformation, IsSentWithAnyCodesOfAQueryThatSucceeded) {
   InstallManagementLibrary(host_, "whole");
   SupportFile();
   host_.managementLibrary.info = "7e";
@@ -226,7 +226,7 @@ TEST_F(DiskInformation, IsSentWhateverTheCodesOfAQueryThatSucceeded) {
                         {kStart, CapabilityLines(kThroughIpmitool, "02"), Asked("02", "03"), transfer, kEnd}));
 }
 
-TEST_F(DiskInformation, OfALibraryThatThrowsFromItsQueryIsAFailedQuery) {
+TEST_F(DiskInformation, FailsWhenTheLibraryThrowsFromItsQuery) {
   InstallManagementLibrary(host_, "whole");
   host_.managementLibrary.info = "7e";
   host_.managementLibrary.throwsFrom = "GetHddInfoToSVP";
@@ -240,7 +240,7 @@ TEST_F(DiskInformation, OfALibraryThatThrowsFromItsQueryIsAFailedQuery) {
   EXPECT_FALSE(ManagementLibraryIsLoaded(host_));
 }
 
-TEST_F(DiskInformation, OfALibraryThatThrowsFromItsCreationIsNotThere) {
+TEST_F(DiskInformation, FailsWhenTheLibraryThrowsFromItsCreation) {
   InstallManagementLibrary(host_, "whole");
   host_.managementLibrary.throwsFrom = "CreateLibIF";
   ExpectNothingSent(

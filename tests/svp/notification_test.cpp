@@ -125,7 +125,7 @@ TEST_F(Notification, SendsTheOneThatIsSupported) {
                         {kStart, kOsStart, CapabilityLines(kThroughMakersTool, "02"), kOsNotSupported, disks}));
 }
 
-TEST_F(Notification, OfASystemThatFailedGoesOnToTheDisksWhichEmptyTheDetail) {
+TEST_F(Notification, FailsWhenTheSystemFailsButGoesOnToTheDisksWhichEmptyTheDetail) {
   AnswerCapability("03");
   host_.ResultLine("cat /etc/redhat-release", "Linux 9");
   const Lines os = OsRefused("03");

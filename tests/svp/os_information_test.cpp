@@ -184,7 +184,7 @@ TEST_F(OsInformation, SendsAReleaseFileOfOneEndlessLineWhole) {
              RecordText("b1 13 00 00", "89 13 " + Repeated(5000, "61") + "00", "06 00 6e 6f 64 65 37 00"));
 }
 
-TEST_F(OsInformation, WithoutAHostNameIsNotSent) {
+TEST_F(OsInformation, FailsWithoutAHostName) {
   host_.Answer("3c 04", CapabilityAnswer("01"));
   host_.ResultLine(kAskOs, "Linux 9");
   host_.gethostnameResults = {-1};

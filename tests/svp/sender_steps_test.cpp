@@ -1,6 +1,6 @@
 // Every step of the transfer failing once, twice and for good, in both senders and through both tools, because
 // the BMC refuses it or because its answer is broken: the same requests, retries and pauses, but only the system's
-// sender tells a final failure by its message and its end line.
+// sender reports a final failure by its message and its end line.
 #include <gtest/gtest.h>
 
 #include <tuple>
@@ -108,8 +108,8 @@ class SenderStep : public testing::TestWithParam<Case> {
   std::string detail_ = "from before";
 };
 
-// What is told of `step` when it failed for good, at last with this completion code.
-Lines Told(const Sender& sender, const Step& step, const std::string& completionCode) {
+// The lines on `step` when it failed for good, at last with this completion code.
+Lines GivenUp(const Sender& sender, const Step& step, const std::string& completionCode) {
   const Lines record = "record MSGID_BMC_0021_F 29";
   return sender.tellsFinalFailures && step.name != std::string("Unlock")
              ? Lines{"2 " + step.message + completionCode, sender.end, record}
@@ -136,7 +136,7 @@ TEST_P(SenderStep, Fails) {
   EXPECT_EQ(detail_, "29");
   const Step& step = sender.steps[static_cast<std::size_t>(failing)];
   const Lines unlocked = LeavesTheFileLocked(step) ? tool.Taken(sender.unlock) : Lines();
-  EXPECT_TRUE(SameLines(host_.TakeJournal(), {before, steps, Told(sender, step, tool.refusal), unlocked}));
+  EXPECT_TRUE(SameLines(host_.TakeJournal(), {before, steps, GivenUp(sender, step, tool.refusal), unlocked}));
 }
 
 std::string CaseName(const testing::TestParamInfo<Case>& instance) {
@@ -181,10 +181,10 @@ TEST_P(SenderStepCodes, AreThoseOfEachAttempt) {
   EXPECT_EQ(sender.send(kMakersToolPath, &detail_), -1);
   EXPECT_EQ(detail_, "29");
   const Lines unlocked = LeavesTheFileLocked(step) ? MakersRequest(sender.unlock) : Lines();
-  EXPECT_TRUE(
-      SameLines(host_.TakeJournal(), {before, steps, MakersRequest(step.request), "16 " + step.message + "c1",
-                                      "sleep 10000", FailedMakersRequest(step.request), "16 " + step.message,
-                                      "sleep 10000", MakersRequest(step.request), Told(sender, step, "d5"), unlocked}));
+  EXPECT_TRUE(SameLines(host_.TakeJournal(),
+                        {before, steps, MakersRequest(step.request), "16 " + step.message + "c1", "sleep 10000",
+                         FailedMakersRequest(step.request), "16 " + step.message, "sleep 10000",
+                         MakersRequest(step.request), GivenUp(sender, step, "d5"), unlocked}));
 }
 
 std::string SenderAndStepName(const testing::TestParamInfo<SenderAndStep>& instance) {
@@ -211,7 +211,7 @@ TEST_P(SenderTransfer, WhoseUnlockFailsTooIsRecordedOnce) {
   host_.Answer(sender.unlock, "c1", 3);
   EXPECT_EQ(sender.send(tool.path, &detail_), -1);
   EXPECT_EQ(detail_, "29");
-  EXPECT_TRUE(SameLines(host_.TakeJournal(), {before, steps, Told(sender, sender.steps[kSignature], tool.refusal),
+  EXPECT_TRUE(SameLines(host_.TakeJournal(), {before, steps, GivenUp(sender, sender.steps[kSignature], tool.refusal),
                                               Attempts(tool, sender.unlock, sender.steps[kUnlock].message, 3)}));
 }
 

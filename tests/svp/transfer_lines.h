@@ -41,8 +41,8 @@ inline void PrintTo(const Tool& tool, std::ostream* out) {
 // Makes the next `failures` calls of `request` fail, and the one after them succeed when there is a third.
 void RefuseThenTake(ScriptedHost* host, const Tool& tool, const std::string& request, int failures);
 
-// The journal of a step up to its last answer: `failures` (0 to 3) attempts fail, and are told by `message` when they
-// are tried again. `message` goes up to the completion code.
+// The journal of a step up to its last answer: `failures` (0 to 3) attempts fail, and are reported by `message` when
+// they are tried again. `message` goes up to the completion code.
 Lines Attempts(const Tool& tool, const std::string& request, const std::string& message, int failures);
 
 // One step of a transfer.
@@ -52,7 +52,7 @@ struct Step {
   std::string message;  // of a failed attempt, up to the completion code
 };
 
-// Makes step `failing` of `steps` (an index) fail `failures` times and all before it succeed, and all behind it unless
+// Makes step `failing` of `steps` (an index) fail `failures` times and all before it succeed, and all after it unless
 // it has failed three times. Gives the journal up to the last answer.
 Lines PlaySteps(ScriptedHost* host, const Tool& tool, const std::vector<Step>& steps, int failing, int failures);
 

@@ -1,5 +1,6 @@
 // A management library for the tests: a real shared library that answers as the script says. Built several times, with
 // entry points left out (LACKS_...).
+#include <list>
 #include <stdexcept>
 
 #include "host/ManagementInterface.h"
@@ -62,6 +63,9 @@ class Interface final : public host::ManagementInterface {
   }
 };
 
+// They are gone when the library is unloaded, as their code is.
+std::list<Interface> objects;
+
 }  // namespace
 
 extern "C" {
@@ -74,14 +78,14 @@ void PlayScript(ScriptedManagementLibrary* played) {
 host::ManagementInterface* CreateLibIF() {
   Enter("CreateLibIF");
   Leave("CreateLibIF");
-  return script->hasInterface ? new Interface : nullptr;
+  return script->hasInterface ? &objects.emplace_back() : nullptr;
 }
 #endif
 
 #ifndef LACKS_DELETE_LIB_IF
 void DeleteLibIF(host::ManagementInterface* interface) {
-  Enter("DeleteLibIF");
-  delete static_cast<Interface*>(interface);
+  const auto isReleased = [interface](const Interface& object) { return &object == interface; };
+  Enter(std::erase_if(objects, isReleased) == 1 ? "DeleteLibIF" : "DeleteLibIF of an object that is not its own");
   Leave("DeleteLibIF");
 }
 #endif
