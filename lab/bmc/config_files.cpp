@@ -9,9 +9,9 @@ namespace kv6000 {
 namespace {
 
 constexpr std::uint8_t kFileClass = 0x05;
-constexpr std::size_t kHeader = 8;  // class, file, mode, and what else stands in front of the bytes
+constexpr std::size_t kPieceHeader = 8;  // class, file, mode, and what else stands in front of the bytes
 constexpr std::size_t kLongestPiece = 32;
-constexpr std::array<std::uint8_t, 5> kSignature = {0x51, 0x54, 0x4c, 0x4d, 0x50};
+constexpr std::array<std::uint8_t, 5> kFileSignature = {0x51, 0x54, 0x4c, 0x4d, 0x50};
 // Data bytes of Get Capability in front of the support flags.
 constexpr std::size_t kOtherCapabilities = 16;
 
@@ -34,9 +34,9 @@ void EndTransfer(ConfigFiles::File& file) {
 std::span<const Command<ConfigFiles>> ConfigFiles::Table() {
   static constexpr std::array<Command<ConfigFiles>, 5> kTable = {{
       {0x3c, 0x04, 0, 0, &ConfigFiles::GetCapability},
-      {0x3c, 0x6a, kHeader, kHeader, &ConfigFiles::Lock},
-      {0x3c, 0x69, kHeader + 1, kHeader + kLongestPiece, &ConfigFiles::Write},
-      {0x3c, 0x6b, kHeader, kHeader, &ConfigFiles::Unlock},
+      {0x3c, 0x6a, kPieceHeader, kPieceHeader, &ConfigFiles::Lock},
+      {0x3c, 0x69, kPieceHeader + 1, kPieceHeader + kLongestPiece, &ConfigFiles::Write},
+      {0x3c, 0x6b, kPieceHeader, kPieceHeader, &ConfigFiles::Unlock},
       {0x34, 0x39, 1, 1, &ConfigFiles::Notify},
   }};
   return kTable;
@@ -73,16 +73,16 @@ Bytes ConfigFiles::Write(std::span<const std::uint8_t> data) {
   if (!file->locked) {
     return {kWrongState};
   }
-  const auto piece = data.subspan(kHeader);
+  const auto piece = data.subspan(kPieceHeader);
   const std::size_t offset = OffsetIn(data);
-  if (offset == 0 && std::ranges::equal(piece, kSignature)) {
+  if (offset == 0 && std::ranges::equal(piece, kFileSignature)) {
     file->hasSignature = true;
     return {kOk};
   }
   Bytes& bytes = file->incoming;
   const bool isRepeated =
       bytes.size() >= piece.size() && std::ranges::equal(piece, std::span(bytes).first(piece.size()));
-  if (offset == 0 && piece.size() == kSignature.size() && !bytes.empty() && !isRepeated) {
+  if (offset == 0 && piece.size() == kFileSignature.size() && !bytes.empty() && !isRepeated) {
     return {kInvalidData};  // at this place and of this length it was to be the signature
   }
   if (offset > bytes.size() || offset + piece.size() > kLongestFile) {

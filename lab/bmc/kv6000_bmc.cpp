@@ -10,14 +10,14 @@ namespace kv6000 {
 namespace {
 
 // Commands that change the machine carry these two bytes in front.
-constexpr std::array<std::uint8_t, 2> kSignature = {0x55, 0xaa};
+constexpr std::array<std::uint8_t, 2> kOrderSignature = {0x55, 0xaa};
 
 // What the reboot flag is armed for.
 constexpr std::uint8_t kAtPowerOff = 0x01;
 constexpr std::uint8_t kAlsoAtReset = 0x02;
 
 bool IsSigned(std::span<const std::uint8_t> data) {
-  return std::ranges::equal(kSignature, data.first(kSignature.size()));
+  return std::ranges::equal(kOrderSignature, data.first(kOrderSignature.size()));
 }
 
 // These majors are write protected: connecting media needs Change Write mode first.

@@ -11,9 +11,9 @@ namespace {
 
 constexpr std::uint8_t kSdrFormat = 0x51;
 constexpr std::uint8_t kOemRecord = 0xc0;
-constexpr std::size_t kHeader = 5;     // number (2), format, type, length of what follows
-constexpr std::size_t kOemBody = 8;    // header and manufacturer
-constexpr std::uint8_t kModes = 0x42;  // updates in a mode of their own; reservations
+constexpr std::size_t kRecordHeader = 5;  // number (2), format, type, length of what follows
+constexpr std::size_t kOemBody = 8;       // header and manufacturer
+constexpr std::uint8_t kModes = 0x42;     // updates in a mode of their own; reservations
 constexpr std::uint8_t kToTheEnd = 0xff;
 constexpr std::string_view kVersionMark = "SDR Version ";
 
@@ -43,7 +43,7 @@ std::span<const Command<SdrRepository>> SdrRepository::Table() {
       {0x0a, 0x20, 0, 0, &SdrRepository::GetInfo},
       {0x0a, 0x22, 0, 0, &SdrRepository::Reserve},
       {0x0a, 0x23, 6, 6, &SdrRepository::GetRecord},
-      {0x0a, 0x24, kHeader, kLongestRecord, &SdrRepository::AddRecord},
+      {0x0a, 0x24, kRecordHeader, kLongestRecord, &SdrRepository::AddRecord},
       {0x0a, 0x2b, 0, 0, &SdrRepository::ExitUpdate},
   }};
   return kTable;
@@ -101,7 +101,7 @@ Bytes SdrRepository::AddRecord(std::span<const std::uint8_t> data) {
   if (!updating_) {
     return {kWrongState};
   }
-  if (data[2] != kSdrFormat || data[4] != data.size() - kHeader) {
+  if (data[2] != kSdrFormat || data[4] != data.size() - kRecordHeader) {
     return {kInvalidData};
   }
   if (incoming_.size() == kMostRecords) {

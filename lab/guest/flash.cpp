@@ -19,8 +19,6 @@ constexpr std::uint8_t kStart = 0x90;
 constexpr std::uint8_t kProgress = 0x91;
 constexpr std::uint8_t kRunning = 0x01;
 constexpr std::uint8_t kDone = 0x02;
-// Stands for the completion code of an answer that has none.
-constexpr std::uint8_t kNoAnswer = 0xff;
 constexpr useconds_t kPollMicroseconds = 100 * 1000;
 
 void ShowProgress(const char* step, std::size_t done, std::size_t total) {

@@ -19,8 +19,6 @@ namespace kv6000 {
 namespace {
 
 constexpr const char* kDevice = "/dev/ipmi0";
-// Stands for the completion code of an answer that has none.
-constexpr std::uint8_t kNoAnswer = 0xff;
 
 [[noreturn]] void Throw(const std::string& what) {
   throw std::system_error(errno, std::generic_category(), what);

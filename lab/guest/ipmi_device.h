@@ -11,6 +11,9 @@
 
 namespace kv6000 {
 
+// Stands for the completion code of an answer that has none.
+inline constexpr std::uint8_t kNoAnswer = 0xff;
+
 class IpmiDevice {
  public:
   // Opens the first IPMI device of the machine. Throws std::system_error.

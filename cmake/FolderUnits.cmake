@@ -1,0 +1,37 @@
+# With CMAKE_UNITY_BUILD, which the presets that people wait for switch on, the sources of one folder are compiled
+# together: what their common headers cost, JSON above all, is paid once for each folder and not once for each file.
+# Without it, as for clang-tidy and a debugger, each file is compiled by itself, and so must go on to compile.
+
+# Puts the sources of every target of `directory` and of the directories below it into groups, one for each folder and
+# at most `limit` files.
+function(kestrel_group_sources_by_folder directory limit)
+  get_property(targets DIRECTORY ${directory} PROPERTY BUILDSYSTEM_TARGETS)
+  foreach(target IN LISTS targets)
+    get_target_property(sources ${target} SOURCES)
+    get_target_property(base ${target} SOURCE_DIR)
+    if(NOT sources)
+      continue()
+    endif()
+    set_target_properties(${target} PROPERTIES UNITY_BUILD_MODE GROUP)
+    foreach(source IN LISTS sources)
+      if(source MATCHES "^\\$<")
+        continue()
+      endif()
+      cmake_path(ABSOLUTE_PATH source BASE_DIRECTORY ${base})
+      cmake_path(GET source PARENT_PATH folder)
+      cmake_path(RELATIVE_PATH folder BASE_DIRECTORY ${PROJECT_SOURCE_DIR})
+      string(MAKE_C_IDENTIFIER "${folder}" group)
+      set(counter files_of_${target}_${group})
+      if(NOT DEFINED ${counter})
+        set(${counter} 0)
+      endif()
+      math(EXPR unit "${${counter}} / ${limit}")
+      math(EXPR ${counter} "${${counter}} + 1")
+      set_property(SOURCE ${source} TARGET_DIRECTORY ${target} PROPERTY UNITY_GROUP ${group}_${unit})
+    endforeach()
+  endforeach()
+  get_property(directories DIRECTORY ${directory} PROPERTY SUBDIRECTORIES)
+  foreach(below IN LISTS directories)
+    kestrel_group_sources_by_folder(${below} ${limit})
+  endforeach()
+endfunction()
