@@ -3,7 +3,7 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <filesystem>
-#include <iostream>
+#include <sstream>
 
 #include "refhost/settings.h"
 
@@ -40,17 +40,22 @@ Exit codes:
   8   failed after writing the flash had begun
   9   the BMC runs another version than the one that was installed
   10  another run is at work; nothing was touched
+  12  done, but the result could not be written to the standard output
 
 Files:
   INSTALL_PATH/repository/state.json  what the host recorded
   INSTALL_PATH/journal                what every run did; see "orvhost history"
   INSTALL_PATH/orvhost.lock           held by the run that is at work
+  INSTALL_PATH/orvhost.run            which run that is, or was last
+  /run/orvhost                        the same for all runs of the machine
   INSTALL_PATH/tmp                    the plug-in's scratch folder
   INSTALL_PATH/MngSrv                 the management library
 
 Environment:
   TERM                     "dumb" for a terminal that cannot show a live line
   ORVHOST_LAB_MACHINE      set where any user may update; laboratory only
+  ORVHOST_LAB_LOCK_FOLDER  folder in the place of /run/orvhost, where the one
+                           above is set; laboratory only
   ORVHOST_LAB_SLEEP_SCALE  factor for every wait and limit; laboratory only)";
 
 void AddGlobalOptions(CLI::App* app, Options* options) {
@@ -125,7 +130,9 @@ ParsedCommandLine ParseCommandLine(int argc, const char* const* argv) {
     parsed.outcome.phase = "command line";
     // CLI11 reports a request for help or version as an error too.
     if (error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success)) {
-      app.exit(error);
+      std::ostringstream answer;
+      app.exit(error, answer, answer);
+      parsed.answer = answer.str();
       return parsed;
     }
     options.json = std::any_of(argv, argv + argc, [](const char* word) { return std::string_view(word) == "--json"; });

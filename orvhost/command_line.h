@@ -11,7 +11,8 @@ namespace orvhost {
 struct ParsedCommandLine {
   const Command* command = nullptr;  // null when there is nothing to run
   Options options;
-  Outcome outcome;  // without a command: the refusal, or a success when help or version was asked for and printed
+  Outcome outcome;     // without a command: the refusal, or a success when help or version was asked for
+  std::string answer;  // the help or the version
 };
 
 [[nodiscard]] ParsedCommandLine ParseCommandLine(int argc, const char* const* argv);

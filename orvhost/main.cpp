@@ -7,9 +7,12 @@
 
 #include "host/DllCommon.h"
 #include "orvhost/command_line.h"
+#include "orvhost/run/error_output_watch.h"
 #include "orvhost/run/exclusive_run.h"
 #include "orvhost/terminal/live_progress.h"
 #include "orvhost/trace/line_sink.h"
+#include "posix/last_error.h"
+#include "posix/start_of_program.h"
 #include "refhost/settings.h"
 
 namespace orvhost {
@@ -66,18 +69,22 @@ int Main(int argc, const char* const* argv) {
     auto watch = std::make_unique<TraceWatch>();
     Journal journal;
     LiveProgress progress(&journal);
+    ErrorOutputWatch errorOutput(watch.get(), &journal, &progress, parsed.options.verbose);
     console.BeforeText([&progress] { progress.Hide(); });
     const Run run{parsed.options, console, *watch, tee, journal};
+    tee.Add(std::make_unique<ErrorOutputSink>(&errorOutput));
     tee.Add(std::move(watch));
     tee.Add(std::make_unique<ProgressSink>(&progress));
     ExclusiveRun exclusive(run, parsed.command->name);
     if ((!parsed.command->loadsPlugin || exclusive.Begin(&outcome)) && AddSinks(run, &tee, &outcome)) {
       refhost::SetTraceSink(&tee);
-      refhost::SetCommandObserver(&progress);
+      refhost::SetCommandObserver(&errorOutput);
       if (parsed.command->loadsPlugin) {
         progress.Begin(parsed.options);
+        errorOutput.Begin();
       }
       outcome = RunCommand(*parsed.command, run);
+      errorOutput.End();
       refhost::SetCommandObserver(nullptr);
       refhost::SetTraceSink(nullptr);
       progress.End();
@@ -85,16 +92,26 @@ int Main(int argc, const char* const* argv) {
     exclusive.End(&outcome);
     console.BeforeText([] {});
   }
-  if (parsed.command != nullptr || outcome.failure) {
-    console.Report(outcome);
-  }
-  return static_cast<int>(outcome.exitCode);
+  console.Answer(parsed.answer);
+  const bool isRun = parsed.command != nullptr || outcome.failure;
+  return static_cast<int>(isRun ? console.Report(outcome) : console.Conclude(outcome));
+}
+
+// Nothing may be opened, so nothing but the reason is told.
+int CannotStart() {
+  const std::string text = "orvhost: cannot start: the open files that it was given cannot be settled (" +
+                           posix::LastError() + "); /dev/null and /proc are needed. Nothing was done.\n";
+  (void)posix::WriteAll(STDERR_FILENO, text.data(), text.size());
+  return static_cast<int>(ExitCode::kUnexpected);
 }
 
 }  // namespace
 }  // namespace orvhost
 
 int main(int argc, char** argv) {
+  if (!posix::SettleInheritance()) {
+    return orvhost::CannotStart();
+  }
   // A reader of the output that goes away must not end a run that writes to a device.
   signal(SIGPIPE, SIG_IGN);
   signal(SIGXFSZ, SIG_IGN);  // nor may a limit on the size of its journal

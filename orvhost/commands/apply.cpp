@@ -2,6 +2,7 @@
 #include "orvhost/commands/commands.h"
 #include "orvhost/commands/dry_run.h"
 #include "orvhost/commands/shutdown.h"
+#include "orvhost/commands/waiting_update.h"
 #include "refhost/module_state.h"
 
 namespace orvhost {
@@ -11,8 +12,18 @@ namespace {
 // True when a written update waits; otherwise false with a complete outcome.
 bool IsWaiting(const Run& run, const Session& session, Outcome* outcome) {
   const int status = session.Firmware().GetUpdateStatus();
-  if (status == refhost::kUpdateWritten) {
+  outcome->needsApply = IsRecordedAsWritten(session);
+  if (*outcome->needsApply) {
     return true;
+  }
+  if (status == refhost::kUpdateWritten) {
+    Fail(run, outcome,
+         {.exitCode = ExitCode::kFailedUntouched,
+          .verdict = "not-written",
+          .cause = "The last update was written, but the host could not record all of it.",
+          .nextStep =
+              "Keep the machine powered and run \"orvhost update\" again before anything is put into operation."});
+    return false;
   }
   if (status == refhost::kUpdateRunning || status == refhost::kUpdateFailed) {
     Fail(run, outcome,
@@ -52,15 +63,17 @@ Outcome Apply(const Run& run) {
   if (!outcome.failure) {
     outcome.after = written;
   }
+  outcome.needsApply = outcome.verdict == "not-applied";
   return outcome;
 }
 
-constexpr const char* kHelp = R"(Has the BMC take the firmware that "orvhost update" wrote, and takes the machine
+constexpr const char* kApplyHelp = R"(Has the BMC take the firmware that "orvhost update" wrote, and takes the machine
 down at once. Asks first at a terminal; without one it wants --yes. When the
 machine is up again, run "orvhost verify".
 
-Refused when the last update failed or was cut off. With --dry-run it tells
-which version would be started, and nothing is asked, changed or halted.
+Refused when the last update failed, was cut off, or could not be recorded. With
+--dry-run it tells which version would be started, and nothing is asked, changed
+or halted.
 
 Examples:
   orvhost apply --dry-run
@@ -72,6 +85,6 @@ applied, the machine stays up.)";
 }  // namespace
 
 const Command kApplyCommand = {
-    "apply", "Put written firmware into operation; halts the machine", kHelp, {kDryRunFlag}, Apply};
+    "apply", "Put written firmware into operation; halts the machine", kApplyHelp, {kDryRunFlag}, Apply};
 
 }  // namespace orvhost

@@ -2,6 +2,7 @@
 #include "orvhost/commands/commands.h"
 #include "orvhost/commands/package_check.h"
 #include "orvhost/commands/preflight.h"
+#include "orvhost/commands/waiting_update.h"
 
 namespace orvhost {
 
@@ -25,23 +26,28 @@ Outcome Check(const Run& run) {
   }
   EnterPhase(run, &outcome, "plug-in");
   const std::unique_ptr<Session> session = OpenSession(run, DamagedRecords::kLeave, &outcome);
-  if (!session || !check.Judge(*session)) {
+  if (!session) {
+    return outcome;
+  }
+  const bool fits = check.Judge(*session);
+  outcome.needsApply = NeedsApply(*session, outcome.before);
+  if (!fits) {
     return outcome;
   }
   const Comparison comparison = check.Compare(*session);
   outcome.verdict = comparison.verdict;
   outcome.after = outcome.before;
   outcome.summary = comparison.sentence + WhatUpdateWouldDo(outcome, check.Manifest().version);
-  outcome.facts.emplace_back("Prerequisites", "complete");
-  outcome.facts.emplace_back("Fit", "the package is for this machine");
-  outcome.facts.emplace_back("Running version", outcome.before);
+  outcome.facts.push_back({"prerequisites", "Prerequisites", "complete"});
+  outcome.facts.push_back({"fit", "Fit", "the package is for this machine"});
+  outcome.facts.push_back({"running_version", "Running version", outcome.before});
   if (outcome.before != check.Manifest().version) {
-    outcome.facts.emplace_back("Not judged", NotJudgedBeforehand(check.Method()));
+    outcome.facts.push_back({"not_judged", "Not judged", NotJudgedBeforehand(check.Method())});
   }
   return outcome;
 }
 
-constexpr const char* kHelp = R"(Judges a package in the order of an update: can it be read, is anything missing
+constexpr const char* kCheckHelp = R"(Judges a package in the order of an update: can it be read, is anything missing
 on this machine, is the package made for this server type, does the plug-in take
 it for this hardware, how does its version stand to the running one, and would
 an update go through: does the package hold what it needs, is the flash tool
@@ -69,7 +75,7 @@ damaged.)";
 
 const Command kCheckCommand = {"check",
                                "Tell whether a package fits and how its version stands to the running one",
-                               kHelp,
+                               kCheckHelp,
                                {kPackageArgument},
                                Check};
 

@@ -41,6 +41,9 @@ constexpr auto kExitCodes = std::to_array<NumberText>({
      "Run \"orvhost apply\" if it was left out; otherwise update again."},
     {10, "Another run of orvhost is at work.", "Two runs must not meet at one BMC, so this one began nothing.",
      "Wait until the other run has ended, then run the same command again."},
+    {12, "The result could not be written to the standard output.",
+     "The run succeeded, and what was done stays done; only its result is missing. The standard error says why.",
+     "Run \"orvhost show last\" to see how the run ended. Do not repeat an update or an apply for that reason alone."},
 });
 
 constexpr auto kResults = std::to_array<NumberText>({

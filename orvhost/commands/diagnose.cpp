@@ -8,6 +8,7 @@
 #include "orvhost/journal/journal_folder.h"
 #include "orvhost/journal/story.h"
 #include "orvhost/run/run_lock.h"
+#include "orvhost/run/run_processes.h"
 #include "posix/boot_id.h"
 
 namespace orvhost {
@@ -95,7 +96,8 @@ bool DiagnoseRoad::FindRunInQuestion() {
 void DiagnoseRoad::NothingToDiagnose() {
   outcome_.verdict = "nothing-to-diagnose";
   outcome_.summary = "No run with a journal in " + folder_ + " got as far as to change the device.";
-  outcome_.facts = {{"Records", recordsError_.empty() ? InWords(situation_.records.updateStatus) : recordsError_}};
+  outcome_.facts = {
+      {"records", "Records", recordsError_.empty() ? InWords(situation_.records.updateStatus) : recordsError_}};
   const bool cutOff = situation_.records.updateStatus == refhost::kUpdateRunning ||
                       situation_.records.updateStatus == refhost::kUpdateFailed;
   if (!cutOff) {
@@ -103,15 +105,13 @@ void DiagnoseRoad::NothingToDiagnose() {
   }
   outcome_.verdict = "flash-unknown";
   outcome_.summary += " But the records tell of an update that was not finished, so the flash may be incomplete.";
-  outcome_.facts.emplace_back("Next step",
-                              "Keep the machine powered, do not reboot it, and run \"orvhost update PACKAGE\" again.");
+  outcome_.facts.push_back({"next_step", "Next step",
+                            "Keep the machine powered, do not reboot it, and run \"orvhost update PACKAGE\" again."});
 }
 
 void DiagnoseRoad::LookAround() {
   const RecordedRun& run = situation_.run;
-  for (const WorkingProcess& process : ProcessesOfRun(run_.options.installPath, run.id)) {
-    left_ += (left_.empty() ? "" : ", ") + std::to_string(process.pid) + " (" + process.commandLine + ")";
-  }
+  left_ = InWords(ProcessesOfRun(run_.options.installPath, run.id).found);
   situation_.isAtWork = !left_.empty() || RunAtWork(run_.options.installPath) == run.id;
   situation_.machineWasRestarted = run.Begin("boot_id") != posix::BootId();
   const auto at = static_cast<std::size_t>(std::ranges::find(runs_, run.id) - runs_.begin());
@@ -161,24 +161,26 @@ void DiagnoseRoad::Tell(const Diagnosis& diagnosis) {
   outcome_.flashTouched = diagnosis.flashTouched;
   outcome_.summary =
       "Of run " + run.id + " (orvhost " + run.Begin("command") + ", started " + run.Begin("t") + ") is known:";
-  outcome_.facts = {{"Run", run.id},
-                    {"End", End(run, situation_.isAtWork)},
-                    {"Machine", situation_.machineWasRestarted ? "was started anew since" : "has been up since"},
-                    {"Flash", diagnosis.flash},
-                    {"BMC", diagnosis.bmc},
-                    {"Update marker", diagnosis.marker},
-                    {"Records", recordsError_.empty() ? InWords(situation_.records.updateStatus) : recordsError_}};
+  outcome_.facts = {
+      {"run", "Run", run.id},
+      {"end", "End", End(run, situation_.isAtWork)},
+      {"machine", "Machine", situation_.machineWasRestarted ? "was started anew since" : "has been up since"},
+      {"flash", "Flash", diagnosis.flash},
+      {"bmc", "BMC", diagnosis.bmc},
+      {"update_marker", "Update marker", diagnosis.marker},
+      {"records", "Records", recordsError_.empty() ? InWords(situation_.records.updateStatus) : recordsError_}};
   if (!left_.empty()) {
-    outcome_.facts.emplace_back("At work", left_);
+    outcome_.facts.push_back({"at_work", "At work", left_});
   }
   if (!situation_.unfinishedBefore.empty() && !diagnosis.flashTouched && diagnosis.verdict != "verified") {
-    outcome_.facts.emplace_back(
-        "Before", "run " + situation_.unfinishedBefore + " had begun to write the flash and did not finish it");
+    outcome_.facts.push_back(
+        {"before", "Before",
+         "run " + situation_.unfinishedBefore + " had begun to write the flash and did not finish it"});
   }
   if (!diagnosis.unknown.empty()) {
-    outcome_.facts.emplace_back("Unknown", diagnosis.unknown);
+    outcome_.facts.push_back({"unknown", "Unknown", diagnosis.unknown});
   }
-  outcome_.facts.emplace_back("Next step", diagnosis.nextStep);
+  outcome_.facts.push_back({"next_step", "Next step", diagnosis.nextStep});
 }
 
 void DiagnoseRoad::Notice(const std::string& sentence) {
@@ -186,7 +188,7 @@ void DiagnoseRoad::Notice(const std::string& sentence) {
   run_.console.Notice(sentence);
 }
 
-constexpr const char* kHelp = R"(Tells what a run left behind, as far as its journal and the records prove it:
+constexpr const char* kDiagnoseHelp = R"(Tells what a run left behind, as far as its journal and the records prove it:
 whether the flash was touched, what the BMC has and runs, whether the update
 marker is there, what is unknown, and the one safe next step. Meant for a run
 that was killed or lost its machine, but it takes any. Without RUN it is the
@@ -197,7 +199,7 @@ another run is at work.
 
 Examples:
   orvhost diagnose
-  orvhost diagnose --json | jq -r '.facts["Next step"]'
+  orvhost diagnose --json | jq -r '.facts.next_step'
 
 Exit codes: 0 told, whatever it is; 2 there is no such run, or more than one.)";
 
@@ -206,7 +208,7 @@ Exit codes: 0 told, whatever it is; 2 there is no such run, or more than one.)";
 const Command kDiagnoseCommand = {
     "diagnose",
     "Tell what a run left behind and the safe next step",
-    kHelp,
+    kDiagnoseHelp,
     {{"run", &Options::runName, "Id of a run, its number, its beginning, or \"last\"", "RUN"}},
     [](const Run& run) { return DiagnoseRoad(run).Go(); },
     false};

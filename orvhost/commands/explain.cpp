@@ -7,12 +7,15 @@ namespace orvhost {
 
 namespace {
 
-std::string AsText(const Explanation& each) {
+void AppendLines(const Explanation& each, std::vector<std::string>* lines) {
   std::string title = each.code;
   if (each.kind == "exit" || each.kind == "result") {
     title.insert(0, each.kind + " ");
   }
-  return title + "\n  failed: " + each.failed + "\n  means:  " + each.means + "\n  do:     " + each.todo + "\n";
+  if (!lines->empty()) {
+    lines->emplace_back();
+  }
+  lines->insert(lines->end(), {title, "  failed: " + each.failed, "  means:  " + each.means, "  do:     " + each.todo});
 }
 
 Outcome ExplainCodes(const Run& run) {
@@ -33,13 +36,12 @@ Outcome ExplainCodes(const Run& run) {
   for (const Explanation& each : *explanations) {
     outcome.listing.entries.push_back(
         {{"kind", each.kind}, {"code", each.code}, {"failed", each.failed}, {"means", each.means}, {"do", each.todo}});
-    outcome.summary += (outcome.summary.empty() ? "" : "\n") + AsText(each);
+    AppendLines(each, &outcome.lines);
   }
-  outcome.summary.pop_back();  // the text for people brings the last line end itself
   return outcome;
 }
 
-constexpr const char* kHelp = R"(Tells of each code what failed, what that means and what to do. A code is a
+constexpr const char* kExplainHelp = R"(Tells of each code what failed, what that means and what to do. A code is a
 message identifier, a detail code (also several run together, as a record shows
 them), or "exit" or "result" with a number: the exit code of orvhost, or what an
 operation of a plug-in answered. Without a code all of them are told. Asks
@@ -55,7 +57,7 @@ Exit codes: 0 explained; 2 there is no such code.)";
 
 const Command kExplainCommand = {
     "explain",    "Explain a message, detail, exit or result code",
-    kHelp,        {{"codes", &Options::codes, "Codes to explain; all of them without one", "CODE"}},
+    kExplainHelp, {{"codes", &Options::codes, "Codes to explain; all of them without one", "CODE"}},
     ExplainCodes, false};
 
 }  // namespace orvhost

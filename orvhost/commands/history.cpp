@@ -4,6 +4,7 @@
 #include <cstdio>
 
 #include "orvhost/commands/commands.h"
+#include "orvhost/interface/printable.h"
 #include "orvhost/journal/journal_folder.h"
 #include "orvhost/journal/recorded_run.h"
 #include "orvhost/run/run_lock.h"
@@ -48,24 +49,25 @@ Row Told(const RecordedRun& run, bool isAtWork) {
 }
 
 // Columns as wide as their widest text, two blanks apart.
-std::string Table(const std::vector<Row>& rows) {
+std::vector<std::string> Table(const std::vector<Row>& rows) {
   constexpr std::size_t kColumns = 6;  // the id tells the time already
+  constexpr std::size_t kWidest = 80;
   std::array<std::size_t, kColumns> widths{};
   for (const Row& row : rows) {
     for (std::size_t i = 0; i < kColumns; ++i) {
-      widths[i] = std::max(widths[i], row[i].size());
+      widths[i] = std::max(widths[i], CharactersIn(Printable(row[i], kWidest)));
     }
   }
-  std::string text;
+  std::vector<std::string> lines;
   for (const Row& row : rows) {
     std::string line;
     for (std::size_t i = 0; i < kColumns; ++i) {
-      line += row[i] + std::string(widths[i] + 2 - row[i].size(), ' ');
+      const std::string cell = Printable(row[i], kWidest);
+      line += cell + std::string(widths[i] + 2 - CharactersIn(cell), ' ');
     }
-    text += line.substr(0, line.find_last_not_of(' ') + 1) + "\n";
+    lines.push_back(line.substr(0, line.find_last_not_of(' ') + 1));
   }
-  text.pop_back();
-  return text;
+  return lines;
 }
 
 Outcome History(const Run& run) {
@@ -94,14 +96,18 @@ Outcome History(const Run& run) {
     }
   }
   outcome.verdict = rows.size() > 1 ? "listed" : "no-runs";
-  outcome.summary = rows.size() > 1 ? Table(rows) : "No run has left a journal in " + folder + ".";
+  if (rows.size() > 1) {
+    outcome.lines = Table(rows);
+  } else {
+    outcome.summary = "No run has left a journal in " + folder + ".";
+  }
   for (const std::string& notice : outcome.notices) {
     run.console.Notice(notice);
   }
   return outcome;
 }
 
-constexpr const char* kHelp = R"(Tells the runs of which a journal is kept, oldest first: the run's id, with the
+constexpr const char* kHistoryHelp = R"(Tells the runs of which a journal is kept, oldest first: the run's id, with the
 UTC time of its start; how many seconds it took; the subcommand; its package and
 the versions before and after; the verdict and the exit code. A run that was
 killed or lost its machine is "cut off", with the step that it was in.
@@ -118,6 +124,7 @@ Exit codes: 0 told, also when there are none.)";
 
 }  // namespace
 
-const Command kHistoryCommand = {"history", "Tell the runs that were made, one line each", kHelp, {}, History, false};
+const Command kHistoryCommand = {"history", "Tell the runs that were made, one line each", kHistoryHelp, {}, History,
+                                 false};
 
 }  // namespace orvhost

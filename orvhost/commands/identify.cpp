@@ -2,6 +2,7 @@
 #include "host/DllCommon.h"
 #include "orvhost/commands/commands.h"
 #include "orvhost/commands/status_words.h"
+#include "orvhost/commands/waiting_update.h"
 
 namespace orvhost {
 
@@ -20,13 +21,18 @@ Outcome Identify(const Run& run) {
   }
   EnterPhase(run, &outcome, "identify");
   const CManageModuleInfo device = session->Vendor().GetDeviceInfo();
-  outcome.facts = {{"Device", device.operating.deviceName}, {"Server type", CCommon_Information::GetServerType("bmc")}};
+  outcome.facts = {{"device", "Device", device.operating.deviceName},
+                   {"server_type", "Server type", CCommon_Information::GetServerType("bmc")}};
   std::list<std::pair<std::string, std::string>> extended;
   session->Vendor().GetExtendedInfo(&extended);
-  outcome.facts.insert(outcome.facts.end(), extended.begin(), extended.end());
-  outcome.facts.emplace_back("Recorded version", device.operating.moduleVersion);
-  outcome.facts.emplace_back("Last update", InWords(session->Firmware().GetUpdateStatus()));
-  if (!ReadRunningVersion(run, *session, &outcome)) {
+  for (const auto& [name, value] : extended) {
+    outcome.facts.push_back({FactKey(name), name, value});
+  }
+  outcome.facts.push_back({"recorded_version", "Recorded version", device.operating.moduleVersion});
+  outcome.facts.push_back({"last_update", "Last update", InWords(session->Firmware().GetUpdateStatus())});
+  const bool isRead = ReadRunningVersion(run, *session, &outcome);
+  outcome.needsApply = NeedsApply(*session, outcome.before);
+  if (!isRead) {
     return outcome;
   }
   outcome.verdict = "identified";
@@ -35,7 +41,7 @@ Outcome Identify(const Run& run) {
   return outcome;
 }
 
-constexpr const char* kHelp = R"(Asks the plug-in and the BMC for the device's name, the server type, the serial
+constexpr const char* kIdentifyHelp = R"(Asks the plug-in and the BMC for the device's name, the server type, the serial
 number and the running firmware version, and tells what the host recorded: the
 version that was installed and how the last update ended. Changes nothing, but
 records that are damaged are kept under another name, and the next run goes on
@@ -51,6 +57,6 @@ Exit codes: 0 identified; 3 no plug-in; 4 something is missing on this machine;
 }  // namespace
 
 const Command kIdentifyCommand = {
-    "identify", "Tell which device this is and which firmware it runs", kHelp, {}, Identify};
+    "identify", "Tell which device this is and which firmware it runs", kIdentifyHelp, {}, Identify};
 
 }  // namespace orvhost

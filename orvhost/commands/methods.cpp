@@ -36,7 +36,7 @@ std::string WhatWouldBe(const std::string& name) {
 
 Outcome Methods(const Run& run) {
   Outcome outcome;
-  outcome.facts = {{"Method", run.options.methodName}};
+  outcome.facts = {{"method", "Method", run.options.methodName}};
   EnterPhase(run, &outcome, "confirm");
   if (run.options.methodName == kRebootMethod && !run.options.dryRun && !MayHalt(run, &outcome)) {
     return outcome;
@@ -55,7 +55,7 @@ Outcome Methods(const Run& run) {
   return outcome;
 }
 
-constexpr const char* kHelp = R"(Runs the plug-in's method of that name. The plug-in of this installation knows
+constexpr const char* kMethodsHelp = R"(Runs the plug-in's method of that name. The plug-in of this installation knows
 SendInfoToSVP (better: "orvhost notify") and Reboot (better: "orvhost apply"),
 which takes the machine down and so must be confirmed. Names are case-sensitive.
 
@@ -72,7 +72,7 @@ Exit codes: 0 done; 2 not confirmed; 3 no plug-in; 7 unknown or failed.)";
 const Command kMethodsCommand = {
     "methods",
     "Run one of the plug-in's own methods",
-    kHelp,
+    kMethodsHelp,
     {{"name", &Options::methodName, "Name of the method, e.g. SendInfoToSVP", "TEXT", true}, kDryRunFlag},
     Methods};
 

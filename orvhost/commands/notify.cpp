@@ -44,7 +44,7 @@ void Send(const Run& run, const Session& session, Outcome* outcome) {
   outcome->changed = Count(seen, State::kSent) > 0;
   std::string inWords;
   for (const SendResult& result : seen.Results()) {
-    outcome->facts.emplace_back(result.name, InWords(result));
+    outcome->facts.push_back({FactKey(result.name), result.name, InWords(result)});
     inWords += std::string(" ") + result.name + ": " + InWords(result) + ".";
   }
   if (succeeded && Count(seen, State::kFailed) == 0) {
@@ -81,7 +81,7 @@ Outcome Notify(const Run& run) {
   return outcome;
 }
 
-constexpr const char* kHelp = R"(Sends two records to the service processor: the operating system's name with the
+constexpr const char* kNotifyHelp = R"(Sends two records to the service processor: the operating system's name with the
 host name, and the disks' information as the management library gives it. Tells
 of each whether it was sent, is not supported by this BMC, or failed and at
 which step, as the plug-in's own trace has it. A record that this BMC does not
@@ -100,7 +100,10 @@ this machine; 7 at least one record failed.)";
 
 }  // namespace
 
-const Command kNotifyCommand = {
-    "notify", "Tell the service processor about the operating system and the disks", kHelp, {kDryRunFlag}, Notify};
+const Command kNotifyCommand = {"notify",
+                                "Tell the service processor about the operating system and the disks",
+                                kNotifyHelp,
+                                {kDryRunFlag},
+                                Notify};
 
 }  // namespace orvhost

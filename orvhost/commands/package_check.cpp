@@ -41,10 +41,10 @@ bool PackageCheck::Read() {
   if (!refhost::ReadPackageManifest(*package_, &manifest_, &error)) {
     return CannotBeUsed(error);
   }
-  outcome_->facts = {{"Package", packagePath_},
-                     {"Package name", manifest_.name},
-                     {"Package version", manifest_.version},
-                     {"Package SHA-256", package_->Sha256()}};
+  outcome_->facts = {{"package", "Package", packagePath_},
+                     {"package_name", "Package name", manifest_.name},
+                     {"package_version", "Package version", manifest_.version},
+                     {"package_sha256", "Package SHA-256", package_->Sha256()}};
   run_.console.Say("Package", manifest_.name + " " + manifest_.version);
   return true;
 }
@@ -134,7 +134,7 @@ bool PackageCheck::CheckServerType() {
           .nextStep = "Give it with --server-type."});
     return false;
   }
-  outcome_->facts.emplace_back("Server type", serverType);
+  outcome_->facts.push_back({"server_type", "Server type", serverType});
   method_ = MethodFor(serverType);
   if (refhost::IsMadeFor(manifest_, serverType)) {
     return CheckVersionForm(serverType);

@@ -11,6 +11,7 @@
 #include <iterator>
 
 #include "orvhost/commands/plugin_demands.h"
+#include "orvhost/run/machine.h"
 #include "posix/last_error.h"
 
 namespace orvhost {
@@ -20,11 +21,6 @@ namespace {
 using namespace plugin_demands;
 
 constexpr std::uintmax_t kMiB = 1024UL * 1024UL;
-
-// A laboratory's machines may be updated by any user, and their BMC takes the placeholder of the phrase.
-bool IsLabMachine() {
-  return getenv("ORVHOST_LAB_MACHINE") != nullptr;
-}
 
 FailedEnd Missing(const std::string& cause, const std::string& nextStep) {
   return {.exitCode = ExitCode::kPrerequisites,
@@ -138,7 +134,7 @@ std::optional<FailedEnd> PhraseObstacle(const PlannedUpdate& update) {
 }  // namespace
 
 std::optional<FailedEnd> UserObstacle() {
-  if (geteuid() == 0 || IsLabMachine()) {
+  if (MayWriteFirmware()) {
     return {};
   }
   return Missing("A firmware is written by root, and this is user " + std::to_string(geteuid()) + ".", "Become root");

@@ -96,8 +96,10 @@ void Tell(const Run& run, const std::string& path, Outcome* outcome) {
   if (!run.options.json && !run.console.IsTerminal()) {
     return;
   }
-  outcome->facts = {{"File", path}};
-  outcome->facts.insert(outcome->facts.end(), items.begin(), items.end());
+  outcome->facts = {{"file", "File", path}};
+  for (const auto& [name, value] : items) {
+    outcome->facts.push_back({FactKey(name), name, value});
+  }
 }
 
 Outcome Report(const Run& run) {
@@ -131,7 +133,7 @@ std::string RefuseNoName(const std::string& folder) {
   return "the folder has no name (./NAME for one that begins with a dash)";
 }
 
-constexpr const char* kHelp = R"(Writes Kestrel_BmcConfigInfo.xml: the server's product name, version and serial
+constexpr const char* kReportHelp = R"(Writes Kestrel_BmcConfigInfo.xml: the server's product name, version and serial
 number, its firmware versions, and the network settings of the BMC's web console
 where the server has one. Tells where the file is; at a terminal and with --json
 also what it says, read back from the file. A BMC that does not answer is asked
@@ -155,7 +157,7 @@ or not written.)";
 const Command kReportCommand = {
     "report",
     "Write the device configuration report and show it",
-    kHelp,
+    kReportHelp,
     {{"--out", &Options::outFolder, "Folder for the report", "DIR", false, true, RefuseNoName}},
     Report};
 

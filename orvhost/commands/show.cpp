@@ -9,14 +9,6 @@ namespace orvhost {
 
 namespace {
 
-std::string AsText(const std::vector<StoryLine>& story) {
-  std::string text;
-  for (const StoryLine& line : story) {
-    text += "\n" + line.seconds + "  " + line.text;
-  }
-  return text;
-}
-
 Outcome Show(const Run& run) {
   Outcome outcome;
   outcome.phase = "show";
@@ -40,18 +32,19 @@ Outcome Show(const Run& run) {
   const auto story = TellStory(recorded);
   outcome.listing.name = "timeline";
   for (const StoryLine& line : story) {
+    outcome.lines.push_back(line.seconds + "  " + line.text);
     outcome.listing.entries.push_back({{"s", line.seconds}, {"kind", line.kind}, {"text", line.text}});
   }
-  outcome.facts = {{"Run", recorded.id},
-                   {"Command", recorded.Begin("command")},
-                   {"Started", recorded.Begin("t")},
-                   {"Journal", JournalPath(folder, recorded.id)}};
+  outcome.facts = {{"run", "Run", recorded.id},
+                   {"command", "Command", recorded.Begin("command")},
+                   {"started", "Started", recorded.Begin("t")},
+                   {"journal", "Journal", JournalPath(folder, recorded.id)}};
   outcome.summary = "Run " + recorded.id + ", orvhost " + recorded.Begin("command") + " on a server of type " +
-                    recorded.Begin("server_type") + "; seconds since its start:" + AsText(story);
+                    recorded.Begin("server_type") + "; seconds since its start:";
   return outcome;
 }
 
-constexpr const char* kHelp = R"(Tells the story of a run with the seconds since its start: the steps that it
+constexpr const char* kShowHelp = R"(Tells the story of a run with the seconds since its start: the steps that it
 took, the commands that were run with how they ended, what failed, the plug-in's
 records with their detail codes in words, and how it ended. The journal itself
 holds more: every line of the trace, and the answers to the commands.
@@ -68,8 +61,8 @@ Exit codes: 0 told; 2 there is no such run, or more than one.)";
 }  // namespace
 
 const Command kShowCommand = {
-    "show", "Tell the story of one run",
-    kHelp,  {{"run", &Options::runName, "Id of a run, its number, its beginning, or \"last\"", "RUN", true}},
-    Show,   false};
+    "show",    "Tell the story of one run",
+    kShowHelp, {{"run", &Options::runName, "Id of a run, its number, its beginning, or \"last\"", "RUN", true}},
+    Show,      false};
 
 }  // namespace orvhost

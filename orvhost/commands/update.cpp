@@ -7,6 +7,7 @@
 #include "orvhost/commands/package_check.h"
 #include "orvhost/commands/preflight.h"
 #include "orvhost/commands/steps.h"
+#include "orvhost/commands/waiting_update.h"
 #include "refhost/module_state.h"
 
 namespace orvhost {
@@ -37,6 +38,7 @@ class UpdateRoad {
   Outcome Go();
 
  private:
+  void Take();
   bool OpenPlugin();
   bool FindSomethingToDo();
   bool Register();
@@ -54,13 +56,21 @@ class UpdateRoad {
 };
 
 Outcome UpdateRoad::Go() {
+  Take();
+  if (session_ && outcome_.verdict != "not-recorded") {
+    outcome_.needsApply = NeedsApply(*session_, outcome_.before);
+  }
+  return outcome_;
+}
+
+void UpdateRoad::Take() {
   constexpr std::array<Step<UpdateRoad>, 5> kSteps{{{"compare", &UpdateRoad::FindSomethingToDo},
                                                     {"register", &UpdateRoad::Register},
                                                     {"prepare", &UpdateRoad::Prepare},
                                                     {"write", &UpdateRoad::Write},
                                                     {"record", &UpdateRoad::Record}}};
   if (!check_.Read() || !OpenPlugin() || !check_.Judge(*session_) || !TakeSteps(run_, this, kSteps, &outcome_)) {
-    return outcome_;
+    return;
   }
   outcome_.verdict = result_ == host::kUpdateTimedOut ? "updated-after-time-out" : "updated";
   outcome_.changed = true;
@@ -71,7 +81,6 @@ Outcome UpdateRoad::Go() {
   if (result_ == host::kUpdateTimedOut) {
     outcome_.summary += " The flash command took longer than allowed, so do not leave out the verifying.";
   }
-  return outcome_;
 }
 
 bool UpdateRoad::OpenPlugin() {
@@ -90,14 +99,14 @@ bool UpdateRoad::FindSomethingToDo() {
                   " and record it, which takes minutes; the BMC would go on running " + outcome_.before +
                   " until \"orvhost apply\".",
               &outcome_);
-    outcome_.facts.emplace_back("Not judged", NotJudgedBeforehand(check_.Method()));
+    outcome_.facts.push_back({"not_judged", "Not judged", NotJudgedBeforehand(check_.Method())});
     return false;
   }
   CFirmware& firmware = session_->Firmware();
   outcome_.verdict = "nothing-to-do";
   outcome_.after = outcome_.before;
   outcome_.summary = "Nothing to do: the BMC already runs version " + outcome_.before + ".";
-  if (firmware.GetUpdateStatus() == refhost::kUpdateWritten) {
+  if (NeedsApply(*session_, outcome_.before).value_or(false)) {
     outcome_.summary += " Version " + firmware.GetOperatingModuleInfo().moduleVersion +
                         ", which was written earlier, still waits for \"orvhost apply\".";
   }
@@ -150,9 +159,11 @@ bool UpdateRoad::Write() {
 }
 
 bool UpdateRoad::Record() {
-  if (session_->Firmware().ApplyUpdatesRepository() == host::kSuccess) {
+  // The answer of the update itself is the plug-in's, so it does not tell whether the host could keep its status.
+  if (session_->Firmware().ApplyUpdatesRepository() == host::kSuccess && IsRecordedAsWritten(*session_)) {
     return true;
   }
+  outcome_.needsApply = false;
   Fail(run_, &outcome_,
        {.exitCode = FailedExitCode(run_),
         .verdict = "not-recorded",
@@ -162,7 +173,7 @@ bool UpdateRoad::Record() {
   return false;
 }
 
-constexpr const char* kHelp = R"(Takes the steps of "orvhost check", registers the package, writes its firmware
+constexpr const char* kUpdateHelp = R"(Takes the steps of "orvhost check", registers the package, writes its firmware
 to the BMC and records it. That takes minutes: keep the machine powered. The BMC
 goes on running the old version until "orvhost apply". There is nothing to do
 when it runs the package's version already. What is judged, recorded and written
@@ -185,7 +196,7 @@ the flash is untouched; 8 failed after writing had begun.)";
 
 const Command kUpdateCommand = {"update",
                                 "Check an update package and write it to the BMC",
-                                kHelp,
+                                kUpdateHelp,
                                 {kPackageArgument, kDryRunFlag},
                                 [](const Run& run) { return UpdateRoad(run).Go(); }};
 

@@ -68,7 +68,7 @@ class Validation {
     }
   }
 
-  const std::string& Table() const { return table_; }
+  const std::vector<std::string>& Table() const { return table_; }
   const Listing& Entries() const { return listing_; }
   const std::vector<std::string>& Failed() const { return failed_; }
   std::size_t Count() const { return listing_.entries.size(); }
@@ -96,9 +96,9 @@ class Validation {
                                 {"result", InWord(result.status)},
                                 {"reason", result.reason}});
     const std::string padding(kNameWidth - std::min(kNameWidth, check.name.size()) + 2, ' ');
-    table_ += std::string(InWord(result.status)) + "  " + check.name + padding + check.description + "\n";
+    table_.push_back(std::string(InWord(result.status)) + "  " + check.name + padding + check.description);
     if (!result.reason.empty()) {
-      table_ += std::string(6 + kNameWidth + 2, ' ') + "-> " + result.reason + "\n";
+      table_.push_back(std::string(6 + kNameWidth + 2, ' ') + "-> " + result.reason);
     }
   }
 
@@ -107,7 +107,7 @@ class Validation {
   std::map<std::string, Status> results_;
   std::vector<std::string> failed_;
   Listing listing_{"checks", {}};
-  std::string table_;
+  std::vector<std::string> table_;
 };
 
 Outcome Validate(const Run& run) {
@@ -125,7 +125,7 @@ Outcome Validate(const Run& run) {
     return outcome;
   }
   outcome.listing = validation.Entries();
-  outcome.facts = {{"Plug-in", run.options.pluginPath}};
+  outcome.facts = {{"plugin", "Plug-in", run.options.pluginPath}};
   run.console.Show(validation.Table());
   if (validation.Failed().empty()) {
     outcome.verdict = "valid";
@@ -150,7 +150,7 @@ std::string RefuseOddTime(const std::string& text) {
   return seconds >= 0.001 && seconds <= 3600 ? "" : "it is to be between 0.001 and 3600 seconds";
 }
 
-constexpr const char* kHelp = R"(Checks a plug-in's file, its loading, its entry points and the life of its
+constexpr const char* kValidateHelp = R"(Checks a plug-in's file, its loading, its entry points and the life of its
 objects against the host's contract. No device is touched: commands that the
 plug-in wants to run through the host are refused and told, and its install path
 is an empty folder. What a plug-in runs past the host is not held back, so do
@@ -172,7 +172,7 @@ failed.)";
 const Command kValidateCommand = {
     "validate",
     "Check a plug-in against the host's contract",
-    kHelp,
+    kValidateHelp,
     {{"file", &Options::pluginPath, "Plug-in to judge, instead of the one of --plugin", "PLUGIN.so"},
      {"--time-limit", &Options::timeLimit, "Seconds that each check may take", "SECONDS", false, true, RefuseOddTime}},
     Validate,

@@ -1,6 +1,7 @@
 // orvhost verify: whether the device runs the version that was installed.
 #include "host/Results.h"
 #include "orvhost/commands/commands.h"
+#include "orvhost/commands/waiting_update.h"
 #include "orvhost/trace/plugin_lines.h"
 
 namespace orvhost {
@@ -41,13 +42,16 @@ Outcome Verify(const Run& run) {
           .verdict = "nothing-recorded",
           .cause = "No version is recorded under " + run.options.installPath + ", so there is nothing to compare with.",
           .nextStep = "Run \"orvhost identify\" to see what the BMC runs."});
+    outcome.needsApply = false;
     return outcome;
   }
-  outcome.facts = {{"Recorded version", recorded}};
+  outcome.facts = {{"recorded_version", "Recorded version", recorded}};
   if (session->Vendor().ExecuteUpdateApplyCheck(kModuleKind) != host::kSuccess) {
     Explain(run, recorded, &outcome);
+    outcome.needsApply = NeedsApply(*session, outcome.before);
     return outcome;
   }
+  outcome.needsApply = false;
   outcome.verdict = "verified";
   outcome.before = recorded;
   outcome.after = recorded;
@@ -55,7 +59,7 @@ Outcome Verify(const Run& run) {
   return outcome;
 }
 
-constexpr const char* kHelp = R"(Compares the version that the BMC runs with the one that the host recorded when
+constexpr const char* kVerifyHelp = R"(Compares the version that the BMC runs with the one that the host recorded when
 it was installed, and keeps the result in the records. Run it when the machine
 is up again after "orvhost apply".
 
@@ -67,6 +71,7 @@ tell its version; 9 another version runs.)";
 
 }  // namespace
 
-const Command kVerifyCommand = {"verify", "Check that the BMC runs the version that was installed", kHelp, {}, Verify};
+const Command kVerifyCommand = {
+    "verify", "Check that the BMC runs the version that was installed", kVerifyHelp, {}, Verify};
 
 }  // namespace orvhost

@@ -1,7 +1,10 @@
 #include "orvhost/interface/outcome.h"
 
 #include <algorithm>
+#include <cctype>
 #include <nlohmann/json.hpp>
+
+#include "orvhost/interface/printable.h"
 
 namespace orvhost {
 
@@ -9,7 +12,7 @@ namespace {
 
 using nlohmann::ordered_json;
 
-constexpr int kSchema = 1;
+constexpr int kSchema = 2;
 
 ordered_json ToJson(const Failure& failure) {
   return {{"cause", failure.cause},
@@ -17,7 +20,8 @@ ordered_json ToJson(const Failure& failure) {
            {{"command", failure.evidence.command},
             {"completion_code", failure.evidence.completionCode},
             {"records", failure.evidence.records},
-            {"trace", failure.evidence.trace}}},
+            {"trace", failure.evidence.trace},
+            {"error_output", failure.evidence.errorOutput}}},
           {"next_step", failure.nextStep}};
 }
 
@@ -29,16 +33,59 @@ ordered_json ToJson(const std::vector<std::pair<std::string, std::string>>& item
   return object;
 }
 
+ordered_json ToJson(const std::vector<Fact>& facts) {
+  ordered_json object = ordered_json::object();
+  for (const Fact& fact : facts) {
+    object[fact.key] = fact.value;
+  }
+  return object;
+}
+
+constexpr std::size_t kLongestName = 40;
+
+std::string PrintableName(const std::string& name) {
+  return Printable(name, kLongestName);
+}
+
 // "  name:     value" with the values of a block below each other.
 void AppendItem(std::string* text, const std::string& name, const std::string& value, std::size_t width) {
   if (value.empty()) {
     return;
   }
-  const std::size_t padding = std::max(width, name.size()) - name.size();
-  *text += "  " + name + ": " + std::string(padding, ' ') + value + "\n";
+  const std::string shown = PrintableName(name);
+  const std::size_t characters = CharactersIn(shown);
+  const std::string padding(std::max(width, characters) - characters, ' ');
+  *text += "  " + shown + ": " + padding + Printable(value) + "\n";
+}
+
+std::string AboutTheProgram(const Outcome& outcome) {
+  return "orvhost" + (outcome.command.empty() ? "" : " " + outcome.command) + ": ";
+}
+
+std::string WholeSummary(const Outcome& outcome) {
+  std::string text = outcome.summary;
+  for (const std::string& line : outcome.lines) {
+    text += (text.empty() ? "" : "\n") + line;
+  }
+  return text;
 }
 
 }  // namespace
+
+std::string FactKey(std::string_view name) {
+  std::string key;
+  for (const unsigned char character : name) {
+    if (std::isalnum(character) != 0) {
+      key += static_cast<char>(std::tolower(character));
+    } else if (!key.empty() && key.back() != '_') {
+      key += '_';
+    }
+  }
+  if (key.ends_with('_')) {
+    key.pop_back();
+  }
+  return key.empty() ? "unnamed" : key;
+}
 
 std::string ToJson(const Outcome& outcome) {
   ordered_json document = {{"schema", kSchema},
@@ -49,9 +96,10 @@ std::string ToJson(const Outcome& outcome) {
                            {"changed", outcome.changed},
                            {"before", outcome.before},
                            {"after", outcome.after},
+                           {"needs_apply", outcome.needsApply ? ordered_json(*outcome.needsApply) : ordered_json()},
                            {"phase", outcome.phase},
                            {"flash_touched", outcome.flashTouched},
-                           {"summary", outcome.summary},
+                           {"summary", WholeSummary(outcome)},
                            {"facts", ToJson(outcome.facts)},
                            {"notices", outcome.notices},
                            {"error", outcome.failure ? ToJson(*outcome.failure) : ordered_json()}};
@@ -66,12 +114,15 @@ std::string ToJson(const Outcome& outcome) {
 
 std::string ToText(const Outcome& outcome) {
   std::size_t width = 0;
-  for (const auto& fact : outcome.facts) {
-    width = std::max(width, fact.first.size());
+  for (const Fact& fact : outcome.facts) {
+    width = std::max(width, CharactersIn(PrintableName(fact.name)));
   }
-  std::string text = outcome.summary + "\n";
-  for (const auto& [name, value] : outcome.facts) {
-    AppendItem(&text, name, value.empty() ? "(none)" : value, width);
+  std::string text = outcome.summary.empty() ? "" : Printable(outcome.summary) + "\n";
+  for (const std::string& line : outcome.lines) {
+    text += Printable(line) + "\n";
+  }
+  for (const Fact& fact : outcome.facts) {
+    AppendItem(&text, fact.name, fact.value.empty() ? "(none)" : fact.value, width);
   }
   return text;
 }
@@ -79,7 +130,7 @@ std::string ToText(const Outcome& outcome) {
 std::string ToErrorText(const Outcome& outcome) {
   constexpr std::size_t kWidth = 15;  // of "completion code"
   const Failure failure = outcome.failure.value_or(Failure{});
-  std::string text = "orvhost" + (outcome.command.empty() ? "" : " " + outcome.command) + ": " + failure.cause + "\n";
+  std::string text = AboutTheProgram(outcome) + Printable(failure.cause) + "\n";
   for (const std::string& record : failure.evidence.records) {
     AppendItem(&text, "record", record, kWidth);
   }
@@ -87,12 +138,32 @@ std::string ToErrorText(const Outcome& outcome) {
     AppendItem(&text, "trace", line, kWidth);
   }
   AppendItem(&text, "command", failure.evidence.command, kWidth);
+  for (const std::string& line : failure.evidence.errorOutput) {
+    AppendItem(&text, "error output", line, kWidth);
+  }
   AppendItem(&text, "completion code", failure.evidence.completionCode, kWidth);
   const bool workBegan = outcome.exitCode != ExitCode::kUsage;
   if (workBegan) {
     AppendItem(&text, "flash", outcome.flashTouched ? "writing it had begun" : "not touched", kWidth);
   }
   AppendItem(&text, "next step", failure.nextStep, kWidth);
+  return text;
+}
+
+std::string ToUndeliveredText(const Outcome& outcome, const std::string& reason) {
+  constexpr std::size_t kWidth = 15;  // as of a failure
+  std::string text =
+      AboutTheProgram(outcome) + "The result could not be written to the standard output (" + reason + ").\n";
+  if (!outcome.verdict.empty()) {
+    AppendItem(&text, "the run itself",
+               outcome.verdict + ", exit code " + std::to_string(static_cast<int>(outcome.exitCode)), kWidth);
+  }
+  const bool leavesSomething = outcome.changed || outcome.flashTouched;
+  AppendItem(&text, "next step",
+             leavesSomething
+                 ? "What was done stays done. Run \"orvhost show " + outcome.runId + "\" to see how the run ended."
+                 : "Run the same command again with a standard output that can be written.",
+             kWidth);
   return text;
 }
 

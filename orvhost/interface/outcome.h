@@ -5,6 +5,7 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -23,14 +24,16 @@ enum class ExitCode : int {
   kFailedFlashBegun = 8,    // failed after writing the flash had begun
   kVersionNotExpected = 9,  // the device runs another version than the one that was installed
   kBusy = 10,               // another run is at work
+  kNotDelivered = 12,       // done, but the result could not be written
 };
 
 // What the plug-in's trace tells about a failure.
 struct Evidence {
-  std::string command;               // last command line that was run
-  std::string completionCode;        // last one that the BMC gave with a failure
-  std::vector<std::string> records;  // the plug-in's records for operators, oldest first
-  std::vector<std::string> trace;    // the last error lines, oldest first
+  std::string command;                   // command line that failed, otherwise the last one that was run
+  std::string completionCode;            // last one that the BMC gave with a failure
+  std::vector<std::string> records;      // the plug-in's records for operators, oldest first
+  std::vector<std::string> trace;        // the last error lines, oldest first
+  std::vector<std::string> errorOutput;  // the last lines that the command wrote to the standard error
 };
 
 struct Failure {
@@ -38,6 +41,16 @@ struct Failure {
   Evidence evidence;     // may be empty
   std::string nextStep;  // the next safe step
 };
+
+// One thing that a run found out.
+struct Fact {
+  std::string key;   // for programs, which rely on it: lower case words with "_" between them
+  std::string name;  // for people
+  std::string value;
+};
+
+// The key for a name that this program does not choose: "Serial Number" gives "serial_number".
+[[nodiscard]] std::string FactKey(std::string_view name);
 
 // A list that only some subcommands have: one entry for each thing told, with names and values in the order of telling.
 struct Listing {
@@ -47,17 +60,19 @@ struct Listing {
 
 struct Outcome {
   ExitCode exitCode = ExitCode::kOk;
-  std::string command;  // the subcommand
-  std::string runId;    // "" for a run that is not told apart from others
-  std::string phase;    // step that the run ended in
-  std::string verdict;  // one word for programs, e.g. "updated"
-  std::string summary;  // one or more sentences for people; of a failure, its cause stands in `failure`
+  std::string command;             // the subcommand
+  std::string runId;               // "" for a run that is not told apart from others
+  std::string phase;               // step that the run ended in
+  std::string verdict;             // one word for programs, e.g. "updated"
+  std::string summary;             // one or more sentences for people; of a failure, its cause stands in `failure`
+  std::vector<std::string> lines;  // below the summary, each of them a line of its own
   bool changed = false;
   bool flashTouched = false;
-  std::string before;  // version that ran before, "" when unknown
-  std::string after;   // version that the run leaves behind (it may need apply), "" when unknown
-  std::vector<std::pair<std::string, std::string>> facts;  // name and value, in the order of telling
-  Listing listing;                                         // for programs; people get it told in `summary`
+  std::string before;                // version that ran before, "" when unknown
+  std::string after;                 // version that the run leaves behind (see needsApply), "" when unknown
+  std::optional<bool> needsApply;    // "apply" comes next; nothing when the run does not know
+  std::vector<Fact> facts;           // in the order of telling
+  Listing listing;                   // for programs; people get it told in `lines`
   std::vector<std::string> notices;  // sentences about what the operator should know beside the result
   std::optional<Failure> failure;
 };
@@ -65,11 +80,14 @@ struct Outcome {
 // One JSON object on one line, with its line end. Bytes that are not UTF-8 are replaced.
 [[nodiscard]] std::string ToJson(const Outcome& outcome);
 
-// Lines for people about a success.
+// Lines for people about a success. Here and in the next all that comes from outside is made printable.
 [[nodiscard]] std::string ToText(const Outcome& outcome);
 
 // Lines for people about a failure: cause, evidence, whether the flash was touched, next safe step.
 [[nodiscard]] std::string ToErrorText(const Outcome& outcome);
+
+// Lines for people about a result that the standard output did not take, for that reason.
+[[nodiscard]] std::string ToUndeliveredText(const Outcome& outcome, const std::string& reason);
 
 }  // namespace orvhost
 

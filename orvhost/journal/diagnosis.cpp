@@ -127,7 +127,7 @@ Diagnosis OfUpdate(const Situation& situation) {
   if (!watch.FlashBegan()) {
     return OfUpdateBeforeTheFlash(situation);
   }
-  const std::string end = EndOfFlashing(situation.run, watch.Gathered().command);
+  const std::string end = EndOfFlashing(situation.run, watch.FlashCommand());
   const std::string verdict = situation.run.Told("verdict");
   const bool tookTooLong = end == "timed-out" || verdict == "updated-after-time-out";
   if (verdict.starts_with("updated") || (situation.run.Entered("record") && IsRecordedAsWritten(situation))) {

@@ -22,7 +22,7 @@ namespace {
 
 using nlohmann::ordered_json;
 
-constexpr int kSchema = 1;
+constexpr int kSchema = 2;
 constexpr mode_t kFileMode = 0640;
 
 bool SyncFolder(const std::string& folder) {
@@ -127,6 +127,14 @@ void Journal::Trace(const refhost::TraceRecord& record, const TraceWatch& watch)
   goingDown_ = watch.ShutdownWasRequested();
   Append("trace", {{"level", record.level}, {"text", std::string(record.text)}},
          matters ? Durable::kYes : Durable::kNo);
+}
+
+void Journal::TakeErrorText(const ErrorText& text, Writer writer) {
+  Append("error_output",
+         {{"n", writer == Writer::kLastCommand ? ordered_json(commands_.load()) : ordered_json()},
+          {"text", text.text},
+          {"cut", text.isCut}},
+         Durable::kNo);
 }
 
 void Journal::Starts(const refhost::CommandRequest& request) {

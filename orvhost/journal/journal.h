@@ -16,6 +16,7 @@
 
 #include "orvhost/interface/options.h"
 #include "orvhost/interface/outcome.h"
+#include "orvhost/trace/error_text.h"
 #include "orvhost/trace/trace_watch.h"
 #include "posix/file_descriptor.h"
 #include "refhost/command_observer.h"
@@ -46,6 +47,10 @@ class Journal : public refhost::CommandObserver {
 
   // `watch` has seen the record already: what it recognises is brought to the disk.
   void Trace(const refhost::TraceRecord& record, const TraceWatch& watch);
+
+  // What programs wrote to the standard error: the command that ended last, or one that the host does not run.
+  enum class Writer { kLastCommand, kOther };
+  void TakeErrorText(const ErrorText& text, Writer writer);
 
   void Starts(const refhost::CommandRequest& request) override;
   void Ended(const refhost::CommandRequest& request, const refhost::CommandResult& result) override;

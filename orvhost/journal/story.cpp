@@ -74,6 +74,14 @@ std::string EndOf(const RecordedRun& run, const JournalEntry& command) {
   return "could not be run, or was ended by a signal" + took;
 }
 
+std::string InOneLine(const JournalEntry& entry) {
+  std::string text = entry.fields.value("cut", json()) == true ? "[...]" : "";
+  for (const std::string& line : LinesOf(entry.Text("text"))) {
+    text += (text.empty() ? "" : " / ") + line;
+  }
+  return text;
+}
+
 std::string EndOfRun(const JournalEntry& entry) {
   const json outcome = entry.fields.value("outcome", json());
   if (!outcome.is_object()) {
@@ -101,6 +109,9 @@ std::string InWords(const RecordedRun& run, const JournalEntry& entry, bool isTu
   }
   if (entry.kind == "package") {
     return "  takes " + entry.Text("path") + ", SHA-256 " + entry.Text("sha256");
+  }
+  if (entry.kind == "error_output") {
+    return "  error output: " + InOneLine(entry);
   }
   if (entry.kind == "notice") {
     return "  notes: " + entry.Text("text");

@@ -1,9 +1,19 @@
 #include "orvhost/run/exclusive_run.h"
 
+#include <unistd.h>
+
+#include <chrono>
 #include <csignal>
 #include <cstdlib>
+#include <filesystem>
+#include <system_error>
+#include <thread>
 
 #include "orvhost/journal/journal_folder.h"
+#include "orvhost/run/machine.h"
+#include "orvhost/run/run_processes.h"
+#include "posix/private_folder.h"
+#include "refhost/module_state.h"
 #include "refhost/staged_package.h"
 #include "refhost/trace_sink.h"
 
@@ -11,10 +21,8 @@ namespace orvhost {
 
 namespace {
 
-std::string Described(const LockNote& note) {
-  return "run " + note.runId + " (orvhost " + note.command + ", process " + std::to_string(note.pid) + ", since " +
-         note.since + ")";
-}
+// A process that a killed run was about to start shows its mark when the kernel has made it ready, and not before.
+constexpr std::chrono::milliseconds kStartOfProcess(20);
 
 bool IsAlive(pid_t pid) {
   return kill(pid, 0) == 0 || errno == EPERM;
@@ -24,22 +32,29 @@ void Busy(const Run& run, Outcome* outcome, const std::string& cause, const std:
   Fail(run, outcome, {.exitCode = ExitCode::kBusy, .verdict = "busy", .cause = cause, .nextStep = nextStep});
 }
 
+FailedEnd Unusable(const std::string& installPath, const std::string& reason) {
+  return {.exitCode = ExitCode::kUsage,
+          .verdict = "install-path-unusable",
+          .cause = "Runs under " + installPath + " cannot be kept apart: " + reason + ".",
+          .nextStep = "Run it as a user who may write there, or give another folder with --install-path."};
+}
+
+FailedEnd MachineUnusable(const std::string& reason) {
+  return {.exitCode = ExitCode::kUsage,
+          .verdict = "lock-folder-unusable",
+          .cause = "The runs of this machine cannot be kept apart: " + reason + ".",
+          .nextStep = "Make sure that root can write to " + MachineFolder() + ", then run the same command again."};
+}
+
 }  // namespace
 
 bool ExclusiveRun::Begin(Outcome* outcome) {
   outcome->phase = "lock";
-  if (!IsFree(lock_.Take(run_.options.installPath), outcome)) {
+  if (!TakeLocks(outcome) || !NothingIsLeft(outcome)) {
     return false;
   }
-  if (lock_.Found() && !NothingIsLeftOf(*lock_.Found(), outcome)) {
-    lock_.Sign(*lock_.Found());  // as it was found, for the next one who asks
-    return false;
-  }
-  refhost::StagedPackage::RemoveLeftovers();
-  const std::string now = refhost::UtcNow();
-  runId_ = NextRunId(ListRuns(JournalFolder(run_.options.installPath)), now);
-  lock_.Sign({runId_, command_, getpid(), now, false});
-  setenv(kRunVariable, RunMark(run_.options.installPath, runId_).c_str(), 1);
+  RemoveLeftovers();
+  Sign();
   if (!BeginJournal(outcome)) {
     return false;
   }
@@ -56,67 +71,109 @@ void ExclusiveRun::End(Outcome* outcome) {
   outcome->notices = notices_;
   run_.journal.End(*outcome);
   outcome->notices = notices_;  // the journal's own end may have added one
-  // A script that ran longer than allowed goes on, so what touched the flash is looked for by the next run.
-  lock_.Release(run_.watch.FlashBegan());
+  lock_.Release();
+  machineLock_.Release();
 }
 
-bool ExclusiveRun::IsFree(RunLock::Result result, Outcome* outcome) {
-  const std::optional<LockNote>& holder = lock_.Found();
-  switch (result) {
-    case RunLock::Result::kTaken:
-      return true;
-    case RunLock::Result::kUnusable:
-      Fail(run_, outcome,
-           {.exitCode = ExitCode::kUsage,
-            .verdict = "install-path-unusable",
-            .cause = "Runs under " + run_.options.installPath + " cannot be kept apart: " + lock_.Error() + ".",
-            .nextStep = "Run it as a user who may write there, or give another folder with --install-path."});
-      return false;
-    case RunLock::Result::kBusy:
-      break;
+// Who may not write firmware takes nothing from others of the machine, and could not take its lock either.
+bool ExclusiveRun::TakeLocks(Outcome* outcome) {
+  const std::string& installPath = run_.options.installPath;
+  std::error_code failure;
+  std::filesystem::create_directories(installPath, failure);
+  if (failure) {
+    Fail(run_, outcome, Unusable(installPath, "the folder " + installPath + " cannot be made: " + failure.message()));
+    return false;
   }
-  const std::string lockPath = run_.options.installPath + "/orvhost.lock";
-  if (!holder) {
-    Busy(run_, outcome, "Another run is at work; its lock file " + lockPath + " does not tell which.",
+  if (!HasTaken(lock_.Take(installPath), lock_, outcome)) {
+    return false;
+  }
+  if (!MayWriteFirmware()) {
+    return true;
+  }
+  std::string error;
+  if (!posix::MakePrivateFolder(MachineFolder(), &error)) {
+    Fail(run_, outcome, MachineUnusable(error));
+    return false;
+  }
+  return HasTaken(machineLock_.Take(MachineFolder()), machineLock_, outcome);
+}
+
+bool ExclusiveRun::HasTaken(RunLock::Result result, const RunLock& lock, Outcome* outcome) {
+  if (result == RunLock::Result::kTaken) {
+    return true;
+  }
+  if (result == RunLock::Result::kUnusable) {
+    Fail(run_, outcome,
+         &lock == &lock_ ? Unusable(run_.options.installPath, lock.Error()) : MachineUnusable(lock.Error()));
+    return false;
+  }
+  const std::optional<LockNote>& holder = lock.Found().note;
+  if (!holder || holder->ended) {
+    Busy(run_, outcome, "Another run is at work; its note in " + lock.Folder() + " does not tell which.",
          "Wait until it ends, then run the same command again.");
   } else if (IsAlive(holder->pid)) {
-    Busy(run_, outcome, "Another run is at work: " + Described(*holder) + ".",
+    Busy(run_, outcome, "Another run is at work: " + InWords(*holder) + ".",
          "Wait until it ends, then run the same command again.");
   } else {
     Busy(run_, outcome,
-         "The program has ended, but a process that it left behind holds the lock: " + Described(*holder) + ".",
+         "The program has ended, but a process that it left behind holds the lock: " + InWords(*holder) + ".",
          "Keep the machine powered and wait until that process ends, then run the same command again.");
   }
   return false;
 }
 
-bool ExclusiveRun::NothingIsLeftOf(const LockNote& last, Outcome* outcome) {
-  const std::vector<WorkingProcess> left = ProcessesOfRun(run_.options.installPath, last.runId);
-  if (left.empty()) {
-    return true;
+// Of any run: the notes may be lost or damaged, and the BMC is one.
+bool ExclusiveRun::NothingIsLeft(Outcome* outcome) {
+  for (const RunLock* lock : {&lock_, &machineLock_}) {
+    if (lock->Found().note && !lock->Found().note->ended) {
+      std::this_thread::sleep_for(kStartOfProcess);
+    }
   }
-  std::string processes;
-  for (const WorkingProcess& process : left) {
-    processes += (processes.empty() ? "" : ", ") + std::to_string(process.pid) + " (" + process.commandLine + ")";
+  const WorkingProcesses left = MayWriteFirmware() ? ProcessesOfMachine() : ProcessesOfFolder(run_.options.installPath);
+  if (!left.found.empty()) {
+    Busy(run_, outcome,
+         "An earlier run has ended, but what it started is still at work: process " + InWords(left.found) + ".",
+         "It may be writing the flash: keep the machine powered, do not end it, and run the same command again when "
+         "it is done.");
+    return false;
   }
-  Busy(
-      run_, outcome,
-      "The program has ended, but what it started is still at work: process " + processes + ", of " + Described(last) +
-          ".",
-      "It may be writing the flash: keep the machine powered, do not end it, and run the same command again when it is "
-      "done.");
-  return false;
+  if (!left.unseen.empty()) {
+    Busy(run_, outcome, "Whether what an earlier run started is still at work cannot be seen: " + left.unseen + ".",
+         "It may be writing the flash: keep the machine powered, see that all of /proc can be read, and run the same "
+         "command again.");
+    return false;
+  }
+  return true;
+}
+
+void ExclusiveRun::RemoveLeftovers() const {
+  refhost::StagedPackage::RemoveLeftovers();
+  refhost::TidyModuleState(refhost::ModuleStateFolder());
+}
+
+void ExclusiveRun::Sign() {
+  const std::string& installPath = run_.options.installPath;
+  const std::string now = refhost::UtcNow();
+  runId_ = NextRunId(ListRuns(JournalFolder(installPath)), now);
+  const LockNote note{
+      .runId = runId_, .command = command_, .installPath = installPath, .pid = getpid(), .since = now, .ended = false};
+  lock_.Sign(note);
+  if (MayWriteFirmware()) {
+    machineLock_.Sign(note);
+  }
+  setenv(kRunVariable, RunMark(installPath, runId_).c_str(), 1);
 }
 
 void ExclusiveRun::TellTakeover() {
-  if (lock_.FoundDamage()) {
-    Notice("The lock file was damaged and is written anew.");
+  const FoundNote& found = lock_.Found();
+  if (found.isDamaged) {
+    Notice("The note of the last run was damaged and is written anew.");
   }
-  if (!lock_.Found() || lock_.Found()->ended) {
+  if (!found.note || found.note->ended) {
     return;
   }
   Notice("The lock is taken over from a run that did not end properly (it was killed, or the machine went down): " +
-         Described(*lock_.Found()) + ".");
+         InWords(*found.note) + ".");
 }
 
 bool ExclusiveRun::BeginJournal(Outcome* outcome) {

@@ -1,18 +1,22 @@
-// Speaks with the person at the terminal while a run goes on. Says nothing with --quiet or --json.
+// Speaks with the person at the terminal while a run goes on. Says nothing with --quiet or --json. No text, wherever it
+// comes from, leaves its line or steers the terminal.
 #ifndef ORVHOST_TERMINAL_CONSOLE_H
 #define ORVHOST_TERMINAL_CONSOLE_H
 
 #include <functional>
 #include <string>
+#include <vector>
 
 #include "orvhost/interface/options.h"
 #include "orvhost/interface/outcome.h"
+#include "posix/file_descriptor.h"
 
 namespace orvhost {
 
 class Console {
  public:
-  explicit Console(const Options& options) : json_(options.json), quiet_(options.quiet || options.json) {}
+  // Errors go to what the standard error is now, also when something else takes its place later.
+  explicit Console(const Options& options);
 
   // `prepare` is called before every text: it takes away what must not stand in its way.
   void BeforeText(std::function<void()> prepare) { prepare_ = std::move(prepare); }
@@ -23,8 +27,8 @@ class Console {
   // One sentence beside the result, on the standard error; programs find it in the JSON object.
   void Notice(const std::string& sentence) const;
 
-  // Lines with their line ends, on the standard output.
-  void Show(const std::string& lines) const;
+  // Lines, on the standard output.
+  void Show(const std::vector<std::string>& lines) const;
 
   // True when a person reads the standard output at a terminal.
   [[nodiscard]] bool IsTerminal() const;
@@ -37,10 +41,21 @@ class Console {
 
   // Tells how the run ended: a failure on the standard error, a success on the standard output, or for programs one
   // JSON object on the standard output whatever happened.
-  void Report(const Outcome& outcome) const;
+  // Answers the exit code of the program: the run's own, or kNotDelivered for a success of which the standard output
+  // did not take everything; then the standard error says so.
+  [[nodiscard]] ExitCode Report(const Outcome& outcome) const;
+
+  // The same for a text that was asked for in the place of a run, such as the help; also with --quiet or --json.
+  void Answer(const std::string& text) const;
+  [[nodiscard]] ExitCode Conclude(const Outcome& outcome) const;
 
  private:
+  void Write(const std::string& text) const;
+  void WriteError(const std::string& text) const;
+
   std::function<void()> prepare_ = [] {};
+  posix::FileDescriptor errors_;
+  mutable int outputError_ = 0;  // of the first text that could not be written; nothing is written after it
   bool json_;
   bool quiet_;
 };

@@ -3,9 +3,13 @@
 #include <algorithm>
 #include <vector>
 
+#include "orvhost/interface/printable.h"
+
 namespace orvhost {
 
 namespace {
+
+constexpr std::size_t kLongestProgram = 40;
 
 // "0:12", "75:00".
 std::string MinutesAndSeconds(std::chrono::milliseconds time) {
@@ -36,7 +40,7 @@ std::string ProgramOf(std::string_view commandLine) {
     }
   }
   std::string word(commandLine.substr(0, commandLine.find(' ')));
-  return word.substr(word.rfind('/') + 1);
+  return Printable(word.substr(word.rfind('/') + 1), kLongestProgram);
 }
 
 std::string ProgressLine(const ProgressStep& step, const ProgressWait& wait, std::chrono::milliseconds elapsed,

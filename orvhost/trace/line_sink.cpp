@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 
+#include "orvhost/interface/printable.h"
 #include "posix/last_error.h"
 
 namespace orvhost {
@@ -15,7 +16,7 @@ constexpr mode_t kLogMode = 0640;
 std::unique_ptr<LineSink> LineSink::OpenFile(const std::string& path, std::string* error) {
   posix::FileDescriptor file(open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, kLogMode));
   if (file.IsOpen()) {
-    return std::make_unique<LineSink>(std::move(file), refhost::kAllTraceLevels);
+    return std::unique_ptr<LineSink>(new LineSink(std::move(file), refhost::kAllTraceLevels, Reader::kProgram));
   }
   *error = "cannot open the log file " + path + ": " + posix::LastError();
   return nullptr;
@@ -25,7 +26,11 @@ void LineSink::Write(const refhost::TraceRecord& record) {
   if (record.level != 0 && (record.level & levels_) == 0) {
     return;
   }
-  const std::string line = refhost::FormatTraceLine(record);
+  std::string line = refhost::FormatTraceLine(record);
+  if (reader_ == Reader::kPerson) {
+    line.pop_back();
+    line = Escaped(line) + "\n";
+  }
   (void)posix::WriteAll(descriptor_.Get(), line.data(), line.size());  // a trace that cannot be written stops nothing
 }
 

@@ -18,14 +18,20 @@ class LineSink : public refhost::TraceSink {
   // Appends all records to the file `path`. Null, with the reason in `*error`, when it cannot be opened.
   [[nodiscard]] static std::unique_ptr<LineSink> OpenFile(const std::string& path, std::string* error);
 
-  // Writes to `descriptor` the records for operators and the lines whose level is in `levels`.
-  LineSink(posix::FileDescriptor descriptor, int levels) : descriptor_(std::move(descriptor)), levels_(levels) {}
+  // Writes to `descriptor`, which a person reads, the records for operators and the lines whose level is in `levels`.
+  LineSink(posix::FileDescriptor descriptor, int levels) : LineSink(std::move(descriptor), levels, Reader::kPerson) {}
 
   void Write(const refhost::TraceRecord& record) override;
 
  private:
+  enum class Reader { kPerson, kProgram };
+
+  LineSink(posix::FileDescriptor descriptor, int levels, Reader reader)
+      : descriptor_(std::move(descriptor)), levels_(levels), reader_(reader) {}
+
   posix::FileDescriptor descriptor_;
   int levels_;
+  Reader reader_;
 };
 
 class TeeSink : public refhost::TraceSink {

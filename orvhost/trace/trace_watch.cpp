@@ -39,6 +39,7 @@ void TraceWatch::Write(const refhost::TraceRecord& record) {
     lastMessageId_ = record.messageId;
     lastDetail_ = record.detail;
     Keep(&evidence_.records, record.text);
+    BlameCommand();
     return;
   }
   if (record.level == CTraceUtility::TRACE_DBG_INFO) {
@@ -51,18 +52,36 @@ void TraceWatch::Write(const refhost::TraceRecord& record) {
 
 void TraceWatch::WatchProgress(std::string_view text) {
   if (const auto command = plugin_lines::CommandIn(text)) {
-    evidence_.command = *command;
+    command_ = *command;
   }
-  if (plugin_lines::FlashStartIn(text)) {
+  if (const auto flash = plugin_lines::FlashStartIn(text)) {
     flashBegan_ = true;
+    flashCommand_ = flash->command;
   } else if (plugin_lines::IsGoingDown(text)) {
     shutdownWasRequested_ = true;
-    evidence_.command = text;
+    command_ = text;
   }
+}
+
+// A record or a line about a failure comes before the next command, and what runs after it is for tidying up.
+void TraceWatch::BlameCommand() {
+  hasFailed_ = true;
+  evidence_.command = command_;
+  evidence_.errorOutput = errorLines_.Lines();
+}
+
+Evidence TraceWatch::Gathered() const {
+  Evidence evidence = evidence_;
+  if (!hasFailed_) {
+    evidence.command = command_;
+    evidence.errorOutput = errorLines_.Lines();
+  }
+  return evidence;
 }
 
 void TraceWatch::WatchFailure(std::string_view text) {
   Keep(&evidence_.trace, text);
+  BlameCommand();
   if (!FindWord(text, plugin_lines::parts::kCompletionCode, &evidence_.completionCode)) {
     FindWord(text, plugin_lines::parts::kResponseData, &evidence_.completionCode);
   }

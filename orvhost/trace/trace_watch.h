@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "orvhost/interface/outcome.h"
+#include "orvhost/trace/error_text.h"
 #include "refhost/trace_sink.h"
 
 namespace orvhost {
@@ -16,8 +17,15 @@ class TraceWatch : public refhost::TraceSink {
  public:
   void Write(const refhost::TraceRecord& record) override;
 
+  // A shell command of the host's starts: what is written to the standard error from here on is its own.
+  void CommandStarts() { errorLines_.Clear(); }
+  void TakeErrorText(const ErrorText& text) { errorLines_.Add(text); }
+
   // The plug-in started the flash tool or the package's update script.
   [[nodiscard]] bool FlashBegan() const { return flashBegan_; }
+
+  // The command with which it did so last; "" when it did not.
+  [[nodiscard]] const std::string& FlashCommand() const { return flashCommand_; }
 
   // The plug-in ran the command that halts or restarts the machine.
   [[nodiscard]] bool ShutdownWasRequested() const { return shutdownWasRequested_; }
@@ -26,16 +34,22 @@ class TraceWatch : public refhost::TraceSink {
   [[nodiscard]] const std::string& LastMessageId() const { return lastMessageId_; }
   [[nodiscard]] const std::string& LastDetail() const { return lastDetail_; }
 
-  [[nodiscard]] const Evidence& Gathered() const { return evidence_; }
+  // What shows why something failed. Where the trace tells of no failure, the command is the last one that was run.
+  [[nodiscard]] Evidence Gathered() const;
 
  private:
   void WatchProgress(std::string_view text);
   void WatchFailure(std::string_view text);
+  void BlameCommand();
 
   bool flashBegan_ = false;
   bool shutdownWasRequested_ = false;
   std::string lastMessageId_;
   std::string lastDetail_;
+  std::string flashCommand_;
+  std::string command_;    // the last one
+  ErrorLines errorLines_;  // what it wrote to the standard error
+  bool hasFailed_ = false;
   Evidence evidence_;
 };
 

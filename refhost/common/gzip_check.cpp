@@ -11,11 +11,11 @@ namespace refhost {
 
 namespace {
 
-constexpr std::size_t kBlockSize = 65536;
+constexpr std::size_t kBufferSize = 65536;
 
 class GzipStream {
  public:
-  explicit GzipStream(int file) : file_(file), input_(kBlockSize), output_(kBlockSize) {
+  explicit GzipStream(int file) : file_(file), input_(kBufferSize), output_(kBufferSize) {
     constexpr int kGzipOnly = 16;
     ready_ = inflateInit2(&stream_, MAX_WBITS + kGzipOnly) == Z_OK;
   }
@@ -34,13 +34,13 @@ class GzipStream {
         inflateReset(&stream_);
       }
       stream_.next_out = output_.data();
-      stream_.avail_out = kBlockSize;
+      stream_.avail_out = kBufferSize;
       const int result = inflate(&stream_, Z_NO_FLUSH);
       if (result != Z_OK && result != Z_STREAM_END) {
         return GzipState::kDamaged;
       }
       hasEnded = result == Z_STREAM_END;
-      total += kBlockSize - stream_.avail_out;
+      total += kBufferSize - stream_.avail_out;
       if (total > limit) {
         return GzipState::kTooLarge;
       }

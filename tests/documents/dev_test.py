@@ -104,7 +104,7 @@ class Dev(unittest.TestCase):
         told = re.findall(r"(?m)^  ([a-z]+)", self.dev("help").stdout)
         self.assertEqual(sorted(told), sorted({command.split()[0] for command in STEPS} - {"help"}))
 
-    def test_an_unknown_command(self):
+    def test_an_unknown_command_fails(self):
         done = self.dev("demolish")
         self.assertEqual(done.returncode, 2)
         self.assertIn("no such command: demolish", done.stderr)

@@ -24,5 +24,8 @@ if(exposed)
   message(FATAL_ERROR "Other programs would find ${exposed}.")
 endif()
 configure_file(${PLUGIN} ${WORK}/moved/${LIBDIR}/orv/liborvp_KESTREL_BMC.so COPYONLY)
+# Apart from what else is at work on this machine.
+set(ENV{ORVHOST_LAB_MACHINE} 1)
+set(ENV{ORVHOST_LAB_LOCK_FOLDER} ${WORK}/runs)
 run(${WORK}/moved/bin/orvhost identify --install-path ${WORK}/path --server-type kv6000)
 file(REMOVE_RECURSE ${WORK})

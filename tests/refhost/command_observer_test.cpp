@@ -9,27 +9,27 @@ namespace refhost {
 
 namespace {
 
-// Keeps what it is told; refuses commands when asked to.
+// Keeps what it sees; refuses commands when asked to.
 class RecordingObserver : public CommandObserver {
  public:
   RecordingObserver() { SetCommandObserver(this); }
   ~RecordingObserver() override { SetCommandObserver(nullptr); }
 
   bool Allows(const CommandRequest& request) override {
-    told.push_back("may " + std::string(request.line));
+    seen.push_back("may " + std::string(request.line));
     return !refuses;
   }
   void Starts(const CommandRequest& request) override {
-    told.push_back("runs " + std::string(request.line) + " for " +
+    seen.push_back("runs " + std::string(request.line) + " for " +
                    (request.limitMs == ~0UL ? "ever" : std::to_string(request.limitMs)));
   }
   void Ended(const CommandRequest& request, const CommandResult& result) override {
-    told.push_back("ended " + std::string(request.line) + " with " + std::to_string(result.result));
+    seen.push_back("ended " + std::string(request.line) + " with " + std::to_string(result.result));
   }
-  void PauseStarts(unsigned long milliseconds) override { told.push_back("pause " + std::to_string(milliseconds)); }
-  void PauseEnded() override { told.emplace_back("over"); }
+  void PauseStarts(unsigned long milliseconds) override { seen.push_back("pause " + std::to_string(milliseconds)); }
+  void PauseEnded() override { seen.emplace_back("over"); }
 
-  Lines told;
+  Lines seen;
   bool refuses = false;
 };
 
@@ -38,17 +38,17 @@ class ObservedServices : public HostTest {
   RecordingObserver observer_;
 };
 
-TEST_F(ObservedServices, CommandsAreToldWithTheLimitThatWasAskedFor) {
+TEST_F(ObservedServices, CommandsAreSeenWithTheLimitThatWasAskedFor) {
   unsigned long exitCode = 77;
   EXPECT_EQ(CCommon_Information::ExecForeignModule("exit 3", "", "", &exitCode, 60000000), 0);
   CCommon_Information::ExecForeignModule("true", "", "", &exitCode, ~0UL);
-  EXPECT_EQ(observer_.told, (Lines{"may exit 3", "runs exit 3 for 60000000", "ended exit 3 with 0", "may true",
+  EXPECT_EQ(observer_.seen, (Lines{"may exit 3", "runs exit 3 for 60000000", "ended exit 3 with 0", "may true",
                                    "runs true for ever", "ended true with 0"}));
 }
 
-TEST_F(ObservedServices, PausesAreTold) {
+TEST_F(ObservedServices, PausesAreSeen) {
   Sleep(10000);
-  EXPECT_EQ(observer_.told, (Lines{"pause 10000", "over"}));
+  EXPECT_EQ(observer_.seen, (Lines{"pause 10000", "over"}));
 }
 
 TEST_F(ObservedServices, ARefusedCommandIsNotRun) {
@@ -59,14 +59,14 @@ TEST_F(ObservedServices, ARefusedCommandIsNotRun) {
   EXPECT_EQ(exitCode, 77U);
   EXPECT_EQ(CCommon_Information::GetResultLine(command + "; echo one"), "");
   EXPECT_FALSE(folder_.Has("file"));
-  EXPECT_EQ(observer_.told, (Lines{"may " + command, "may " + command + "; echo one"}));
+  EXPECT_EQ(observer_.seen, (Lines{"may " + command, "may " + command + "; echo one"}));
 }
 
-TEST_F(ObservedServices, WhatIsNoCommandIsNotTold) {
+TEST_F(ObservedServices, WhatIsNoCommandIsNotSeen) {
   unsigned long exitCode = 77;
   EXPECT_EQ(CCommon_Information::ExecForeignModule("", "", "", &exitCode, ~0UL), 1);
   EXPECT_EQ(CCommon_Information::GetResultLine(""), "");
-  EXPECT_EQ(observer_.told, Lines{});
+  EXPECT_EQ(observer_.seen, Lines{});
 }
 
 }  // namespace

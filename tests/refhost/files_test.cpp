@@ -32,7 +32,7 @@ TEST_F(Files, AFileExistsWhenItIsNoFolder) {
   EXPECT_FALSE(CFileUtility::IsFileExist(folder_ / "missing"));
 }
 
-TEST_F(Files, APathExistsWhateverItIs) {
+TEST_F(Files, APathOfAnyKindExists) {
   fs::create_symlink("nothing", folder_ / "dangling");
   EXPECT_TRUE(CCommon_Information::MyPathFileExists(folder_.Path()));
   EXPECT_TRUE(CCommon_Information::MyPathFileExists(folder_ / "dangling"));
@@ -50,7 +50,7 @@ TEST_F(Files, DeletingAFileThatWasNeverThereSucceeds) {
   EXPECT_TRUE(CCommon_Information::RetryDeleteFile(folder_ / "missing"));
 }
 
-TEST_F(Files, DeletingGivesUpOnWhatCannotBeDeleted) {
+TEST_F(Files, DeletingFailsOnWhatCannotBeDeleted) {
   folder_.Write("sub/file", "x");
   EXPECT_FALSE(CCommon_Information::RetryDeleteFile(folder_ / "sub"));
   EXPECT_TRUE(folder_.Has("sub/file"));
@@ -95,7 +95,7 @@ TEST_F(Files, ANewFolderIsItsOwnersOnly) {
   EXPECT_EQ(status.st_mode & 07777U, 0700U);
 }
 
-TEST_F(Files, AFolderThatCannotBeMadeLeavesTheErrorNumber) {
+TEST_F(Files, MakingAFolderFailsWithTheErrorNumber) {
   EXPECT_EQ(_mkdir(folder_.Path().c_str()), -1);
   EXPECT_EQ(GetLastError(), static_cast<unsigned long>(EEXIST));
 }

@@ -19,7 +19,6 @@ namespace refhost {
 namespace {
 
 constexpr unsigned long kHour = 3600000;
-constexpr unsigned long kUntouched = 77;
 
 class Interruption : public HostTest {
  protected:

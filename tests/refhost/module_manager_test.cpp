@@ -39,7 +39,7 @@ TEST_F(ModuleManager, ARegisteredPackageBecomesTheUpdateRecord) {
   EXPECT_EQ(firmware_.GetUpdateStatus(), kUpdateRegistered);
 }
 
-TEST_F(ModuleManager, AStagedPackageIsRegisteredAndHandedOnWhateverBecomesOfItsOriginal) {
+TEST_F(ModuleManager, AStagedPackageIsRegisteredAndHandedOnHoweverItsOriginalChanges) {
   const std::string path = folder_.Write("pack\xff.zip", Package("01-24"));
   StagingFailure failure;
   const auto staged = StagedPackage::Stage(path, &failure);
@@ -65,7 +65,7 @@ TEST_F(ModuleManager, APackageBesideTheStagedOneIsReadItself) {
   EXPECT_EQ(firmware_.calls, Lines{"Update kestrel " + path + " all new"});
 }
 
-TEST_F(ModuleManager, ABadPackageIsNotRegisteredAndTheReasonTraced) {
+TEST_F(ModuleManager, RegisteringFailsForABadPackageWithTheReasonTraced) {
   EXPECT_EQ(firmware_.RegistUpdateModule("kestrel", folder_ / "missing"), 1);
   EXPECT_EQ(TakeLines(), Lines{"2 Cannot register [" + (folder_ / "missing") + "]: No such file or directory"});
   EXPECT_EQ(firmware_.GetUpdateModuleInfo().moduleVersion, "");
@@ -139,7 +139,7 @@ TEST_F(ModuleManager, AFailedUpdateIsRemembered) {
   EXPECT_EQ(firmware_.GetLatestUpdateDate(), "");
 }
 
-TEST_F(ModuleManager, TheDeviceIsNotTouchedWhenTheStateCannotBeKept) {
+TEST_F(ModuleManager, UpdatingFailsBeforeTheDeviceIsTouchedWhenTheStateCannotBeKept) {
   folder_.Write("repository", "a file where the folder should be");
   EXPECT_EQ(firmware_.ExecuteUpdate(false), 1);
   EXPECT_EQ(firmware_.calls, Lines{});

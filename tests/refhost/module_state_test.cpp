@@ -63,7 +63,7 @@ TEST_F(StateFile, ATextThatIsNotUtf8DoesNotPreventSaving) {
   EXPECT_TRUE(Load()) << error_;
 }
 
-TEST_F(StateFile, ADamagedFileIsKeptAsideAndTold) {
+TEST_F(StateFile, ADamagedFileIsKeptAsideAndNamed) {
   const std::string path = folder_ / "repository/state.json";
   int number = 0;
   for (const char* garbage : {"garbage", "", "{}", R"({"schema": 2})", "[1, 2]"}) {
@@ -93,7 +93,7 @@ TEST_F(StateFile, WhatIsNotAFileIsLeftAlone) {
   EXPECT_TRUE(folder_.Has("repository/state.json"));
 }
 
-TEST_F(StateFile, AFolderThatCannotBeMadeIsTold) {
+TEST_F(StateFile, FailsWhenTheFolderCannotBeMade) {
   folder_.Write("repository", "a file");
   EXPECT_FALSE(Save());
   EXPECT_NE(error_, "");

@@ -36,7 +36,7 @@ TEST_F(PackageFile, TheModelMayBeLeftOut) {
   EXPECT_EQ(manifest_.model, "");
 }
 
-TEST_F(PackageFile, WhatIsMissingOrWrongIsTold) {
+TEST_F(PackageFile, FailsOnWhatIsMissingOrWrong) {
   const std::pair<const char*, const char*> cases[] = {
       {R"({"version": "01-24", "server_types": ["kv6000"]})", "key 'name' not found"},
       {R"({"name": "n", "server_types": ["kv6000"]})", "key 'version' not found"},
@@ -88,7 +88,7 @@ TEST_F(PackageFile, ADescriptionThatIsNestedAMillionTimesIsRefused) {
   EXPECT_EQ(error_, "module.json is not valid: it is nested more than 8 levels deep");
 }
 
-TEST_F(PackageFile, AnUnusableArchiveIsTold) {
+TEST_F(PackageFile, FailsOnAnUnusableArchive) {
   EXPECT_FALSE(Read(""));
   EXPECT_EQ(error_, "the file is empty");
   EXPECT_FALSE(Read("no archive"));

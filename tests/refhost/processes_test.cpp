@@ -15,7 +15,6 @@ namespace refhost {
 namespace {
 
 constexpr unsigned long kNoLimit = ~0UL;
-constexpr unsigned long kUntouched = 77;
 
 class Processes : public HostTest {
  protected:
@@ -44,12 +43,12 @@ TEST_F(Processes, AMissingProgramIsTheShellsExitStatus) {
   EXPECT_EQ(exitCode_, 127U);
 }
 
-TEST_F(Processes, ACommandEndedByASignalDidNotRunToItsEnd) {
+TEST_F(Processes, FailWhenASignalEndsTheCommand) {
   EXPECT_EQ(Run("kill -KILL $$"), 1);
   EXPECT_EQ(exitCode_, kUntouched);
 }
 
-TEST_F(Processes, AnEmptyCommandOrAMissingFolderCannotBeRun) {
+TEST_F(Processes, FailWithoutACommandOrItsFolder) {
   EXPECT_EQ(Run(""), 1);
   EXPECT_EQ(Run("exit 0", kNoLimit, "", folder_ / "missing"), 1);
   EXPECT_EQ(Run("exit 0", kNoLimit, folder_ / "missing/output"), 1);

@@ -73,7 +73,7 @@ TEST_F(Staged, ItsDigestIsThatOfTheFile) {
   EXPECT_EQ(package->Sha256(), digest.TakeDigest());
 }
 
-TEST_F(Staged, NobodyElseReachesTheCopyWhateverTheMask) {
+TEST_F(Staged, NobodyElseReachesTheCopyWithAnyMask) {
   const mode_t mask = umask(0);
   const auto package = Stage(folder_.Write("package.zip", Package("01-24")));
   umask(mask);

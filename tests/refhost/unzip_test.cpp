@@ -21,7 +21,7 @@ class Unzip : public HostTest {
  protected:
   Unzip() { fs::create_directory(folder_ / "work"); }
 
-  // True when the archive was unpacked; otherwise the reason must have been told and traced.
+  // True when the archive was unpacked; otherwise the reason must have been given and traced.
   bool Unpack(const std::string& bytes, std::list<std::string> members = {}) {
     folder_.Write("package", bytes);
     return UnpackFile(folder_ / "package", std::move(members));
@@ -93,7 +93,7 @@ TEST_F(Unzip, TheListAndTheMessageMayBeNull) {
   EXPECT_FALSE(CUnzip_Utility::UpdateModuleUnzip(folder_ / "missing", nullptr, folder_ / "work", nullptr, "bmc"));
 }
 
-TEST_F(Unzip, AMissingPackageOrFolderIsAClearError) {
+TEST_F(Unzip, FailsWithTheReasonWithoutItsPackageOrFolder) {
   EXPECT_FALSE(UnpackFile(folder_ / "missing"));
   EXPECT_EQ(reason_, "No such file or directory");
   EXPECT_FALSE(UnpackFile(folder_.Path()));
@@ -103,7 +103,7 @@ TEST_F(Unzip, AMissingPackageOrFolderIsAClearError) {
   EXPECT_EQ(reason_, "the folder " + (folder_ / "work") + " cannot be opened: No such file or directory");
 }
 
-TEST_F(Unzip, WhatIsNoArchiveIsAClearError) {
+TEST_F(Unzip, FailsWithTheReasonOnWhatIsNoArchive) {
   EXPECT_FALSE(Unpack(""));
   EXPECT_EQ(reason_, "the file is empty");
   EXPECT_FALSE(Unpack("this is a text and no archive\n"));

@@ -81,7 +81,7 @@ TEST_F(Xml, BadOrDoubledNamesAreRefused) {
   EXPECT_FALSE(folder_.Has("report.xml"));
 }
 
-TEST_F(Xml, AFolderThatIsMissingIsAClearError) {
+TEST_F(Xml, FailsWithTheReasonWithoutItsFolder) {
   EXPECT_FALSE(COrvXmlWrite().writeXML(folder_ / "missing/report.xml", COrvXmlNode("data")));
   EXPECT_EQ(TakeLines(),
             Lines{"2 cannot create a file beside " + (folder_ / "missing/report.xml") + ": No such file or directory"});

@@ -105,7 +105,8 @@ class AServerWithBadPlaces(Road):
         self.assertRegex(error["evidence"]["command"], '^"/usr/bin/ipmitool" raw 0x06 0x01 > "/srv/orv/tmp/KV6KBMC/')
         self.assertIn("run the command above by hand", error["next_step"])
         # The shell that could not run the command says why.
-        self.assertIn("cannot create /srv/orv/tmp/KV6KBMC/IPMIResult", done.err)
+        self.assertIn("cannot create /srv/orv/tmp/KV6KBMC/IPMIResult", error["evidence"]["error_output"][-1])
+        self.assertEqual(done.err, "")
         self.assertEqual(self.scratch.read_text(), "in the way\n")
         self.assertEqual(self.asked(), [])
         self.assert_bmc(running="01-23", standby=None, flag=False, media="disconnected")
@@ -121,7 +122,7 @@ class AServerWithBadPlaces(Road):
         self.assertEqual((done.records, self.asked()), ([], []))
         self.assert_bmc(running="01-23", standby=None, flag=False, media="disconnected")
 
-    def test_a_machine_without_the_makers_flash_tool(self):
+    def test_check_and_update_fail_without_the_makers_flash_tool(self):
         tool = self.server.install / "KV6KBMC" / "Yafuflash"
         aside = self.server.share / "Yafuflash"
         tool.rename(aside)

@@ -166,7 +166,7 @@ class AServerWhoseFlashIsCutShort(Road):
         self.assert_scratch_holds("ExistUpdate.txt")
 
     def test_by_a_loss_of_power(self):
-        """Told in one test: every step stands on the one before."""
+        """All in one test: every step stands on the one before."""
         boots = self.server.bmc("state")["boots"]
         with self.subTest("the power goes"):
             self.server.bmc("power-loss 50")
@@ -181,7 +181,7 @@ class AServerWhoseFlashIsCutShort(Road):
             self.server.power_on(timeout=240)
             done = self.orvhost("identify")
             self.assert_report(done, 0, verdict="identified", before="06-10", after="06-10")
-            self.assertEqual(done.report["facts"]["Last update"], "cut off while it was written")
+            self.assertEqual(done.report["facts"]["last_update"], "cut off while it was written")
             self.assert_report(self.orvhost("apply", "--yes"), 7, verdict="not-written",
                                cause="The last update was cut off while it was written.")
             self.assert_bmc(running="06-10", whole=False, flag=False, power="on", boots=boots + 1)

@@ -66,7 +66,7 @@ class JournalRoad(Road):
         """From here on no run was ever made on this machine."""
         for folder in ("journal", "repository"):
             shutil.rmtree(self.server.install / folder, ignore_errors=True)
-        (self.server.install / "orvhost.lock").unlink(missing_ok=True)
+        (self.server.install / "orvhost.run").unlink(missing_ok=True)
 
     def new_package(self) -> tuple:
         major, minor = self.running().split("-")
@@ -103,11 +103,11 @@ class JournalRoad(Road):
         run = self.orvhost("diagnose")
         self.assert_report(run, 0, verdict=verdict, flash_touched=flash)
         facts = run.report["facts"]
-        self.assertIn(next_step, facts.get("Next step", ""))
-        self.assertEqual("Next step" in facts, next_step != "")
+        self.assertIn(next_step, facts.get("next_step", ""))
+        self.assertEqual("next_step" in facts, next_step != "")
         if next_step:
             machine = "was started anew since" if restarted or self.restarts else "has been up since"
-            self.assertEqual(facts["Machine"], machine)
+            self.assertEqual(facts["machine"], machine)
         told = "touched" if run.report["flash_touched"] else "untouched"
         self.table.append((step, self.how, run.report["verdict"], told, next_step or "none", second_run()))
 
@@ -134,7 +134,7 @@ class JournalRoad(Road):
     def verify_finds_the_old_one(self, next_step: str) -> str:
         done = self.orvhost("verify")
         self.assert_report(done, 9, verdict="version-not-expected")
-        self.assertIn(next_step, self.orvhost("diagnose").report["facts"]["Next step"])
+        self.assertIn(next_step, self.orvhost("diagnose").report["facts"]["next_step"])
         return f"verify: {done.report['verdict']}, then diagnose names {next_step}"
 
     # The roads that are the same however the runs end.

@@ -14,7 +14,7 @@ class Killed(JournalRoad):
     how = "kill -9"
 
     def end(self, job):
-        pid = json.loads((self.server.install / "orvhost.lock").read_text())["pid"]
+        pid = json.loads((self.server.install / "orvhost.run").read_text())["pid"]
         self.assertEqual(self.server.run(f"kill -9 {pid}").exit, 0)
         self.assertEqual(job.wait().exit, 137)
 

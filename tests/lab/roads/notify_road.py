@@ -178,11 +178,11 @@ class NotifyRoad(Road):
         return [line for line in run.trace if TELLING.match(line)]
 
     def assert_told(self, run, exit_code, verdict, os, disks, records=(), err=""):
-        """What the operator reads; `err` is what programs that the plug-in runs complain of."""
+        """What the operator reads; `err` is what programs that the plug-in runs complain of, which is kept for later."""
         self.assert_report(run, exit_code, command="notify", verdict=verdict, phase="send",
-                           facts={"Operating system": os, "Disks": disks})
+                           facts={"operating_system": os, "disks": disks})
         self.assertEqual(run.records, list(records))
-        self.assertEqual(run.err, err)
+        self.assertEqual((self.complaints(run), run.err), (err, ""))
 
     def assert_trace(self, run, os: list, disks: list, name=None, host="kv6000"):
         """The telling lines of the trace are those of the two senders: between the beginning of each and its end stand

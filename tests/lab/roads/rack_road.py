@@ -48,7 +48,7 @@ class RackRoad(Road):
         state.pop("commands")
         # Left out are the scratch folder and what every run of orvhost leaves.
         kept = (path for path in self.server.install.rglob("*")
-                if path.relative_to(self.server.install).parts[0] not in ("tmp", "journal", "orvhost.lock"))
+                if path.relative_to(self.server.install).parts[0] not in ("tmp", "journal", "orvhost.lock", "orvhost.run"))
         host = {path: path.read_bytes() if path.is_file() else None for path in kept}
         return Machine(state, self.server.bmc("files"), host)
 

@@ -68,9 +68,8 @@ class AServer(ReportRoad):
 
     def test_the_report_says_what_server_and_bmc_are(self):
         done = self.report()
-        self.assert_reported(done, **{"File": f"/share/reports/{NAME}", "Product Name": "KV6000",
-                                      "Product Version": "1.0 'b'", "Serial Number": "KV6K <1> & \"2\"",
-                                      "BMC Version": "01-23", "BIOS Version": "V1.2.0"})
+        self.assert_reported(done, file=f"/share/reports/{NAME}", product_name="KV6000", product_version="1.0 'b'",
+                             serial_number="KV6K <1> & \"2\"", bmc_version="01-23", bios_version="V1.2.0")
         self.assert_golden_report("report_of_a_kv6000.xml")
         self.assertEqual([line for line in self.asked() if not line.startswith("3c 13")], [])
 
@@ -161,8 +160,8 @@ class AServer(ReportRoad):
 
     def test_a_bios_and_a_system_without_a_version_are_reported_as_dmidecode_says_it(self):
         self.replace_dmi(bios={"vendor": b"KESTREL"}, system={"product": b"KV6000"})
-        self.assert_reported(self.report(), **{"Product Version": "Not Specified", "Serial Number": "Not Specified",
-                                               "BIOS Version": "Not Specified"})
+        self.assert_reported(self.report(), product_version="Not Specified", serial_number="Not Specified",
+                             bios_version="Not Specified")
         self.assert_golden_report("report_without_versions.xml")
 
     def test_the_report_fails_without_a_bios_table_and_the_old_file_survives(self):
@@ -180,8 +179,8 @@ class AServer(ReportRoad):
     def test_bytes_that_are_no_ascii_are_dots_because_dmidecode_prints_them_so(self):
         self.replace_dmi(bios={"version": b"V1 \xff\x80\x01"}, system={"product": b"KV6000", "version": b"caf\xe9",
                                                                        "serial": "KV6K-ß".encode()})
-        self.assert_reported(self.report(), **{"Product Version": "caf.", "Serial Number": "KV6K-..",
-                                               "BIOS Version": "V1 ..."})
+        self.assert_reported(self.report(), product_version="caf.", serial_number="KV6K-..",
+                             bios_version="V1 ...")
         self.assert_golden_report("report_of_bytes_that_are_no_ascii.xml")
 
     def test_the_report_fails_at_a_value_that_cannot_stand_in_xml_and_the_old_file_survives(self):
@@ -191,7 +190,7 @@ class AServer(ReportRoad):
         properties = b"\tProduct Name: KV6000\n\tVersion: caf\xc3\xa9\n\tSerial Number: "
         with self.subTest("UTF-8 can"):
             played.write_bytes(properties + "KV6K-ß €\n".encode())
-            self.assert_reported(self.report(), **{"Product Version": "café", "Serial Number": "KV6K-ß €"})
+            self.assert_reported(self.report(), product_version="café", serial_number="KV6K-ß €")
             self.assert_golden_report("report_of_utf_8.xml")
         old = self.put_old_report()
         for serial in (b"KV6K-\xdf", b"KV6K-\x01", b"KV6K-\xed\xa0\x80"):
@@ -210,8 +209,8 @@ class ARackServer(ReportRoad):
 
     def test_the_report_states_the_sdr_version_and_no_network_settings(self):
         done = self.report()
-        self.assert_reported(done, **{"Product Name": "KV6000RT", "BMC Version": "01-23", "SDR Version": "0.10",
-                                      "mac_address": None, "ip_address": None})
+        self.assert_reported(done, product_name="KV6000RT", bmc_version="01-23", sdr_version="0.10",
+                             mac_address=None, ip_address=None)
         self.assert_golden_report("report_of_a_kv6000rt.xml")
         self.assertEqual(self.asked(), [])
 

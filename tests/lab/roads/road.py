@@ -208,6 +208,12 @@ class Road(SharedServer):
         return [command for command in self.commands()
                 if command.startswith(("34 ", "36 ", "3c ")) and not command.startswith("34 91 ")]
 
+    def complaints(self, run: Run) -> str:
+        """What the shell commands of a run wrote to their standard error, as its journal has it."""
+        journal = self.server.install / "journal" / f"{run.report['run_id']}.jsonl"
+        entries = map(json.loads, journal.read_text().splitlines())
+        return "".join(entry["text"] for entry in entries if entry["kind"] == "error_output")
+
     def assert_report(self, run: Run, exit_code: int, **fields):
         """The exit code, and fields of the report, those of its error included."""
         report = dict(run.report, **(run.report["error"] or {}))

@@ -1,4 +1,4 @@
-// orvhost check, and the dry runs: whatever they find, nothing is changed.
+// orvhost check, and the dry runs: nothing that they find is changed.
 #include "tests/orvhost/support/orvhost_fixture.h"
 
 namespace orvhost {
@@ -52,8 +52,8 @@ TEST_F(Check, ANewerPackage) {
   EXPECT_EQ(object["verdict"], "newer");
   EXPECT_EQ(object["before"], "01-23");
   EXPECT_EQ(object["after"], "01-23");
-  EXPECT_EQ(object["facts"]["Package version"], "01-24");
-  EXPECT_EQ(object["facts"]["Running version"], "01-23");
+  EXPECT_EQ(object["facts"]["package_version"], "01-24");
+  EXPECT_EQ(object["facts"]["running_version"], "01-23");
 }
 
 TEST_F(Check, AnOlderPackage) {

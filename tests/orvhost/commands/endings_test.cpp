@@ -18,31 +18,27 @@ class Endings : public Orvhost {
 
   // An object in which nothing was done; `changes` are merged into it.
   static json Object(const json& changes) {
-    json object = {{"schema", 1},
-                   {"command", "update"},
-                   {"exit_code", 0},
-                   {"changed", false},
-                   {"before", "01-23"},
-                   {"after", "01-23"},
-                   {"facts", json::object()},
-                   {"summary", ""},
-                   {"flash_touched", false},
-                   {"error", nullptr},
-                   {"notices", json::array()}};
+    json object = {{"schema", 2},       {"command", "update"},    {"exit_code", 0},       {"changed", false},
+                   {"before", "01-23"}, {"after", "01-23"},       {"needs_apply", false}, {"facts", json::object()},
+                   {"summary", ""},     {"flash_touched", false}, {"error", nullptr},     {"notices", json::array()}};
     object.update(changes);
     return object;
   }
 
   json Facts(const std::string& package, const std::string& version) const {
-    return {{"Package", package},
-            {"Package name", "KV6000 BMC firmware"},
-            {"Package version", version},
-            {"Package SHA-256", Sha256Of(package)},
-            {"Server type", "kv6000"}};
+    return {{"package", package},
+            {"package_name", "KV6000 BMC firmware"},
+            {"package_version", version},
+            {"package_sha256", Sha256Of(package)},
+            {"server_type", "kv6000"}};
   }
 
   static json Error(const std::string& cause, const std::string& nextStep, const json& evidence = json::object()) {
-    json all = {{"command", ""}, {"completion_code", ""}, {"records", json::array()}, {"trace", json::array()}};
+    json all = {{"command", ""},
+                {"completion_code", ""},
+                {"records", json::array()},
+                {"trace", json::array()},
+                {"error_output", json::array()}};
     all.update(evidence);
     return {{"cause", cause}, {"next_step", nextStep}, {"evidence", all}};
   }
@@ -58,6 +54,7 @@ TEST_F(Endings, Success) {
                     {"phase", "record"},
                     {"changed", true},
                     {"after", "01-24"},
+                    {"needs_apply", true},
                     {"flash_touched", true},
                     {"facts", Facts(good_, "01-24")},
                     {"summary",
@@ -77,7 +74,7 @@ TEST_F(Endings, NothingToDo) {
 
 TEST_F(Endings, DryRun) {
   json facts = Facts(good_, "01-24");
-  facts["Not judged"] =
+  facts["not_judged"] =
       "whether the BMC connects its virtual media, the kernel loads its sg driver, and the flash tool takes the image";
   EXPECT_EQ(Ending(Update(good_) + " --dry-run"),
             Object({{"verdict", "dry-run"},
@@ -92,7 +89,7 @@ TEST_F(Endings, DryRun) {
 TEST_F(Endings, PrerequisitesMissing) {
   Ask("no-tool");
   json facts = Facts(good_, "01-24");
-  facts.erase("Server type");  // which is looked at later
+  facts.erase("server_type");  // which is looked at later
   EXPECT_EQ(Ending(Update(good_)),
             Object({{"exit_code", 4},
                     {"verdict", "prerequisites-missing"},
@@ -162,6 +159,7 @@ TEST_F(Endings, TimedOutButComplete) {
                     {"phase", "record"},
                     {"changed", true},
                     {"after", "01-24"},
+                    {"needs_apply", true},
                     {"flash_touched", true},
                     {"facts", Facts(good_, "01-24")},
                     {"summary",
@@ -179,7 +177,8 @@ TEST_F(Endings, VersionNotAsExpected) {
                     {"exit_code", 9},
                     {"verdict", "version-not-expected"},
                     {"phase", "verify"},
-                    {"facts", {{"Recorded version", "01-24"}}},
+                    {"needs_apply", true},
+                    {"facts", {{"recorded_version", "01-24"}}},
                     {"error", Error(cause,
                                     "If the new firmware was not put into operation yet, run \"orvhost apply\"; "
                                     "otherwise run \"orvhost update\" again.",
@@ -189,7 +188,7 @@ TEST_F(Endings, VersionNotAsExpected) {
 TEST_F(Endings, Busy) {
   RunLock lock;
   ASSERT_EQ(lock.Take(folder_.Path()), RunLock::Result::kTaken);
-  lock.Sign({"00000007-20260131T120000Z", "update", getpid(), "2026-01-31T12:00:00.000000Z", false});
+  lock.Sign({"00000007-20260131T120000Z", "update", installPath_, getpid(), "2026-01-31T12:00:00.000000Z", false});
   json object = RunJson("identify");
   EXPECT_EQ(object["run_id"], "");
   object.erase("run_id");
@@ -199,9 +198,10 @@ TEST_F(Endings, Busy) {
                             {"phase", "lock"},
                             {"before", ""},
                             {"after", ""},
-                            {"error", Error("Another run is at work: run 00000007-20260131T120000Z (orvhost update, "
-                                            "process " +
-                                                std::to_string(getpid()) + ", since 2026-01-31T12:00:00.000000Z).",
+                            {"needs_apply", nullptr},
+                            {"error", Error("Another run is at work: run 00000007-20260131T120000Z under " +
+                                                installPath_ + " (orvhost update, process " + std::to_string(getpid()) +
+                                                ", since 2026-01-31T12:00:00.000000Z).",
                                             "Wait until it ends, then run the same command again.")}}));
 }
 
@@ -235,6 +235,7 @@ TEST_F(Endings, BadUsage) {
                             {"phase", "command line"},
                             {"before", ""},
                             {"after", ""},
+                            {"needs_apply", nullptr},
                             {"error", Error("package is required", "Run \"orvhost --help\".")}}));
 }
 

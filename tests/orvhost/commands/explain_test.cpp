@@ -35,7 +35,7 @@ TEST(Explanations, CodesThatRunTogetherAreTakenApart) {
             (refhost::Lines{"message MSGID_BMC_0001_F", "detail 0B", "detail 23"}));
 }
 
-TEST(Explanations, HowOftenACodeRepeatsIsTold) {
+TEST(Explanations, HowOftenACodeRepeatsIsSaid) {
   std::string unknown;
   EXPECT_EQ(Explain({"161616"}, &unknown)->front().failed, "The flash tool reported an error (3 times).");
 }
@@ -59,7 +59,8 @@ TEST(Explanations, EveryExitCodeHasOne) {
   for (const NumberText& text : ExitCodeTexts()) {
     numbers.push_back(text.number);
   }
-  EXPECT_EQ(numbers, (std::vector<int>{0, 1, 2, 3, 4, 5, 6, 7, 8, 9, static_cast<int>(ExitCode::kBusy)}));
+  EXPECT_EQ(numbers, (std::vector<int>{0, 1, 2, 3, 4, 5, 6, 7, 8, 9, static_cast<int>(ExitCode::kBusy),
+                                       static_cast<int>(ExitCode::kNotDelivered)}));
 }
 
 class ExplainCommand : public Orvhost {};
@@ -95,7 +96,7 @@ TEST_F(ExplainCommand, NeedsNoPlugin) {
   EXPECT_EQ(object["explanations"].size(), ExplainAll().size());
 }
 
-TEST_F(ExplainCommand, ACodeThatIsNotThereIsTold) {
+TEST_F(ExplainCommand, FailsForACodeThatIsNotThere) {
   EXPECT_EQ(Run("explain 16 7F"), 2);
   EXPECT_EQ(out_, "");
   EXPECT_EQ(err_,

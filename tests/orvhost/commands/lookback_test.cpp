@@ -62,6 +62,26 @@ TEST_F(Lookback, HistoryTellsEveryRunInOneLine) {
   OpenTheGate();
 }
 
+TEST_F(Lookback, AJournalOfTheFirstSchemaIsReadAsAnyOther) {
+  std::filesystem::create_directory(folder_ / "journal");
+  folder_.Write(
+      "journal/00000001-20261121T120000Z.jsonl",
+      R"({"t":"2026-11-21T12:00:00.000000Z","s":0.0,"kind":"begin","schema":1,"command":"update",)"
+      R"("options":{"package":"/a/good.zip","dry_run":false},"server_type":"kv6000"})"
+      "\n"
+      R"({"t":"2026-11-21T12:00:01.000000Z","s":1.0,"kind":"phase","name":"record"})"
+      "\n"
+      R"({"t":"2026-11-21T12:00:02.000000Z","s":2.0,"kind":"end","outcome":{"schema":1,"command":"update",)"
+      R"("verdict":"updated","exit_code":0,"before":"01-23","after":"01-24","phase":"record","summary":"Written.",)"
+      R"("facts":{"Package":"/a/good.zip"},"error":null}})"
+      "\n");
+  const json object = Look("history");
+  EXPECT_EQ(object["notices"], json::array());
+  EXPECT_EQ(object["runs"][0]["verdict"], "updated");
+  EXPECT_EQ(object["runs"][0]["after"], "01-24");
+  EXPECT_EQ(Look("show 1")["timeline"].back()["kind"], "end");
+}
+
 TEST_F(Lookback, ShowTellsTheStoryOfARun) {
   Ask("flash-fails");
   ASSERT_EQ(Run(Update(good_)), 8);
@@ -77,12 +97,12 @@ TEST_F(Lookback, ShowTellsTheStoryOfARun) {
     EXPECT_NE(out_.find(part), std::string::npos) << part << "\n" << out_;
   }
   const json object = Look("show 0000");
-  EXPECT_EQ(object["facts"]["Run"], Runs().at(0));
+  EXPECT_EQ(object["facts"]["run"], Runs().at(0));
   EXPECT_EQ(object["timeline"][0]["kind"], "phase");
   EXPECT_EQ(object["timeline"].back()["kind"], "end");
 }
 
-TEST_F(Lookback, ARunThatIsNotThereOrNotTheOnlyOneIsTold) {
+TEST_F(Lookback, FailsForARunThatIsNotThereOrNotTheOnlyOne) {
   for (const char* command : {"show last", "show x", "diagnose last"}) {
     EXPECT_EQ(Look(command)["exit_code"], 2) << command;
   }
@@ -93,7 +113,7 @@ TEST_F(Lookback, ARunThatIsNotThereOrNotTheOnlyOneIsTold) {
   EXPECT_EQ(object["verdict"], "no-such-run");
   EXPECT_EQ(object["error"]["cause"], "More than one run begins with \"0000\": 2 of them.");
   EXPECT_EQ(Look("show 00000002")["exit_code"], 0);
-  EXPECT_EQ(Look("show 2")["facts"]["Run"], Runs().at(1));
+  EXPECT_EQ(Look("show 2")["facts"]["run"], Runs().at(1));
   EXPECT_EQ(Look("show 3")["exit_code"], 2);
   EXPECT_EQ(Look("diagnose nothing")["error"]["cause"], "There is no run \"nothing\".");
 }
@@ -126,7 +146,7 @@ TEST_F(Lookback, DiagnoseWithoutARunThatCouldHaveChangedAnythingSaysSo) {
   ASSERT_EQ(Run(Update(good_) + " --dry-run"), 0);
   const json object = Look("diagnose");
   EXPECT_EQ(object["verdict"], "nothing-to-diagnose");
-  EXPECT_FALSE(object["facts"].contains("Next step"));
+  EXPECT_FALSE(object["facts"].contains("next_step"));
   EXPECT_EQ(Look("diagnose last")["verdict"], "nothing-changed");
 }
 
@@ -135,8 +155,8 @@ TEST_F(Lookback, DiagnoseOfALostJournalRestsOnTheRecords) {
   std::filesystem::remove_all(folder_ / "journal");
   const json object = Look("diagnose");
   EXPECT_EQ(object["verdict"], "flash-unknown");
-  EXPECT_EQ(object["facts"]["Records"], "cut off while it was written");
-  EXPECT_NE(object["facts"].value("Next step", "").find("run \"orvhost update PACKAGE\" again"), std::string::npos);
+  EXPECT_EQ(object["facts"]["records"], "cut off while it was written");
+  EXPECT_NE(object["facts"].value("next_step", "").find("run \"orvhost update PACKAGE\" again"), std::string::npos);
 }
 
 TEST_F(Lookback, DiagnoseOfAKilledUpdateTellsThatTheFlashHadBegun) {
@@ -161,25 +181,25 @@ TEST_F(Lookback, DiagnoseOfAKilledUpdateTellsThatTheFlashHadBegun) {
   // Neither questions nor a run that did not come that far displace it.
   ASSERT_EQ(Run("identify"), 0);
   ASSERT_EQ(Run("update missing.zip"), 5);
-  EXPECT_EQ(Look("diagnose")["facts"]["Run"], id);
+  EXPECT_EQ(Look("diagnose")["facts"]["run"], id);
   Ask("unprepared");
   ASSERT_EQ(Run(Update(good_)), 7);
   const json later = Look("diagnose");
   EXPECT_EQ(later["verdict"], "flash-untouched");
-  EXPECT_EQ(later["facts"]["Before"], "run " + id + " had begun to write the flash and did not finish it");
+  EXPECT_EQ(later["facts"]["before"], "run " + id + " had begun to write the flash and did not finish it");
 }
 
 TEST_F(Lookback, DiagnoseWhileAToolIsStillAtWorkSaysToWait) {
   Kill(StartAtTheGate(Update(good_), "runs-tool"));
   json object = Look("diagnose");
   EXPECT_EQ(object["verdict"], "at-work");
-  EXPECT_NE(object["facts"].value("At work", "").find("(sh -c "), std::string::npos) << object;
+  EXPECT_NE(object["facts"].value("at_work", "").find("(sh -c "), std::string::npos) << object;
   OpenTheGate();
   EXPECT_EQ(Look("diagnose")["verdict"], "flash-incomplete");
   StartAtTheGate(Update(good_), "waits");
   object = Look("diagnose");
   EXPECT_EQ(object["verdict"], "at-work");
-  EXPECT_EQ(object["facts"]["End"], "none yet; it is in step \"write\"");
+  EXPECT_EQ(object["facts"]["end"], "none yet; it is in step \"write\"");
   OpenTheGate();
   EXPECT_EQ(Look("diagnose")["verdict"], "written");
 }
@@ -188,15 +208,15 @@ TEST_F(Lookback, DiagnoseKnowsWhetherTheMachineWasStartedAnewSince) {
   ASSERT_EQ(Run(Update(good_)), 0);
   ASSERT_EQ(Run("apply --yes"), 0);
   json object = Look("diagnose");
-  EXPECT_EQ(object["facts"]["Machine"], "has been up since");
-  EXPECT_NE(object["facts"].value("Next step", "").find("Shut the machine down by hand"), std::string::npos) << object;
+  EXPECT_EQ(object["facts"]["machine"], "has been up since");
+  EXPECT_NE(object["facts"].value("next_step", "").find("Shut the machine down by hand"), std::string::npos) << object;
   std::string text = folder_.Read("journal/" + Runs().at(1) + ".jsonl");
   const std::size_t id = text.find("\"boot_id\":\"") + 11;
   text[id] = text[id] == '0' ? '1' : '0';
   folder_.Write("journal/" + Runs().at(1) + ".jsonl", text);
   object = Look("diagnose");
-  EXPECT_EQ(object["facts"]["Machine"], "was started anew since");
-  EXPECT_EQ(object["facts"].value("Next step", "").find("Run \"orvhost verify\""), 0U) << object;
+  EXPECT_EQ(object["facts"]["machine"], "was started anew since");
+  EXPECT_EQ(object["facts"].value("next_step", "").find("Run \"orvhost verify\""), 0U) << object;
 }
 
 TEST_F(Lookback, DiagnoseOfAVerifiedUpdateHasNothingToDo) {

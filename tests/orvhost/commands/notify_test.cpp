@@ -17,7 +17,7 @@ TEST_F(Notify, EverythingIsSent) {
   EXPECT_EQ(object["verdict"], "sent");
   EXPECT_EQ(object["changed"], true);
   EXPECT_EQ(object["phase"], "send");
-  EXPECT_EQ(object["facts"], (json{{"Operating system", "sent"}, {"Disks", "sent"}}));
+  EXPECT_EQ(object["facts"], (json{{"operating_system", "sent"}, {"disks", "sent"}}));
 }
 
 TEST_F(Notify, ABmcWithoutTheCapabilityIsNoFailure) {
@@ -26,7 +26,7 @@ TEST_F(Notify, ABmcWithoutTheCapabilityIsNoFailure) {
   EXPECT_EQ(object["exit_code"], 0);
   EXPECT_EQ(object["verdict"], "not-supported");
   EXPECT_EQ(object["changed"], false);
-  EXPECT_EQ(object["facts"]["Operating system"], "not supported by this BMC (its capabilities are 02)");
+  EXPECT_EQ(object["facts"]["operating_system"], "not supported by this BMC (its capabilities are 02)");
 }
 
 TEST_F(Notify, ABmcThatTakesOneOfTheRecordsIsNoFailure) {
@@ -35,7 +35,7 @@ TEST_F(Notify, ABmcThatTakesOneOfTheRecordsIsNoFailure) {
   EXPECT_EQ(object["exit_code"], 0);
   EXPECT_EQ(object["verdict"], "partly-sent");
   EXPECT_EQ(object["changed"], true);
-  EXPECT_EQ(object["facts"], (json{{"Operating system", "sent"}, {"Disks", "not supported by this BMC"}}));
+  EXPECT_EQ(object["facts"], (json{{"operating_system", "sent"}, {"disks", "not supported by this BMC"}}));
 }
 
 TEST_F(Notify, AFailureNamesTheStepAndWhatWasSentAllTheSame) {
@@ -56,7 +56,7 @@ TEST_F(Notify, AFailureNamesTheStepAndWhatWasSentAllTheSame) {
   const json object = RunJson("notify");
   EXPECT_EQ(object["verdict"], "not-sent");
   EXPECT_EQ(object["changed"], true);
-  EXPECT_EQ(object["facts"], (json{{"Operating system", "sent"}, {"Disks", "failed at locking the file"}}));
+  EXPECT_EQ(object["facts"], (json{{"operating_system", "sent"}, {"disks", "failed at locking the file"}}));
 }
 
 TEST_F(Notify, NothingIsMadeUpForAPluginThatTellsNothing) {
@@ -64,7 +64,7 @@ TEST_F(Notify, NothingIsMadeUpForAPluginThatTellsNothing) {
   const json object = RunJson("notify");
   EXPECT_EQ(object["verdict"], "untold");
   EXPECT_EQ(object["changed"], false);
-  EXPECT_EQ(object["facts"]["Disks"], "unknown (the plug-in does not tell)");
+  EXPECT_EQ(object["facts"]["disks"], "unknown (the plug-in does not tell)");
 }
 
 TEST_F(Notify, MissingPrerequisitesAreNamed) {

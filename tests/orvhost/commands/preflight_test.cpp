@@ -1,4 +1,6 @@
 // What an update would fail at is found beforehand: by check, by the dry run and by the update itself alike.
+#include "orvhost/commands/preflight.h"
+
 #include "tests/orvhost/support/orvhost_fixture.h"
 
 namespace orvhost {
@@ -57,6 +59,13 @@ class Preflight : public Orvhost {
     return checked && tried;
   }
 
+  // A plug-in that was built without the phrase.
+  std::string WithPlaceholder() const {
+    std::ostringstream bytes;
+    bytes << std::ifstream(TEST_PLUGIN_PATH, std::ios::binary).rdbuf() << "SET-WRITE-MODE-PHRASE!";
+    return folder_.Write("plugin.so", bytes.str());
+  }
+
   static refhost::ArchiveBuilder Described() { return refhost::ArchiveBuilder().File("module.json", kManifest); }
 };
 
@@ -104,7 +113,7 @@ TEST_F(Preflight, TheNextStepForTheFlashToolIsToInstallIt) {
             "Install the maker's flash tool there as an executable file, then run the same command again.");
 }
 
-TEST_F(Preflight, AUserWithoutRightsIsTold) {
+TEST_F(Preflight, FailsForAUserWithoutRights) {
   unsetenv(kLabMachine);
   std::string user = std::to_string(geteuid());
   if (geteuid() == 0) {
@@ -119,30 +128,33 @@ TEST_F(Preflight, AUserWithoutRightsIsTold) {
                             "prerequisites"});
 }
 
+// In this process: the program would take the lock of the real machine.
 TEST_F(Preflight, APluginWithoutThePhraseIsFoundForFirmwareThatNeedsIt) {
-  if (geteuid() != 0) {
-    GTEST_SKIP() << "only root updates a machine that is not the laboratory's";
-  }
-  plugin_ = folder_.Write("plugin.so", [] {
-    std::ostringstream bytes;
-    bytes << std::ifstream(TEST_PLUGIN_PATH, std::ios::binary).rdbuf() << "SET-WRITE-MODE-PHRASE!";
-    return bytes.str();
-  }());
-  for (const std::string major : {"06", "16"}) {
-    setenv("TEST_PLUGIN_VERSION", (major + "-10").c_str(), 1);
-    IsFoundByAllThree(folder_.Write("p.zip", refhost::Package(major + "-11")),
-                      {4, "prerequisites-missing",
-                       "The plug-in was built without the write-mode phrase, and firmware " + major +
-                           "-10 refuses an update without it."});
-  }
-  setenv(kLabMachine, "1", 1);
-  EXPECT_EQ(Run("check \"" + folder_.Write("p.zip", refhost::Package("16-11")) + "\""), 0) << err_;
+  plugin_ = WithPlaceholder();
   unsetenv(kLabMachine);
-  unsetenv("TEST_PLUGIN_VERSION");
-  EXPECT_EQ(Run("check \"" + good_ + "\""), 0) << err_;
-  setenv("TEST_PLUGIN_VERSION", "06-10", 1);
-  plugin_ = TEST_PLUGIN_PATH;
-  EXPECT_EQ(Run("check \"" + folder_.Write("p.zip", refhost::Package("06-11")) + "\""), 0) << err_;
+  refhost::StagingFailure failure;
+  const auto package = refhost::StagedPackage::Stage(good_, &failure);
+  ASSERT_NE(package, nullptr) << failure.reason;
+  Options options;
+  options.installPath = installPath_;
+  for (const std::string major : {"06", "16"}) {
+    options.pluginPath = plugin_;
+    const auto obstacle = FindObstacle({options, *package, UpdateMethod::kFlashTool, major + "-10"});
+    ASSERT_TRUE(obstacle.has_value());
+    EXPECT_EQ(obstacle->verdict, "prerequisites-missing");
+    EXPECT_EQ(obstacle->cause, "The plug-in was built without the write-mode phrase, and firmware " + major +
+                                   "-10 refuses an update without it.");
+    options.pluginPath = TEST_PLUGIN_PATH;
+    EXPECT_FALSE(FindObstacle({options, *package, UpdateMethod::kFlashTool, major + "-10"}));
+  }
+  options.pluginPath = plugin_;
+  EXPECT_FALSE(FindObstacle({options, *package, UpdateMethod::kFlashTool, "01-23"}));
+}
+
+TEST_F(Preflight, ALaboratorysMachineTakesThePlaceholderOfThePhrase) {
+  plugin_ = WithPlaceholder();
+  setenv("TEST_PLUGIN_VERSION", "16-10", 1);
+  EXPECT_EQ(Run("check \"" + folder_.Write("p.zip", refhost::Package("16-11")) + "\""), 0) << err_;
 }
 
 // With a file system of that size at `folder`.
@@ -165,14 +177,14 @@ class SmallFileSystem : public Preflight {
   }
 };
 
-TEST_F(SmallFileSystem, InThePlaceOfTheScratchFolder) {
+TEST_F(SmallFileSystem, FailsInThePlaceOfTheScratchFolder) {
   Mount(folder_ / "tmp/KV6KBMC", "4m");
   IsFoundByAllThree(LargePackage(), {4, "prerequisites-missing",
                                      "There is no room to unpack the package: " + (folder_ / "tmp/KV6KBMC") +
                                          " has 4 MiB free, and it takes 21 MiB."});
 }
 
-TEST_F(SmallFileSystem, InThePlaceOfTheInstallPath) {
+TEST_F(SmallFileSystem, FailsInThePlaceOfTheInstallPath) {
   const std::string package = LargePackage();
   installPath_ = folder_ / "small";
   const std::string start = "The package " + package + " cannot be copied and unpacked below " + installPath_ + ": ";
@@ -191,7 +203,7 @@ TEST_F(Preflight, WithNothingToDoNothingIsMissing) {
   EXPECT_EQ(RunJson(Update(good_) + " --dry-run")["verdict"], "nothing-to-do");
   const json checked = RunJson("check \"" + good_ + "\"");
   EXPECT_EQ(checked["verdict"], "same");
-  EXPECT_FALSE(checked["facts"].contains("Not judged"));
+  EXPECT_FALSE(checked["facts"].contains("not_judged"));
 }
 
 // A server whose packages bring a script, below an install path that holds no blank.

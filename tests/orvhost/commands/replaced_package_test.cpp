@@ -1,4 +1,4 @@
-// The package that is written is the package that was judged, whatever becomes of the operator's file meanwhile.
+// The package that is written is the package that was judged, however the operator's file changes meanwhile.
 #include "tests/orvhost/support/background_orvhost.h"
 
 namespace orvhost {
@@ -38,8 +38,8 @@ TEST_F(ReplacedPackage, IsWrittenAndRecordedAsItWasJudgedWheneverItIsReplaced) {
       const json object = RunJson(Update(good_));
       EXPECT_EQ(object["verdict"], "updated") << moment << object;
       EXPECT_EQ(object["after"], "01-24");
-      EXPECT_EQ(object["facts"]["Package"], good_);
-      EXPECT_EQ(object["facts"]["Package SHA-256"], sha256);
+      EXPECT_EQ(object["facts"]["package"], good_);
+      EXPECT_EQ(object["facts"]["package_sha256"], sha256);
       EXPECT_EQ(folder_.Read("work/fw.ima"), "image") << moment;
       EXPECT_EQ(folder_.Read("good.zip"), other) << "it was replaced";
       const refhost::ModuleState state = State();

@@ -52,9 +52,9 @@ TEST_F(Report, AsJsonItGivesTheSameItems) {
   const json object = RunJson(To(folder_ / "out dir"));
   EXPECT_EQ(object["verdict"], "reported");
   EXPECT_EQ(object["changed"], false);
-  EXPECT_EQ(object["facts"], (json{{"File", File()},
-                                   {"Product Name", "KV6000 <\"R&D\">"},
-                                   {"Product Version", ""},
+  EXPECT_EQ(object["facts"], (json{{"file", File()},
+                                   {"product_name", "KV6000 <\"R&D\">"},
+                                   {"product_version", ""},
                                    {"mac_address", "00:19:99:AA:BB:CC"},
                                    {"dhcp", "Disabled"}}));
 }
@@ -82,7 +82,7 @@ TEST_F(Report, WithoutAFolderItIsTheCurrentOne) {
 }
 
 TEST_F(Report, ASeparatorAtTheEndMakesNoDifference) {
-  EXPECT_EQ(RunJson(To(folder_ / "out dir/"))["facts"]["File"], File());
+  EXPECT_EQ(RunJson(To(folder_ / "out dir/"))["facts"]["file"], File());
 }
 
 TEST_F(Report, AnOldFileIsReplaced) {
@@ -101,7 +101,7 @@ TEST_F(Report, AFolderWithoutANameIsRefused) {
             "--out: the folder has no name (./NAME for one that begins with a dash)");
 }
 
-TEST_F(Report, AFolderThatCannotBeUsedIsToldBeforeThePluginIsLoaded) {
+TEST_F(Report, FailsForAFolderThatCannotBeUsedBeforeThePluginIsLoaded) {
   plugin_ = "/missing.so";
   folder_.Write("file", "");
   const std::pair<std::string, std::string> cases[] = {{folder_ / "missing", "No such file or directory"},
@@ -116,7 +116,7 @@ TEST_F(Report, AFolderThatCannotBeUsedIsToldBeforeThePluginIsLoaded) {
   }
 }
 
-TEST_F(Report, AFolderThatMayNotBeWrittenToIsTold) {
+TEST_F(Report, FailsForAFolderThatMayNotBeWrittenTo) {
   fs::permissions(folder_ / "out dir", fs::perms::owner_read | fs::perms::owner_exec);
   // To root everything is permitted, unless that power is taken away.
   const std::string powerless = geteuid() == 0 ? "setpriv --bounding-set=-dac_override,-dac_read_search " : "";
@@ -131,7 +131,7 @@ TEST_F(Report, AFolderThatMayNotBeWrittenToIsTold) {
 }
 
 // A limit on the size of files stands for a disk without room: the file is created, but not a byte can be written.
-TEST_F(Report, ADiskWithoutRoomLosesNothing) {
+TEST_F(Report, FailsOnADiskWithoutRoomAndLosesNothing) {
   folder_.Write(std::string("out dir/") + kFile, "old");
   const std::string command = "(trap '' XFSZ; ulimit -f 0; " + CommandLine(To(folder_ / "out dir")) + " --json) | cat";
   unsigned long exitCode = 99;
@@ -156,7 +156,7 @@ TEST_F(Report, AServerOfAnotherFamilyHasNone) {
   EXPECT_EQ(object["error"]["cause"], "There is no report for a server of the type kv6000.");
 }
 
-TEST_F(Report, ABmcThatDoesNotAnswerStopsItAtTheStart) {
+TEST_F(Report, FailsAtTheStartWhenTheBmcDoesNotAnswer) {
   const json object = FailBesideAnOldFile("unreadable");
   EXPECT_EQ(object["exit_code"], 7);
   EXPECT_EQ(object["verdict"], "report-failed");
@@ -166,7 +166,7 @@ TEST_F(Report, ABmcThatDoesNotAnswerStopsItAtTheStart) {
             "read from the BMC).");
 }
 
-TEST_F(Report, ASectionThatCannotBeFilledIsTold) {
+TEST_F(Report, FailsWhenASectionCannotBeFilled) {
   const json object = FailBesideAnOldFile("no-lan");
   EXPECT_EQ(object["exit_code"], 7);
   EXPECT_EQ(object["verdict"], "report-failed");
@@ -174,7 +174,7 @@ TEST_F(Report, ASectionThatCannotBeFilledIsTold) {
   EXPECT_EQ(object["error"]["evidence"]["trace"][0], "Failed to execute IPMI Command (Get MAC Address) return:[C1]");
 }
 
-TEST_F(Report, AnExceptionOfThePluginIsTold) {
+TEST_F(Report, FailsWhenThePluginThrows) {
   const json object = FailBesideAnOldFile("short-answer");
   EXPECT_EQ(object["exit_code"], 1);
   EXPECT_EQ(object["verdict"], "unexpected");
@@ -184,7 +184,7 @@ TEST_F(Report, MissingPrerequisitesAreNamed) {
   EXPECT_EQ(FailBesideAnOldFile("no-tool")["exit_code"], 4);
 }
 
-TEST_F(Report, AFileThatCannotBeReadBackIsTold) {
+TEST_F(Report, FailsWhenTheFileCannotBeReadBack) {
   Ask("lost-report");
   json object = RunJson(To(folder_ / "out dir"));
   EXPECT_EQ(object["exit_code"], 7);

@@ -23,10 +23,10 @@ TEST_F(Orvhost, IdentifyAsJson) {
   EXPECT_EQ(object["verdict"], "identified");
   EXPECT_EQ(object["before"], "01-23");
   EXPECT_EQ(object["changed"], false);
-  EXPECT_EQ(object["facts"]["Serial Number"], "0123456789ABC");
+  EXPECT_EQ(object["facts"]["serial_number"], "0123456789ABC");
 }
 
-TEST_F(Orvhost, IdentifyOfABmcThatDoesNotAnswer) {
+TEST_F(Orvhost, IdentifyFailsWhenTheBmcDoesNotAnswer) {
   Ask("unreadable");
   EXPECT_EQ(Run("identify"), 7);
   EXPECT_EQ(out_, "");
@@ -80,7 +80,7 @@ TEST_F(Orvhost, QuietSaysNothingOfASuccess) {
   EXPECT_EQ(out_ + err_, "");
 }
 
-TEST_F(Orvhost, AFlashThatOverranItsTimeIsASuccessThatIsTold) {
+TEST_F(Orvhost, AFlashThatOverranItsTimeIsASuccessThatSaysSo) {
   Ask("overruns");
   const json object = RunJson(Update(good_));
   EXPECT_EQ(object["verdict"], "updated-after-time-out");
@@ -108,7 +108,43 @@ TEST_F(Orvhost, NothingToDoLeavesAWrittenUpdateWaiting) {
   EXPECT_EQ(State().operating.info.moduleVersion, "01-24");
 }
 
-TEST_F(Orvhost, APackageThatCannotBeUsedIsToldBeforeThePluginIsLoaded) {
+TEST_F(Orvhost, EveryRunTellsWhetherApplyComesNext) {
+  EXPECT_EQ(RunJson("identify")["needs_apply"], false);
+  EXPECT_EQ(RunJson(Update(good_) + " --dry-run")["needs_apply"], false);
+  EXPECT_EQ(RunJson("apply --yes")["needs_apply"], false);
+  EXPECT_EQ(RunJson(Update(good_))["needs_apply"], true);
+
+  EXPECT_EQ(RunJson("identify")["needs_apply"], true);
+  EXPECT_EQ(RunJson("check \"" + good_ + "\"")["needs_apply"], true);
+  EXPECT_EQ(RunJson(Update(folder_.Write("same.zip", refhost::Package("01-23"))))["needs_apply"], true);
+  EXPECT_EQ(RunJson("verify")["needs_apply"], true);
+  EXPECT_EQ(RunJson("apply --dry-run")["needs_apply"], true);
+  EXPECT_EQ(RunJson("apply")["needs_apply"], true);  // not confirmed
+  EXPECT_EQ(RunJson("history")["needs_apply"], nullptr);
+  Ask("unarmed");
+  EXPECT_EQ(RunJson("apply --yes")["needs_apply"], true);
+  Ask("stays-up");
+  EXPECT_EQ(RunJson("apply --yes")["needs_apply"], false);  // but a shutdown by hand
+  Ask("unreadable");
+  EXPECT_EQ(RunJson("identify")["needs_apply"], nullptr);
+  EXPECT_EQ(RunJson("verify")["needs_apply"], nullptr);
+  Ask("");
+  EXPECT_EQ(RunJson("apply --yes")["needs_apply"], false);
+
+  setenv("TEST_PLUGIN_VERSION", "01-24", 1);  // the machine was started anew
+  EXPECT_EQ(RunJson("identify")["needs_apply"], false);
+  EXPECT_EQ(RunJson("check \"" + good_ + "\"")["needs_apply"], false);
+  EXPECT_EQ(RunJson(Update(good_))["summary"], "Nothing to do: the BMC already runs version 01-24.");
+  EXPECT_EQ(RunJson("verify")["needs_apply"], false);
+}
+
+TEST_F(Orvhost, AFailedUpdateLeavesNothingToApply) {
+  Ask("flash-fails");
+  EXPECT_EQ(RunJson(Update(good_))["needs_apply"], false);
+  EXPECT_EQ(RunJson("apply --yes")["needs_apply"], false);
+}
+
+TEST_F(Orvhost, UpdateFailsForAPackageThatCannotBeUsedBeforeThePluginIsLoaded) {
   plugin_ = "/missing.so";
   const std::pair<std::string, std::string> cases[] = {
       {folder_ / "missing.zip", "No such file or directory"},
@@ -160,7 +196,7 @@ TEST_F(Orvhost, ABmcThatDoesNotAnswerIsNotAPackageThatDoesNotFit) {
   EXPECT_EQ(object["error"]["evidence"]["completion_code"], "C3");
 }
 
-TEST_F(Orvhost, AnUpdateThatCannotBePreparedIsTold) {
+TEST_F(Orvhost, UpdateFailsWhenItCannotBePrepared) {
   Ask("unprepared");
   const json object = RunJson(Update(good_));
   EXPECT_EQ(object["exit_code"], 7);
@@ -169,7 +205,7 @@ TEST_F(Orvhost, AnUpdateThatCannotBePreparedIsTold) {
             "MSGID_BMC_0016_F The update cannot be started (0B: no IPMI tool).");
 }
 
-TEST_F(Orvhost, AFailureBeforeTheFlashIsToldWithItsEvidence) {
+TEST_F(Orvhost, UpdateFailsBeforeTheFlashWithItsEvidence) {
   Ask("connect-fails");
   EXPECT_EQ(Run(Update(good_)), 7);
   EXPECT_EQ(err_,
@@ -185,7 +221,7 @@ TEST_F(Orvhost, AFailureBeforeTheFlashIsToldWithItsEvidence) {
   EXPECT_EQ(State().operating.info.moduleVersion, "01-23");
 }
 
-TEST_F(Orvhost, AFailureAfterTheFlashBeganIsAnother) {
+TEST_F(Orvhost, UpdateFailsOtherwiseAfterTheFlashBegan) {
   Ask("flash-fails");
   const json object = RunJson(Update(good_));
   EXPECT_EQ(object["exit_code"], 8);
@@ -194,7 +230,7 @@ TEST_F(Orvhost, AFailureAfterTheFlashBeganIsAnother) {
   EXPECT_EQ(object["error"]["evidence"]["command"], "\"/opt/orv/KV6KBMC/Yafuflash\"  -cd  \"image.ima\"");
 }
 
-TEST_F(Orvhost, AnUnexpectedErrorIsToldToo) {
+TEST_F(Orvhost, UpdateFailsAtAnUnexpectedErrorToo) {
   Ask("throws");
   json object = RunJson(Update(good_));
   EXPECT_EQ(object["exit_code"], 1);
@@ -206,7 +242,7 @@ TEST_F(Orvhost, AnUnexpectedErrorIsToldToo) {
   EXPECT_EQ(object["flash_touched"], true);
 }
 
-TEST_F(Orvhost, RecordsThatCannotBeKeptStopTheUpdateBeforeItBegins) {
+TEST_F(Orvhost, UpdateFailsBeforeItBeginsWhenItsRecordsCannotBeKept) {
   folder_.Write("repository", "a file where the folder should be");
   const json object = RunJson(Update(good_));
   EXPECT_EQ(object["exit_code"], 7);
@@ -214,7 +250,7 @@ TEST_F(Orvhost, RecordsThatCannotBeKeptStopTheUpdateBeforeItBegins) {
   EXPECT_EQ(object["flash_touched"], false);
 }
 
-TEST_F(Orvhost, DamagedRecordsAreToldOnceAndKeptAside) {
+TEST_F(Orvhost, DamagedRecordsAreNamedOnceAndKeptAside) {
   folder_.Write("repository/state.json", "garbage");
   const json object = RunJson(Update(good_));
   EXPECT_EQ(object["exit_code"], 7);
@@ -253,7 +289,7 @@ TEST_F(Orvhost, ApplyOfAFailedUpdateIsRefused) {
   EXPECT_EQ(object["error"]["cause"], "The last update failed.");
 }
 
-TEST_F(Orvhost, ApplyThatTheBmcRefusesIsTold) {
+TEST_F(Orvhost, ApplyFailsWhenTheBmcRefusesIt) {
   ASSERT_EQ(Run(Update(good_)), 0);
   Ask("unarmed");
   const json object = RunJson("apply --yes");
@@ -262,7 +298,7 @@ TEST_F(Orvhost, ApplyThatTheBmcRefusesIsTold) {
   EXPECT_EQ(object["flash_touched"], false);
 }
 
-TEST_F(Orvhost, ApplyThatDoesNotHaltTheMachineIsTold) {
+TEST_F(Orvhost, ApplyFailsWhenItDoesNotHaltTheMachine) {
   ASSERT_EQ(Run(Update(good_)), 0);
   Ask("stays-up");
   const json object = RunJson("apply --yes");
@@ -288,13 +324,13 @@ TEST_F(Orvhost, VerifyOfAnotherVersionFails) {
   EXPECT_EQ(object["error"]["cause"], "The BMC runs version 01-23, but version 01-24 was installed.");
 }
 
-TEST_F(Orvhost, VerifyOfABmcThatDoesNotAnswerIsAnotherFailure) {
+TEST_F(Orvhost, VerifyFailsOtherwiseWhenTheBmcDoesNotAnswer) {
   ASSERT_EQ(Run(Update(good_)), 0);
   Ask("unreadable");
   EXPECT_EQ(RunJson("verify")["exit_code"], 7);
 }
 
-TEST_F(Orvhost, VerifyWithoutARecordIsTold) {
+TEST_F(Orvhost, VerifyFailsWithoutARecord) {
   const json object = RunJson("verify");
   EXPECT_EQ(object["exit_code"], 7);
   EXPECT_EQ(object["verdict"], "nothing-recorded");
@@ -312,7 +348,7 @@ TEST_F(Orvhost, TheMethodRebootMustBeConfirmed) {
   EXPECT_EQ(RunJson("methods Reboot --yes")["verdict"], "going-down");
 }
 
-TEST_F(Orvhost, APluginThatCannotBeLoadedIsTold) {
+TEST_F(Orvhost, FailsWhenThePluginCannotBeLoaded) {
   const std::pair<std::string, std::string> cases[] = {
       {folder_ / "missing.so", "cannot open shared object file: No such file or directory"},
       {folder_.Write("text.so", "no library"), "file too short"},
@@ -326,7 +362,7 @@ TEST_F(Orvhost, APluginThatCannotBeLoadedIsTold) {
   }
 }
 
-TEST_F(Orvhost, APluginWithoutAVendorObjectOrAHandlerIsTold) {
+TEST_F(Orvhost, FailsWhenThePluginHasNoVendorObjectOrNoHandler) {
   Ask("no-vendor");
   json object = RunJson("identify");
   EXPECT_EQ(object["exit_code"], 3);
@@ -348,7 +384,7 @@ TEST_F(Orvhost, APluginIsFoundByARelativePath) {
   EXPECT_EQ(exitCode, 0U);
 }
 
-TEST_F(Orvhost, BadUsageIsTold) {
+TEST_F(Orvhost, FailsAtBadUsage) {
   for (const char* arguments : {"", "frobnicate", "update", "methods", "identify --frobnicate", "identify extra"}) {
     EXPECT_EQ(Run(arguments), 2) << arguments;
     EXPECT_EQ(out_, "") << arguments;
@@ -393,7 +429,7 @@ TEST_F(Orvhost, TheLogFileHoldsTheFullTrace) {
   EXPECT_EQ(lines, twice);
 }
 
-TEST_F(Orvhost, ALogFileThatCannotBeWrittenIsTold) {
+TEST_F(Orvhost, FailsWhenTheLogFileCannotBeWritten) {
   const json object = RunJson("identify --log-file \"" + (folder_ / "missing/log") + "\"");
   EXPECT_EQ(object["exit_code"], 2);
   EXPECT_EQ(object["error"]["cause"],

@@ -5,7 +5,6 @@ namespace orvhost {
 
 namespace {
 
-constexpr const char* kNewer = "The package is newer";
 constexpr const char* kMalformed = "is malformed, because it does not have the form 01-24";
 constexpr const char* kNoDescription = "the archive holds no module.json";
 

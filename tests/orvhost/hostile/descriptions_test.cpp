@@ -7,14 +7,6 @@ namespace {
 
 constexpr const char* kNotValid = "module.json is not valid: ";
 
-std::string Repeated(const std::string& text, int times) {
-  std::string all;
-  for (int i = 0; i < times; ++i) {
-    all += text;
-  }
-  return all;
-}
-
 // A good description in which `member` stands in the place of the one of that name, or beside the others.
 std::string With(const std::string& name, const std::string& value) {
   std::string text = "{";

@@ -33,6 +33,17 @@ HostileRows ContentsRows();
 inline constexpr const char* kGoodDescription =
     R"({"name": "KV6000 BMC firmware", "version": "01-24", "server_types": ["kv6000"]})";
 
+// What "check" says of a package that is taken.
+inline constexpr const char* kNewer = "The package is newer";
+
+inline std::string Repeated(const std::string& text, int times) {
+  std::string all;
+  for (int i = 0; i < times; ++i) {
+    all += text;
+  }
+  return all;
+}
+
 // What every good package holds.
 inline ArchiveBuilder GoodPackage() {
   return ArchiveBuilder().File("module.json", kGoodDescription).File("fw.ima", "image");
@@ -70,7 +81,8 @@ class HostilePackages : public Orvhost {
   std::map<std::string, std::string> Everything() const {
     auto tree = Tree();
     std::erase_if(tree, [](const auto& entry) {
-      return entry.first == "install/orvhost.lock" || entry.first.starts_with("install/journal");
+      return entry.first == "install/orvhost.lock" || entry.first == "install/orvhost.run" ||
+             entry.first.starts_with("install/journal");
     });
     return tree;
   }

@@ -5,8 +5,7 @@ namespace orvhost {
 
 namespace {
 
-constexpr const char* kLeaves = "leaves the folder";
-constexpr const char* kNewer = "The package is newer";
+constexpr const char* kLinkLeaves = "leaves the folder";
 constexpr const char* kSpecial = "devices and pipes are not unpacked";
 
 // Of a tar archive of one member of that type, which the builder cannot make.
@@ -35,14 +34,15 @@ void AddTargets(HostileRows* rows) {
   for (const std::string target : {"/evil", "/etc/passwd", "..", "../evil", "../../evil", "./../evil", "d/../../evil",
                                    "d/../..", "//evil", "../../../../../../evil"}) {
     for (const Format format : {Format::kZip, Format::kTar}) {
-      rows->push_back({"a link to [" + target + "]", GoodPackage().Symlink("link", target).Build(format), 5, kLeaves});
+      rows->push_back(
+          {"a link to [" + target + "]", GoodPackage().Symlink("link", target).Build(format), 5, kLinkLeaves});
     }
     rows->push_back({"a link of a folder to [" + target + "]",
-                     GoodPackage().Folder("link").Symlink("link", target).Build(Format::kTar), 5, kLeaves});
+                     GoodPackage().Folder("link").Symlink("link", target).Build(Format::kTar), 5, kLinkLeaves});
   }
   for (const std::string target : {"/etc/passwd", "../evil", "d/../../evil"}) {
-    rows->push_back(
-        {"a hard link to [" + target + "]", GoodPackage().HardLink("link", target).Build(Format::kTar), 5, kLeaves});
+    rows->push_back({"a hard link to [" + target + "]", GoodPackage().HardLink("link", target).Build(Format::kTar), 5,
+                     kLinkLeaves});
   }
   for (const std::string target : {"missing", "d/missing", "link", "d"}) {
     rows->push_back({"a hard link to [" + target + "], which is no file",
@@ -104,9 +104,9 @@ void AddSpecialMembers(HostileRows* rows) {
   for (const char type : {'3', '4', '6'}) {
     rows->push_back({std::string("a member of type ") + type, RawTar(type, "evil"), 5, kSpecial});
   }
-  rows->push_back({"a raw link out of the folder", RawTar('2', "evil", "../evil"), 5, kLeaves});
-  rows->push_back({"a raw hard link out of the folder", RawTar('1', "evil", "/etc/passwd"), 5, kLeaves});
-  rows->push_back({"a raw link to nothing", RawTar('2', "evil", ""), 5, kLeaves});
+  rows->push_back({"a raw link out of the folder", RawTar('2', "evil", "../evil"), 5, kLinkLeaves});
+  rows->push_back({"a raw hard link out of the folder", RawTar('1', "evil", "/etc/passwd"), 5, kLinkLeaves});
+  rows->push_back({"a raw link to nothing", RawTar('2', "evil", ""), 5, kLinkLeaves});
 }
 
 }  // namespace

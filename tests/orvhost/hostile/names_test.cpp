@@ -5,16 +5,8 @@ namespace orvhost {
 
 namespace {
 
-constexpr const char* kLeaves = "the name leaves the folder";
+constexpr const char* kNameLeaves = "the name leaves the folder";
 constexpr const char* kUnsafe = "the name holds a character that is unsafe in a command line";
-
-std::string Repeated(const std::string& text, int times) {
-  std::string all;
-  for (int i = 0; i < times; ++i) {
-    all += text;
-  }
-  return all;
-}
 
 // A name, and what must be said of a package that holds it too; "" when nothing.
 struct NameCase {
@@ -23,21 +15,21 @@ struct NameCase {
 };
 
 std::vector<NameCase> NameCases() {
-  return {{"..", kLeaves},
-          {"../evil", kLeaves},
-          {"../../evil", kLeaves},
-          {"../../../../../../../../../evil", kLeaves},
-          {"/evil", kLeaves},
-          {"//evil", kLeaves},
-          {"/tmp/evil", kLeaves},
-          {"/../evil", kLeaves},
-          {"a/../evil", kLeaves},
-          {"a/../../evil", kLeaves},
-          {"a/b/../../../evil", kLeaves},
-          {"./../evil", kLeaves},
-          {"././../evil", kLeaves},
-          {"a/..", kLeaves},
-          {"a//../../evil", kLeaves},
+  return {{"..", kNameLeaves},
+          {"../evil", kNameLeaves},
+          {"../../evil", kNameLeaves},
+          {"../../../../../../../../../evil", kNameLeaves},
+          {"/evil", kNameLeaves},
+          {"//evil", kNameLeaves},
+          {"/tmp/evil", kNameLeaves},
+          {"/../evil", kNameLeaves},
+          {"a/../evil", kNameLeaves},
+          {"a/../../evil", kNameLeaves},
+          {"a/b/../../../evil", kNameLeaves},
+          {"./../evil", kNameLeaves},
+          {"././../evil", kNameLeaves},
+          {"a/..", kNameLeaves},
+          {"a//../../evil", kNameLeaves},
           {"evil\".ima", kUnsafe},
           {"`touch evil`.ima", kUnsafe},
           {"$(touch evil).ima", kUnsafe},
@@ -91,10 +83,11 @@ HostileRows NameRows() {
     }
   }
   for (const std::string name : {"../evil", "/evil", "a/../../evil"}) {
-    rows.push_back({"a folder [" + name + "]", GoodPackage().Folder(name).Build(Format::kTar), 5, kLeaves});
-    rows.push_back({"a link [" + name + "]", GoodPackage().Symlink(name, "fw.ima").Build(Format::kTar), 5, kLeaves});
+    rows.push_back({"a folder [" + name + "]", GoodPackage().Folder(name).Build(Format::kTar), 5, kNameLeaves});
     rows.push_back(
-        {"a hard link [" + name + "]", GoodPackage().HardLink(name, "fw.ima").Build(Format::kTar), 5, kLeaves});
+        {"a link [" + name + "]", GoodPackage().Symlink(name, "fw.ima").Build(Format::kTar), 5, kNameLeaves});
+    rows.push_back(
+        {"a hard link [" + name + "]", GoodPackage().HardLink(name, "fw.ima").Build(Format::kTar), 5, kNameLeaves});
   }
   rows.push_back(
       {"the top as a file", GoodPackage().File(".", "evil").Build(Format::kTar), 5, "stands for the folder itself"});

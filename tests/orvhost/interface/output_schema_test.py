@@ -61,10 +61,20 @@ class OutputSchema(unittest.TestCase):
         self.assertEqual({output["exit_code"] for output in self.outputs.values()},
                          set(range(properties["exit_code"]["maximum"] + 1)))
 
+    def test_the_documents_have_every_fact(self):
+        self.need_all()
+        table = (SOURCES / "docs" / "orvhost-json.md").read_text().split("\n## Facts\n")[1].strip().split("\n\n")[0]
+        documented = {(command, key) for row in table.splitlines()[2:]
+                      for command in re.findall(r"`(\w+)`", row.split("|")[1])
+                      for key in re.findall(r"`(\w+)`", row.split("|")[2])}
+        seen = {(output["command"], key) for output in self.outputs.values() for key in output["facts"]}
+        of_the_report = {("report", key) for command, key in seen if command == "report"} - {("report", "file")}
+        self.assertEqual(seen - of_the_report, documented)
+
     def test_its_verdicts_are_those_of_the_sources(self):
         tool = "\n".join(path.read_text() for path in (SOURCES / "orvhost").rglob("*.cpp"))
         known = {verdict for rule in SCHEMA["allOf"] if "command" in rule["if"]["properties"]
-                 for verdict in rule["then"]["properties"]["verdict"].get("enum", [])}
+                 for verdict in rule["then"].get("properties", {}).get("verdict", {}).get("enum", [])}
         for verdict in known:
             with self.subTest(verdict):
                 self.assertIn(f'"{verdict}"', tool)
@@ -81,9 +91,9 @@ class OutputSchema(unittest.TestCase):
         for name in SCHEMA["required"]:
             with self.subTest(missing=name):
                 self.assert_refused(lambda output, name=name: output.pop(name), command="update", verdict="updated")
-        changes = {"schema": 2, "command": "frobnicate", "run_id": "7", "verdict": "verified", "exit_code": 7,
-                   "changed": "yes", "before": None, "phase": "", "flash_touched": None, "summary": "",
-                   "facts": {"Package": 1}, "notices": [""], "error": {"cause": "It failed."}, "more": 1}
+        changes = {"schema": 1, "command": "frobnicate", "run_id": "7", "verdict": "verified", "exit_code": 7,
+                   "changed": "yes", "before": None, "needs_apply": "no", "phase": "", "flash_touched": None, "summary": "",
+                   "facts": {"package": 1}, "notices": [""], "error": {"cause": "It failed."}, "more": 1}
         for name, value in changes.items():
             with self.subTest(changed=name):
                 self.assert_refused(lambda output, change={name: value}: output.update(change),

@@ -76,7 +76,7 @@ TEST_F(DiagnosisOf, AnUpdateCutOffBeforeTheFlashRunsAgain) {
   EXPECT_EQ(Diagnose(situation_).unknown, "");
 }
 
-TEST_F(DiagnosisOf, AnUpdateBeforeTheFlashBehindOneThatWasLeftInItKeepsTheMachinePowered) {
+TEST_F(DiagnosisOf, AnUpdateBeforeTheFlashAfterOneThatWasLeftInItKeepsTheMachinePowered) {
   BeginUpdateUpToTheFlash();
   situation_.unfinishedBefore = "00000001-x";
   Expect("flash-untouched", false, kUpdateAgainPowered);
@@ -96,7 +96,7 @@ TEST_F(DiagnosisOf, AnUpdateWhoseScriptIsNotACommandOfTheHostIsInTheFlashToo) {
   Expect("flash-incomplete", true, kUpdateAgainPowered);
 }
 
-TEST_F(DiagnosisOf, AnUpdateCutOffBehindTheFlashIsWrittenAgain) {
+TEST_F(DiagnosisOf, AnUpdateCutOffAfterTheFlashIsWrittenAgain) {
   BeginUpdateUpToTheFlash();
   Flash();
   FlashEnds("exited", 0);

@@ -68,7 +68,7 @@ TEST_F(JournalOfARun, OfAnUpdateHasEveryPhaseAndEndsWithTheOutcome) {
   EXPECT_TRUE(flashed);
 }
 
-TEST_F(JournalOfARun, IsLeftByWhateverLoadsThePlugin) {
+TEST_F(JournalOfARun, IsLeftByEveryRunThatLoadsThePlugin) {
   for (const char* arguments : {"identify", "check good.zip", "update missing.zip", "apply", "verify", "report --out /",
                                 "notify", "methods SendInfoToSVP", "explain 14", "history", "frobnicate"}) {
     Run(arguments);
@@ -132,7 +132,7 @@ TEST_F(JournalOfARun, ADiskThatIsFullStopsAnUpdateBeforeItBegins) {
   EXPECT_EQ(Runs().size(), 1U);
 }
 
-TEST_F(JournalOfARun, TheFullDiskIsToldAtTheTerminalOnce) {
+TEST_F(JournalOfARun, TheFullDiskIsNamedAtTheTerminalOnce) {
   const std::string command =
       "trap '' XFSZ; ulimit -f 4; exec " + CommandLine(Update(good_)) + " 2> \"" + (folder_ / "err") + "\"";
   EXPECT_EQ(CCommon_Information::ExecForeignModule(command, "", "", nullptr, ~0UL), 0);

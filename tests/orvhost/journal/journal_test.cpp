@@ -108,7 +108,7 @@ TEST_F(FlightJournal, BeginsWithWhatTheRunIs) {
   Begin();
   const json begin = Entries().at(0);
   EXPECT_EQ(begin["kind"], "begin");
-  EXPECT_EQ(begin["schema"], 1);
+  EXPECT_EQ(begin["schema"], 2);
   EXPECT_EQ(begin["run_id"], "00000001-20260131T120000Z");
   EXPECT_EQ(begin["command"], "update");
   EXPECT_EQ(begin["options"]["package"], "/a b/p.zip");
@@ -146,7 +146,7 @@ TEST_F(FlightJournal, KeepsPhasesNoticesAndTheEnd) {
   outcome.verdict = "updated";
   journal_.End(outcome);
   EXPECT_EQ(Last(), json({{"kind", "end"}, {"outcome", json::parse(ToJson(outcome))}}));
-  journal_.Phase("behind the end");
+  journal_.Phase("after the end");
   EXPECT_EQ(Last()["kind"], "end");
 }
 

@@ -4,6 +4,7 @@
 //   TEST_PLUGIN          what is out of the ordinary, words separated by blanks; see Asked()
 //   TEST_PLUGIN_VERSION  version that runs, 01-23 without it
 //   TEST_PLUGIN_SWAP     file that takes the place of TEST_PLUGIN_SWAPPED at the moment of "swaps-at-MOMENT"
+//   TEST_PLUGIN_COMMAND  shell command of the host's of which an update consists that is asked to complain
 //   TEST_PLUGIN_GATE     pipe at which a run that is asked to wait does so until its writer closes it
 #include <fcntl.h>
 #include <unistd.h>
@@ -91,6 +92,22 @@ void WaitAsAsked() {
   pause();
 }
 
+void RunTraced(const std::string& command) {
+  Trace(CTraceUtility::TRACE_DBG_INFO, "Execute command [" + command + "]");
+  unsigned long exitCode = 0;
+  CCommon_Information::ExecForeignModule(command, "", "", &exitCode, ~0UL);
+}
+
+// A command that fails, and what is run after it by the plug-in itself and by the host.
+int Complain() {
+  RunTraced(getenv("TEST_PLUGIN_COMMAND"));
+  CTraceUtility::WriteTrace("bmc", "MSGID_BMC_0012_F", "14");
+  Trace(CTraceUtility::TRACE_DBG_ERROR, "Failed to execute ipmi command (Connect to virtual media) CompletionCode:");
+  (void)!std::system("echo tidying up >&2");
+  RunTraced("echo all is well >&2");
+  return 1;
+}
+
 class TestFirmware : public CFirmware {
  public:
   using CFirmware::CFirmware;
@@ -98,6 +115,9 @@ class TestFirmware : public CFirmware {
   std::string GetOperatingVersion() override {
     SwapAt("version");
     Trace(CTraceUtility::TRACE_DBG_INFO, "Execute command [tool raw 0x06 0x01 > result]");
+    if (Asked("traces-controls")) {
+      Trace(CTraceUtility::TRACE_DBG_INFO, "A text that steers \u009b1A and \u202ehides");
+    }
     if (Asked("unreadable")) {
       Trace(CTraceUtility::TRACE_DBG_ERROR, "Failed to execute ipmi command(GetDeviceID) CompletionCode:C3");
       return "abnormal";
@@ -137,6 +157,13 @@ class TestFirmware : public CFirmware {
     }
     if (Asked("throws")) {
       throw std::out_of_range("basic_string::substr");
+    }
+    if (Asked("aborts")) {
+      (void)!write(STDERR_FILENO, "last words\n", 11);
+      std::abort();
+    }
+    if (Asked("complains")) {
+      return Complain();
     }
     if (Asked("connect-fails")) {
       Trace(CTraceUtility::TRACE_DBG_INFO, "Execute command [tool raw 0x34 0x8c 0x55 0xaa 0x01 > result]");
@@ -191,7 +218,7 @@ class TestFirmware : public CFirmware {
   }
 };
 
-// The lines by which the records are told of that were sent, or not.
+// The lines that say which records were sent, or not.
 long SendInformation() {
   if (Asked("silent")) {
     return 0;

@@ -1,17 +1,20 @@
-// One run at a time: what becomes of a run beside another one, and behind one that was killed.
-#include <sys/file.h>
-
+// One run at a time: what becomes of a run beside another one, and after one that was killed.
 #include <algorithm>
 
+#include "orvhost/run/run_lock.h"
+#include "orvhost/run/run_processes.h"
+#include "posix/file_lock.h"
 #include "tests/orvhost/support/background_orvhost.h"
 
 namespace orvhost {
 
 namespace {
 
+constexpr const char* kWait = "read byte < \"$TEST_PLUGIN_GATE\"";
+
 class Lock : public BackgroundOrvhost {
  protected:
-  json Note() const { return json::parse(folder_.Read("orvhost.lock"), nullptr, false); }
+  json Note() const { return json::parse(folder_.Read("orvhost.run"), nullptr, false); }
 
   void ExpectBusy(const std::string& arguments, const std::string& cause) {
     const auto before = Tree();
@@ -26,11 +29,14 @@ class Lock : public BackgroundOrvhost {
   }
 
   // A program at the gate with this mark of a run.
-  pid_t StartOfRun(const std::string& mark) {
+  pid_t StartOfRun(const std::string& mark, const char* user = "0") {
     const pid_t pid = fork();
     if (pid == 0) {
       setenv("ORVHOST_RUN", mark.c_str(), 1);
-      execl("/bin/sh", "sh", "-c", "read byte < \"$TEST_PLUGIN_GATE\"", nullptr);
+      if (user != std::string_view("0")) {
+        execlp("setpriv", "setpriv", "--reuid", user, "--clear-groups", "sh", "-c", kWait, nullptr);
+      }
+      execl("/bin/sh", "sh", "-c", kWait, nullptr);
       _exit(99);
     }
     gate_ = posix::FileDescriptor(open((folder_ / "gate").c_str(), O_WRONLY | O_CLOEXEC));
@@ -46,8 +52,8 @@ TEST_F(Lock, ASecondRunIsRefusedAndNamesTheFirst) {
   const json note = Note();
   EXPECT_EQ(note["pid"], first);
   EXPECT_EQ(note["ended"], false);
-  const std::string cause = "Another run is at work: run " + note["run_id"].get<std::string>() +
-                            " (orvhost update, process " + std::to_string(first) + ", since " +
+  const std::string cause = "Another run is at work: run " + note["run_id"].get<std::string>() + " under " +
+                            installPath_ + " (orvhost update, process " + std::to_string(first) + ", since " +
                             note["since"].get<std::string>() + ").";
   plugin_ = "/missing.so";  // which nobody gets as far as to miss
   for (const std::string& arguments :
@@ -67,15 +73,13 @@ TEST_F(Lock, ASecondRunIsRefusedAndNamesTheFirst) {
   EXPECT_EQ(err_, "");
 }
 
-TEST_F(Lock, IsFreeAgainWhenARunHasEndedInWhateverWay) {
+TEST_F(Lock, IsFreeAgainHoweverARunHasEnded) {
   for (const char* words : {"unreadable", "no-vendor", "throws"}) {
     Ask(words);
     RunJson(Update(good_));
-    EXPECT_EQ(folder_.Read("orvhost.lock"), "") << words;
+    EXPECT_EQ(Note()["ended"], true) << words;
   }
   Ask("");
-  RunJson(Update(good_));
-  EXPECT_EQ(Note()["ended"], true);
   EXPECT_EQ(RunJson("identify")["notices"], json::array());
 }
 
@@ -84,8 +88,8 @@ TEST_F(Lock, OfAKilledRunIsTakenOverAndSaidSo) {
   Kill(killed);
   const std::string id = Note()["run_id"];
   EXPECT_EQ(Run("identify"), 0);
-  EXPECT_EQ(err_.find(std::string("orvhost: ") + kTakeover + id + " (orvhost update, process " +
-                      std::to_string(killed) + ", since "),
+  EXPECT_EQ(err_.find(std::string("orvhost: ") + kTakeover + id + " under " + installPath_ +
+                      " (orvhost update, process " + std::to_string(killed) + ", since "),
             0U)
       << err_;
   EXPECT_EQ(std::ranges::count(err_, '\n'), 1);
@@ -93,49 +97,88 @@ TEST_F(Lock, OfAKilledRunIsTakenOverAndSaidSo) {
   EXPECT_EQ(err_, "");
 }
 
-TEST_F(Lock, TakenOverIsToldToProgramsInTheObjectAndNotToTheQuiet) {
+TEST_F(Lock, TakenOverIsSaidToProgramsInTheObjectAndNotToTheQuiet) {
   Kill(StartAtTheGate(Update(good_), "waits"));
-  const std::string note = folder_.Read("orvhost.lock");
+  const std::string note = folder_.Read("orvhost.run");
   const json object = RunJson("identify");
   ASSERT_EQ(object["notices"].size(), 1U);
   EXPECT_EQ(object["notices"][0].get<std::string>().find(kTakeover), 0U);
-  folder_.Write("orvhost.lock", note);
+  folder_.Write("orvhost.run", note);
   EXPECT_EQ(Run("identify --quiet"), 0);
   EXPECT_EQ(out_ + err_, "");
 }
 
 TEST_F(Lock, OfAProcessNumberThatAnotherProcessHasNowIsTakenOver) {
   const std::string mine = std::to_string(getpid());
-  folder_.Write("orvhost.lock", R"({"schema": 1, "run_id": "00000007-20260131T120000Z", "command": "update", "pid": )" +
-                                    mine + R"(, "since": "2026-01-31T12:00:00.000000Z", "ended": false})");
+  folder_.Write("orvhost.run",
+                R"({"schema": 1, "run_id": "00000007-20260131T120000Z", "command": "update", "pid": )" + mine +
+                    R"(, "install_path": "/x", "since": "2026-01-31T12:00:00.000000Z", "ended": false})");
   const json object = RunJson("identify");
   EXPECT_EQ(object["exit_code"], 0);
-  EXPECT_EQ(object["notices"][0], kTakeover + std::string("00000007-20260131T120000Z (orvhost update, process ") +
+  EXPECT_EQ(object["notices"][0], kTakeover +
+                                      std::string("00000007-20260131T120000Z under /x (orvhost update, process ") +
                                       mine + ", since 2026-01-31T12:00:00.000000Z).");
 }
 
-TEST_F(Lock, AFileThatIsDamagedIsWrittenAnewAndSaidSo) {
-  for (const char* damage : {"garbage", "{}", "[1]", "{\"schema\": 2}", "\xff", R"({"schema": 1, "run_id": 3})"}) {
-    folder_.Write("orvhost.lock", damage);
+constexpr std::array<const char*, 9> kDamagedNotes = {
+    "",
+    "garbage",
+    "{}",
+    "[1]",
+    "{\"schema\": 2}",
+    "\xff",
+    R"({"schema": 1, "run_id": 3})",
+    R"({"schema": 1, "run_id": "1", "command": "update", "install_path": "/x", "pid": "1", "since": "", "ended": false})",
+    R"({"schema": 1, "run_id": "1", "command": "update", "install_path": "/x", "pid": 1, "since": "", "ended": "no"})"};
+
+TEST_F(Lock, ANoteThatIsDamagedIsWrittenAnewAndSaidSo) {
+  for (const char* damage : kDamagedNotes) {
+    folder_.Write("orvhost.run", damage);
     const json object = RunJson("identify");
     EXPECT_EQ(object["exit_code"], 0) << damage;
-    EXPECT_EQ(object["notices"], json::array({"The lock file was damaged and is written anew."})) << damage;
+    EXPECT_EQ(object["notices"], json::array({"The note of the last run was damaged and is written anew."})) << damage;
   }
 }
 
-TEST_F(Lock, HeldWithADamagedFileIsBusyAllTheSame) {
-  folder_.Write("orvhost.lock", "garbage");
+TEST_F(Lock, HeldWithoutANoteThatTellsWhoIsBusyAllTheSame) {
+  const posix::FileDescriptor held(open((folder_ / "orvhost.lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
+  ASSERT_EQ(posix::TakeLock(held), posix::LockAnswer::kYes);
+  for (const char* damage : kDamagedNotes) {
+    folder_.Write("orvhost.run", damage);
+    ExpectBusy("identify", "Another run is at work; its note in " + installPath_ + " does not tell which.");
+    EXPECT_EQ(folder_.Read("orvhost.run"), damage);
+    EXPECT_EQ(RunAtWork(installPath_), "") << damage;
+  }
+}
+
+// As a look back sees it, which may not disturb anybody.
+TEST_F(Lock, TheRunAtWorkIsSeenWithoutTakingTheLock) {
+  EXPECT_EQ(RunAtWork(installPath_), "");
+  StartAtTheGate(Update(good_), "waits");
+  EXPECT_EQ(RunAtWork(installPath_), Note()["run_id"]);
+  ExpectBusy("identify", "Another run is at work: run ");
+  OpenTheGate();
+  EXPECT_EQ(RunAtWork(installPath_), "");
   const posix::FileDescriptor held(open((folder_ / "orvhost.lock").c_str(), O_RDWR | O_CLOEXEC));
-  ASSERT_EQ(flock(held.Get(), LOCK_EX | LOCK_NB), 0);
-  ExpectBusy("identify",
-             "Another run is at work; its lock file " + (folder_ / "orvhost.lock") + " does not tell which.");
-  EXPECT_EQ(folder_.Read("orvhost.lock"), "garbage");
+  ASSERT_EQ(posix::TakeLock(held), posix::LockAnswer::kYes);
+  EXPECT_EQ(RunAtWork(installPath_), "") << "the one that ended is not the one that holds it";
+}
+
+// /proc/locks names such locks in another way than those of one machine, and two file systems may share a number.
+TEST_F(Lock, IsOneThatNetworkFileSystemsKnow) {
+  StartAtTheGate(Update(good_), "waits");
+  const posix::FileDescriptor file(open((folder_ / "orvhost.lock").c_str(), O_RDWR | O_CLOEXEC));
+  struct flock wanted {};
+  wanted.l_type = F_WRLCK;
+  ASSERT_EQ(fcntl(file.Get(), F_GETLK, &wanted), 0);
+  EXPECT_EQ(wanted.l_type, F_WRLCK);
+  OpenTheGate();
 }
 
 TEST_F(Lock, AFlashToolThatOutlivesItsKilledRunKeepsOthersAway) {
   Kill(StartAtTheGate(Update(good_), "runs-tool"));
   for (int i = 0; i < 2; ++i) {
-    ExpectBusy("identify", "The program has ended, but what it started is still at work: process ");
+    ExpectBusy("identify", "An earlier run has ended, but what it started is still at work: process ");
     EXPECT_NE(out_.find("(sh -c "), std::string::npos) << out_;
     EXPECT_NE(out_.find("keep the machine powered, do not end it"), std::string::npos) << out_;
   }
@@ -152,13 +195,72 @@ TEST_F(Lock, AChildOfThePluginThatOutlivesItKeepsOthersAway) {
   EXPECT_EQ(RunJson("identify")["exit_code"], 0);
 }
 
-// Its number and its second may be the same.
-TEST_F(Lock, AProcessOfAnotherFoldersRunIsNotLookedFor) {
-  Ask("flash-fails");
-  ASSERT_EQ(Run(Update(good_)), 8);
-  StartOfRun("/elsewhere/" + Note()["run_id"].get<std::string>());
+// A run that was killed as it began may have no note, and a disk may lose one.
+TEST_F(Lock, AFlashToolKeepsOthersAwayAlsoWithoutItsRunsNote) {
+  Kill(StartAtTheGate(Update(good_), "runs-tool"));
+  for (const char* damage : {"gone", "", "garbage", R"({"schema": 1, "run_id": 3})"}) {
+    for (const std::string& path : {folder_ / "orvhost.run", machine_ / "runs/orvhost.run"}) {
+      std::filesystem::remove(path);
+      if (damage != std::string_view("gone")) {
+        std::ofstream(path) << damage;
+      }
+    }
+    ExpectBusy("identify", "An earlier run has ended, but what it started is still at work: process ");
+  }
+  installPath_ = folder_ / "other";
+  EXPECT_EQ(RunJson("identify")["exit_code"], 10);
+  OpenTheGate();
+  EXPECT_EQ(RunJson("identify")["exit_code"], 0);
+}
+
+TEST_F(Lock, TheNoteOfAKilledRunIsNeverHalfWritten) {
+  folder_.Write("orvhost.run.AbC123", "half");
+  (void)RunJson("identify");
+  EXPECT_FALSE(std::filesystem::exists(folder_ / "orvhost.run.AbC123"));
+  EXPECT_EQ(folder_.Read("orvhost.lock"), "");
+}
+
+// There is one BMC.
+TEST_F(Lock, AProcessOfAnotherFoldersRunKeepsOthersAwayToo) {
+  StartOfRun("/elsewhere/00000001-20260131T120000Z");
+  ExpectBusy("identify", "An earlier run has ended, but what it started is still at work: process ");
+  OpenTheGate();
+  EXPECT_EQ(RunJson("identify")["exit_code"], 0);
+}
+
+TEST_F(Lock, AProcessOfAnotherMachineOfTheLaboratoryKeepsNobodyAway) {
+  setenv(kLockFolder, "/elsewhere", 1);
+  StartOfRun("/elsewhere/00000001-20260131T120000Z");
+  setenv(kLockFolder, (machine_ / "runs").c_str(), 1);
   EXPECT_EQ(RunJson("identify")["exit_code"], 0);
   OpenTheGate();
+}
+
+TEST_F(Lock, AProcessOfAnotherUserKeepsNobodyAway) {
+  if (geteuid() != 0) {
+    GTEST_SKIP() << "only root can start one";
+  }
+  std::filesystem::permissions(folder_.Path(), std::filesystem::perms(0755));
+  std::filesystem::permissions(folder_ / "gate", std::filesystem::perms(0666));
+  StartOfRun("/elsewhere/00000001-20260131T120000Z", "65534");
+  EXPECT_EQ(RunJson("identify")["exit_code"], 0);
+  OpenTheGate();
+}
+
+// Without its capabilities root may not look at processes that have them, such as this one.
+TEST_F(Lock, AProcessThatCannotBeLookedAtIsNotTakenForNone) {
+  prefix_ = "setpriv --bounding-set -all --inh-caps -all ";
+  if (geteuid() != 0 || std::system((prefix_ + "true > /dev/null 2>&1").c_str()) != 0 ||
+      std::system((prefix_ + "cat /proc/$$/environ > /dev/null 2>&1").c_str()) == 0) {
+    GTEST_SKIP() << "only root can give up the right to look at all processes";
+  }
+  const json object = RunJson("identify");
+  EXPECT_EQ(object["exit_code"], 10);
+  EXPECT_EQ(object["error"]
+                .value("cause", "")
+                .find("Whether what an earlier run started is still at work cannot be seen: process "),
+            0U)
+      << object;
 }
 
 TEST_F(Lock, TheFolderMayBeNamedInAnotherWay) {
@@ -181,7 +283,7 @@ TEST_F(Lock, WhatAFinishedUpdateLeftRunningIsLookedForToo) {
   EXPECT_EQ(RunJson("identify")["notices"], json::array());
 }
 
-TEST_F(Lock, AnInstallPathThatCannotBeUsedIsTold) {
+TEST_F(Lock, FailsForAnInstallPathThatCannotBeUsed) {
   std::filesystem::create_directory(folder_ / "orvhost.lock");
   json object = RunJson("identify");
   EXPECT_EQ(object["exit_code"], 2);
@@ -202,11 +304,58 @@ TEST_F(Lock, IsNotFollowedThroughALink) {
   EXPECT_EQ(folder_.Read("target"), "precious");
 }
 
-TEST_F(Lock, OfAnotherInstallPathIsAnother) {
-  StartAtTheGate(Update(good_), "waits");
+TEST_F(Lock, IsOneForAllInstallPathsOfAMachine) {
+  const pid_t first = StartAtTheGate(Update(good_), "waits");
+  const std::string at = installPath_;
   installPath_ = folder_ / "other";
-  EXPECT_EQ(RunJson("identify")["exit_code"], 0);
+  for (const std::string& arguments : {std::string("identify"), Update(good_)}) {
+    const json object = RunJson(arguments);
+    EXPECT_EQ(object["exit_code"], 10) << object;
+    EXPECT_EQ(object["error"]["cause"], "Another run is at work: run " + Note()["run_id"].get<std::string>() +
+                                            " under " + at + " (orvhost update, process " + std::to_string(first) +
+                                            ", since " + Note()["since"].get<std::string>() + ").");
+  }
+  EXPECT_FALSE(std::filesystem::exists(installPath_ + "/journal"));
+  setenv(kLockFolder, (machine_ / "another").c_str(), 1);
+  EXPECT_EQ(RunJson("identify")["exit_code"], 0) << "of another machine";
   OpenTheGate();
+}
+
+TEST_F(Lock, WithoutTheMachinesLockNothingIsDone) {
+  setenv(kLockFolder, (folder_.Write("file", "") + "/below").c_str(), 1);
+  const json object = RunJson("identify");
+  EXPECT_EQ(object["exit_code"], 2);
+  EXPECT_EQ(object["verdict"], "lock-folder-unusable");
+  EXPECT_NE(object["error"].value("cause", "").find("The runs of this machine cannot be kept apart: "),
+            std::string::npos);
+  EXPECT_FALSE(std::filesystem::exists(folder_ / "journal"));
+}
+
+TEST_F(Lock, OfTheMachineIsNotForWhoMayNotUpdateIt) {
+  if (geteuid() != 0) {
+    GTEST_SKIP() << "it would be the real machine's";
+  }
+  unsetenv(kLabMachine);
+  std::filesystem::permissions(folder_.Path(), std::filesystem::perms(0777));
+  prefix_ = "setpriv --reuid 65534 --regid 65534 --clear-groups ";
+  if (std::system((prefix_ + "test -x \"" ORVHOST_PROGRAM "\"").c_str()) != 0) {
+    GTEST_SKIP() << "another user cannot run the program where it was built";
+  }
+  EXPECT_EQ(RunJson("identify")["exit_code"], 0);
+}
+
+TEST_F(Lock, CannotBeHeldByOtherUsers) {
+  folder_.Write("orvhost.lock", "");
+  std::filesystem::permissions(folder_ / "orvhost.lock", std::filesystem::perms(0666));
+  prefix_ = "umask 000; ";
+  EXPECT_EQ(RunJson("identify")["exit_code"], 0);
+  const auto mode = [](const std::string& path) { return std::filesystem::status(path).permissions(); };
+  for (const std::string& folder : {folder_.Path(), machine_ / "runs"}) {
+    for (const char* name : {"/orvhost.lock", "/orvhost.run"}) {
+      EXPECT_EQ(mode(folder + name), std::filesystem::perms(0600)) << folder << name;
+    }
+  }
+  EXPECT_EQ(mode(machine_ / "runs"), std::filesystem::perms(0700));
 }
 
 }  // namespace

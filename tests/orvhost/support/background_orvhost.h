@@ -32,7 +32,7 @@ class BackgroundOrvhost : public Orvhost {
   // Starts a run whose plug-in is asked for `words`, and returns when it waits at the gate.
   pid_t StartAtTheGate(const std::string& arguments, const std::string& words) {
     Ask(words);
-    const std::string command = "exec " + CommandLine(arguments) + " > /dev/null 2>&1";
+    const std::string command = "exec " + CommandLine(arguments) + " " + streams_;
     const pid_t pid = fork();
     if (pid == 0) {
       execl("/bin/sh", "sh", "-c", command.c_str(), nullptr);
@@ -59,6 +59,7 @@ class BackgroundOrvhost : public Orvhost {
     }
   }
 
+  std::string streams_ = "> /dev/null 2>&1";  // of a run in the background
   posix::FileDescriptor gate_;
 };
 

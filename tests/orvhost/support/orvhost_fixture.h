@@ -41,14 +41,14 @@ class Orvhost : public refhost::HostTest {
     unsetenv("TEST_PLUGIN_VERSION");
     good_ = folder_.Write("good.zip", refhost::Package("01-24"));
     std::filesystem::permissions(folder_.Write(kFlashTool, "#!/bin/sh\n"), std::filesystem::perms(0755));
-    if (geteuid() != 0) {
-      setenv(kLabMachine, "1", 1);
-    }
+    setenv(kLabMachine, "1", 1);
+    setenv(kLockFolder, (machine_ / "runs").c_str(), 1);
   }
   ~Orvhost() override {
     unsetenv("TEST_PLUGIN");
     unsetenv("TEST_PLUGIN_VERSION");
     unsetenv(kLabMachine);
+    unsetenv(kLockFolder);
   }
 
   std::string CommandLine(const std::string& arguments) const {
@@ -73,7 +73,7 @@ class Orvhost : public refhost::HostTest {
     EXPECT_EQ(err_, "");
     KeepForTheSchema(out_);
     json object = json::parse(out_);
-    EXPECT_EQ(object["schema"], 1);
+    EXPECT_EQ(object["schema"], 2);
     EXPECT_EQ(object["exit_code"], exitCode);
     EXPECT_EQ(object["error"].is_null(), exitCode == 0);
     return object;
@@ -104,7 +104,8 @@ class Orvhost : public refhost::HostTest {
     std::map<std::string, std::string> tree;
     for (const auto& entry : fs::recursive_directory_iterator(folder_.Path())) {
       const std::string name = entry.path().lexically_relative(folder_.Path()).string();
-      if (name == "out" || name == "err" || name == "orvhost.lock" || name.starts_with("journal")) {
+      if (name == "out" || name == "err" || name == "orvhost.lock" || name == "orvhost.run" ||
+          name.starts_with("journal")) {
         continue;
       }
       tree[name] = entry.is_regular_file() ? folder_.Read(name) : "folder";
@@ -116,7 +117,10 @@ class Orvhost : public refhost::HostTest {
   static constexpr const char* kFlashTool = "KV6KBMC/Yafuflash";
   // Lets every user update.
   static constexpr const char* kLabMachine = "ORVHOST_LAB_MACHINE";
+  // Makes each test a machine of its own.
+  static constexpr const char* kLockFolder = "ORVHOST_LAB_LOCK_FOLDER";
 
+  refhost::TemporaryFolder machine_;
   std::string prefix_;  // of the command line: what runs the program in another way
   std::string installPath_ = folder_.Path();
   std::string serverType_ = "kv6000";

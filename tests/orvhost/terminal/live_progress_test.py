@@ -80,7 +80,8 @@ class LiveProgress(unittest.TestCase):
         return Session(["update", str(self.folder / "p.zip"), "--install-path", str(self.folder / "path"), "--plugin",
                         PLUGIN, "--server-type", "kv6000", *arguments], columns,
                        {"PATH": os.environ["PATH"], "TERM": "xterm", "TEST_PLUGIN": "connects-slowly",
-                        "TEST_PLUGIN_GATE": str(self.folder / "gate"), "ORVHOST_LAB_MACHINE": "1", **environment})
+                        "TEST_PLUGIN_GATE": str(self.folder / "gate"), "ORVHOST_LAB_MACHINE": "1",
+                        "ORVHOST_LAB_LOCK_FOLDER": str(self.folder / "runs"), **environment})
 
     def finish(self, session: Session) -> int:
         """Opens the gate, whether somebody stands there already or not, and reads the rest."""
@@ -149,7 +150,7 @@ class LiveProgress(unittest.TestCase):
                 if "--quiet" in arguments:
                     self.assertEqual(session.output, b"")
                 if "--json" in arguments:
-                    self.assertRegex(session.output, rb'^\{"schema":1,.*\}\r\n$')
+                    self.assertRegex(session.output, rb'^\{"schema":2,.*\}\r\n$')
 
     def test_no_colour_is_used_anyway(self):
         session = self.start(NO_COLOR="1")

@@ -25,12 +25,12 @@ TEST(ProgressLine, APauseTellsHowMuchIsLeft) {
             "[0:09] Connecting the virtual media: a pause of 0:10, 0:00 left");
 }
 
-TEST(ProgressLine, WithoutALimitNoneIsTold) {
+TEST(ProgressLine, WithoutALimitNoneIsShown) {
   EXPECT_EQ(ProgressLine(kFlashing, {ProgressWait::Kind::kCommand, "sh", {}, {}}, seconds(4500), 140),
             "[75:00] Writing the firmware (2 of 3): sh for 0:00");
 }
 
-TEST(ProgressLine, TheFirstAttemptAndNoWaitingAreNotTold) {
+TEST(ProgressLine, TheFirstAttemptAndNoWaitingAreNotShown) {
   EXPECT_EQ(ProgressLine({"Preparing the update", 1, 1}, {}, seconds(0), 140), "[0:00] Preparing the update");
 }
 
@@ -51,6 +51,7 @@ TEST(ProgramOfACommand, IsTheOneThatPeopleKnow) {
   EXPECT_EQ(ProgramOf("echo 18 01 | env -u LD_PRELOAD \"/opt/ipmicmd\" > \"f\""), "ipmicmd");
   EXPECT_EQ(ProgramOf("lsmod | grep sg"), "lsmod");
   EXPECT_EQ(ProgramOf("/sbin/other --all"), "other");
+  EXPECT_EQ(ProgramOf("/sbin/\x1b[2Kother"), "\\x1b[2Kother");
   EXPECT_EQ(ProgramOf(""), "");
 }
 

@@ -2,15 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/orvhost/trace/levels.h"
 #include "tests/refhost/support/host_test.h"
 
 namespace orvhost {
 
 namespace {
-
-constexpr int kInfo = 1;
-constexpr int kFlow = 4;
-constexpr int kRetry = 16;
 
 class Steps : public testing::Test {
  protected:

@@ -2,12 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/orvhost/trace/levels.h"
+
 namespace orvhost {
 
 namespace {
-
-constexpr int kInfo = 1;
-constexpr int kError = 2;
 
 class FitLines : public testing::Test {
  protected:
@@ -24,7 +23,7 @@ TEST_F(FitLines, ARefusalTellsTheMachine) {
   EXPECT_FALSE(watch_.SerialWithoutModel());
 }
 
-TEST_F(FitLines, WhateverModelThePackageNames) {
+TEST_F(FitLines, WithAnyModelThatThePackageNames) {
   Line(kInfo, "Ver[BMC:1],Serial[SN],Model[],Rep[x],Model[y],Rep[z],iRet[0]],iRet[1]");
   ASSERT_TRUE(watch_.OfOtherModel());
   EXPECT_EQ(watch_.OfOtherModel()->model, "");

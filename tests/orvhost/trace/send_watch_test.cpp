@@ -2,14 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/orvhost/trace/levels.h"
+
 namespace orvhost {
 
 namespace {
-
-constexpr int kInfo = 1;
-constexpr int kError = 2;
-constexpr int kFlow = 4;
-constexpr int kRetry = 16;
 
 class Sending : public testing::Test {
  protected:
@@ -93,7 +90,7 @@ TEST_F(Sending, AnEarlierStepThatWentWellInTheEndIsNotTheOneThatFailed) {
   EXPECT_EQ(Disks(), "failed at writing the file");
 }
 
-TEST_F(Sending, TheUnlockBehindAFailureIsNotTheStepThatFailed) {
+TEST_F(Sending, TheUnlockAfterAFailureIsNotTheStepThatFailed) {
   StartOs();
   Attempt(kError, "OEM Write Server Config File [Signature]");
   EndOs();

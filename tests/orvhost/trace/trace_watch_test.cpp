@@ -11,7 +11,7 @@ namespace {
 class Watch : public testing::Test {
  protected:
   void Line(int level, const std::string& text) { watch_.Write({level, "bmc", "", "", text}); }
-  const Evidence& Gathered() const { return watch_.Gathered(); }
+  Evidence Gathered() const { return watch_.Gathered(); }
 
   TraceWatch watch_;
 };
@@ -37,6 +37,8 @@ TEST_F(Watch, TheFlashToolTouchesTheFlash) {
   Line(1, "Execute:\"/opt/orv/KV6KBMC/Yafuflash\"  -cd  \"a.ima\"");
   EXPECT_TRUE(watch_.FlashBegan());
   EXPECT_EQ(Gathered().command, "\"/opt/orv/KV6KBMC/Yafuflash\"  -cd  \"a.ima\"");
+  Line(1, "Execute command [tidies up]");
+  EXPECT_EQ(watch_.FlashCommand(), "\"/opt/orv/KV6KBMC/Yafuflash\"  -cd  \"a.ima\"");
 }
 
 TEST_F(Watch, TheUpdateScriptTouchesTheFlash) {
@@ -72,7 +74,7 @@ TEST_F(Watch, CompletionCodesAreTakenFromEveryFormOfTheText) {
   }
 }
 
-TEST_F(Watch, FailuresAreKeptWhateverTheirLevel) {
+TEST_F(Watch, FailuresOfEveryLevelAreKept) {
   Line(1, "Failed to execute command(Wait Disabled) CompletionCode:C0");
   Line(4, "Failed to get Operating Version [abnormal]");
   Line(2, "No IPMI tool");
@@ -80,6 +82,34 @@ TEST_F(Watch, FailuresAreKeptWhateverTheirLevel) {
   Line(1, "Sleep start");
   EXPECT_EQ(Gathered().trace, (refhost::Lines{"Failed to execute command(Wait Disabled) CompletionCode:C0",
                                               "Failed to get Operating Version [abnormal]", "No IPMI tool"}));
+}
+
+TEST_F(Watch, TheCommandThatFailedIsTheEvidenceAndNotTheLastOne) {
+  Line(1, "Execute command [first]");
+  watch_.CommandStarts();
+  watch_.TakeErrorText({"warning\n", false});
+  Line(1, "Execute command [second]");
+  watch_.CommandStarts();
+  watch_.TakeErrorText({"Node busy\n", false});
+  EXPECT_EQ(Gathered().command, "second");
+  Line(16, "Failed to execute ipmi command(GetDeviceID) CompletionCode:C0");
+  Line(1, "Execute command [third]");
+  watch_.CommandStarts();
+  watch_.TakeErrorText({"tidied up\n", false});
+  EXPECT_EQ(Gathered().command, "second");
+  EXPECT_EQ(Gathered().errorOutput, refhost::Lines{"Node busy"});
+  watch_.Write({0, "bmc", "MSGID_BMC_0012_F", "14", "MSGID_BMC_0012_F The BMC ..."});
+  EXPECT_EQ(Gathered().command, "third");
+  EXPECT_EQ(Gathered().errorOutput, refhost::Lines{"tidied up"});
+}
+
+TEST_F(Watch, ACommandThatIsTracedAtItsEndKeepsItsErrorOutput) {
+  watch_.CommandStarts();
+  watch_.TakeErrorText({"FATAL: Module sg not found\n", false});
+  Line(1, "Exec [modprobe sg]. iret[0] dret[1]");
+  watch_.Write({0, "bmc", "MSGID_BMC_0009_F", "2A", "MSGID_BMC_0009_F ..."});
+  EXPECT_EQ(Gathered().command, "modprobe sg");
+  EXPECT_EQ(Gathered().errorOutput, refhost::Lines{"FATAL: Module sg not found"});
 }
 
 TEST_F(Watch, OnlyTheLastLinesAreKept) {

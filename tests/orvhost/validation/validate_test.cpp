@@ -62,13 +62,13 @@ TEST_F(Validate, WhatIsNoFileOrNoLibraryFailsAndTheRestIsSkipped) {
   }
 }
 
-TEST_F(Validate, AFileForAnotherKindOfMachine) {
+TEST_F(Validate, FailsForAFileOfAnotherKindOfMachine) {
   std::string bytes = (std::ostringstream() << std::ifstream(TEST_PLUGIN_PATH, std::ios::binary).rdbuf()).str();
   bytes[18] = static_cast<char>(0xb7);  // e_machine: EM_AARCH64
   EXPECT_EQ(Failures(folder_.Write("other.so", bytes)), refhost::Lines{"file: it is made for another kind of machine"});
 }
 
-TEST_F(Validate, WhatTheFileTellsIsChecked) {
+TEST_F(Validate, FailsForWhatTheFileShows) {
   EXPECT_EQ(Failures(TEST_PLUGIN_WITHOUT_RELEASE_PATH),
             refhost::Lines{"entry-points: it does not export ReleaseVendor"});
   EXPECT_EQ(Failures(NO_PLUGIN_PATH),
@@ -82,19 +82,19 @@ TEST_F(Validate, WhatTheFileTellsIsChecked) {
             refhost::Lines{"hardening: its relocations stay writable (no full RELRO)"});
 }
 
-TEST_F(Validate, APluginThatLeavesItToOthersToLoadTheHostsLibraries) {
+TEST_F(Validate, FailsForAPluginThatLeavesItToOthersToLoadTheHostsLibraries) {
   EXPECT_EQ(Failures(TEST_PLUGIN_VARIANT "no_host_libraries.so"),
             refhost::Lines{"host-libraries: it does not say that it needs liborv_ProviderBase.so, "
                            "liborv_DllCommon.so"});
 }
 
-TEST_F(Validate, AnExecutableStack) {
+TEST_F(Validate, FailsForAnExecutableStack) {
   const refhost::Lines failures = Failures(TEST_PLUGIN_VARIANT "executable_stack.so");
   ASSERT_FALSE(failures.empty());
   EXPECT_EQ(failures.front(), "stack: it makes the stack executable");  // some systems then refuse to load it too
 }
 
-TEST_F(Validate, ARunPathIntoAFolderThatEverybodyMayWrite) {
+TEST_F(Validate, FailsForARunPathIntoAFolderThatEverybodyMayWrite) {
   namespace fs = std::filesystem;
   const std::string plugin = folder_ / "plugin.so";
   const std::string beside = folder_ / "beside";
@@ -107,12 +107,12 @@ TEST_F(Validate, ARunPathIntoAFolderThatEverybodyMayWrite) {
             refhost::Lines{"run-path: it looks for libraries where everybody may put them: $ORIGIN/beside"});
 }
 
-TEST_F(Validate, ALibraryThatStaysInMemory) {
+TEST_F(Validate, FailsForALibraryThatStaysInMemory) {
   EXPECT_EQ(Failures(TEST_PLUGIN_VARIANT "not_unloadable.so"),
             refhost::Lines{"unload: it stays in memory after it was unloaded"});
 }
 
-TEST_F(Validate, ACrashAnExitOrAnExceptionInTheFactoryIsItsResult) {
+TEST_F(Validate, FailsForACrashAnExitOrAnExceptionInTheFactory) {
   EXPECT_EQ(FailuresOf("crashes"), refhost::Lines{"object: it was ended by signal 11 (Segmentation fault)"});
   EXPECT_EQ(Ending("skip").size(), 11U);
   EXPECT_EQ(Ending("pass").size(), 14U);
@@ -121,18 +121,18 @@ TEST_F(Validate, ACrashAnExitOrAnExceptionInTheFactoryIsItsResult) {
   EXPECT_EQ(FailuresOf("releases-null"), refhost::Lines{"release-null: it was ended by signal 6 (Aborted)"});
 }
 
-TEST_F(Validate, AHangEndsAtTheTimeLimit) {
+TEST_F(Validate, FailsForAHangAtTheTimeLimit) {
   EXPECT_EQ(FailuresOf("hangs", "--time-limit 2.5"), refhost::Lines{"object: it did not come back within 2.5 s"});
 }
 
-TEST_F(Validate, TheFactoryGivesAnObjectForItsClassAlone) {
+TEST_F(Validate, FailsForAFactoryThatDoesNotGiveAnObjectForItsClassAlone) {
   EXPECT_EQ(FailuresOf("no-vendor"), refhost::Lines{"object: there is no object of the class CBMC_KESTREL_Vendor"});
   EXPECT_EQ(FailuresOf("null-class"), refhost::Lines{"null-class: it gives an object all the same"});
   EXPECT_EQ(FailuresOf("any-class"), refhost::Lines{"other-class: it gives an object for the class \"\""});
   EXPECT_EQ(FailuresOf("any-provider"), refhost::Lines{"null-provider: it gives an object all the same"});
 }
 
-TEST_F(Validate, TheObjectKeepsToTheContract) {
+TEST_F(Validate, FailsForAnObjectThatDoesNotKeepToTheContract) {
   EXPECT_EQ(FailuresOf("other-name"), refhost::Lines{"class-name: the object tells \"CVendor\""});
   EXPECT_EQ(FailuresOf("no-handler"), refhost::Lines{"link-device: there is no firmware handler afterwards"});
   EXPECT_EQ(FailuresOf("keeps-descriptor"), refhost::Lines{"life-cycle: it leaves 50 file descriptors open"});
@@ -141,7 +141,7 @@ TEST_F(Validate, TheObjectKeepsToTheContract) {
   EXPECT_EQ(FailuresOf("any-method"), refhost::Lines{"unknown-method: the method \"\" answers 0 and not -1"});
 }
 
-TEST_F(Validate, WhatIsReleasedIsGone) {
+TEST_F(Validate, FailsForWhatLivesOnAfterItsRelease) {
   EXPECT_EQ(FailuresOf("keeps-vendor"), refhost::Lines{"release: the object lives on after its release"});
   EXPECT_EQ(FailuresOf("keeps-handler"),
             refhost::Lines{"release: the firmware handler lives on after the release of its object"});
@@ -184,7 +184,7 @@ TEST_F(Validate, PeopleGetATable) {
 }
 
 TEST_F(Validate, WithoutAFileItIsThePluginThatIsUsed) {
-  EXPECT_EQ(RunJson("validate")["facts"]["Plug-in"], TEST_PLUGIN_PATH);
+  EXPECT_EQ(RunJson("validate")["facts"]["plugin"], TEST_PLUGIN_PATH);
 }
 
 }  // namespace

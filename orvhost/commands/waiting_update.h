@@ -1,0 +1,23 @@
+// What the records say of firmware that an update wrote: is all of it there, and does it wait for being put into
+// operation?
+#ifndef ORVHOST_COMMANDS_WAITING_UPDATE_H
+#define ORVHOST_COMMANDS_WAITING_UPDATE_H
+
+#include <optional>
+#include <string>
+
+#include "orvhost/run/run.h"
+
+namespace orvhost {
+
+// True when the records have all of an update that was written: its status, and its version as the installed one. An
+// update keeps them in two writes, each of which can fail.
+[[nodiscard]] bool IsRecordedAsWritten(const Session& session);
+
+// True when "apply" comes next: a version is written, and the BMC runs another one. `running` is the one that it runs;
+// with "", for unknown, there is an answer only when nothing was written.
+[[nodiscard]] std::optional<bool> NeedsApply(const Session& session, const std::string& running);
+
+}  // namespace orvhost
+
+#endif  // ORVHOST_COMMANDS_WAITING_UPDATE_H

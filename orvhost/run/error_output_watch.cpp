@@ -1,0 +1,33 @@
+#include "orvhost/run/error_output_watch.h"
+
+namespace orvhost {
+
+void ErrorOutputWatch::Starts(const refhost::CommandRequest& request) {
+  Look();
+  watch_.CommandStarts();
+  next_.Starts(request);
+}
+
+void ErrorOutputWatch::Ended(const refhost::CommandRequest& request, const refhost::CommandResult& result) {
+  next_.Ended(request, result);
+  Take(Journal::Writer::kLastCommand);
+}
+
+void ErrorOutputWatch::End() {
+  Look();
+  output_.End();
+}
+
+void ErrorOutputWatch::Take(Journal::Writer writer) {
+  const ErrorText taken = output_.Take();
+  if (taken.text.empty()) {
+    return;
+  }
+  journal_.TakeErrorText(taken, writer);
+  watch_.TakeErrorText(taken);
+  if (echoes_) {
+    output_.Echo(taken.text);
+  }
+}
+
+}  // namespace orvhost

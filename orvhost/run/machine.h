@@ -1,0 +1,26 @@
+// The machine that a run is on: who may write its firmware, and where its runs are kept apart.
+#ifndef ORVHOST_RUN_MACHINE_H
+#define ORVHOST_RUN_MACHINE_H
+
+#include <string>
+
+namespace orvhost {
+
+// A laboratory's machines may be updated by any user, and their BMC takes the placeholder of the write-mode phrase.
+[[nodiscard]] bool IsLabMachine();
+
+// Whether this process may write firmware: it is root's, or this is a laboratory's machine.
+[[nodiscard]] bool MayWriteFirmware();
+
+// The folder of the lock that all runs of this machine share which may write firmware. It lies where root alone can
+// make a folder, so that no other user can be there first. In a laboratory ORVHOST_LAB_LOCK_FOLDER may name another
+// one; runs with different folders are then runs of different machines.
+[[nodiscard]] std::string MachineFolder();
+inline constexpr const char* kUsualMachineFolder = "/run/orvhost";
+
+// The variable's name.
+inline constexpr const char* kLockFolderVariable = "ORVHOST_LAB_LOCK_FOLDER";
+
+}  // namespace orvhost
+
+#endif  // ORVHOST_RUN_MACHINE_H

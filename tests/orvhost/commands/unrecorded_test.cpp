@@ -1,0 +1,74 @@
+// Updates whose records cannot be kept, for every system call that may fail: what the run ends with, what "apply"
+// does next and what "diagnose" says are the same.
+#include "tests/orvhost/support/orvhost_fixture.h"
+
+namespace orvhost {
+
+namespace {
+
+class Unrecorded : public Orvhost {
+ protected:
+  // An update in which one call fails; nothing when there are not that many.
+  std::optional<json> UpdateWith(const std::string& call, int number) {
+    const std::string mark = folder_ / "failed";
+    prefix_ =
+        "env LD_PRELOAD=\"" FAILING_CALLS_PATH "\" ASAN_OPTIONS=verify_asan_link_order=0 TEST_FAILING_CALL=" + call +
+        " TEST_FAILING_NUMBER=" + std::to_string(number) + " TEST_FAILING_MARK=\"" + mark + "\" ";
+    json object = RunJson(Update(good_));
+    prefix_.clear();
+    return std::filesystem::remove(mark) ? std::optional(object) : std::nullopt;
+  }
+
+  void StartAnew() const {
+    std::filesystem::remove_all(folder_ / "repository");
+    std::filesystem::remove_all(folder_ / "journal");
+  }
+};
+
+TEST_F(Unrecorded, AnUpdateWhoseStatusCouldNotBeKeptIsNotRecorded) {
+  // The saves of an update: version found, package registered, update begun, update written, version installed.
+  const json object = UpdateWith("rename", 4).value_or(json());
+  EXPECT_EQ(object["exit_code"], 8);
+  EXPECT_EQ(object["verdict"], "not-recorded");
+  EXPECT_EQ(object["phase"], "record");
+  EXPECT_EQ(object["flash_touched"], true);
+  EXPECT_EQ(object["needs_apply"], false);
+  EXPECT_NE(object["error"]["evidence"]["trace"].dump().find("state.json: Input/output error"), std::string::npos);
+  EXPECT_EQ(State().updateStatus, refhost::kUpdateRunning);
+  EXPECT_EQ(RunJson("apply --dry-run")["verdict"], "not-written");
+  EXPECT_EQ(RunJson("diagnose")["verdict"], "written-not-recorded");
+}
+
+TEST_F(Unrecorded, AnUpdateWhoseVersionCouldNotBeKeptIsNotApplied) {
+  const json object = UpdateWith("rename", 5).value_or(json());
+  EXPECT_EQ(object["verdict"], "not-recorded");
+  EXPECT_EQ(State().updateStatus, refhost::kUpdateWritten);
+  const json apply = RunJson("apply --yes");
+  EXPECT_EQ(apply["exit_code"], 7);
+  EXPECT_EQ(apply["verdict"], "not-written");
+  EXPECT_EQ(apply["needs_apply"], false);
+  EXPECT_EQ(apply["error"]["cause"], "The last update was written, but the host could not record all of it.");
+  EXPECT_EQ(RunJson("diagnose")["verdict"], "written-not-recorded");
+  EXPECT_EQ(RunJson("identify")["needs_apply"], false);
+  EXPECT_EQ(RunJson(Update(good_))["needs_apply"], true);
+}
+
+TEST_F(Unrecorded, AfterAnyFailedCallAllSayTheSame) {
+  for (const char* call : {"rename", "fsync", "fchmod"}) {
+    int number = 1;
+    for (auto object = UpdateWith(call, number); object; object = UpdateWith(call, ++number)) {
+      const bool isDone = (*object)["exit_code"] == 0;
+      const bool isTaken =
+          RunJson("apply --dry-run")["exit_code"] == 0 && State().updateStatus == refhost::kUpdateWritten;
+      EXPECT_EQ(RunJson("diagnose")["verdict"] == "written", isTaken) << call << " " << number << *object;
+      EXPECT_EQ((*object)["needs_apply"], isDone) << call << " " << number << *object;
+      EXPECT_LE(isDone, isTaken) << call << " " << number << *object;
+      StartAnew();
+    }
+    EXPECT_GT(number, 5) << call;
+    StartAnew();
+  }
+}
+
+}  // namespace
+}  // namespace orvhost
