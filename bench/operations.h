@@ -1,4 +1,4 @@
-// What the rows of the table do through the plug-in, with whatever tool answers. Each ends this program when it does
+// What the rows of the table do through the plug-in, with any tool that answers. Each ends this program when it does
 // not get what it must.
 #ifndef BENCH_OPERATIONS_H
 #define BENCH_OPERATIONS_H

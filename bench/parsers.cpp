@@ -54,7 +54,7 @@ void MakersToolOutput(benchmark::State& state) {
 }
 BENCHMARK(MakersToolOutput)->RangeMultiplier(4)->Range(16, 1024)->Complexity(benchmark::oN);
 
-// Whatever its size: only the place of the marker is looked at.
+// For any size: only the place of the marker is looked at.
 void SdrRecordWithoutVersion(benchmark::State& state) {
   const std::string record = "FFFF0100510100200001" + Repeated("5A", Size(state));
   Repeat(&state, [&] { return kestrel::FindSdrVersion(record); });

@@ -2,7 +2,7 @@
 // uses nothing but system calls, so that its own start costs next to nothing too.
 //
 // Built under two names, one for each form: as ipmicmd it reads its request from standard input and answers on its
-// second line, whatever is asked, as a device ID; as ipmitool it takes the request from its arguments and also knows
+// second line, to every question, as a device ID; as ipmitool it takes the request from its arguments and also knows
 // an SDR repository. STUB_SDR_COUNT holds the two bytes (low, high) of the number of records that it claims,
 // STUB_SDR_VERSION_AT those of the ID of the record with the version.
 #include <unistd.h>

@@ -13,7 +13,7 @@ void Check(const std::string& record) {
   using State = kestrel::SdrVersionField::State;
   const kestrel::SdrVersionField field = kestrel::FindSdrVersion(record);
   const bool marked = record.size() >= kVersionAt && record.compare(20, kMarker.size(), kMarker) == 0;
-  fuzz::Require(marked == (field.state != State::kNoMarker), "a version record is told by its marker");
+  fuzz::Require(marked == (field.state != State::kNoMarker), "a version record is known by its marker");
   fuzz::Require(field.state == State::kFound || field.version.empty(), "there is no version but the found one");
   if (!marked) {
     return;

@@ -20,7 +20,7 @@ std::string DefaultPluginPath() {
 
 constexpr const char* kHelp = R"(The way of an update: identify, check, update, apply, and verify when the machine
 is up again. The options above may also stand behind the subcommand; those of a
-subcommand are told by "orvhost SUBCOMMAND --help".
+subcommand stand in "orvhost SUBCOMMAND --help".
 
 Results go to the standard output and failures to the standard error: the cause,
 the evidence from the plug-in's trace, whether the flash was touched, and the

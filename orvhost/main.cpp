@@ -97,7 +97,7 @@ int Main(int argc, const char* const* argv) {
   return static_cast<int>(isRun ? console.Report(outcome) : console.Conclude(outcome));
 }
 
-// Nothing may be opened, so nothing but the reason is told.
+// Nothing may be opened, so nothing but the reason is stated.
 int CannotStart() {
   const std::string text = "orvhost: cannot start: the open files that it was given cannot be settled (" +
                            posix::LastError() + "); /dev/null and /proc are needed. Nothing was done.\n";

@@ -1,4 +1,4 @@
-// Reads a file that should be a small one, whatever somebody put in its place.
+// Reads a file that should be a small one, no matter what stands in its place.
 #ifndef POSIX_REGULAR_FILE_H
 #define POSIX_REGULAR_FILE_H
 

@@ -1,4 +1,4 @@
-// Who is told of the services that take time, before each begins and after it has ended: the commands that the host
+// Who hears of the services that take time, before each begins and after it has ended: the commands that the host
 // runs for its plug-ins, which can be refused too, and the pauses that they make.
 //
 // A plug-in may fork, and its child may use the host's services. So nothing here takes a lock, and an observer that
@@ -34,7 +34,7 @@ class REFHOST_EXPORT CommandObserver {
   CommandObserver& operator=(const CommandObserver&) = delete;
   virtual ~CommandObserver();
 
-  // Asked before everything else. False refuses the command: it is not run, nothing more is told of it, and the plug-in
+  // Asked before everything else. False refuses the command: it is not run, nothing more is said of it, and the plug-in
   // gets the answer of one that could not be run.
   [[nodiscard]] virtual bool Allows(const CommandRequest& /*request*/) { return true; }
 
@@ -46,10 +46,10 @@ class REFHOST_EXPORT CommandObserver {
   virtual void PauseEnded() {}
 };
 
-// Makes `observer`, which stays the caller's, the one that is told; null for none.
+// Makes `observer`, which stays the caller's, the one that hears of them; null for none.
 REFHOST_EXPORT void SetCommandObserver(CommandObserver* observer);
 
-// The one that is told now; null for none.
+// The one that hears of them now; null for none.
 [[nodiscard]] REFHOST_EXPORT CommandObserver* CurrentCommandObserver();
 
 }  // namespace refhost

@@ -62,7 +62,7 @@ class REFHOST_EXPORT StagedPackage {
 // it that exists; the number in `*free`. False when the system does not tell.
 [[nodiscard]] REFHOST_EXPORT bool FreeBytes(const std::string& path, std::uintmax_t* free);
 
-// Left free when a package is staged: for the records, the journal and whatever else the machine is at.
+// Left free when a package is staged: for the records, the journal and what else the machine does.
 inline constexpr std::uintmax_t kRoomLeftFree = 8UL * 1024UL * 1024UL;
 
 }  // namespace refhost

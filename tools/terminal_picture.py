@@ -52,7 +52,7 @@ def drawn(transcript: str) -> str:
         y = MARGIN + (number + 0.75) * LINE
         for part, column, name in ((head, 0, "time"), (text, len(head), kind)):
             if part.strip(" |"):
-                # The length keeps columns aligned whatever font the reader has.
+                # The length keeps columns aligned with any font the reader has.
                 blanks = len(part) - len(part.lstrip())
                 shown = part.strip()
                 texts.append(f'<text class="{name}" x="{MARGIN + (column + blanks) * CHARACTER:g}" y="{y:g}" '

@@ -1,4 +1,4 @@
-// What a subcommand takes on its command line, as a value: how it is parsed and told is the command line's.
+// What a subcommand takes on its command line, as a value: how it is parsed and described is the command line's.
 #ifndef ORVHOST_COMMANDS_ARGUMENT_H
 #define ORVHOST_COMMANDS_ARGUMENT_H
 

@@ -54,8 +54,8 @@ an update go through: does the package hold what it needs, is the flash tool
 there, is there room. Stops at the first hurdle and names it.
 
 The verdict is newer, older, same or not-comparable. The plug-in compares; a
-version with the same text as the running one is the same whatever its form.
-Note that "orvhost update" writes whatever fits and is not the running version,
+version with the same text as the running one is the same in every form.
+Note that "orvhost update" writes what fits and is not the running version,
 an older one too. What only the update itself can show is named as not judged.
 
 Registers nothing and writes no records. For the time of the run the package is
@@ -66,7 +66,7 @@ Examples:
   orvhost check bmc-01-24.zip
   orvhost check bmc-01-24.zip --json | jq -r .verdict
 
-Exit codes: 0 an update would go through, whatever the verdict; 3 no plug-in; 4
+Exit codes: 0 an update would go through, with any verdict; 3 no plug-in; 4
 something is missing on this machine; 5 the package cannot be used; 6 it is not
 for this machine; 7 the BMC does not tell its version, or the host's records are
 damaged.)";

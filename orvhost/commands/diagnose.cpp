@@ -17,7 +17,7 @@ namespace {
 
 std::string End(const RecordedRun& run, bool isAtWork) {
   if (run.Outcome() != nullptr) {
-    return run.Told("verdict") + ", in step \"" + run.Told("phase") + "\"";
+    return run.OutcomeText("verdict") + ", in step \"" + run.OutcomeText("phase") + "\"";
   }
   return (isAtWork ? "none yet; it is" : "cut off") + std::string(" in step \"") + run.LastPhase() + "\"";
 }
@@ -131,7 +131,7 @@ void DiagnoseRoad::LookBack(std::size_t at) {
     if (!watch.FlashBegan()) {
       continue;
     }
-    if (!earlier.Told("verdict").starts_with("updated")) {
+    if (!earlier.OutcomeText("verdict").starts_with("updated")) {
       situation_.unfinishedBefore = earlier.id;
     }
     return;
@@ -145,7 +145,7 @@ void DiagnoseRoad::LookAhead(std::size_t at) {
       return;
     }
     if (later.Begin("command") == "verify" && later.Outcome() != nullptr) {
-      situation_.verifiedAs = later.Told("verdict");
+      situation_.verifiedAs = later.OutcomeText("verdict");
     }
   }
 }
@@ -201,13 +201,13 @@ Examples:
   orvhost diagnose
   orvhost diagnose --json | jq -r '.facts.next_step'
 
-Exit codes: 0 told, whatever it is; 2 there is no such run, or more than one.)";
+Exit codes: 0 diagnosed (any result); 2 there is no such run, or more than one.)";
 
 }  // namespace
 
 const Command kDiagnoseCommand = {
     "diagnose",
-    "Tell what a run left behind and the safe next step",
+    "Say how a run ended and the safe next step",
     kDiagnoseHelp,
     {{"run", &Options::runName, "Id of a run, its number, its beginning, or \"last\"", "RUN"}},
     [](const Run& run) { return DiagnoseRoad(run).Go(); },

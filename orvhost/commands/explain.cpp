@@ -44,7 +44,7 @@ Outcome ExplainCodes(const Run& run) {
 constexpr const char* kExplainHelp = R"(Tells of each code what failed, what that means and what to do. A code is a
 message identifier, a detail code (also several run together, as a record shows
 them), or "exit" or "result" with a number: the exit code of orvhost, or what an
-operation of a plug-in answered. Without a code all of them are told. Asks
+operation of a plug-in answered. Without a code all of them are listed. Asks
 neither the BMC nor a plug-in.
 
 Examples:

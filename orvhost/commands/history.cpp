@@ -23,8 +23,8 @@ std::string Seconds(double seconds) {
 
 // The package's version and the one that ran before, as far as the run came to know them.
 std::string Versions(const RecordedRun& run) {
-  const std::string before = run.Told("before");
-  const std::string after = run.Told("after");
+  const std::string before = run.OutcomeText("before");
+  const std::string after = run.OutcomeText("after");
   return before == after || after.empty() ? before : before + " -> " + after;
 }
 
@@ -32,7 +32,7 @@ std::string FileName(const std::string& path) {
   return path.substr(path.rfind('/') + 1);
 }
 
-Row Told(const RecordedRun& run, bool isAtWork) {
+Row RowOf(const RecordedRun& run, bool isAtWork) {
   const nlohmann::json* outcome = run.Outcome();
   const std::string exitCode =
       outcome != nullptr && outcome->contains("exit_code") ? (*outcome)["exit_code"].dump() : "";
@@ -43,7 +43,7 @@ Row Told(const RecordedRun& run, bool isAtWork) {
           Seconds(run.Seconds()),
           command,
           package + (package.empty() || Versions(run).empty() ? "" : " ") + Versions(run),
-          outcome != nullptr ? run.Told("verdict") : cutOff,
+          outcome != nullptr ? run.OutcomeText("verdict") : cutOff,
           exitCode,
           run.Begin("t")};
 }
@@ -79,15 +79,15 @@ Outcome History(const Run& run) {
   outcome.listing.name = "runs";
   for (const std::string& id : ListRuns(folder)) {
     const RecordedRun recorded = ReadRun(folder, id);
-    const Row row = Told(recorded, id == atWork);
+    const Row row = RowOf(recorded, id == atWork);
     rows.push_back(row);
     outcome.listing.entries.push_back({{"run_id", row[0]},
                                        {"started", row[6]},
                                        {"seconds", row[1]},
                                        {"command", row[2]},
                                        {"package", recorded.Option("package")},
-                                       {"before", recorded.Told("before")},
-                                       {"after", recorded.Told("after")},
+                                       {"before", recorded.OutcomeText("before")},
+                                       {"after", recorded.OutcomeText("after")},
                                        {"verdict", row[4]},
                                        {"exit_code", row[5]}});
     if (recorded.damagedLines > 0) {
@@ -120,7 +120,7 @@ Examples:
   orvhost history
   orvhost history --json | jq -r '.runs[-1].run_id'
 
-Exit codes: 0 told, also when there are none.)";
+Exit codes: 0 listed, also when there are none.)";
 
 }  // namespace
 

@@ -20,7 +20,7 @@ void RunMethod(const Run& run, const Session& session, Outcome* outcome) {
          {.exitCode = FailedExitCode(run),
           .verdict = "method-failed",
           .cause = "The plug-in does not know the method or it failed: " + name + ".",
-          .nextStep = "Check the name (it is case-sensitive) and mend what the evidence names."});
+          .nextStep = "Check the name (it is case-sensitive) and repair what the evidence names."});
     return;
   }
   outcome->verdict = "done";
@@ -29,9 +29,9 @@ void RunMethod(const Run& run, const Session& session, Outcome* outcome) {
 }
 
 std::string WhatWouldBe(const std::string& name) {
-  return "The plug-in would be told to run its method " + name + ". " +
+  return "The plug-in would be asked to run its method " + name + ". " +
          (name == kRebootMethod ? "That takes the machine down at once."
-                                : "Whether it knows that method shows only when it is told to.");
+                                : "Whether it knows that method shows only when it is asked to.");
 }
 
 Outcome Methods(const Run& run) {

@@ -31,7 +31,7 @@ void Conclude(const SendWatch& seen, Outcome* outcome) {
     outcome->verdict = "partly-sent";
     outcome->summary = "The service processor has what this BMC supports.";
   } else {
-    outcome->verdict = "untold";
+    outcome->verdict = "result-unknown";
     outcome->summary = "The plug-in reports success, but it does not tell what was sent.";
   }
 }
@@ -55,7 +55,7 @@ void Send(const Run& run, const Session& session, Outcome* outcome) {
        {.exitCode = FailedExitCode(run),
         .verdict = "not-sent",
         .cause = "Not everything was sent." + inWords,
-        .nextStep = "Mend what the evidence names, then run the same command again; it sends everything anew."});
+        .nextStep = "Repair what the evidence names, then run the same command again; it sends everything anew."});
 }
 
 Outcome Notify(const Run& run) {

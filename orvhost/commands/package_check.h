@@ -34,7 +34,7 @@ class PackageCheck {
   // for this machine, an update would fail or a step failed; the outcome is then complete.
   [[nodiscard]] bool Judge(const Session& session);
 
-  // Only after Judge() answered true. The plug-in compares, but the same text is the same version whatever its form.
+  // Only after Judge() answered true. The plug-in compares, but the same text is the same version in every form.
   [[nodiscard]] Comparison Compare(const Session& session) const;
 
   [[nodiscard]] const std::string& PackagePath() const { return packagePath_; }

@@ -16,7 +16,7 @@ inline constexpr std::string_view kScriptServers = "kv6000rt";
 // The flash tool, below the install path. It comes from the server's maker.
 inline constexpr std::string_view kFlashTool = "/KV6KBMC/Yafuflash";
 
-// At a package's top: a name that holds this is an image's. With several, the plug-in takes whichever comes last.
+// At a package's top: a name that holds this is an image's. With several, the plug-in takes the one that comes last.
 inline constexpr std::string_view kImage = ".ima";
 
 // At the top of a package with a script: the script, and the answers that it reads.

@@ -52,7 +52,7 @@ void ExplainFailure(const Run& run, const std::string& path, Outcome* outcome) {
          {.exitCode = FailedExitCode(run),
           .verdict = "report-failed",
           .cause = "The report could not be made." + old,
-          .nextStep = "Mend what the evidence names, then run the same command again."});
+          .nextStep = "Repair what the evidence names, then run the same command again."});
   }
 }
 
@@ -72,7 +72,7 @@ bool Write(const Run& run, const Session& session, const std::string& folder, Ou
          {.exitCode = ExitCode::kDoesNotFit,
           .verdict = "no-report",
           .cause = "There is no report for a server of the type " + CCommon_Information::GetServerType("bmc") + ".",
-          .nextStep = "Run \"orvhost identify\" for what can be told about this machine."});
+          .nextStep = "Run \"orvhost identify\" for what is known about this machine."});
   } else {
     ExplainFailure(run, folder + kReportFileName, outcome);
   }
@@ -140,7 +140,7 @@ also what it says, read back from the file. A BMC that does not answer is asked
 again, which may take minutes.
 
 DIR must be there and writable; without --out it is the current folder. A file
-of an earlier run is replaced only by a complete new one; whatever fails, it
+of an earlier run is replaced only by a complete new one; if anything fails, it
 stays as it is.
 
 Examples:

@@ -24,7 +24,7 @@ Outcome Show(const Run& run) {
     return outcome;
   }
   const RecordedRun recorded = ReadRun(folder, *id);
-  outcome.verdict = "told";
+  outcome.verdict = "shown";
   outcome.notices = Damage(recorded);
   for (const std::string& notice : outcome.notices) {
     run.console.Notice(notice);
@@ -56,7 +56,7 @@ Examples:
   orvhost show last
   orvhost show 42
 
-Exit codes: 0 told; 2 there is no such run, or more than one.)";
+Exit codes: 0 shown; 2 there is no such run, or more than one.)";
 
 }  // namespace
 

@@ -10,7 +10,7 @@ namespace orvhost {
 
 template <typename Road>
 struct Step {
-  const char* phase;  // told as the phase that the run ended in
+  const char* phase;  // stated as the phase that the run ended in
   bool (Road::*take)();
 };
 

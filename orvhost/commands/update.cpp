@@ -136,7 +136,7 @@ bool UpdateRoad::Prepare() {
        {.exitCode = FailedExitCode(run_),
         .verdict = "not-prepared",
         .cause = "The plug-in refused to start the update.",
-        .nextStep = "Mend what the evidence names, then run the same command again."});
+        .nextStep = "Repair what the evidence names, then run the same command again."});
   return false;
 }
 
@@ -154,7 +154,7 @@ bool UpdateRoad::Write() {
         .cause = begun ? "The update failed after writing the firmware had begun."
                        : "The update failed before anything was written.",
         .nextStep = begun ? "Keep the machine powered and do not reboot it; run the same command again."
-                          : "Mend what the evidence names, then run the same command again."});
+                          : "Repair what the evidence names, then run the same command again."});
   return false;
 }
 
@@ -183,7 +183,7 @@ While the firmware is written, the interrupt key and a lost terminal do not end
 the run. After a failure the text tells whether writing had begun; then keep the
 machine powered, do not reboot it, and run the same command again.
 
-With --dry-run everything is judged, and told what would be written.
+With --dry-run everything is judged, and what would be written is stated.
 
 Examples:
   orvhost update bmc-01-24.zip --dry-run

@@ -52,7 +52,7 @@ struct Fact {
 // The key for a name that this program does not choose: "Serial Number" gives "serial_number".
 [[nodiscard]] std::string FactKey(std::string_view name);
 
-// A list that only some subcommands have: one entry for each thing told, with names and values in the order of telling.
+// A list that only some subcommands have: one entry for each thing listed, with names and values in their order.
 struct Listing {
   std::string name;  // member of the JSON object; "" for no list
   std::vector<std::vector<std::pair<std::string, std::string>>> entries;
@@ -61,7 +61,7 @@ struct Listing {
 struct Outcome {
   ExitCode exitCode = ExitCode::kOk;
   std::string command;             // the subcommand
-  std::string runId;               // "" for a run that is not told apart from others
+  std::string runId;               // "" for a run that is not kept apart from others
   std::string phase;               // step that the run ended in
   std::string verdict;             // one word for programs, e.g. "updated"
   std::string summary;             // one or more sentences for people; of a failure, its cause stands in `failure`
@@ -69,10 +69,10 @@ struct Outcome {
   bool changed = false;
   bool flashTouched = false;
   std::string before;                // version that ran before, "" when unknown
-  std::string after;                 // version that the run leaves behind (see needsApply), "" when unknown
+  std::string after;                 // version that the run leaves (see needsApply), "" when unknown
   std::optional<bool> needsApply;    // "apply" comes next; nothing when the run does not know
   std::vector<Fact> facts;           // in the order of telling
-  Listing listing;                   // for programs; people get it told in `lines`
+  Listing listing;                   // for programs; people read it in `lines`
   std::vector<std::string> notices;  // sentences about what the operator should know beside the result
   std::optional<Failure> failure;
 };

@@ -14,7 +14,7 @@ constexpr const char* kShutDown =
 constexpr const char* kVerify = "Run \"orvhost verify\": it asks the BMC which firmware it runs and changes nothing.";
 constexpr const char* kApply = "Run \"orvhost apply\", and when the machine is up again, \"orvhost verify\".";
 
-// What the plug-in told of taking the update into operation.
+// What the plug-in said of taking the update into operation.
 class ApplyWatch : public refhost::TraceSink {
  public:
   void Write(const refhost::TraceRecord& record) override {
@@ -84,7 +84,7 @@ Diagnosis OfUpdateBeforeTheFlash(const Situation& situation) {
 
 Diagnosis OfUpdateInTheFlash(const Situation& situation, const std::string& end) {
   Diagnosis diagnosis;
-  const bool failed = end == "failed" || situation.run.Told("verdict") == "update-failed";
+  const bool failed = end == "failed" || situation.run.OutcomeText("verdict") == "update-failed";
   diagnosis.verdict = "flash-incomplete";
   diagnosis.flashTouched = true;
   diagnosis.flash = failed ? "writing it began and failed" : "writing it had begun, and its end is not in the journal";
@@ -128,7 +128,7 @@ Diagnosis OfUpdate(const Situation& situation) {
     return OfUpdateBeforeTheFlash(situation);
   }
   const std::string end = EndOfFlashing(situation.run, watch.FlashCommand());
-  const std::string verdict = situation.run.Told("verdict");
+  const std::string verdict = situation.run.OutcomeText("verdict");
   const bool tookTooLong = end == "timed-out" || verdict == "updated-after-time-out";
   if (verdict.starts_with("updated") || (situation.run.Entered("record") && IsRecordedAsWritten(situation))) {
     return OfWrittenUpdate(tookTooLong);

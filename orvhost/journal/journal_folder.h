@@ -21,7 +21,7 @@ inline constexpr std::size_t kKeptChangingRuns = 10;
 [[nodiscard]] std::vector<std::string> ListRuns(const std::string& folder);
 
 // The id of the run that follows `runs` and starts at `now` (as UtcNow tells it): a number and the time, such as
-// "00000042-20260131T120000Z". The number orders the runs, whatever the clock was set to.
+// "00000042-20260131T120000Z". The number orders the runs, however the clock was set.
 [[nodiscard]] std::string NextRunId(const std::vector<std::string>& runs, const std::string& now);
 
 // Whether a run of that subcommand could have changed the device or what it runs.

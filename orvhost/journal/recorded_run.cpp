@@ -82,7 +82,7 @@ const json* RecordedRun::Outcome() const {
   return outcome.is_object() ? &outcome : nullptr;
 }
 
-std::string RecordedRun::Told(const char* name) const {
+std::string RecordedRun::OutcomeText(const char* name) const {
   const json* outcome = Outcome();
   return outcome != nullptr ? TextIn(*outcome, name) : "";
 }

@@ -35,11 +35,11 @@ struct RecordedRun {
   [[nodiscard]] std::string LastPhase() const;
   [[nodiscard]] bool Entered(const std::string& phase) const;
 
-  // How it ended, as the program told it; null for a run that was cut off or is at work.
+  // How it ended, as the program stated it; null for a run that was cut off or is at work.
   [[nodiscard]] const nlohmann::json* Outcome() const;
 
   // Of an outcome's text field; "" without an outcome.
-  [[nodiscard]] std::string Told(const char* name) const;
+  [[nodiscard]] std::string OutcomeText(const char* name) const;
 
   // Seconds up to the last line.
   [[nodiscard]] double Seconds() const;
@@ -53,7 +53,7 @@ struct RecordedRun {
 [[nodiscard]] std::optional<std::string> FindRun(const std::vector<std::string>& runs, const std::string& name,
                                                  std::string* error);
 
-// What the plug-in's trace told while that run went on.
+// What the plug-in's trace said while that run went on.
 void Replay(const RecordedRun& run, refhost::TraceSink* sink);
 
 // True when the run could have changed the device, and went far enough to do so.

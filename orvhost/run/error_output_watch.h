@@ -14,7 +14,7 @@ namespace orvhost {
 
 class ErrorOutputWatch : public refhost::CommandObserver {
  public:
-  // All must outlive this. What this is told as an observer goes to `next` as well. With `echoes` what is found is
+  // All must outlive this. What this hears as an observer goes to `next` as well. With `echoes` what is found is
   // written to what the standard error was before, too.
   ErrorOutputWatch(TraceWatch* watch, Journal* journal, refhost::CommandObserver* next, bool echoes)
       : watch_(*watch), journal_(*journal), next_(*next), echoes_(echoes) {}

@@ -116,7 +116,7 @@ bool ExclusiveRun::HasTaken(RunLock::Result result, const RunLock& lock, Outcome
          "Wait until it ends, then run the same command again.");
   } else {
     Busy(run_, outcome,
-         "The program has ended, but a process that it left behind holds the lock: " + InWords(*holder) + ".",
+         "The program has ended, but a process that it started holds the lock: " + InWords(*holder) + ".",
          "Keep the machine powered and wait until that process ends, then run the same command again.");
   }
   return false;

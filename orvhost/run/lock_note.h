@@ -24,7 +24,7 @@ struct FoundNote {
   bool isDamaged = false;  // there is one that cannot be read or understood
 };
 
-// Never throws, whatever the file is.
+// Never throws, for any file.
 [[nodiscard]] FoundNote ReadNote(const std::string& path);
 
 // Replaces the note as a whole, so that a reader finds the old one or the new one. Where that fails there is none: a

@@ -40,7 +40,7 @@ class Console {
   [[nodiscard]] bool Ask(const std::string& question) const;
 
   // Tells how the run ended: a failure on the standard error, a success on the standard output, or for programs one
-  // JSON object on the standard output whatever happened.
+  // JSON object on the standard output in every case.
   // Answers the exit code of the program: the run's own, or kNotDelivered for a success of which the standard output
   // did not take everything; then the standard error says so.
   [[nodiscard]] ExitCode Report(const Outcome& outcome) const;

@@ -70,8 +70,8 @@ bool CanShowALiveLine(const Options& options) {
 // One column stays free, so that no terminal wraps.
 std::size_t WidthOf(const posix::FileDescriptor& terminal) {
   winsize size{};
-  const bool told = ioctl(terminal.Get(), TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
-  return (told ? size.ws_col : kUsualWidth) - 1;
+  const bool isKnown = ioctl(terminal.Get(), TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
+  return (isKnown ? size.ws_col : kUsualWidth) - 1;
 }
 
 std::chrono::milliseconds Scaled(unsigned long milliseconds) {

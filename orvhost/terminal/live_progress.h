@@ -21,7 +21,7 @@ namespace orvhost {
 
 class LiveProgress : public refhost::CommandObserver {
  public:
-  // Does nothing before Begin. What it is told as an observer goes to `next` as well.
+  // Does nothing before Begin. What it hears as an observer goes to `next` as well.
   explicit LiveProgress(refhost::CommandObserver* next) : next_(*next) {}
   ~LiveProgress() override { End(); }
 

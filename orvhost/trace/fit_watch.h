@@ -1,4 +1,4 @@
-// Reads the plug-in's trace while it judges a package for this machine and keeps what it told of the machine's model.
+// Reads the plug-in's trace while it judges a package for this machine and keeps what it says of the machine's model.
 // Like TraceWatch it guesses nothing: each answer rests on a line that the plug-in wrote.
 #ifndef ORVHOST_TRACE_FIT_WATCH_H
 #define ORVHOST_TRACE_FIT_WATCH_H
@@ -19,10 +19,10 @@ class FitWatch : public refhost::TraceSink {
 
   void Write(const refhost::TraceRecord& record) override;
 
-  // The machine, when the plug-in told that its model is not the package's.
+  // The machine, when the plug-in said that its model is not the package's.
   [[nodiscard]] const std::optional<Machine>& OfOtherModel() const { return ofOtherModel_; }
 
-  // The machine's serial number as the plug-in found it ("" for none), when it told that no model follows from it.
+  // The machine's serial number as the plug-in found it ("" for none), when it said that no model follows from it.
   [[nodiscard]] const std::optional<std::string>& SerialWithoutModel() const { return serialWithoutModel_; }
 
  private:

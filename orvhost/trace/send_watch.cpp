@@ -30,7 +30,7 @@ void SendWatch::Write(const refhost::TraceRecord& record) {
   }
   if (record.level == 0) {
     // The record is written at once when a step has failed for good; an unlock that follows changes nothing.
-    Conclude(State::kFailed, step_.empty() ? "a step that is not told" : step_);
+    Conclude(State::kFailed, step_.empty() ? "an unknown step" : step_);
     return;
   }
   WatchCapability(record.text);

@@ -1,5 +1,5 @@
 // Reads the plug-in's trace while it is written and keeps what a run must know of it: whether writing the flash began,
-// whether the machine was told to go down, and what to show as evidence of a failure. It guesses nothing: each answer
+// whether the machine was asked to go down, and what to show as evidence of a failure. It guesses nothing: each answer
 // rests on a line that the plug-in wrote.
 #ifndef ORVHOST_TRACE_TRACE_WATCH_H
 #define ORVHOST_TRACE_TRACE_WATCH_H

@@ -36,7 +36,7 @@ std::string Joined(const std::vector<std::string>& names) {
   return text;
 }
 
-// Hands the file to `judge`; a file that cannot be read fails whatever is asked.
+// Hands the file to `judge`; a file that cannot be read fails every check.
 template <typename Judge>
 CheckResult OfFile(const Candidate& candidate, Judge judge) {
   std::string error;
@@ -92,7 +92,7 @@ CheckResult CheckLibraries(const Candidate& candidate) {
   });
 }
 
-// Without them it takes its base classes from whatever happens to be loaded before it.
+// Without them it takes its base classes from what happens to be loaded before it.
 CheckResult CheckHostLibraries(const Candidate& candidate) {
   return OfFile(candidate, [](const LibraryFile& file) {
     std::vector<std::string> missing;

@@ -21,7 +21,7 @@ struct CheckResult {
 
 // Forks, lets the child call `check` and tells what came of it: the check's own result; a failure when the child threw,
 // was ended by a signal, ended by itself without a result, or did not come back within `limit`. The child has no
-// standard input and its outputs are discarded. Whatever it started in its process group is killed. Call it while this
+// standard input and its outputs are discarded. All that it started in its process group is killed. Call it while this
 // process has one thread.
 [[nodiscard]] CheckResult RunIsolated(const std::function<CheckResult()>& check, std::chrono::milliseconds limit);
 

@@ -59,7 +59,7 @@ CheckResult CheckRelease(const Candidate& candidate) {
 
 CheckResult CheckLifeCycle(const Candidate& candidate) {
   return WithPlugin(candidate, [](const Plugin& plugin) {
-    plugin.Release(plugin.Create(kVendorClassName, kProvider));  // what the first object opens for good counts not
+    plugin.Release(plugin.Create(kVendorClassName, kProvider));  // what the first object opens for good is left out
     const Holdings before;
     for (int i = 0; i < kManyTimes; ++i) {
       CVendor* vendor = plugin.Create(kVendorClassName, kProvider);
@@ -192,7 +192,7 @@ std::span<const ValidationCheck> ObjectChecks() {
       {"class-name", "An object tells the class that it was asked for.", {"object"}, CheckClassName},
       {"link-device", "Linking an object to the device makes its firmware handler.", {"object"}, CheckLinkDevice},
       {"release", "Releasing an object ends it and its firmware handler.", {"link-device"}, CheckRelease},
-      {"life-cycle", "Objects come and go many times and leave nothing behind.", {"link-device"}, CheckLifeCycle},
+      {"life-cycle", "Objects come and go many times and leave nothing over.", {"link-device"}, CheckLifeCycle},
       {"two-objects", "Two objects live side by side.", {"object"}, CheckTwoObjects},
       {"answers", "What needs no device is answered as the contract says.", {"link-device"}, CheckAnswers},
       {"lists", "Lists are appended to and never cleared.", {"link-device"}, CheckLists},

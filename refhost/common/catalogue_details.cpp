@@ -70,7 +70,7 @@ constexpr auto kDetails = std::to_array<Detail>({
      "Give another folder with --out, or free space."},
     {"28", "the disk information is missing or malformed",
      "The management library is missing, fails, or answers with something that is not bytes.",
-     "Install or mend the management library in INSTALL_PATH/MngSrv."},
+     "Install or repair the management library in INSTALL_PATH/MngSrv."},
     {"29", "a step of the transfer to the service processor failed",
      "Locking, writing, signing, unlocking or announcing the file was refused three times.",
      "Run \"orvhost notify\" again; its text names the step."},

@@ -19,7 +19,7 @@ constexpr auto kMessages = std::to_array<Message>({
      "Run \"orvhost apply\" again. If it stays refused, restart the BMC and try once more."},
     {"MSGID_BMC_0004_F", 1, "The machine could not be shut down to activate the new firmware (%1).",
      "The machine is still up, so the BMC has not changed its firmware.",
-     "Mend what the detail code names. With 19 the BMC is ready, so shut the machine down by hand (shutdown -h now). "
+     "Repair what the detail code names. With 19 the BMC is ready, so shut the machine down by hand (shutdown -h now). "
      "Run \"orvhost verify\" when it is up again."},
     {"MSGID_BMC_0008_F", 1, "A firmware version is not in the form that can be compared (%1).",
      "The two versions count as equal, so nobody can tell which one is newer. The flash was not touched.",
@@ -27,7 +27,7 @@ constexpr auto kMessages = std::to_array<Message>({
     {"MSGID_BMC_0009_F", 1, "A step of the update failed on this machine, outside the BMC (%1).",
      "With 0F, 10, 24 or 2A alone nothing was written in this attempt. With 17 after a flash run, the firmware may be "
      "written although the update counts as failed.",
-     "Mend what the detail code names, keep the machine powered, and run the same command again."},
+     "Repair what the detail code names, keep the machine powered, and run the same command again."},
     {"MSGID_BMC_0011_F", 1, "The update was stopped because the BMC does not tell its firmware version (%1).",
      "The BMC did not answer three times before anything was written. The flash was not touched.",
      "Wait a minute in case the BMC is restarting, check with \"orvhost identify\", then run the update again."},
@@ -50,7 +50,7 @@ constexpr auto kMessages = std::to_array<Message>({
      "Install the package ipmitool, then run the same command again."},
     {"MSGID_BMC_0018_F", 1, "The device configuration report could not be made (%1).",
      "No report of this run is there. A report changes nothing on the device.",
-     "Mend what the detail code and the error lines beside it name, then run the report again."},
+     "Repair what the detail code and the error lines beside it name, then run the report again."},
     {"MSGID_BMC_0019_F", 1, "The device configuration report cannot be started (%1).",
      "The BMC did not answer three times, so there is nothing to report. Nothing was changed.",
      "Wait a minute in case the BMC is restarting, check with \"orvhost identify\", then run the report again."},
@@ -76,7 +76,7 @@ constexpr auto kMessages = std::to_array<Message>({
     {"MSGID_BMC_0026_F", 1, "The disk information could not be gathered: the management library failed (%1).",
      "The library could not be used, or it gave an error other than 01 and 02. The service processor keeps what it "
      "knew before.",
-     "Look at the error lines beside this record, mend the library, then run \"orvhost notify\" again."},
+     "Look at the error lines beside this record, repair the library, then run \"orvhost notify\" again."},
     {"MSGID_BMC_0027_F", 1, "The update script did not write the firmware and sensor records successfully (%1).",
      "The script was started, so writing may have begun. The detail code tells which of the two parts is missing.",
      "Keep the machine powered, do not reboot it, and run the same command again."},

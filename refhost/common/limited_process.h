@@ -1,5 +1,5 @@
 // Runs work on what somebody else made (an archive) in a process of its own, which may take so much memory and
-// processor time and no more; whatever becomes of that process is a result like any other.
+// processor time and no more; what becomes of that process is a result like any other.
 #ifndef REFHOST_COMMON_LIMITED_PROCESS_H
 #define REFHOST_COMMON_LIMITED_PROCESS_H
 

@@ -178,5 +178,5 @@ std::string CCommon_Information::GetResultLine(const std::string& command) {
     line = read.Text();
   }
   result.output = line;
-  return std::string(line);  // a copy: the observer is told of the line behind this
+  return std::string(line);  // a copy: the observer hears of the line after this
 }

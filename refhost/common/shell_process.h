@@ -1,4 +1,4 @@
-// One shell command as a child process in a process group of its own: started cheaply whatever the size of this
+// One shell command as a child process in a process group of its own: started cheaply for any size of this
 // process, waited for up to a deadline, and ended with its whole group when the deadline passes.
 #ifndef REFHOST_COMMON_SHELL_PROCESS_H
 #define REFHOST_COMMON_SHELL_PROCESS_H

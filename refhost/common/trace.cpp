@@ -25,7 +25,7 @@ bool IsControl(char character) {
   return (byte < 0x20 && character != '\t') || byte == 0x7f;
 }
 
-// A record stays one line whatever the text holds.
+// A record stays one line with any text.
 std::string EscapeControls(std::string text) {
   if (std::ranges::none_of(text, IsControl)) {
     return text;

@@ -10,17 +10,17 @@ namespace {
 using Kind = ArchiveMember::Kind;
 
 // Of a name in a sentence.
-constexpr std::size_t kLongestTold = 100;
+constexpr std::size_t kLongestShown = 100;
 
 constexpr std::size_t kLongestName = 1024;
 constexpr std::size_t kDeepest = 16;
 
-std::string Told(const std::string& name) {
-  return name.size() <= kLongestTold ? name : name.substr(0, kLongestTold) + "...";
+std::string Shown(const std::string& name) {
+  return name.size() <= kLongestShown ? name : name.substr(0, kLongestShown) + "...";
 }
 
 [[noreturn]] void Refuse(const ArchiveMember& member, const std::string& reason) {
-  throw ArchiveError("member [" + Told(member.name) + "]: " + reason);
+  throw ArchiveError("member [" + Shown(member.name) + "]: " + reason);
 }
 
 void CheckLink(const ArchiveMember& member, const MemberPath& path) {
@@ -30,7 +30,7 @@ void CheckLink(const ArchiveMember& member, const MemberPath& path) {
   const bool contained = member.kind == Kind::kSymlink ? IsContainedLink(path, member.linkTarget)
                                                        : ParseMemberName(member.linkTarget).has_value();
   if (!contained) {
-    Refuse(member, "the link to [" + Told(member.linkTarget) + "] leaves the folder");
+    Refuse(member, "the link to [" + Shown(member.linkTarget) + "] leaves the folder");
   }
 }
 

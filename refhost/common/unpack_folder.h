@@ -1,6 +1,6 @@
 // The folder into which an archive is unpacked. Every path is walked from the folder's own descriptor, component by
-// component and never through a symbolic link, so nothing outside can be written, whatever the archive or somebody else
-// puts into the folder meanwhile.
+// component and never through a symbolic link, so nothing outside can be written by an archive, nor by what somebody
+// else puts into the folder meanwhile.
 #ifndef REFHOST_COMMON_UNPACK_FOLDER_H
 #define REFHOST_COMMON_UNPACK_FOLDER_H
 

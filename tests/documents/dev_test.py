@@ -101,8 +101,8 @@ class Dev(unittest.TestCase):
         self.assertIn("libarchive-dev", ran[1].split())
 
     def test_help_lists_every_command(self):
-        told = re.findall(r"(?m)^  ([a-z]+)", self.dev("help").stdout)
-        self.assertEqual(sorted(told), sorted({command.split()[0] for command in STEPS} - {"help"}))
+        stated = re.findall(r"(?m)^  ([a-z]+)", self.dev("help").stdout)
+        self.assertEqual(sorted(stated), sorted({command.split()[0] for command in STEPS} - {"help"}))
 
     def test_an_unknown_command_fails(self):
         done = self.dev("demolish")

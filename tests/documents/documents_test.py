@@ -111,6 +111,13 @@ class Words(unittest.TestCase):
             with self.subTest(str(document.relative_to(REPOSITORY))):
                 self.assertEqual(NOT_PLAIN.findall(prose(document.read_text())), [])
 
+    def test_those_of_the_sources_are_plain_too(self):
+        for room in ("orvhost", "refhost", "posix", "lab", "bench", "fuzz", "tools", "packaging"):
+            for source in (REPOSITORY / room).rglob("*"):
+                if source.suffix in (".h", ".cpp", ".py", ".txt"):
+                    with self.subTest(str(source.relative_to(REPOSITORY))):
+                        self.assertEqual(NOT_PLAIN.findall(source.read_text()), [])
+
     def test_others_are_found(self):
         self.assertEqual(NOT_PLAIN.findall(prose("It is Told.\n\n```\ntold\n```\nThe verdict `told`, \"mend it\"; mended.")),
                          ["Told", "mended"])

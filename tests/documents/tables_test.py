@@ -38,16 +38,16 @@ def sources(*folders: str) -> str:
 class Trace(unittest.TestCase):
     def test_levels(self):
         values = re.findall(r"TRACE_DBG_\w+ = (\d+)", document("host/DllCommon.h"))
-        told = [row[0] for row in rows(document("docs/trace.md").split("\n## ")[0])]
-        self.assertEqual(sorted(told), sorted(values))
+        stated = [row[0] for row in rows(document("docs/trace.md").split("\n## ")[0])]
+        self.assertEqual(sorted(stated), sorted(values))
 
     def test_records_and_codes(self):
         done = subprocess.run([os.environ["ORVHOST"], "explain", "--json"], check=True, capture_output=True, text=True)
         known = json.loads(done.stdout)["explanations"]
         table = rows(section("docs/trace.md", "## Records"))
-        told = [name if name.startswith("MSGID") else f"MSGID_BMC_{name}"
+        stated = [name if name.startswith("MSGID") else f"MSGID_BMC_{name}"
                 for row in table for name in re.findall(r"`([\w]+_F)`", row[0])]
-        self.assertEqual(sorted(told), sorted(entry["code"] for entry in known if entry["kind"] == "message"))
+        self.assertEqual(sorted(stated), sorted(entry["code"] for entry in known if entry["kind"] == "message"))
         codes = {run[at:at + 2] for row in table for run in re.findall(r"`((?:[0-9A-F]{2})+)`", row[2])
                  for at in range(0, len(run), 2)}
         self.assertEqual(sorted(codes - {"02", "01"}),  # the management library's own
@@ -61,19 +61,20 @@ class Requests(unittest.TestCase):
                                               sources(*PLUGIN)) if request.count('"') >= 4]
         self.assertGreaterEqual(len(requests), 15)
         table = rows(document("docs/ipmi-commands.md").split("## Standard commands")[1])
-        told = [re.findall(r"\b[0-9a-f]{2}\b", (row[1] + " " + row[2]).lower()) for row in table if len(row) > 3]
+        stated = [re.findall(r"\b[0-9a-f]{2}\b", (row[1] + " " + row[2]).lower()) for row in table if len(row) > 3]
         for request in requests:
             with self.subTest(" ".join(request)):
                 # The bytes in their order; between them stand file and event in words.
-                self.assertTrue([row for row in told if row[:2] == request[:2]
+                self.assertTrue([row for row in stated if row[:2] == request[:2]
                                  and all(byte in row for byte in request[2:])], "not in docs/ipmi-commands.md")
 
     def test_no_other_request(self):
         code = re.sub(r"(?m)^.*ConfigFile.*$", "", sources(*PLUGIN))
         own = set(re.findall(r'\{"([0-9a-fA-F]{2})", "([0-9a-fA-F]{2})"', code))
         own = {f"{netfn} {command}".lower() for netfn, command in own}
-        told = {command.lower() for command in re.findall(r"\| `([0-9a-fA-F]{2} [0-9a-fA-F]{2})` \|", document("docs/ipmi-commands.md"))}
-        self.assertEqual(told, own)
+        stated = {command.lower() for command in
+                  re.findall(r"\| `([0-9a-fA-F]{2} [0-9a-fA-F]{2})` \|", document("docs/ipmi-commands.md"))}
+        self.assertEqual(stated, own)
 
 
 class HostContract(unittest.TestCase):
@@ -90,21 +91,23 @@ class VirtualServer(unittest.TestCase):
     def test_every_command_of_the_bmc(self):
         built = {f"{netfn} {command}" for netfn, command in
                  re.findall(r"\{0x([0-9a-f]{2}), 0x([0-9a-f]{2}), [^}]*&\w+::", sources("lab/bmc"))}
-        told = set(re.findall(r"(?m)^\| `([0-9a-f]{2} [0-9a-f]{2})\b", section("docs/lab.md", "## The BMC's commands")))
+        stated = set(re.findall(r"(?m)^\| `([0-9a-f]{2} [0-9a-f]{2})\b",
+                                section("docs/lab.md", "## The BMC's commands")))
         self.assertGreater(len(built), 20)
-        self.assertEqual(told - {"06 01"}, built)  # the simulator's own
+        self.assertEqual(stated - {"06 01"}, built)  # the simulator's own
 
     def test_every_order(self):
         built = re.findall(r'\{"([a-z-]+)", &Server::Order', sources("lab/server"))
-        told = [re.match(r"`([a-z-]+)", row[0]).group(1) for row in rows(section("docs/lab.md", "## Orders"))]
-        self.assertEqual(sorted(told), sorted(built))
+        stated = [re.match(r"`([a-z-]+)", row[0]).group(1) for row in rows(section("docs/lab.md", "## Orders"))]
+        self.assertEqual(sorted(stated), sorted(built))
 
 
 class Orvhost(unittest.TestCase):
     def test_every_exit_code(self):
         codes = re.findall(r"(?m)^  k\w+ = (\d+), ", document("orvhost/interface/outcome.h"))
-        told = re.findall(r"(?m)^\| (\d+) \| .* \|$", document("orvhost/README.md").split("| Exit code |")[1].split("\n\n")[0])
-        self.assertEqual(told, codes)
+        stated = re.findall(r"(?m)^\| (\d+) \| .* \|$",
+                            document("orvhost/README.md").split("| Exit code |")[1].split("\n\n")[0])
+        self.assertEqual(stated, codes)
 
     def test_every_subcommand(self):
         built = re.findall(r'"([a-z]+)"', re.search(r'"command": \{\s*"enum": \[(.*?)\]', document(SCHEMA), re.DOTALL)[1])

@@ -37,8 +37,8 @@ class Completion(unittest.TestCase):
         return sorted(done.stdout.split())
 
     def test_the_subcommands_are_those_of_the_help(self):
-        told = subprocess.run([PROGRAM, "--help"], check=True, capture_output=True, text=True).stdout
-        names = re.findall(r"^  ([a-z]+) ", told.partition("Subcommands:")[2].partition("\n\n")[0], re.MULTILINE)
+        stated = subprocess.run([PROGRAM, "--help"], check=True, capture_output=True, text=True).stdout
+        names = re.findall(r"^  ([a-z]+) ", stated.partition("Subcommands:")[2].partition("\n\n")[0], re.MULTILINE)
         self.assertIn("update", names)
         self.assertEqual(self.complete(""), sorted(names))
 

@@ -39,8 +39,8 @@ class Manual(unittest.TestCase):
         self.assertEqual(sorted(path.name for path in PAGES.iterdir()), sorted(f"{name}.1.gz" for name in self.names))
 
     def test_the_main_page_names_every_subcommand(self):
-        told = re.findall(r"^\.TP\n(\w+)$", section("orvhost", "SUBCOMMANDS"), re.MULTILINE)
-        self.assertEqual(sorted(told), sorted(self.subcommands))
+        stated = re.findall(r"^\.TP\n(\w+)$", section("orvhost", "SUBCOMMANDS"), re.MULTILINE)
+        self.assertEqual(sorted(stated), sorted(self.subcommands))
 
     def test_the_formatters_have_nothing_to_complain_about(self):
         for name in self.names:
@@ -65,9 +65,9 @@ class Manual(unittest.TestCase):
     def test_every_option_stands_in_a_page(self):
         options = set(re.findall(r'(?:add_(?:option|flag)\(|\{)"(?:-\w,)?(--[a-z-]+)"', TOOL))
         self.assertLessEqual({"--plugin", "--verbose", "--dry-run", "--out"}, options)
-        told = "".join(section(name, "OPTIONS") for name in self.names).replace("\\-", "-")
+        stated = "".join(section(name, "OPTIONS") for name in self.names).replace("\\-", "-")
         for option in sorted(options):
-            self.assertRegex(told, rf"(?m)^\\fB(-\w\\fR, \\fB)?{option}\\fR")
+            self.assertRegex(stated, rf"(?m)^\\fB(-\w\\fR, \\fB)?{option}\\fR")
 
     def test_every_exit_code_stands_in_the_main_page(self):
         outcome = (SOURCES / "interface" / "outcome.h").read_text()
@@ -79,8 +79,8 @@ class Manual(unittest.TestCase):
         names = {name for room in (SOURCES, SOURCES.parent / "refhost") for path in room.rglob("*.cpp")
                  for name in re.findall(r'getenv\("(\w+)"\)', path.read_text())}
         self.assertIn("ORVHOST_LAB_SLEEP_SCALE", names)
-        told = set(re.findall(r"^\.TP\n(\w+)$", section("orvhost", "ENVIRONMENT"), re.MULTILINE))
-        self.assertEqual(told, names)
+        stated = set(re.findall(r"^\.TP\n(\w+)$", section("orvhost", "ENVIRONMENT"), re.MULTILINE))
+        self.assertEqual(stated, names)
 
     def test_a_page_reads_as_the_help_does(self):
         page = rendered("orvhost-update")

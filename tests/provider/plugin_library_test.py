@@ -119,7 +119,7 @@ def readelf(option: str) -> str:
 
 
 def declarations(symbols: list[str]) -> set[str]:
-    """The symbols as a reader of the contract writes them, whichever ABI they are built for."""
+    """The symbols as a reader of the contract writes them, for every ABI they are built for."""
     text = subprocess.run(["c++filt"], input="\n".join(symbols), check=True, capture_output=True, text=True).stdout
     text = text.replace("[abi:cxx11]", "").replace("std::__cxx11::", "std::")
     text = re.sub(r"std::basic_string<char, std::char_traits<char>, std::allocator<char> ?>", "std::string", text)

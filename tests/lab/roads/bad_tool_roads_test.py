@@ -31,7 +31,7 @@ class AServerWithoutAnIpmiTool(Road):
         self.assert_report(run, 7, command="update", verdict="bmc-unreadable", phase="fit", changed=False,
                            flash_touched=False, before="", after="",
                            cause="The BMC does not tell its firmware version.")
-        self.assert_in_trace(run, *[line for told in NO_VERSION for line in (failure, told % code)])
+        self.assert_in_trace(run, *[line for stated in NO_VERSION for line in (failure, stated % code)])
         evidence = run.report["error"]["evidence"]
         self.assertEqual(evidence["completion_code"], code)
         self.assertEqual(evidence["records"], [])
@@ -48,8 +48,8 @@ class AServerWithoutAnIpmiTool(Road):
                 self.assert_in_trace(done, "1 ipmicmd is nothing", "1 ipmitool is nothing",
                                      "2 Failed to get IPMI tool path", "R " + NO_TOOL,
                                      "4 CBMC_KESTREL_Firmware::CBMC_KESTREL_Firmware() [END]")
-                (told,) = done.report["error"]["evidence"]["records"]
-                self.assertIn("neither of the IPMI tools is installed", told)
+                (stated,) = done.report["error"]["evidence"]["records"]
+                self.assertIn("neither of the IPMI tools is installed", stated)
                 self.assert_nothing_happened(done)
 
     def test_an_update_fails_with_a_tool_that_prints_words_that_are_not_two_characters(self):

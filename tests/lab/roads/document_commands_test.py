@@ -42,13 +42,13 @@ class LabServer:
         self.end()
 
     def wait(self) -> "LabServer":
-        told = []
+        stated = []
         for line in self._process.stderr:
-            told.append(line)
+            stated.append(line)
             if "run folder" in line:
                 break
         else:
-            raise AssertionError("The server did not start:\n" + "".join(told))
+            raise AssertionError("The server did not start:\n" + "".join(stated))
         self.run = next(self._folder.glob("kv6000-*"))
         self.guest = Guest(self.run, self.order)
         return self

@@ -108,8 +108,8 @@ class JournalRoad(Road):
         if next_step:
             machine = "was started anew since" if restarted or self.restarts else "has been up since"
             self.assertEqual(facts["machine"], machine)
-        told = "touched" if run.report["flash_touched"] else "untouched"
-        self.table.append((step, self.how, run.report["verdict"], told, next_step or "none", second_run()))
+        stated = "touched" if run.report["flash_touched"] else "untouched"
+        self.table.append((step, self.how, run.report["verdict"], stated, next_step or "none", second_run()))
 
     def update_works(self, package: str, version: str) -> str:
         self.start_counting()

@@ -6,7 +6,7 @@ import unittest
 from journal_road import APPLY, CHECK_FLAG, FLAG, HALT, IN_THE_FLASH, SHUT_DOWN, UPDATE_AGAIN, WAIT, JournalRoad
 
 FLASH_TOOL = "/srv/orv/KV6KBMC/Yafuflash"
-# Of the processes that a run started, whichever are left.
+# Of the processes that a run started, those that are left.
 LEFT = "grep -ls 'ORVHOST_RU[N]=' /proc/[0-9]*/environ"
 
 

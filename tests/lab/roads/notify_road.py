@@ -40,7 +40,7 @@ class Course(NamedTuple):
 
     requests: list
     lines: list
-    told: str
+    stated: str
 
 
 def steps(file: str, record: bytes) -> list:
@@ -145,9 +145,9 @@ class NotifyRoad(Road):
                     self.server.bmc(fault_order(step, failures[step.name]))
         self.start_counting()
         done = self.notify()
-        told = [courses[file].told for file in (OS, DISKS)]
-        failed = 2 - told.count("sent")
-        self.assert_told(done, 7 if failed else 0, "not-sent" if failed else "sent", *told,
+        stated = [courses[file].stated for file in (OS, DISKS)]
+        failed = 2 - stated.count("sent")
+        self.assert_sender(done, 7 if failed else 0, "not-sent" if failed else "sent", *stated,
                          failed * ["MSGID_BMC_0021_F 29"])
         self.assertEqual(self.asked(), [self.capability, *courses[OS].requests,
                                         self.capability, *courses[DISKS].requests])
@@ -174,10 +174,10 @@ class NotifyRoad(Road):
 
     # What must be true afterwards.
 
-    def told(self, run) -> list:
+    def stated(self, run) -> list:
         return [line for line in run.trace if TELLING.match(line)]
 
-    def assert_told(self, run, exit_code, verdict, os, disks, records=(), err=""):
+    def assert_sender(self, run, exit_code, verdict, os, disks, records=(), err=""):
         """What the operator reads; `err` is what programs that the plug-in runs complain of, which is kept for later."""
         self.assert_report(run, exit_code, command="notify", verdict=verdict, phase="send",
                            facts={"operating_system": os, "disks": disks})
@@ -188,7 +188,7 @@ class NotifyRoad(Road):
         """The telling lines of the trace are those of the two senders: between the beginning of each and its end stand
         `os` and `disks`, which hold the end lines."""
         names = [f"1 osname=[{self.os_name if name is None else name}]", f"1 hostname=[{host}]"]
-        self.assertEqual(self.told(run), [BEGIN_OF_ALL, BEGIN[OS], *names, *os, BEGIN[DISKS], *disks])
+        self.assertEqual(self.stated(run), [BEGIN_OF_ALL, BEGIN[OS], *names, *os, BEGIN[DISKS], *disks])
 
     def assert_files(self, os=None, disks=None, locked=()):
         """The stored bytes, None for those of before, and which files stay locked."""

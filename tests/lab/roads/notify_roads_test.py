@@ -18,7 +18,7 @@ class AServerWithBothTools(NotifyRoad):
         self.store(DISKS, OLD_DISKS)
 
     def assert_sent(self, run):
-        self.assert_told(run, 0, "sent", "sent", "sent")
+        self.assert_sender(run, 0, "sent", "sent", "sent")
         self.assertEqual(run.report["changed"], True)
         self.assert_files(self.os_record, DISK_RECORD)
         self.assertEqual(self.announced(), (1, 1))
@@ -39,7 +39,7 @@ class AServerWithBothTools(NotifyRoad):
             self.offer(0x01)
             self.start_counting()
             done = self.notify()
-            self.assert_told(done, 0, "partly-sent", "sent", "not supported by this BMC (its capabilities are 01)")
+            self.assert_sender(done, 0, "partly-sent", "sent", "not supported by this BMC (its capabilities are 01)")
             self.assertEqual(self.asked(), [self.capability, *os.requests, self.capability])
             self.assert_trace(done, os.lines, ["1 Send HDD Information not supported",
                                                END[DISKS]])
@@ -48,9 +48,9 @@ class AServerWithBothTools(NotifyRoad):
             self.offer(0x0a)
             self.start_counting()
             done = self.notify()
-            self.assert_told(done, 0, "partly-sent", "not supported by this BMC (its capabilities are 0a)", "sent")
+            self.assert_sender(done, 0, "partly-sent", "not supported by this BMC (its capabilities are 0a)", "sent")
             self.assertEqual(self.asked(), [self.capability, self.capability, *disks.requests])
-            self.assertEqual(self.told(done), [BEGIN_OF_ALL, BEGIN[OS], "1 Send OS Information not supported",
+            self.assertEqual(self.stated(done), [BEGIN_OF_ALL, BEGIN[OS], "1 Send OS Information not supported",
                                                "4 CBMC_KESTREL_Firmware::ExecSendOSInfo [END]",
                                                BEGIN[DISKS], *LIBRARY_LINES, *disks.lines])
             self.assert_files(None, DISK_RECORD)
@@ -79,11 +79,11 @@ class AServerWithBothTools(NotifyRoad):
                 self.server.bmc(order)
                 self.start_counting()
                 done = self.notify()
-                told = f"not supported by this BMC ({reason})"
+                stated = f"not supported by this BMC ({reason})"
                 complaints = answers.count("c1") * ipmitool_complaint("4", "c1", "Invalid command")
-                self.assert_told(done, 0, "not-supported", told, told, err=complaints)
+                self.assert_sender(done, 0, "not-supported", stated, stated, err=complaints)
                 self.assertEqual(done.report["changed"], False)
-                self.assertEqual(self.told(done), lines)
+                self.assertEqual(self.stated(done), lines)
                 self.assertEqual(self.asked(), [f"3c 04 -> {answer}" for answer in answers])
                 self.assert_files()
 
@@ -133,7 +133,7 @@ class AServerWithBothTools(NotifyRoad):
         with self.only_ipmitool():
             done = self.notify(pauses=SHORT_PAUSES)
         os, disks = course(OS, self.os_record, {"piece 0": 1}, code=""), course(DISKS, DISK_RECORD)
-        self.assert_told(done, 0, "sent", "sent", "sent", err=ipmitool_complaint("69", "c3", "Timeout"))
+        self.assert_sender(done, 0, "sent", "sent", "sent", err=ipmitool_complaint("69", "c3", "Timeout"))
         lock, piece, *rest = os.requests
         self.assertEqual(self.asked(), [self.capability, lock, f"{piece}silence", *rest,
                                         self.capability, *disks.requests])
@@ -149,7 +149,7 @@ class AServerWithBothTools(NotifyRoad):
         self.server.bmc(f"silent 3c 69 3 05 {OS} 00 00 20")
         done = self.notify(pauses=SHORT_PAUSES)
         os, disks = course(OS, self.os_record, {"piece 1": FOR_GOOD}, code="c3"), course(DISKS, DISK_RECORD)
-        self.assert_told(done, 7, "not-sent", os.told, "sent", [RECORDED.removeprefix("R ")])
+        self.assert_sender(done, 7, "not-sent", os.stated, "sent", [RECORDED.removeprefix("R ")])
         self.assertEqual(self.asked(), [self.capability, *(line.replace("-> c3", "-> silence") for line in os.requests),
                                         self.capability, *disks.requests])
         self.assert_trace(done, os.lines, LIBRARY_LINES + disks.lines)

@@ -37,7 +37,7 @@ class AServerWithOddSources(NotifyRoad):
         self.start_counting()
         done = self.notify()
         record = os_record(sent_name, host)
-        self.assert_told(done, 0, "partly-sent", "sent", "not supported by this BMC (its capabilities are 01)", **odd)
+        self.assert_sender(done, 0, "partly-sent", "sent", "not supported by this BMC (its capabilities are 01)", **odd)
         self.assertEqual(self.asked(), [self.capability, *course(OS, record).requests, self.capability])
         self.assert_trace(done, course(OS, record).lines,
                           ["1 Send HDD Information not supported", END[DISKS]], name, host)
@@ -92,9 +92,9 @@ class AServerWithOddSources(NotifyRoad):
             self.server.put_management_library(**answer)
         self.start_counting()
         done = self.notify()
-        self.assert_told(done, 7, "not-sent", NO_OS_FILE, disks, records)
+        self.assert_sender(done, 7, "not-sent", NO_OS_FILE, disks, records)
         self.assertEqual(self.asked(), 2 * [self.capability])
-        self.assertEqual(self.told(done)[5:], lines)
+        self.assertEqual(self.stated(done)[5:], lines)
         self.assert_files(None, None)
 
     def test_the_disk_file_fails_when_the_library_cannot_be_loaded(self):
@@ -121,7 +121,7 @@ class AServerWithOddSources(NotifyRoad):
     def test_the_disk_file_fails_when_the_query_fails(self):
         record = DISK_RECORD.hex()
         says = " The disk information could not be gathered: the management library reports error {}."
-        for answer, codes, told, thrown in (
+        for answer, codes, stated, thrown in (
                 ({"error": "02", "warning": "00"}, "ErrCode:[02] WrnCode:[00]",
                  "MSGID_BMC_0024_F" + says.format("02"), []),
                 ({"error": "01", "warning": "01"}, "ErrCode:[01] WrnCode:[01]",
@@ -131,8 +131,8 @@ class AServerWithOddSources(NotifyRoad):
                  ["2 MngSrv_OrvLib API(GetHddInfoToSVP) threw an exception. no controller"])):
             with self.subTest(answer):
                 lines = [*LIBRARY_LINES[:5], *thrown, LIBRARY_LINES[5], *ENDING, f"1 {codes}",
-                         "2 GetHddInfoToSVP Error!", f"R {told}"]
-                self.assert_not_sent(ASK, [told], lines, {"info": record, "fails": True, **answer})
+                         "2 GetHddInfoToSVP Error!", f"R {stated}"]
+                self.assert_not_sent(ASK, [stated], lines, {"info": record, "fails": True, **answer})
 
     def test_the_disk_file_fails_at_an_odd_number_of_digits(self):
         digits = 65 * "a"
@@ -147,8 +147,9 @@ class AServerWithOddSources(NotifyRoad):
                 self.server.put_management_library(info=DISK_RECORD.hex(), error=error, warning=warning)
                 self.start_counting()
                 done = self.notify()
-                self.assert_told(done, 0, "partly-sent", NO_OS_FILE, "sent")
-                self.assertEqual(self.told(done)[5:], [*LIBRARY_LINES[:-1], f"1 ErrCode:[{error}] WrnCode:[{warning}]",
+                self.assert_sender(done, 0, "partly-sent", NO_OS_FILE, "sent")
+                self.assertEqual(self.stated(done)[5:], [*LIBRARY_LINES[:-1],
+                                                         f"1 ErrCode:[{error}] WrnCode:[{warning}]",
                                                        END[DISKS]])
                 self.assert_files(None, DISK_RECORD)
 
@@ -156,7 +157,7 @@ class AServerWithOddSources(NotifyRoad):
         self.offer(0x02)
         self.server.put_management_library(info="", error="00", warning="00")
         self.start_counting()
-        self.assert_told(self.notify(), 0, "partly-sent", NO_OS_FILE, "sent")
+        self.assert_sender(self.notify(), 0, "partly-sent", NO_OS_FILE, "sent")
         self.assertEqual(self.asked(), [self.capability, self.capability, *course(DISKS, b"").requests])
         self.assert_files(None, b"")
 
@@ -166,13 +167,13 @@ class AServerWithOddSources(NotifyRoad):
         self.start_counting()
         done = self.notify()
         request = "f0 69 05 41 00 00 00 00 00 00 zz"
-        self.assert_told(done, 7, "not-sent", NO_OS_FILE, "failed at writing the file", ["MSGID_BMC_0021_F 29"],
+        self.assert_sender(done, 7, "not-sent", NO_OS_FILE, "failed at writing the file", ["MSGID_BMC_0021_F 29"],
                          err=FOR_GOOD * ("ipmicmd: expected one line of hexadecimal bytes, NetFn/LUN and Cmd first, "
                                          f"not '{request}'\n"))
         not_run = (f'2 Failed to execute command echo {request} | env -u LD_PRELOAD "{MAKER_TOOL}" > '
                    '"INSTALL/tmp/KV6KBMC/IPMIResult-THREAD" return 2')
         failed = "16 Failed to execute IPMI command(OEM Write Server Config File) CompletionCode:"
-        self.assertEqual(self.told(done)[5:], [*LIBRARY_LINES, *2 * [not_run, failed], not_run, RECORDED])
+        self.assertEqual(self.stated(done)[5:], [*LIBRARY_LINES, *2 * [not_run, failed], not_run, RECORDED])
         lock, *_, unlock, _ = course(DISKS, b"").requests
         self.assertEqual(self.asked(), [self.capability, self.capability, lock, unlock])
         self.assert_files(None, None)
@@ -181,7 +182,7 @@ class AServerWithOddSources(NotifyRoad):
         self.server.remove_management_library()
         self.start_counting()
         done = self.notify()
-        self.assert_told(done, 7, "not-sent", "sent", LOAD, ["MSGID_BMC_0023_F 28"])
+        self.assert_sender(done, 7, "not-sent", "sent", LOAD, ["MSGID_BMC_0023_F 28"])
         self.assertEqual(self.asked(), [self.capability, *course(OS, self.os_record).requests, self.capability])
         self.assert_files(self.os_record, None)
 

@@ -176,9 +176,9 @@ class ARackServer(RackRoad):
         self.assert_report(done, 0, command="check", verdict=verdict, phase="compare", changed=False,
                            flash_touched=False, before=pair, after=pair, error=None)
         self.assertEqual(done.records, records)
-        told = f"the BMC already runs version {pair}. " if version == pair else (
+        stated = f"the BMC already runs version {pair}. " if version == pair else (
             f"it holds version {version}, and the BMC runs {pair}. ")
-        self.assertEqual(done.report["summary"].find(begin + told), 0, done.report["summary"])
+        self.assertEqual(done.report["summary"].find(begin + stated), 0, done.report["summary"])
         return done
 
     def test_the_serial_number_decides_which_package_fits(self):

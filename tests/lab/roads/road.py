@@ -217,8 +217,8 @@ class Road(SharedServer):
     def assert_report(self, run: Run, exit_code: int, **fields):
         """The exit code, and fields of the report, those of its error included."""
         report = dict(run.report, **(run.report["error"] or {}))
-        told = {name: report.get(name) for name in fields}
-        self.assertEqual((run.exit, run.report["exit_code"], told), (exit_code, exit_code, fields),
+        stated = {name: report.get(name) for name in fields}
+        self.assertEqual((run.exit, run.report["exit_code"], stated), (exit_code, exit_code, fields),
                          f"\n{json.dumps(run.report, indent=1)}\n{run.err}")
 
     def assert_bmc(self, **expected):

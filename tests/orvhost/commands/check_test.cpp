@@ -203,12 +203,12 @@ TEST_F(DryRun, MethodsRunsNothing) {
   const json object = DryRunJson("methods Reboot");
   EXPECT_EQ(object["verdict"], "dry-run");
   EXPECT_EQ(object["summary"],
-            "Dry run, nothing is changed. The plug-in would be told to run its method Reboot. That takes the machine "
+            "Dry run, nothing is changed. The plug-in would be asked to run its method Reboot. That takes the machine "
             "down at once.");
   EXPECT_EQ(
       DryRunJson("methods frobnicate")["summary"],
-      "Dry run, nothing is changed. The plug-in would be told to run its method frobnicate. Whether it knows that "
-      "method shows only when it is told to.");
+      "Dry run, nothing is changed. The plug-in would be asked to run its method frobnicate. Whether it knows that "
+      "method shows only when it is asked to.");
   Run("methods SendInfoToSVP --dry-run --log-file \"" + (folder_ / "log") + "\"");
   EXPECT_NE(folder_.Read("log").find("LinkDevice"), std::string::npos);
   EXPECT_EQ(folder_.Read("log").find("ExecVendorMethod"), std::string::npos);

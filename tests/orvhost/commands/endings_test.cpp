@@ -45,7 +45,7 @@ class Endings : public Orvhost {
 
   static constexpr const char* kAsked = "tool raw 0x06 0x01 > result";
   static constexpr const char* kFlash = "\"/opt/orv/KV6KBMC/Yafuflash\"  -cd  \"image.ima\"";
-  static constexpr const char* kMend = "Mend what the evidence names, then run the same command again.";
+  static constexpr const char* kMend = "Repair what the evidence names, then run the same command again.";
 };
 
 TEST_F(Endings, Success) {

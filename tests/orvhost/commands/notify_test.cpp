@@ -51,7 +51,7 @@ TEST_F(Notify, AFailureNamesTheStepAndWhatWasSentAllTheSame) {
       "  trace:           Failed to execute IPMI command(OEM Lock Server Config File) CompletionCode:81\n"
       "  completion code: 81\n"
       "  flash:           not touched\n"
-      "  next step:       Mend what the evidence names, then run the same command again; it sends everything "
+      "  next step:       Repair what the evidence names, then run the same command again; it sends everything "
       "anew.\n");
   const json object = RunJson("notify");
   EXPECT_EQ(object["verdict"], "not-sent");
@@ -62,7 +62,7 @@ TEST_F(Notify, AFailureNamesTheStepAndWhatWasSentAllTheSame) {
 TEST_F(Notify, NothingIsMadeUpForAPluginThatTellsNothing) {
   Ask("silent");
   const json object = RunJson("notify");
-  EXPECT_EQ(object["verdict"], "untold");
+  EXPECT_EQ(object["verdict"], "result-unknown");
   EXPECT_EQ(object["changed"], false);
   EXPECT_EQ(object["facts"]["disks"], "unknown (the plug-in does not tell)");
 }

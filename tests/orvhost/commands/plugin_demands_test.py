@@ -1,5 +1,5 @@
 """What the tool says that the plug-in demands stands in the plug-in's sources, in these words, and a plug-in that was
-built with the placeholder of the write-mode phrase can be told by its file."""
+built with the placeholder of the write-mode phrase can be known by its file."""
 
 import os
 import re

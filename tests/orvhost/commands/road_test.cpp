@@ -216,7 +216,7 @@ TEST_F(Orvhost, UpdateFailsBeforeTheFlashWithItsEvidence) {
             "  command:         tool raw 0x34 0x8c 0x55 0xaa 0x01 > result\n"
             "  completion code: C0\n"
             "  flash:           not touched\n"
-            "  next step:       Mend what the evidence names, then run the same command again.\n");
+            "  next step:       Repair what the evidence names, then run the same command again.\n");
   EXPECT_EQ(State().updateStatus, refhost::kUpdateFailed);
   EXPECT_EQ(State().operating.info.moduleVersion, "01-23");
 }

@@ -78,8 +78,9 @@ class OutputSchema(unittest.TestCase):
         for verdict in known:
             with self.subTest(verdict):
                 self.assertIn(f'"{verdict}"', tool)
-        told = set(re.findall(r'verdict = "([a-z-]+)"|ExitCode::k\w+, "([a-z-]+)"|ExitCode\(run_?\), "([a-z-]+)"', tool))
-        self.assertEqual({verdict for groups in told for verdict in groups if verdict} - known, set())
+        stated = set(re.findall(
+            r'verdict = "([a-z-]+)"|ExitCode::k\w+, "([a-z-]+)"|ExitCode\(run_?\), "([a-z-]+)"', tool))
+        self.assertEqual({verdict for groups in stated for verdict in groups if verdict} - known, set())
 
     def assert_refused(self, change: Callable[[dict], object], **wanted):
         output = self.an_output(**wanted)

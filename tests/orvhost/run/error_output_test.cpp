@@ -1,4 +1,4 @@
-// What programs write to the standard error while a run is at work: kept, told with the failure, and not printed.
+// What programs write to the standard error while a run is at work: kept, shown with the failure, and not printed.
 #include "orvhost/run/error_output.h"
 
 #include <fcntl.h>

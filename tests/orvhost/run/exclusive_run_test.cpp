@@ -190,7 +190,7 @@ TEST_F(Lock, AFlashToolThatOutlivesItsKilledRunKeepsOthersAway) {
 
 TEST_F(Lock, AChildOfThePluginThatOutlivesItKeepsOthersAway) {
   Kill(StartAtTheGate(Update(good_), "forks"));
-  ExpectBusy("identify", "The program has ended, but a process that it left behind holds the lock: run ");
+  ExpectBusy("identify", "The program has ended, but a process that it started holds the lock: run ");
   OpenTheGate();
   EXPECT_EQ(RunJson("identify")["exit_code"], 0);
 }

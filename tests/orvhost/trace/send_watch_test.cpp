@@ -106,7 +106,7 @@ TEST_F(Sending, AFailedStepOfOneRecordIsNotThatOfTheNext) {
   Record("MSGID_BMC_0021_F");
   StartDisks();
   Record("MSGID_BMC_0021_F");
-  EXPECT_EQ(Disks(), "failed at a step that is not told");
+  EXPECT_EQ(Disks(), "failed at an unknown step");
 }
 
 TEST_F(Sending, InformationThatCannotBeHadIsAFailureOfItsOwn) {
