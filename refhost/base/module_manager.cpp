@@ -19,12 +19,20 @@ void Trace(const std::string& text) {
   CTraceUtility::WriteDebug("host", CTraceUtility::TRACE_DBG_ERROR, "%s", text.c_str());
 }
 
+// False when there are records that cannot be used; they must not be replaced then.
+bool Load(ModuleState* state) {
+  std::string error;
+  if (refhost::LoadModuleState(refhost::ModuleStateFolder(), state, &error)) {
+    return true;
+  }
+  Trace(error);
+  return false;
+}
+
+// For who only asks.
 ModuleState Load() {
   ModuleState state;
-  std::string error;
-  if (!refhost::LoadModuleState(refhost::ModuleStateFolder(), &state, &error)) {
-    Trace(error);
-  }
+  (void)Load(&state);
   return state;
 }
 
@@ -38,7 +46,10 @@ int Save(const ModuleState& state) {
 }
 
 int Change(const std::function<void(ModuleState*)>& change) {
-  ModuleState state = Load();
+  ModuleState state;
+  if (!Load(&state)) {
+    return host::kFailure;
+  }
   change(&state);
   return Save(state);
 }
@@ -137,7 +148,10 @@ void CModuleManager::SetUpdatePriority(int priority) {
 }
 
 int CModuleManager::InitializeOperatingModuleInfo(std::string version) {
-  ModuleState state = Load();
+  ModuleState state;
+  if (!Load(&state)) {
+    return host::kFailure;
+  }
   if (!state.operating.info.moduleVersion.empty()) {
     return host::kSuccess;
   }
@@ -190,10 +204,10 @@ int CModuleManager::ExecuteUpdateBackup(std::string backupPath, bool useOldModul
 
 int CModuleManager::ExecutePreUpdate(bool useOldModule) {
   auto* firmware = dynamic_cast<CFirmware*>(this);
-  if (firmware == nullptr) {
+  ModuleState state;
+  if (firmware == nullptr || !Load(&state)) {
     return host::kFailure;
   }
-  const ModuleState state = Load();
   const refhost::ModuleRecord& module = Selected(state, useOldModule);
   std::list<std::string> everything;
   return firmware->PreUpdate(module.info.moduleId, FileOf(module), &everything, useOldModule);
@@ -201,10 +215,10 @@ int CModuleManager::ExecutePreUpdate(bool useOldModule) {
 
 int CModuleManager::ExecuteUpdate(bool useOldModule) {
   auto* firmware = dynamic_cast<CFirmware*>(this);
-  if (firmware == nullptr) {
+  ModuleState state;
+  if (firmware == nullptr || !Load(&state)) {
     return host::kFailure;
   }
-  ModuleState state = Load();
   const refhost::ModuleRecord module = Selected(state, useOldModule);
   state.updateStatus = refhost::kUpdateRunning;
   state.updateProgress = 0;
@@ -284,8 +298,12 @@ void CModuleManager::SetDependencyInfo(CManageRepositoryInfo /*package*/) {
 
 // A device's firmware cannot be read back, so the host's own records are what a backup holds.
 int CModuleManager::UpdateBackup(std::string backupPath, bool /*useOldModule*/) {
+  ModuleState state;
   std::string error;
-  if (refhost::SaveModuleState(backupPath, Load(), &error)) {
+  if (!Load(&state)) {
+    return host::kFailure;
+  }
+  if (refhost::SaveModuleState(backupPath, state, &error)) {
     return host::kSuccess;
   }
   Trace(error);

@@ -153,6 +153,25 @@ TEST_F(ModuleManager, ADamagedStateIsTracedAndKeptAside) {
   EXPECT_EQ(folder_.Read("repository/state.json.damaged-1"), "garbage");
 }
 
+// A folder in its place is read by nobody, not even by root.
+TEST_F(ModuleManager, RecordsThatCannotBeReadAreNotReplaced) {
+  Register("01-24");
+  firmware_.calls.clear();
+  const std::string path = folder_ / "repository/state.json";
+  std::filesystem::rename(path, path + ".away");
+  std::filesystem::create_directory(path);
+  EXPECT_EQ(firmware_.ApplyUpdatesRepository(), 1);
+  EXPECT_EQ(firmware_.InitializeOperatingModuleInfo("01-23"), 1);
+  EXPECT_EQ(firmware_.ExecutePreUpdate(false), 1);
+  EXPECT_EQ(firmware_.ExecuteUpdate(false), 1);
+  EXPECT_EQ(firmware_.ExecuteUpdateBackup(folder_ / "backup", false), 1);
+  EXPECT_EQ(firmware_.calls, Lines{});
+  for (const std::string& line : sink_.lines) {
+    EXPECT_NE(line.find("cannot be read"), std::string::npos) << line;  // and none that one cannot be written
+  }
+  EXPECT_FALSE(folder_.Has("backup"));
+}
+
 TEST_F(ModuleManager, AVerifiedUpdateIsRemembered) {
   Register("01-24");
   firmware_.ApplyUpdatesRepository();
