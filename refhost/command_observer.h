@@ -22,9 +22,10 @@ struct CommandRequest {
 };
 
 struct CommandResult {
-  int result;               // as ExecForeignModule answers it, e.g. host::kCommandRan
-  int exitStatus;           // when it ran
-  std::string_view output;  // the first line, when that was asked for
+  int result;                 // as ExecForeignModule answers it, e.g. host::kCommandRan
+  int exitStatus;             // when it ran
+  std::string_view output;    // the first line, when that was asked for
+  bool neverStarted = false;  // no process was made, so nothing of it was done
 };
 
 class REFHOST_EXPORT CommandObserver {

@@ -54,6 +54,9 @@ const char* InWords(const refhost::CommandResult& result) {
   if (result.result == host::kCommandTimedOut) {
     return "timed-out";
   }
+  if (result.neverStarted) {
+    return "not-started";
+  }
   return result.result == host::kCommandRan ? "exited" : "not-run";
 }
 

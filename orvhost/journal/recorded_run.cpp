@@ -38,6 +38,20 @@ bool HasNumber(const std::string& run, const std::string& name) {
          number.substr(std::min(number.size(), number.find_first_not_of('0'))) == name;
 }
 
+void ReplayLine(const JournalEntry& entry, refhost::TraceSink* sink) {
+  const std::string text = entry.Text("text");
+  if (entry.kind == "trace") {
+    const json level = entry.fields.value("level", json());
+    if (level.is_number_integer() && level != 0) {
+      sink->Write({level.get<int>(), "bmc", "", "", text});
+    }
+  } else if (entry.kind == "record") {
+    const std::string id = entry.Text("id");
+    const std::string detail = entry.Text("detail");
+    sink->Write({0, "bmc", id, detail, text});
+  }
+}
+
 }  // namespace
 
 std::string JournalEntry::Text(const char* name) const {
@@ -132,16 +146,19 @@ std::optional<std::string> FindRun(const std::vector<std::string>& runs, const s
 
 void Replay(const RecordedRun& run, refhost::TraceSink* sink) {
   for (const JournalEntry& entry : run.entries) {
-    const std::string text = entry.Text("text");
-    if (entry.kind == "trace") {
-      const json level = entry.fields.value("level", json());
-      if (level.is_number_integer() && level != 0) {
-        sink->Write({level.get<int>(), "bmc", "", "", text});
-      }
-    } else if (entry.kind == "record") {
-      const std::string id = entry.Text("id");
-      const std::string detail = entry.Text("detail");
-      sink->Write({0, "bmc", id, detail, text});
+    ReplayLine(entry, sink);
+  }
+}
+
+void Replay(const RecordedRun& run, TraceWatch* watch) {
+  const JournalEntry* command = nullptr;
+  for (const JournalEntry& entry : run.entries) {
+    ReplayLine(entry, watch);
+    if (entry.kind == "command") {
+      command = &entry;
+    } else if (command != nullptr && entry.kind == "command_end" && entry.Text("result") == "not-started" &&
+               entry.fields.value("n", json()) == command->fields.value("n", json())) {
+      watch->CommandNeverStarted(command->Text("line"));
     }
   }
 }

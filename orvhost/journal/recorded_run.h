@@ -56,6 +56,9 @@ struct RecordedRun {
 // What the plug-in's trace said while that run went on.
 void Replay(const RecordedRun& run, refhost::TraceSink* sink);
 
+// The same, and which shell commands could not be started.
+void Replay(const RecordedRun& run, TraceWatch* watch);
+
 // True when the run could have changed the device, and went far enough to do so.
 [[nodiscard]] bool ReachedTheDevice(const RecordedRun& run);
 

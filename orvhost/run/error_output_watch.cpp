@@ -9,6 +9,9 @@ void ErrorOutputWatch::Starts(const refhost::CommandRequest& request) {
 }
 
 void ErrorOutputWatch::Ended(const refhost::CommandRequest& request, const refhost::CommandResult& result) {
+  if (result.neverStarted) {
+    watch_.CommandNeverStarted(request.line);
+  }
   next_.Ended(request, result);
   Take(Journal::Writer::kLastCommand);
 }

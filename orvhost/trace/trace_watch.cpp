@@ -55,11 +55,17 @@ void TraceWatch::WatchProgress(std::string_view text) {
     command_ = *command;
   }
   if (const auto flash = plugin_lines::FlashStartIn(text)) {
-    flashBegan_ = true;
+    ++flashStarts_;
     flashCommand_ = flash->command;
   } else if (plugin_lines::IsGoingDown(text)) {
     shutdownWasRequested_ = true;
     command_ = text;
+  }
+}
+
+void TraceWatch::CommandNeverStarted(std::string_view line) {
+  if (line == flashCommand_ && flashStarts_ > 0) {
+    --flashStarts_;
   }
 }
 

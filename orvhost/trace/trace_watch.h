@@ -19,10 +19,12 @@ class TraceWatch : public refhost::TraceSink {
 
   // A shell command of the host's starts: what is written to the standard error from here on is its own.
   void CommandStarts() { errorLines_.Clear(); }
+  // That command could not be started. Was it to write the flash, then that did not begin.
+  void CommandNeverStarted(std::string_view line);
   void TakeErrorText(const ErrorText& text) { errorLines_.Add(text); }
 
   // The plug-in started the flash tool or the package's update script.
-  [[nodiscard]] bool FlashBegan() const { return flashBegan_; }
+  [[nodiscard]] bool FlashBegan() const { return flashStarts_ > 0; }
 
   // The command with which it did so last; "" when it did not.
   [[nodiscard]] const std::string& FlashCommand() const { return flashCommand_; }
@@ -42,7 +44,7 @@ class TraceWatch : public refhost::TraceSink {
   void WatchFailure(std::string_view text);
   void BlameCommand();
 
-  bool flashBegan_ = false;
+  int flashStarts_ = 0;
   bool shutdownWasRequested_ = false;
   std::string lastMessageId_;
   std::string lastDetail_;

@@ -65,7 +65,7 @@ bool ReadAvailable(int descriptor, FirstLine* line) {
 // deadline passes or the services are to give up.
 FirstLine ReadWhileRunning(const posix::FileDescriptor& stream, const ShellProcess& process, const Deadline& deadline) {
   FirstLine line;
-  for (;;) {
+  while (process.IsWatched()) {
     std::array<pollfd, 3> sources{pollfd{stream.Get(), POLLIN, 0}, pollfd{process.PidDescriptor(), POLLIN, 0},
                                   refhost::InterruptSource()};
     if (deadline.Poll(sources.data(), sources.size()) <= 0 || sources[2].revents != 0) {
@@ -75,6 +75,7 @@ FirstLine ReadWhileRunning(const posix::FileDescriptor& stream, const ShellProce
       return line;
     }
   }
+  return line;
 }
 
 // Tells the observer of one command: that it starts, and at the end of the scope how it ended.
@@ -141,10 +142,11 @@ int CCommon_Information::ExecForeignModule(const std::string& command, const std
   }
   const Deadline deadline(timeoutMs);
   auto process = ShellProcess::Start(command, workDir, outputFile.empty() ? "/dev/null" : outputFile, -1);
+  refhost::CommandResult& result = observed.Result();
   if (!process) {
+    result.neverStarted = true;
     return host::kCommandNotRun;
   }
-  refhost::CommandResult& result = observed.Result();
   result.result = Answer(process->Wait(deadline, &result.exitStatus));
   if (result.result == host::kCommandRan && exitCode != nullptr) {
     *exitCode = static_cast<unsigned long>(result.exitStatus);
@@ -167,12 +169,13 @@ std::string CCommon_Information::GetResultLine(const std::string& command) {
   }
   const Deadline deadline(kResultLineLimitMs);
   auto process = ShellProcess::Start(command, "", "", writeEnd.Get());
+  refhost::CommandResult& result = observed.Result();
   if (!process) {
+    result.neverStarted = true;
     return "";
   }
   writeEnd.Close();
   const FirstLine read = ReadWhileRunning(readEnd, *process, deadline);
-  refhost::CommandResult& result = observed.Result();
   result.result = Answer(process->Wait(deadline, &result.exitStatus));
   if (result.result == host::kCommandRan) {
     line = read.Text();

@@ -108,16 +108,15 @@ std::optional<ShellProcess> ShellProcess::Start(const std::string& command, cons
   }
   // By number, since <sys/pidfd.h> of glibc 2.36 cannot be used from C++. The descriptor is close-on-exec by itself.
   posix::FileDescriptor pidDescriptor(static_cast<int>(syscall(SYS_pidfd_open, pid, 0)));
-  ShellProcess process(pid, std::move(pidDescriptor));
-  if (process.pidDescriptor_.IsOpen()) {
-    return process;
-  }
-  process.EndGroup();
-  waitpid(pid, nullptr, 0);
-  return {};
+  return ShellProcess(pid, std::move(pidDescriptor));
 }
 
 ShellProcess::End ShellProcess::Wait(const Deadline& deadline, int* exitStatus) {
+  if (!IsWatched()) {
+    EndGroup();
+    waitpid(pid_, nullptr, 0);
+    return End::kLost;
+  }
   std::array<pollfd, 2> sources{pollfd{pidDescriptor_.Get(), POLLIN, 0}, InterruptSource()};
   const bool inTime = deadline.Poll(sources.data(), sources.size()) > 0;
   const bool isInterrupted = inTime && sources[0].revents == 0;

@@ -33,10 +33,13 @@ class ShellProcess {
   enum class End { kExited, kSignalled, kTimedOut, kInterrupted, kLost };
 
   // Runs `command` by the shell in `workDir` ("" for the current folder). Its standard input is empty, its standard
-  // output goes to `outputFile`, or to the descriptor `output` when that is not negative. Nothing when it cannot be
-  // run.
+  // output goes to `outputFile`, or to the descriptor `output` when that is not negative. Nothing when no
+  // process could be made.
   [[nodiscard]] static std::optional<ShellProcess> Start(const std::string& command, const std::string& workDir,
                                                          const std::string& outputFile, int output);
+
+  // False when it runs and the system gives no descriptor of it; Wait ends it at once then.
+  [[nodiscard]] bool IsWatched() const { return pidDescriptor_.IsOpen(); }
 
   // Readable once the shell has ended.
   [[nodiscard]] int PidDescriptor() const { return pidDescriptor_.Get(); }

@@ -76,6 +76,14 @@ TEST_F(DiagnosisOf, AnUpdateCutOffBeforeTheFlashRunsAgain) {
   EXPECT_EQ(Diagnose(situation_).unknown, "");
 }
 
+TEST_F(DiagnosisOf, AFlashToolThatCouldNotBeStartedTouchesNothing) {
+  BeginUpdateUpToTheFlash();
+  Flash();
+  FlashEnds("not-started", nullptr);
+  End("update-failed");
+  Expect("flash-untouched", false, kUpdateAgain);
+}
+
 TEST_F(DiagnosisOf, AnUpdateBeforeTheFlashAfterOneThatWasLeftInItKeepsTheMachinePowered) {
   BeginUpdateUpToTheFlash();
   situation_.unfinishedBefore = "00000001-x";

@@ -179,7 +179,7 @@ TEST_F(FlightJournal, TellsHowACommandEnded) {
   Exec("kill -KILL $$");
   EXPECT_EQ(Last(), json({{"kind", "command_end"}, {"n", 3}, {"result", "not-run"}, {"exit_code", nullptr}}));
   Exec("true", folder_ / "missing/out");
-  EXPECT_EQ(Last()["result"], "not-run");
+  EXPECT_EQ(Last()["result"], "not-started");
 }
 
 TEST_F(FlightJournal, CutsALongResponseAndSaysSo) {

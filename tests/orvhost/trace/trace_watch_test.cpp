@@ -41,6 +41,24 @@ TEST_F(Watch, TheFlashToolTouchesTheFlash) {
   EXPECT_EQ(watch_.FlashCommand(), "\"/opt/orv/KV6KBMC/Yafuflash\"  -cd  \"a.ima\"");
 }
 
+TEST_F(Watch, AFlashToolThatCouldNotBeStartedTouchesNothing) {
+  const std::string command = "\"/opt/orv/KV6KBMC/Yafuflash\"  -cd  \"a.ima\"";
+  Line(1, "Execute:" + command);
+  watch_.CommandNeverStarted("modprobe sg");
+  EXPECT_TRUE(watch_.FlashBegan());
+  watch_.CommandNeverStarted(command);
+  EXPECT_FALSE(watch_.FlashBegan());
+  EXPECT_EQ(Gathered().command, command);
+}
+
+TEST_F(Watch, AFlashToolThatCouldNotBeStartedAgainTouchedItBefore) {
+  const std::string command = "\"/opt/orv/KV6KBMC/Yafuflash\"  -cd  \"a.ima\"";
+  Line(1, "Execute:" + command);
+  Line(1, "Execute:" + command);
+  watch_.CommandNeverStarted(command);
+  EXPECT_TRUE(watch_.FlashBegan());
+}
+
 TEST_F(Watch, TheUpdateScriptTouchesTheFlash) {
   Line(1, "[/opt/orv/tmp/KV6KBMC/BMC_FW/bmcup.sh < /opt/orv/tmp/KV6KBMC/BMC_FW/Yes]");
   EXPECT_TRUE(watch_.FlashBegan());
