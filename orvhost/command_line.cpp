@@ -18,20 +18,20 @@ std::string DefaultPluginPath() {
   return (program.parent_path() / ORVHOST_PLUGIN_FROM_PROGRAM).lexically_normal().string();
 }
 
-constexpr const char* kHelp = R"(The way of an update: identify, check, update, apply, and verify when the machine
-is up again. The options above may also stand behind the subcommand; those of a
-subcommand stand in "orvhost SUBCOMMAND --help".
+constexpr const char* kHelp = R"(The steps of an update: identify, check, update, apply, and verify when the
+machine is up again. The options above may also follow the subcommand; those of
+a subcommand are listed by "orvhost SUBCOMMAND --help".
 
 Results go to the standard output and failures to the standard error: the cause,
 the evidence from the plug-in's trace, whether the flash was touched, and the
 next safe step. With --json all of it is one object on the standard output, and
-nothing is asked. At a terminal one live line tells what the run is at and what it
+nothing is asked. At a terminal one live line shows the present step and what it
 waits for; not with --quiet, --json or -v.
 
 Exit codes:
   0   done, or nothing to do
   1   an unexpected error of this program
-  2   bad usage, a confirmation is missing, or a folder or log file is unusable
+  2   bad usage, a confirmation is missing, or a folder or log file cannot be used
   3   the plug-in could not be loaded, or fails a check of "orvhost validate"
   4   something is missing on this machine
   5   the package cannot be read
@@ -63,12 +63,12 @@ void AddGlobalOptions(CLI::App* app, Options* options) {
   app->add_option("--install-path", options->installPath,
                   "Folder of the host's installation (default: " + options->installPath + ")")
       ->type_name("DIR");
-  app->add_option("--server-type", options->serverType, "Server type instead of the one that the machine tells")
+  app->add_option("--server-type", options->serverType, "Server type instead of the one that the machine reports")
       ->type_name("TYPE");
   app->add_option("--log-file", options->logFile, "Append the full trace to this file")->type_name("FILE");
   app->add_flag("-v,--verbose", options->verbose, "Show the plug-in's trace while it works");
-  app->add_flag("--quiet", options->quiet, "Say nothing but errors");
-  app->add_flag("--yes", options->yes, "Confirm what halts the machine");
+  app->add_flag("--quiet", options->quiet, "Print nothing but errors");
+  app->add_flag("--yes", options->yes, "Answer the question before the machine is halted with yes");
   app->add_flag("--json", options->json, "Print one JSON object on the standard output and nothing else there");
 }
 

@@ -72,7 +72,7 @@ down at once. Asks first at a terminal; without one it wants --yes. When the
 machine is up again, run "orvhost verify".
 
 Refused when the last update failed, was cut off, or could not be recorded. With
---dry-run it tells which version would be started, and nothing is asked, changed
+--dry-run it shows which version would be started, and nothing is asked, changed
 or halted.
 
 Examples:

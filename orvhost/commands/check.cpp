@@ -47,34 +47,34 @@ Outcome Check(const Run& run) {
   return outcome;
 }
 
-constexpr const char* kCheckHelp = R"(Judges a package in the order of an update: can it be read, is anything missing
-on this machine, is the package made for this server type, does the plug-in take
-it for this hardware, how does its version stand to the running one, and would
-an update go through: does the package hold what it needs, is the flash tool
-there, is there room. Stops at the first hurdle and names it.
+constexpr const char* kCheckHelp = R"(Checks a package in the order of an update: can it be read, is anything missing
+on this machine, is the package made for this server type, does the plug-in
+accept it for this hardware, how does its version compare with the running one,
+and would an update succeed: does the package hold what it needs, is the flash
+tool there, is there room. Stops at the first obstacle and names it.
 
 The verdict is newer, older, same or not-comparable. The plug-in compares; a
-version with the same text as the running one is the same in every form.
+version with the same text as the running one is always the same.
 Note that "orvhost update" writes what fits and is not the running version,
 an older one too. What only the update itself can show is named as not judged.
 
-Registers nothing and writes no records. For the time of the run the package is
-copied and unpacked below INSTALL_PATH. The plug-in's own scratch folder below
-INSTALL_PATH/tmp may come into being, as with every subcommand.
+Registers nothing and writes no records. During the run the package is copied
+and unpacked below INSTALL_PATH. As with every subcommand, the plug-in may make
+its scratch folder below INSTALL_PATH/tmp.
 
 Examples:
   orvhost check bmc-01-24.zip
   orvhost check bmc-01-24.zip --json | jq -r .verdict
 
-Exit codes: 0 an update would go through, with any verdict; 3 no plug-in; 4
+Exit codes: 0 an update would succeed, with any verdict; 3 no plug-in; 4
 something is missing on this machine; 5 the package cannot be used; 6 it is not
-for this machine; 7 the BMC does not tell its version, or the host's records are
-damaged.)";
+for this machine; 7 the BMC does not report its version, or the host's records
+are damaged.)";
 
 }  // namespace
 
 const Command kCheckCommand = {"check",
-                               "Tell whether a package fits and how its version stands to the running one",
+                               "Check whether a package fits, and compare its version with the running one",
                                kCheckHelp,
                                {kPackageArgument},
                                Check};

@@ -104,7 +104,7 @@ void DiagnoseRoad::NothingToDiagnose() {
     return;
   }
   outcome_.verdict = "flash-unknown";
-  outcome_.summary += " But the records tell of an update that was not finished, so the flash may be incomplete.";
+  outcome_.summary += " But the records show an update that was not finished, so the flash may be incomplete.";
   outcome_.facts.push_back({"next_step", "Next step",
                             "Keep the machine powered, do not reboot it, and run \"orvhost update PACKAGE\" again."});
 }
@@ -188,11 +188,11 @@ void DiagnoseRoad::Notice(const std::string& sentence) {
   run_.console.Notice(sentence);
 }
 
-constexpr const char* kDiagnoseHelp = R"(Tells what a run left behind, as far as its journal and the records prove it:
-whether the flash was touched, what the BMC has and runs, whether the update
-marker is there, what is unknown, and the one safe next step. Meant for a run
-that was killed or lost its machine, but it takes any. Without RUN it is the
-last one that got as far as to change the device.
+constexpr const char* kDiagnoseHelp = R"(Says in which state a run left the machine, as far as its journal and the
+records prove it: whether the flash was touched, what the BMC has and runs,
+whether the update marker is there, what is unknown, and the one safe next step.
+Meant for a run that was killed or lost its machine, but it takes any. Without
+RUN it is the last one that could have changed the device.
 
 Asks neither the BMC nor the plug-in, so it can be run at any time, also while
 another run is at work.

@@ -41,7 +41,7 @@ Outcome ExplainCodes(const Run& run) {
   return outcome;
 }
 
-constexpr const char* kExplainHelp = R"(Tells of each code what failed, what that means and what to do. A code is a
+constexpr const char* kExplainHelp = R"(Says for each code what failed, what that means and what to do. A code is a
 message identifier, a detail code (also several run together, as a record shows
 them), or "exit" or "result" with a number: the exit code of orvhost, or what an
 operation of a plug-in answered. Without a code all of them are listed. Asks

@@ -107,12 +107,12 @@ Outcome History(const Run& run) {
   return outcome;
 }
 
-constexpr const char* kHistoryHelp = R"(Tells the runs of which a journal is kept, oldest first: the run's id, with the
+constexpr const char* kHistoryHelp = R"(Lists the runs of which a journal is kept, oldest first: the run's id, with the
 UTC time of its start; how many seconds it took; the subcommand; its package and
 the versions before and after; the verdict and the exit code. A run that was
 killed or lost its machine is "cut off", with the step that it was in.
 
-Kept are the newest 50 runs, and behind them the newest 10 that could have
+Kept are the newest 50 runs, and of the older ones the newest 10 that could have
 changed the device. Asks neither the BMC nor the plug-in, and may run beside
 another run.
 
@@ -124,7 +124,7 @@ Exit codes: 0 listed, also when there are none.)";
 
 }  // namespace
 
-const Command kHistoryCommand = {"history", "Tell the runs that were made, one line each", kHistoryHelp, {}, History,
+const Command kHistoryCommand = {"history", "List the runs that were made, one line each", kHistoryHelp, {}, History,
                                  false};
 
 }  // namespace orvhost

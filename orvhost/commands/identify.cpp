@@ -42,21 +42,21 @@ Outcome Identify(const Run& run) {
 }
 
 constexpr const char* kIdentifyHelp = R"(Asks the plug-in and the BMC for the device's name, the server type, the serial
-number and the running firmware version, and tells what the host recorded: the
-version that was installed and how the last update ended. Changes nothing, but
-records that are damaged are kept under another name, and the next run goes on
-without them.
+number and the running firmware version, and shows what the host recorded: the
+version that was installed and how the last update ended. Changes nothing, with
+one exception: records that are damaged are kept under another name, and the
+next run continues without them.
 
 Examples:
   orvhost identify
   orvhost identify --json | jq -r .before
 
 Exit codes: 0 identified; 3 no plug-in; 4 something is missing on this machine;
-7 the BMC does not tell its version, or the host's records are damaged.)";
+7 the BMC does not report its version, or the host's records are damaged.)";
 
 }  // namespace
 
 const Command kIdentifyCommand = {
-    "identify", "Tell which device this is and which firmware it runs", kIdentifyHelp, {}, Identify};
+    "identify", "Show which device this is and which firmware it runs", kIdentifyHelp, {}, Identify};
 
 }  // namespace orvhost

@@ -60,7 +60,7 @@ SendInfoToSVP (better: "orvhost notify") and Reboot (better: "orvhost apply"),
 which takes the machine down and so must be confirmed. Names are case-sensitive.
 
 With --dry-run the plug-in is loaded and the method is not run. Whether the
-plug-in knows the method shows only when it is run.
+plug-in knows the method is known only when it is run.
 
 Example:
   orvhost methods SendInfoToSVP

@@ -32,7 +32,7 @@ void Conclude(const SendWatch& seen, Outcome* outcome) {
     outcome->summary = "The service processor has what this BMC supports.";
   } else {
     outcome->verdict = "result-unknown";
-    outcome->summary = "The plug-in reports success, but it does not tell what was sent.";
+    outcome->summary = "The plug-in reports success, but it does not show what was sent.";
   }
 }
 
@@ -82,13 +82,13 @@ Outcome Notify(const Run& run) {
 }
 
 constexpr const char* kNotifyHelp = R"(Sends two records to the service processor: the operating system's name with the
-host name, and the disks' information as the management library gives it. Tells
-of each whether it was sent, is not supported by this BMC, or failed and at
+host name, and the disks' information as the management library gives it. Shows
+for each whether it was sent, is not supported by this BMC, or failed and at
 which step, as the plug-in's own trace has it. A record that this BMC does not
 support is no failure. A BMC that does not answer is asked again, which may take
 minutes.
 
-With --dry-run nothing is sent. Whether the BMC supports a record shows only
+With --dry-run nothing is sent. Whether the BMC supports a record is known only
 when it is sent.
 
 Examples:
@@ -100,10 +100,7 @@ this machine; 7 at least one record failed.)";
 
 }  // namespace
 
-const Command kNotifyCommand = {"notify",
-                                "Tell the service processor about the operating system and the disks",
-                                kNotifyHelp,
-                                {kDryRunFlag},
-                                Notify};
+const Command kNotifyCommand = {
+    "notify", "Send operating system and disk records to the service processor", kNotifyHelp, {kDryRunFlag}, Notify};
 
 }  // namespace orvhost

@@ -130,7 +130,7 @@ bool PackageCheck::CheckServerType() {
     Fail(run_, outcome_,
          {.exitCode = ExitCode::kPrerequisites,
           .verdict = "server-type-unknown",
-          .cause = "This machine does not tell its server type.",
+          .cause = "This machine does not report its server type.",
           .nextStep = "Give it with --server-type."});
     return false;
   }

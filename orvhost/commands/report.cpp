@@ -135,9 +135,9 @@ std::string RefuseNoName(const std::string& folder) {
 
 constexpr const char* kReportHelp = R"(Writes Kestrel_BmcConfigInfo.xml: the server's product name, version and serial
 number, its firmware versions, and the network settings of the BMC's web console
-where the server has one. Tells where the file is; at a terminal and with --json
-also what it says, read back from the file. A BMC that does not answer is asked
-again, which may take minutes.
+where the server has one. Prints where the file is; at a terminal or with
+--json also its content, read back from the file. A BMC that does not answer is
+asked again, which may take minutes.
 
 DIR must be there and writable; without --out it is the current folder. A file
 of an earlier run is replaced only by a complete new one; if anything fails, it

@@ -44,10 +44,10 @@ Outcome Show(const Run& run) {
   return outcome;
 }
 
-constexpr const char* kShowHelp = R"(Tells the story of a run with the seconds since its start: the steps that it
-took, the commands that were run with how they ended, what failed, the plug-in's
-records with their detail codes in words, and how it ended. The journal itself
-holds more: every line of the trace, and the answers to the commands.
+constexpr const char* kShowHelp = R"(Shows a run with the seconds since its start: the steps that it took, the
+commands that were run and how they ended, what failed, the plug-in's records
+with their detail codes in words, and how the run ended. The journal itself has
+more: every line of the trace, and the answers to the commands.
 
 Asks neither the BMC nor the plug-in. Lines of the journal that are damaged are
 counted and left out.
@@ -61,7 +61,7 @@ Exit codes: 0 shown; 2 there is no such run, or more than one.)";
 }  // namespace
 
 const Command kShowCommand = {
-    "show",    "Tell the story of one run",
+    "show",    "Show what happened in one run",
     kShowHelp, {{"run", &Options::runName, "Id of a run, its number, its beginning, or \"last\"", "RUN", true}},
     Show,      false};
 

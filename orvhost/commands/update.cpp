@@ -177,13 +177,13 @@ constexpr const char* kUpdateHelp = R"(Takes the steps of "orvhost check", regis
 to the BMC and records it. That takes minutes: keep the machine powered. The BMC
 goes on running the old version until "orvhost apply". There is nothing to do
 when it runs the package's version already. What is judged, recorded and written
-is a copy that is made once; the file may change meanwhile.
+is a private copy that is made once, so the file itself may change meanwhile.
 
 While the firmware is written, the interrupt key and a lost terminal do not end
 the run. After a failure the text tells whether writing had begun; then keep the
 machine powered, do not reboot it, and run the same command again.
 
-With --dry-run everything is judged, and what would be written is stated.
+With --dry-run everything is judged and shown, and nothing is written.
 
 Examples:
   orvhost update bmc-01-24.zip --dry-run

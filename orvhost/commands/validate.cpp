@@ -153,8 +153,8 @@ std::string RefuseOddTime(const std::string& text) {
 constexpr const char* kValidateHelp = R"(Checks a plug-in's file, its loading, its entry points and the life of its
 objects against the host's contract. No device is touched: commands that the
 plug-in wants to run through the host are refused and listed, and its install
-path is an empty folder. What a plug-in runs past the host is not held back, so
-do not validate a file that you would not load.
+path is an empty folder. Commands that a plug-in runs without the host are not
+stopped, so do not validate a file that you would not load.
 
 Each check has a process of its own, so a crash, an exit or a hang is its result
 and the others go on. A check ends in "pass", "fail" or, when one before it that

@@ -13,7 +13,7 @@ void Explain(const Run& run, const std::string& recorded, Outcome* outcome) {
     Fail(run, outcome,
          {.exitCode = FailedExitCode(run),
           .verdict = "bmc-unreadable",
-          .cause = "The BMC does not tell its firmware version.",
+          .cause = "The BMC does not report its firmware version.",
           .nextStep = "Wait a minute in case the BMC is restarting, then run \"orvhost verify\" again."});
     return;
   }
@@ -67,7 +67,7 @@ Example:
   orvhost verify && echo done
 
 Exit codes: 0 the same; 3 no plug-in; 7 nothing is recorded, or the BMC does not
-tell its version; 9 another version runs.)";
+answer with its version; 9 another version runs.)";
 
 }  // namespace
 

@@ -33,16 +33,17 @@ void Busy(const Run& run, Outcome* outcome, const std::string& cause, const std:
 }
 
 FailedEnd Unusable(const std::string& installPath, const std::string& reason) {
-  return {.exitCode = ExitCode::kUsage,
-          .verdict = "install-path-unusable",
-          .cause = "Runs under " + installPath + " cannot be kept apart: " + reason + ".",
-          .nextStep = "Run it as a user who may write there, or give another folder with --install-path."};
+  return {
+      .exitCode = ExitCode::kUsage,
+      .verdict = "install-path-unusable",
+      .cause = "Only one run at a time may work under " + installPath + ", and that cannot be ensured: " + reason + ".",
+      .nextStep = "Run it as a user who may write there, or give another folder with --install-path."};
 }
 
 FailedEnd MachineUnusable(const std::string& reason) {
   return {.exitCode = ExitCode::kUsage,
           .verdict = "lock-folder-unusable",
-          .cause = "The runs of this machine cannot be kept apart: " + reason + ".",
+          .cause = "Only one run at a time may work on this machine, and that cannot be ensured: " + reason + ".",
           .nextStep = "Make sure that root can write to " + MachineFolder() + ", then run the same command again."};
 }
 
@@ -109,7 +110,7 @@ bool ExclusiveRun::HasTaken(RunLock::Result result, const RunLock& lock, Outcome
   }
   const std::optional<LockNote>& holder = lock.Found().note;
   if (!holder || holder->ended) {
-    Busy(run_, outcome, "Another run is at work; its note in " + lock.Folder() + " does not tell which.",
+    Busy(run_, outcome, "Another run is at work; its note in " + lock.Folder() + " does not say which.",
          "Wait until it ends, then run the same command again.");
   } else if (IsAlive(holder->pid)) {
     Busy(run_, outcome, "Another run is at work: " + InWords(*holder) + ".",

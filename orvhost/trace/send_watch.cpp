@@ -60,7 +60,7 @@ void SendWatch::WatchCapability(std::string_view text) {
     const std::size_t element = text.find(':') + 1;
     capability_ = std::string(kKnown).append(text.substr(element, flags - element));
   } else if (!capability_.starts_with(kKnown)) {
-    capability_ = "its answer is too short to tell its capabilities";
+    capability_ = "its answer is too short to state its capabilities";
   }
 }
 
@@ -101,7 +101,7 @@ std::string InWords(const SendResult& result) {
     case State::kFailed:
       return "failed at " + result.detail;
     default:
-      return "unknown (the plug-in does not tell)";
+      return "unknown (the plug-in does not say)";
   }
 }
 

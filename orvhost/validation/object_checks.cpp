@@ -33,7 +33,7 @@ CheckResult CheckEmptyProvider(const Candidate& candidate) {
 CheckResult CheckClassName(const Candidate& candidate) {
   return WithVendor(candidate, [](CVendor& vendor) {
     const std::string name = vendor.GetVendorClassName();
-    return name == kVendorClassName ? CheckResult::Pass() : CheckResult::Fail("the object tells \"" + name + "\"");
+    return name == kVendorClassName ? CheckResult::Pass() : CheckResult::Fail("the object reports \"" + name + "\"");
   });
 }
 
@@ -106,7 +106,7 @@ CheckResult CheckAnswers(const Candidate& candidate) {
       return CheckResult::Fail("the hardware version is not compatible with itself");
     }
     if (vendor.IsUpdateFailure()) {
-      return CheckResult::Fail("it tells of a failed update without any");
+      return CheckResult::Fail("it reports a failed update although there was none");
     }
     if (vendor.EndOutputDeviceConfigInfo(candidate.folder + "/work/", nullptr) != 0) {
       return CheckResult::Fail("the end of a report is not 0");
@@ -189,7 +189,7 @@ std::span<const ValidationCheck> ObjectChecks() {
   static const std::vector<ValidationCheck> kChecks{
       {"object", "The vendor class gives an object, not yet linked to the device.", kEntry, CheckObject},
       {"empty-provider", "An empty name of the host gives an object too.", {"object"}, CheckEmptyProvider},
-      {"class-name", "An object tells the class that it was asked for.", {"object"}, CheckClassName},
+      {"class-name", "An object reports the class that it was asked for.", {"object"}, CheckClassName},
       {"link-device", "Linking an object to the device makes its firmware handler.", {"object"}, CheckLinkDevice},
       {"release", "Releasing an object ends it and its firmware handler.", {"link-device"}, CheckRelease},
       {"life-cycle", "Objects come and go many times and leave nothing over.", {"link-device"}, CheckLifeCycle},

@@ -28,21 +28,22 @@ constexpr auto kMessages = std::to_array<Message>({
      "With 0F, 10, 24 or 2A alone nothing was written in this attempt. With 17 after a flash run, the firmware may be "
      "written although the update counts as failed.",
      "Repair what the detail code names, keep the machine powered, and run the same command again."},
-    {"MSGID_BMC_0011_F", 1, "The update was stopped because the BMC does not tell its firmware version (%1).",
+    {"MSGID_BMC_0011_F", 1, "The update was stopped because the BMC does not report its firmware version (%1).",
      "The BMC did not answer three times before anything was written. The flash was not touched.",
      "Wait a minute in case the BMC is restarting, check with \"orvhost identify\", then run the update again."},
     {"MSGID_BMC_0012_F", 1, "The BMC did not carry out a command that the update needs (%1).",
      "The BMC refused or did not complete a step in front of a flash run. The flash was not touched in this attempt, "
-     "but codes 16 or 1E in the detail tell of earlier runs that had begun.",
+     "but codes 16 or 1E in the detail are of earlier runs that had begun.",
      "Keep the machine powered and run the same command again. If it stays refused, restart the BMC."},
     {"MSGID_BMC_0013_F", 1, "The flash tool did not succeed in writing the firmware (%1).",
      "Three runs of the flash tool failed after writing had begun. The firmware that ran before still runs.",
      "Keep the machine powered, do not reboot it, and run the same command again."},
-    {"MSGID_BMC_0014_F", 1, "The update could not be checked because the BMC does not tell its firmware version (%1).",
+    {"MSGID_BMC_0014_F", 1,
+     "The update could not be checked because the BMC does not report its firmware version (%1).",
      "Which firmware runs is unknown. This check itself writes nothing.",
      "Wait a minute in case the BMC is restarting, then run \"orvhost verify\" again."},
     {"MSGID_BMC_0015_F", 2, "The BMC runs firmware version %1, but version %2 was installed.",
-     "The new firmware was not activated, or the package's image holds another version than its description tells.",
+     "The new firmware was not activated, or the package's image holds another version than its description states.",
      "If \"orvhost apply\" was left out, run it. Otherwise update again, and compare the package's image with its "
      "description."},
     {"MSGID_BMC_0016_F", 1, "The update cannot be started (%1).",
@@ -65,7 +66,8 @@ constexpr auto kMessages = std::to_array<Message>({
      "The host name could not be read, so no record was sent. The service processor keeps what it knew before.",
      "Set the machine's host name, then run \"orvhost notify\" again."},
     {"MSGID_BMC_0023_F", 1, "The disk information could not be gathered (%1).",
-     "There is no management library, or what it tells is malformed. The service processor keeps what it knew before.",
+     "There is no management library, or what it reports is malformed. The service processor keeps what it knew "
+     "before.",
      "Install the management library in INSTALL_PATH/MngSrv, then run \"orvhost notify\" again."},
     {"MSGID_BMC_0024_F", 0, "The disk information could not be gathered: the management library reports error 02.",
      "The library was asked and refused with its error 02. The service processor keeps what it knew before.",
@@ -78,7 +80,7 @@ constexpr auto kMessages = std::to_array<Message>({
      "knew before.",
      "Look at the error lines beside this record, repair the library, then run \"orvhost notify\" again."},
     {"MSGID_BMC_0027_F", 1, "The update script did not write the firmware and sensor records successfully (%1).",
-     "The script was started, so writing may have begun. The detail code tells which of the two parts is missing.",
+     "The script was started, so writing may have begun. The detail code says which of the two parts is missing.",
      "Keep the machine powered, do not reboot it, and run the same command again."},
 });
 

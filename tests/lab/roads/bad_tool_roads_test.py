@@ -30,7 +30,7 @@ class AServerWithoutAnIpmiTool(Road):
         completion code."""
         self.assert_report(run, 7, command="update", verdict="bmc-unreadable", phase="fit", changed=False,
                            flash_touched=False, before="", after="",
-                           cause="The BMC does not tell its firmware version.")
+                           cause="The BMC does not report its firmware version.")
         self.assert_in_trace(run, *[line for stated in NO_VERSION for line in (failure, stated % code)])
         evidence = run.report["error"]["evidence"]
         self.assertEqual(evidence["completion_code"], code)

@@ -75,7 +75,7 @@ TEST_F(ExplainCommand, TellsThreeThingsOfEachCode) {
             "\n"
             "exit 9\n"
             "  failed: The BMC runs another version than the one that was installed.\n"
-            "  means:  The new firmware was not activated, or the package's image is not what its description tells.\n"
+            "  means:  The new firmware was not activated, or the package's image is not what its description states.\n"
             "  do:     Run \"orvhost apply\" if it was left out; otherwise update again.\n");
 }
 

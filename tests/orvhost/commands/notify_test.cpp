@@ -64,7 +64,7 @@ TEST_F(Notify, NothingIsMadeUpForAPluginThatTellsNothing) {
   const json object = RunJson("notify");
   EXPECT_EQ(object["verdict"], "result-unknown");
   EXPECT_EQ(object["changed"], false);
-  EXPECT_EQ(object["facts"]["disks"], "unknown (the plug-in does not tell)");
+  EXPECT_EQ(object["facts"]["disks"], "unknown (the plug-in does not say)");
 }
 
 TEST_F(Notify, MissingPrerequisitesAreNamed) {

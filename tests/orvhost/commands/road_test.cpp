@@ -32,7 +32,7 @@ TEST_F(Orvhost, IdentifyFailsWhenTheBmcDoesNotAnswer) {
   EXPECT_EQ(out_, "");
   EXPECT_EQ(
       err_,
-      "orvhost identify: The BMC does not tell its firmware version.\n"
+      "orvhost identify: The BMC does not report its firmware version.\n"
       "  trace:           Failed to execute ipmi command(GetDeviceID) CompletionCode:C3\n"
       "  command:         tool raw 0x06 0x01 > result\n"
       "  completion code: C3\n"

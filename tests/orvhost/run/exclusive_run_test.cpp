@@ -145,7 +145,7 @@ TEST_F(Lock, HeldWithoutANoteThatTellsWhoIsBusyAllTheSame) {
   ASSERT_EQ(posix::TakeLock(held), posix::LockAnswer::kYes);
   for (const char* damage : kDamagedNotes) {
     folder_.Write("orvhost.run", damage);
-    ExpectBusy("identify", "Another run is at work; its note in " + installPath_ + " does not tell which.");
+    ExpectBusy("identify", "Another run is at work; its note in " + installPath_ + " does not say which.");
     EXPECT_EQ(folder_.Read("orvhost.run"), damage);
     EXPECT_EQ(RunAtWork(installPath_), "") << damage;
   }
@@ -288,8 +288,8 @@ TEST_F(Lock, FailsForAnInstallPathThatCannotBeUsed) {
   json object = RunJson("identify");
   EXPECT_EQ(object["exit_code"], 2);
   EXPECT_EQ(object["verdict"], "install-path-unusable");
-  EXPECT_EQ(object["error"]["cause"], "Runs under " + installPath_ + " cannot be kept apart: the lock file " +
-                                          (folder_ / "orvhost.lock") +
+  EXPECT_EQ(object["error"]["cause"], "Only one run at a time may work under " + installPath_ +
+                                          ", and that cannot be ensured: the lock file " + (folder_ / "orvhost.lock") +
                                           " cannot be opened for writing: Is a directory.");
   installPath_ = folder_.Write("file", "") + "/below";
   object = RunJson("identify");
@@ -326,7 +326,9 @@ TEST_F(Lock, WithoutTheMachinesLockNothingIsDone) {
   const json object = RunJson("identify");
   EXPECT_EQ(object["exit_code"], 2);
   EXPECT_EQ(object["verdict"], "lock-folder-unusable");
-  EXPECT_NE(object["error"].value("cause", "").find("The runs of this machine cannot be kept apart: "),
+  EXPECT_NE(object["error"]
+                .value("cause", "")
+                .find("Only one run at a time may work on this machine, and that cannot be ensured: "),
             std::string::npos);
   EXPECT_FALSE(std::filesystem::exists(folder_ / "journal"));
 }

@@ -27,15 +27,15 @@ class Sending : public testing::Test {
 };
 
 TEST_F(Sending, AtFirstNothingIsKnown) {
-  EXPECT_EQ(Os(), "unknown (the plug-in does not tell)");
-  EXPECT_EQ(Disks(), "unknown (the plug-in does not tell)");
+  EXPECT_EQ(Os(), "unknown (the plug-in does not say)");
+  EXPECT_EQ(Disks(), "unknown (the plug-in does not say)");
 }
 
 TEST_F(Sending, LinesBeforeASenderStartsMeanNothing) {
   EndOs();
   Record("MSGID_BMC_0021_F");
   Line(kInfo, "Send OS Information not supported");
-  EXPECT_EQ(Os(), "unknown (the plug-in does not tell)");
+  EXPECT_EQ(Os(), "unknown (the plug-in does not say)");
 }
 
 TEST_F(Sending, BothAreSent) {
@@ -43,7 +43,7 @@ TEST_F(Sending, BothAreSent) {
   Line(kFlow, "17:03");
   Line(kFlow, "17:03 SendInfoToSVP Support info");
   EndOs();
-  EXPECT_EQ(Disks(), "unknown (the plug-in does not tell)");
+  EXPECT_EQ(Disks(), "unknown (the plug-in does not say)");
   StartDisks();
   Line(kInfo, "ErrCode:[] WrnCode:[]");
   EndDisks();
@@ -161,7 +161,7 @@ TEST_F(Sending, AnAnswerThatIsTooShortDoesNotSupportIt) {
   StartOs();
   Line(kFlow, "0:00");
   Line(kInfo, "Send OS Information not supported");
-  EXPECT_EQ(Os(), "not supported by this BMC (its answer is too short to tell its capabilities)");
+  EXPECT_EQ(Os(), "not supported by this BMC (its answer is too short to state its capabilities)");
   StartDisks();
   Line(kInfo, "Send HDD Information not supported");
   EXPECT_EQ(Disks(), "not supported by this BMC");

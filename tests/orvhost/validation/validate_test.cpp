@@ -133,7 +133,7 @@ TEST_F(Validate, FailsForAFactoryThatDoesNotGiveAnObjectForItsClassAlone) {
 }
 
 TEST_F(Validate, FailsForAnObjectThatDoesNotKeepToTheContract) {
-  EXPECT_EQ(FailuresOf("other-name"), refhost::Lines{"class-name: the object tells \"CVendor\""});
+  EXPECT_EQ(FailuresOf("other-name"), refhost::Lines{"class-name: the object reports \"CVendor\""});
   EXPECT_EQ(FailuresOf("no-handler"), refhost::Lines{"link-device: there is no firmware handler afterwards"});
   EXPECT_EQ(FailuresOf("keeps-descriptor"), refhost::Lines{"life-cycle: it leaves 50 file descriptors open"});
   EXPECT_EQ(FailuresOf("incompatible"), refhost::Lines{"answers: the hardware version is not compatible with itself"});
