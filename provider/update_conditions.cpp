@@ -60,9 +60,9 @@ bool PackageDoesNotFit(CFirmware& firmware, const CManageRepositoryInfo* reposit
                              "CBMC_KESTREL_Vendor::CheckUpdateConditionByDevicevendor() [END]");
   const std::string operatingVersion = firmware.GetOperatingVersion();
   if (operatingVersion == host::kAbnormalVersion) {
-    constexpr const char* text =
+    constexpr const char* kText =
         "CBMC_KESTREL_Vendor::CheckUpdateConditionByDevicevendor() Failed to get Operating Version";
-    CTraceUtility::WriteDebug(kChannel, kError, "%s", text);
+    CTraceUtility::WriteDebug(kChannel, kError, "%s", kText);
     return true;
   }
   // The prefix alone carries no version and is compared as if it were one.

@@ -74,7 +74,8 @@ std::string WholeSummary(const Outcome& outcome) {
 
 std::string FactKey(std::string_view name) {
   std::string key;
-  for (const unsigned char character : name) {
+  for (const char letter : name) {
+    const auto character = static_cast<unsigned char>(letter);
     if (std::isalnum(character) != 0) {
       key += static_cast<char>(std::tolower(character));
     } else if (!key.empty() && key.back() != '_') {

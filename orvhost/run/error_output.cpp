@@ -11,8 +11,8 @@
 #include <cstdint>
 
 // There in a program that a sanitizer looks into, and its report is for whoever runs that.
-extern "C" __attribute__((weak)) void __sanitizer_set_report_fd(
-    void* descriptor);  // NOLINT(bugprone-reserved-identifier)
+// NOLINTNEXTLINE(bugprone-reserved-identifier)
+extern "C" __attribute__((weak)) void __sanitizer_set_report_fd(void* descriptor);
 
 namespace orvhost {
 
@@ -20,6 +20,7 @@ namespace {
 
 void SendSanitizersReportTo(int descriptor) {
   if (__sanitizer_set_report_fd != nullptr) {
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): its parameter has this form.
     __sanitizer_set_report_fd(reinterpret_cast<void*>(static_cast<std::intptr_t>(descriptor)));
   }
 }
