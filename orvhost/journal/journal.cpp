@@ -125,11 +125,15 @@ void Journal::Trace(const refhost::TraceRecord& record, const TraceWatch& watch)
            Durable::kYes);
     return;
   }
+  const bool startsFlash = watch.FlashBegan() && !flashBegan_;
   const bool matters = watch.FlashBegan() != flashBegan_ || watch.ShutdownWasRequested() != goingDown_;
   flashBegan_ = watch.FlashBegan();
   goingDown_ = watch.ShutdownWasRequested();
-  Append("trace", {{"level", record.level}, {"text", std::string(record.text)}},
-         matters ? Durable::kYes : Durable::kNo);
+  const bool isKept = Append("trace", {{"level", record.level}, {"text", std::string(record.text)}},
+                             matters ? Durable::kYes : Durable::kNo);
+  if (startsFlash) {
+    lostStartOfFlash_ = file_.IsOpen() && !isKept;
+  }
 }
 
 void Journal::TakeErrorText(const ErrorText& text, Writer writer) {
@@ -151,6 +155,9 @@ void Journal::Starts(const refhost::CommandRequest& request) {
 }
 
 void Journal::Ended(const refhost::CommandRequest& request, const refhost::CommandResult& result) {
+  if (result.neverStarted) {
+    flashBegan_ = false;  // its next start is one
+  }
   const int number = commands_;
   Append("command_end",
          {{"n", number},

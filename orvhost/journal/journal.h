@@ -3,7 +3,8 @@
 // every phase, every command line before it runs, the line that says that the flash is written or the machine goes
 // down, every record for operators, and the end.
 //
-// A journal that cannot be written never stops a run; it says so once.
+// A journal that cannot be written says so once, and stops a run in one place only: the flash tool is not started when
+// the line that says so is not on the disk.
 #ifndef ORVHOST_JOURNAL_JOURNAL_H
 #define ORVHOST_JOURNAL_JOURNAL_H
 
@@ -48,6 +49,9 @@ class Journal : public refhost::CommandObserver {
   // `watch` has seen the record already: what it recognises is brought to the disk.
   void Trace(const refhost::TraceRecord& record, const TraceWatch& watch);
 
+  // False when the last start of writing the flash could not be kept.
+  [[nodiscard]] bool HoldsStartOfFlash() const { return !lostStartOfFlash_; }
+
   // What programs wrote to the standard error: the command that ended last, or one that the host does not run.
   enum class Writer { kLastCommand, kOther };
   void TakeErrorText(const ErrorText& text, Writer writer);
@@ -73,6 +77,7 @@ class Journal : public refhost::CommandObserver {
   std::atomic<bool> hasFailed_{false};
   bool flashBegan_ = false;
   bool goingDown_ = false;
+  bool lostStartOfFlash_ = false;
   std::function<void(const std::string&)> tell_;
 };
 

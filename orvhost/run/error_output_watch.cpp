@@ -1,6 +1,20 @@
 #include "orvhost/run/error_output_watch.h"
 
+#include "host/Results.h"
+
 namespace orvhost {
+
+bool ErrorOutputWatch::Allows(const refhost::CommandRequest& request) {
+  if (!next_.Allows(request)) {
+    return false;
+  }
+  if (request.line != watch_.FlashCommand() || journal_.HoldsStartOfFlash()) {
+    return true;
+  }
+  Starts(request);
+  Ended(request, {.result = host::kCommandNotRun, .exitStatus = 0, .output = "", .neverStarted = true});
+  return false;
+}
 
 void ErrorOutputWatch::Starts(const refhost::CommandRequest& request) {
   Look();

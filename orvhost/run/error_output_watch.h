@@ -25,7 +25,8 @@ class ErrorOutputWatch : public refhost::CommandObserver {
   // What was written up to now is of no command that the host runs.
   void Look() { Take(Journal::Writer::kOther); }
 
-  bool Allows(const refhost::CommandRequest& request) override { return next_.Allows(request); }
+  // Refuses the flash tool when nobody could tell later that it was started.
+  bool Allows(const refhost::CommandRequest& request) override;
   void Starts(const refhost::CommandRequest& request) override;
   void Ended(const refhost::CommandRequest& request, const refhost::CommandResult& result) override;
   void PauseStarts(unsigned long milliseconds) override { next_.PauseStarts(milliseconds); }

@@ -9,6 +9,7 @@
 
 #include "host/DllCommon.h"
 #include "orvhost/journal/journal_folder.h"
+#include "orvhost/run/error_output_watch.h"
 #include "orvhost/trace/line_sink.h"
 #include "tests/refhost/support/host_test.h"
 
@@ -17,13 +18,16 @@ namespace {
 // Sizes that files had when they were brought to the disk.
 std::vector<off_t> syncedSizes;
 
+bool diskFails = false;
+
 }  // namespace
 
-// In the place of the system's: takes note, and the disk is spared.
+// In the place of the system's: takes note, and the disk is spared; fails when a test wants it to.
 extern "C" int fdatasync(int descriptor) {
   struct stat status {};
   syncedSizes.push_back(fstat(descriptor, &status) == 0 ? status.st_size : -1);
-  return 0;
+  errno = EIO;
+  return diskFails ? -1 : 0;
 }
 
 namespace orvhost {
@@ -58,7 +62,9 @@ class FlightJournal : public refhost::HostTest {
     std::vector<json> lines;
     std::istringstream text(Text());
     for (std::string line; std::getline(text, line);) {
-      lines.push_back(json::parse(line));
+      if (!line.empty()) {  // what closes a line that may be torn
+        lines.push_back(json::parse(line));
+      }
     }
     return lines;
   }
@@ -166,6 +172,25 @@ TEST_F(FlightJournal, KeepsACommandItsEndAndItsResponse) {
   EXPECT_EQ(lines[2]["result"], "exited");
   EXPECT_EQ(lines[2]["exit_code"], 0);
   EXPECT_EQ(Last(), json({{"kind", "response"}, {"n", 1}, {"text", " 20 01\n"}, {"cut", false}}));
+}
+
+TEST_F(FlightJournal, WithoutTheLineThatSaysSoTheFlashToolIsNotStarted) {
+  Begin();
+  ErrorOutputWatch observer(&watch_, &journal_, &journal_, false);
+  refhost::SetCommandObserver(&observer);
+  const std::string tool = "touch \"" + (folder_ / "flash") + "\"";
+  for (const bool fails : {true, false}) {
+    diskFails = fails;
+    CTraceUtility::WriteDebug("bmc", CTraceUtility::TRACE_DBG_INFO, "Execute:%s", tool.c_str());
+    EXPECT_TRUE(watch_.FlashBegan());
+    diskFails = false;
+    Exec("true");
+    EXPECT_EQ(Last()["result"], "exited") << "no other command is refused";
+    Exec(tool);
+    EXPECT_EQ(Last()["result"], fails ? "not-started" : "exited");
+    EXPECT_EQ(watch_.FlashBegan(), !fails);
+    EXPECT_EQ(folder_.Has("flash"), !fails);
+  }
 }
 
 TEST_F(FlightJournal, TellsHowACommandEnded) {
