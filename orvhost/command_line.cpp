@@ -40,6 +40,7 @@ Exit codes:
   8   failed after writing the flash had begun
   9   the BMC runs another version than the one that was installed
   10  another run is at work; nothing was touched
+  11  interrupted before the flash was touched
   12  done, but the result could not be written to the standard output
 
 Files:

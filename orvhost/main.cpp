@@ -9,10 +9,12 @@
 #include "orvhost/command_line.h"
 #include "orvhost/run/error_output_watch.h"
 #include "orvhost/run/exclusive_run.h"
+#include "orvhost/run/interruption_watch.h"
 #include "orvhost/terminal/live_progress.h"
 #include "orvhost/trace/line_sink.h"
 #include "posix/last_error.h"
 #include "posix/start_of_program.h"
+#include "refhost/interruption.h"
 #include "refhost/settings.h"
 
 namespace orvhost {
@@ -44,9 +46,13 @@ bool AddSinks(const Run& run, TeeSink* tee, Outcome* outcome) {
   return true;
 }
 
-Outcome RunCommand(const Command& command, const Run& run) {
+Outcome RunToItsEnd(const Command& command, const Run& run) {
   try {
     return command.run(run);
+  } catch (const EndedEarly& ended) {
+    Outcome outcome = ended.outcome;
+    FailInterrupted(run, &outcome);
+    return outcome;
   } catch (const std::exception& error) {
     Outcome outcome;
     outcome.phase = "unexpected";
@@ -57,6 +63,15 @@ Outcome RunCommand(const Command& command, const Run& run) {
           .nextStep = "Keep the log of a run with --log-file and report it."});
     return outcome;
   }
+}
+
+Outcome RunCommand(const Command& command, const Run& run) {
+  Outcome outcome = RunToItsEnd(command, run);
+  // What was concluded from a service that gave up is not to be relied on.
+  if (refhost::WasInterrupted() && !run.interruption.IsHeld()) {
+    FailInterrupted(run, &outcome);
+  }
+  return outcome;
 }
 
 int Main(int argc, const char* const* argv) {
@@ -71,9 +86,15 @@ int Main(int argc, const char* const* argv) {
     LiveProgress progress(&journal);
     ErrorOutputWatch errorOutput(watch.get(), &journal, &progress, parsed.options.verbose);
     console.BeforeText([&progress] { progress.Hide(); });
-    const Run run{parsed.options, console, *watch, tee, journal};
+    Interruption interruption;
+    if (parsed.command->loadsPlugin) {
+      interruption.Begin([&console](const std::string& sentence) { console.Warn(sentence); });
+      console.GiveUpAt(interruption.Descriptor());
+    }
+    const Run run{parsed.options, console, *watch, tee, journal, interruption};
     tee.Add(std::make_unique<ErrorOutputSink>(&errorOutput));
     tee.Add(std::move(watch));
+    tee.Add(std::make_unique<InterruptionWatch>(&interruption));
     tee.Add(std::make_unique<ProgressSink>(&progress));
     ExclusiveRun exclusive(run, parsed.command->name);
     if ((!parsed.command->loadsPlugin || exclusive.Begin(&outcome)) && AddSinks(run, &tee, &outcome)) {
@@ -89,6 +110,7 @@ int Main(int argc, const char* const* argv) {
       refhost::SetTraceSink(nullptr);
       progress.End();
     }
+    interruption.End();
     exclusive.End(&outcome);
     console.BeforeText([] {});
   }

@@ -65,6 +65,7 @@ bool Write(const Run& run, const Session& session, const std::string& folder, Ou
   const int result = vendor.ExecOutputDeviceConfigInfo(folder, nullptr);
   vendor.EndOutputDeviceConfigInfo(folder, nullptr);
   if (result == host::kSuccess) {
+    run.interruption.Leaves("The report is in " + folder + kReportFileName + ".");
     return true;
   }
   if (result == host::kNoReport) {

@@ -11,6 +11,7 @@ bool MayHalt(const Run& run, Outcome* outcome) {
   if (run.console.CanAsk() && run.console.Ask("This halts the machine now. Go on?")) {
     return true;
   }
+  EndIfAsked(run, *outcome);
   Fail(run, outcome,
        {.exitCode = ExitCode::kUsage,
         .verdict = "not-confirmed",

@@ -1,6 +1,4 @@
 // orvhost update: checks a package and writes it to the device. What is written takes effect with "orvhost apply".
-#include <csignal>
-
 #include "host/Results.h"
 #include "orvhost/commands/commands.h"
 #include "orvhost/commands/dry_run.h"
@@ -13,22 +11,6 @@
 namespace orvhost {
 
 namespace {
-
-// Keeps the interrupt key and a lost terminal from ending this program while the device is written to.
-class UninterruptedSection {
- public:
-  UninterruptedSection() : interrupt_(signal(SIGINT, SIG_IGN)), hangUp_(signal(SIGHUP, SIG_IGN)) {}
-  UninterruptedSection(const UninterruptedSection&) = delete;
-  UninterruptedSection& operator=(const UninterruptedSection&) = delete;
-  ~UninterruptedSection() {
-    signal(SIGINT, interrupt_);
-    signal(SIGHUP, hangUp_);
-  }
-
- private:
-  sighandler_t interrupt_;
-  sighandler_t hangUp_;
-};
 
 // The road of one update.
 class UpdateRoad {
@@ -115,6 +97,7 @@ bool UpdateRoad::FindSomethingToDo() {
 
 bool UpdateRoad::Register() {
   CFirmware& firmware = session_->Firmware();
+  run_.interruption.Leaves("The host's records may name the package already.");
   if (firmware.InitializeOperatingModuleInfo(outcome_.before) == host::kSuccess &&
       session_->Vendor().ConfirmUpdateModuleRegistration(kModuleKind, kModuleId, check_.PackagePath()) ==
           host::kSuccess) {
@@ -142,7 +125,6 @@ bool UpdateRoad::Prepare() {
 
 bool UpdateRoad::Write() {
   run_.console.Say("Writing", Version() + "; this takes minutes, keep the machine powered");
-  const UninterruptedSection section;
   result_ = session_->Vendor().ExecuteUpdate(kModuleKind, false);
   if (result_ == host::kSuccess || result_ == host::kUpdateTimedOut) {
     return true;
@@ -179,9 +161,12 @@ goes on running the old version until "orvhost apply". There is nothing to do
 when it runs the package's version already. What is judged, recorded and written
 is a private copy that is made once, so the file itself may change meanwhile.
 
-While the firmware is written, the interrupt key and a lost terminal do not end
-the run. After a failure the text tells whether writing had begun; then keep the
-machine powered, do not reboot it, and run the same command again.
+Asked to end (by the interrupt key, SIGTERM, SIGQUIT or a lost terminal), the
+run ends before the flash is touched and says what it leaves. Once the flash is
+being written it goes on to its end, and says so.
+
+After a failure the text tells whether writing had begun; then keep the machine
+powered, do not reboot it, and run the same command again.
 
 With --dry-run everything is judged and shown, and nothing is written.
 
@@ -190,7 +175,8 @@ Examples:
   orvhost update bmc-01-24.zip --log-file /var/log/orvhost.log
 
 Exit codes: 0 written, or nothing to do; 3 to 6 as of "orvhost check"; 7 failed,
-the flash is untouched; 8 failed after writing had begun.)";
+the flash is untouched; 8 failed after writing had begun; 11 interrupted, the
+flash is untouched.)";
 
 }  // namespace
 

@@ -24,6 +24,7 @@ enum class ExitCode : int {
   kFailedFlashBegun = 8,    // failed after writing the flash had begun
   kVersionNotExpected = 9,  // the device runs another version than the one that was installed
   kBusy = 10,               // another run is at work
+  kInterrupted = 11,        // asked to end, and ended before the flash was touched
   kNotDelivered = 12,       // done, but the result could not be written
 };
 

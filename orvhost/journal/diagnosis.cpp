@@ -75,7 +75,8 @@ Diagnosis OfUpdateBeforeTheFlash(const Situation& situation) {
   diagnosis.flash = "not touched by this run";
   diagnosis.bmc = "runs the firmware that it ran before; this run gave it no image";
   diagnosis.marker = "not made by this run";
-  if (situation.run.Outcome() == nullptr && situation.run.Entered("write") && !situation.machineWasRestarted) {
+  const bool isCutOff = situation.run.Outcome() == nullptr || situation.run.OutcomeText("verdict") == "interrupted";
+  if (isCutOff && situation.run.Entered("write") && !situation.machineWasRestarted) {
     diagnosis.unknown = "Whether the BMC's virtual media are connected.";
   }
   diagnosis.nextStep = UpdateAgain(situation, !situation.unfinishedBefore.empty());

@@ -68,6 +68,9 @@ void ExclusiveRun::End(Outcome* outcome) {
   if (runId_.empty()) {
     return;
   }
+  if (const std::string sentence = run_.interruption.HowItWentOn(); !sentence.empty()) {
+    Notice(sentence);
+  }
   outcome->runId = runId_;
   outcome->notices = notices_;
   run_.journal.End(*outcome);

@@ -5,7 +5,14 @@
 
 namespace orvhost {
 
+void EndIfAsked(const Run& run, const Outcome& outcome) {
+  if (run.interruption.MustEnd()) {
+    throw EndedEarly{outcome};
+  }
+}
+
 void EnterPhase(const Run& run, Outcome* outcome, const std::string& phase) {
+  EndIfAsked(run, *outcome);
   outcome->phase = phase;
   run.journal.Phase(phase);
 }
@@ -15,6 +22,19 @@ void Fail(const Run& run, Outcome* outcome, const FailedEnd& end) {
   outcome->verdict = end.verdict;
   outcome->flashTouched = run.watch.FlashBegan();
   outcome->failure = Failure{.cause = end.cause, .evidence = run.watch.Gathered(), .nextStep = end.nextStep};
+}
+
+void FailInterrupted(const Run& run, Outcome* outcome) {
+  outcome->summary.clear();
+  outcome->lines.clear();
+  outcome->after.clear();
+  outcome->needsApply.reset();
+  outcome->changed = run.interruption.LeavesSomething();
+  Fail(run, outcome,
+       {.exitCode = ExitCode::kInterrupted,
+        .verdict = "interrupted",
+        .cause = run.interruption.Cause(),
+        .nextStep = "Run the same command again when it may go on to its end."});
 }
 
 ExitCode FailedExitCode(const Run& run) {

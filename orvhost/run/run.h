@@ -10,6 +10,7 @@
 #include "orvhost/interface/outcome.h"
 #include "orvhost/journal/journal.h"
 #include "orvhost/plugin/session.h"
+#include "orvhost/run/interruption.h"
 #include "orvhost/terminal/console.h"
 #include "orvhost/trace/line_sink.h"
 #include "orvhost/trace/trace_watch.h"
@@ -22,9 +23,14 @@ struct Run {
   const TraceWatch& watch;
   TeeSink& trace;  // for a subcommand that reads more of the plug-in's trace than the watch keeps
   Journal& journal;
+  Interruption& interruption;
 };
 
-// The run goes on with the step of that name, which is then the one that it ends in unless another one follows.
+// Throws EndedEarly when the run must end because it is asked to.
+void EndIfAsked(const Run& run, const Outcome& outcome);
+
+// The run goes on with the step of that name, which is then the one that it ends in unless another one follows. One
+// that is asked to end does so instead.
 void EnterPhase(const Run& run, Outcome* outcome, const std::string& phase);
 
 // How a run ends that fails. Every member must be given.
@@ -37,6 +43,9 @@ struct FailedEnd {
 
 // Makes `*outcome` a failure: with what the trace gathered as evidence and what it tells about the flash.
 void Fail(const Run& run, Outcome* outcome, const FailedEnd& end);
+
+// Makes `*outcome` that of a run that ended early because it was asked to.
+void FailInterrupted(const Run& run, Outcome* outcome);
 
 // kFailedFlashBegun or kFailedUntouched, as the trace tells.
 [[nodiscard]] ExitCode FailedExitCode(const Run& run);

@@ -1,14 +1,60 @@
 #include "orvhost/terminal/console.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <climits>
 #include <iostream>
+#include <string_view>
 
 #include "orvhost/interface/printable.h"
 #include "posix/last_error.h"
+#include "refhost/settings.h"
 
 namespace orvhost {
+
+namespace {
+
+// How long somebody may take to read on, once the program is asked to end.
+int Grace() {
+  return static_cast<int>(refhost::ScaledMilliseconds(5000));
+}
+
+// Waits for something to read; false when `giveUp` is readable before.
+bool CanRead(int descriptor, int giveUp) {
+  std::array<pollfd, 2> sources{pollfd{descriptor, POLLIN, 0}, pollfd{giveUp, POLLIN, 0}};
+  while (poll(sources.data(), sources.size(), -1) < 0 && errno == EINTR) {
+  }
+  return sources[1].revents == 0;
+}
+
+// Waits until a piece of PIPE_BUF bytes can be written at once; false when that takes too long behind `giveUp`.
+bool CanWrite(int descriptor, int giveUp) {
+  std::array<pollfd, 2> sources{pollfd{descriptor, POLLOUT, 0}, pollfd{giveUp, POLLIN, 0}};
+  while (poll(sources.data(), sources.size(), -1) < 0 && errno == EINTR) {
+  }
+  return sources[0].revents != 0 || poll(sources.data(), 1, Grace()) != 0;
+}
+
+// False, with errno set, when the text cannot be written as a whole.
+bool WriteWhileRead(int descriptor, std::string_view text, int giveUp) {
+  for (; !text.empty(); text.remove_prefix(std::min<std::size_t>(text.size(), PIPE_BUF))) {
+    if (!CanWrite(descriptor, giveUp)) {
+      errno = ETIMEDOUT;
+      return false;
+    }
+    if (!posix::WriteAll(descriptor, text.data(), std::min<std::size_t>(text.size(), PIPE_BUF))) {
+      return false;
+    }
+  }
+  return true;
+}
+
+}  // namespace
 
 Console::Console(const Options& options)
     : errors_(fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1)),
@@ -27,6 +73,11 @@ void Console::Notice(const std::string& sentence) const {
   if (!quiet_) {
     WriteError("orvhost: " + Printable(sentence) + "\n");
   }
+}
+
+void Console::Warn(const std::string& sentence) const {
+  prepare_();
+  WriteError("orvhost: " + Printable(sentence) + "\n");
 }
 
 void Console::Show(const std::vector<std::string>& lines) const {
@@ -52,6 +103,10 @@ bool Console::CanAsk() const {
 bool Console::Ask(const std::string& question) const {
   prepare_();
   Write(Printable(question) + " [y/N] ");
+  if (!CanRead(STDIN_FILENO, giveUp_)) {
+    Write("\n");
+    return false;
+  }
   std::string answer;
   std::getline(std::cin, answer);
   return answer == "y" || answer == "Y" || answer == "yes";
@@ -86,13 +141,13 @@ ExitCode Console::Conclude(const Outcome& outcome) const {
 }
 
 void Console::Write(const std::string& text) const {
-  if (outputError_ == 0 && !posix::WriteAll(STDOUT_FILENO, text.data(), text.size())) {
+  if (outputError_ == 0 && !WriteWhileRead(STDOUT_FILENO, text, giveUp_)) {
     outputError_ = errno;
   }
 }
 
 void Console::WriteError(const std::string& text) const {
-  (void)posix::WriteAll(errors_.Get(), text.data(), text.size());  // there is nowhere left to say so
+  (void)WriteWhileRead(errors_.Get(), text, giveUp_);  // there is nowhere left to say so
 }
 
 }  // namespace orvhost

@@ -27,6 +27,13 @@ class Console {
   // One sentence beside the result, on the standard error; programs find it in the JSON object.
   void Notice(const std::string& sentence) const;
 
+  // The same, also with --quiet or --json. May be called by any thread.
+  void Warn(const std::string& sentence) const;
+
+  // When `descriptor` is readable, a question waits for no answer any more, and a text not for ever for a reader that
+  // does not read. -1 for none, as at the start.
+  void GiveUpAt(int descriptor) { giveUp_ = descriptor; }
+
   // Lines, on the standard output.
   void Show(const std::vector<std::string>& lines) const;
 
@@ -55,6 +62,7 @@ class Console {
 
   std::function<void()> prepare_ = [] {};
   posix::FileDescriptor errors_;
+  int giveUp_ = -1;
   mutable int outputError_ = 0;  // of the first text that could not be written; nothing is written after it
   bool json_;
   bool quiet_;

@@ -21,32 +21,16 @@ namespace {
 constexpr std::string_view kClear = "\r\033[J";
 constexpr std::size_t kUsualWidth = 80;
 
-// For the end of the program by a signal or by an exit that somebody else calls: where a line may stand.
+// For the end of the program by an exit that somebody else calls: where a line may stand.
 std::atomic<int> lineDescriptor{-1};
 std::atomic<pid_t> lineOwner{0};
 
-// Can be called in a signal handler.
 void ClearLineOfThisProcess() {
   const int descriptor = lineDescriptor.load();
   if (descriptor < 0 || lineOwner.load() != getpid()) {
     return;
   }
   (void)!write(descriptor, kClear.data(), kClear.size());
-}
-
-void ClearAndDie(int number) {
-  ClearLineOfThisProcess();
-  signal(number, SIG_DFL);
-  raise(number);
-}
-
-// Signals that end the program: those that are ignored stay so.
-void ClearOnSignals() {
-  for (const int number : {SIGINT, SIGTERM, SIGHUP, SIGQUIT}) {
-    if (signal(number, ClearAndDie) == SIG_IGN) {
-      signal(number, SIG_IGN);
-    }
-  }
 }
 
 // The terminal of the standard output, opened anew: a stopped terminal must not stop the run, so nothing waits here,
@@ -91,7 +75,6 @@ void LiveProgress::Begin(const Options& options) {
   owner_ = getpid();
   start_ = Clock::now();
   lineOwner = owner_;
-  ClearOnSignals();
   std::atexit(ClearLineOfThisProcess);
   // The clock gets no signals: they are for the thread that does the work.
   sigset_t all;
@@ -132,11 +115,6 @@ void LiveProgress::End() {
   }
   changed_.notify_all();
   clock_.join();
-  for (const int number : {SIGINT, SIGTERM, SIGHUP, SIGQUIT}) {
-    if (signal(number, SIG_DFL) == SIG_IGN) {
-      signal(number, SIG_IGN);
-    }
-  }
 }
 
 void LiveProgress::Take(const refhost::TraceRecord& record) {

@@ -153,6 +153,20 @@ inline constexpr auto kSteps = std::to_array<Wording>({
     {"3c 04", "Asking the BMC what it supports"},
 });
 
+// One that begins with these bytes begins what must not be left half-way: the flag would be armed and the marker kept,
+// or the BMC's file would stay locked.
+inline constexpr auto kNotLeftHalfWay = std::to_array<Wording>({
+    {"34 5e", "the BMC is being given its reboot flag"},
+    {"3c 6a", "a record is being sent to the service processor"},
+});
+
+// One that begins with these bytes changes the BMC before the flash is written; what it leaves then, in a sentence.
+inline constexpr auto kChanges = std::to_array<Wording>({
+    {"36 03", "The BMC may be in write mode."},
+    {"34 8c 55 aa 01", "The BMC's virtual media may be connected."},
+    {"34 2c", "The BMC's own waiting may be stopped."},
+});
+
 }  // namespace requests
 
 // Records for operators that the tool takes as an answer, by their identifiers and detail codes.

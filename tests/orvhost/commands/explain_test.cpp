@@ -49,7 +49,7 @@ TEST(Explanations, WhatIsNoCodeIsNamed) {
   EXPECT_EQ(Codes({"16", "MSGID_BMC_0099_F"}), refhost::Lines{"unknown MSGID_BMC_0099_F"});
   EXPECT_EQ(Codes({"161"}), refhost::Lines{"unknown 161"});
   EXPECT_EQ(Codes({"99"}), refhost::Lines{"unknown 99"});
-  EXPECT_EQ(Codes({"exit", "11"}), refhost::Lines{"unknown exit 11"});
+  EXPECT_EQ(Codes({"exit", "13"}), refhost::Lines{"unknown exit 13"});
   EXPECT_EQ(Codes({"exit"}), refhost::Lines{"unknown exit"});
   EXPECT_EQ(Codes({"result 3"}), refhost::Lines{"unknown result 3"});
 }
@@ -59,8 +59,9 @@ TEST(Explanations, EveryExitCodeHasOne) {
   for (const NumberText& text : ExitCodeTexts()) {
     numbers.push_back(text.number);
   }
-  EXPECT_EQ(numbers, (std::vector<int>{0, 1, 2, 3, 4, 5, 6, 7, 8, 9, static_cast<int>(ExitCode::kBusy),
-                                       static_cast<int>(ExitCode::kNotDelivered)}));
+  EXPECT_EQ(numbers,
+            (std::vector<int>{0, 1, 2, 3, 4, 5, 6, 7, 8, 9, static_cast<int>(ExitCode::kBusy),
+                              static_cast<int>(ExitCode::kInterrupted), static_cast<int>(ExitCode::kNotDelivered)}));
 }
 
 class ExplainCommand : public Orvhost {};

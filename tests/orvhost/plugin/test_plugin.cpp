@@ -7,6 +7,7 @@
 //   TEST_PLUGIN_COMMAND  shell command of the host's of which an update consists that is asked to complain
 //   TEST_PLUGIN_GATE     pipe at which a run that is asked to wait does so until its writer closes it
 #include <fcntl.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <csignal>
@@ -72,6 +73,37 @@ void ConnectAtTheGate() {
   unsigned long exitCode = 0;
   CCommon_Information::ExecForeignModule("ipmitool() { read byte; }; ipmitool raw < \"$TEST_PLUGIN_GATE\"", "", "",
                                          &exitCode, 350000);
+}
+
+// A command of the host's that ends at the gate; false when it was given up.
+bool RunAtTheGate() {
+  unsigned long exitCode = 0;
+  return CCommon_Information::ExecForeignModule("read byte < \"$TEST_PLUGIN_GATE\"", "", "", &exitCode, 350000) == 0;
+}
+
+// A request to the BMC that ends at the gate.
+bool RequestAtTheGate(const std::string& request) {
+  Trace(CTraceUtility::TRACE_DBG_INFO, "Execute command [tool raw " + request + " > result]");
+  return RunAtTheGate();
+}
+
+// A flash tool that the plug-in starts by itself; false when it does not end well.
+bool RunToolAsAsked() {
+  if (Asked("starts-tool")) {
+    return std::system("read byte < \"$TEST_PLUGIN_GATE\"; exit 3") == 3 << 8;
+  }
+  if (!Asked("forks-tool")) {
+    return true;
+  }
+  const pid_t tool = fork();
+  if (tool == 0) {
+    // What it starts can be ended as usual.
+    execl("/bin/sh", "sh", "-c", "read byte < \"$TEST_PLUGIN_GATE\"; sh -c 'kill $$'; [ $? -eq 143 ] && exit 3",
+          nullptr);
+    _exit(99);
+  }
+  int status = 0;
+  return waitpid(tool, &status, 0) == tool && status == 3 << 8;
 }
 
 // A flash tool, or a child of the plug-in's own, that is at work when the program ends.
@@ -172,8 +204,14 @@ class TestFirmware : public CFirmware {
             "Failed to execute ipmi command (Connect to virtual media) CompletionCode:C0");
       return 1;
     }
+    if (Asked("waits-before") && !RequestAtTheGate("0x34 0x8c 0x55 0xaa 0x01")) {
+      return 1;
+    }
     Trace(CTraceUtility::TRACE_DBG_INFO, "Execute:\"/opt/orv/KV6KBMC/Yafuflash\"  -cd  \"image.ima\"");
     WaitAsAsked();
+    if ((Asked("flashes") && !RunAtTheGate()) || !RunToolAsAsked()) {
+      return 1;
+    }
     if (Asked("connects-slowly")) {
       ConnectAtTheGate();
     }
@@ -205,6 +243,9 @@ class TestFirmware : public CFirmware {
   }
 
   int UpdateApply() override {
+    if (Asked("arms-slowly") && !RequestAtTheGate("0x34 0x5e 0x55 0xaa 0x01")) {
+      return 0;
+    }
     if (Asked("unarmed")) {
       CTraceUtility::WriteTrace("bmc", "MSGID_BMC_0003_F", "18");
       return 0;
@@ -224,6 +265,9 @@ long SendInformation() {
     return 0;
   }
   Trace(CTraceUtility::TRACE_DBG_FLOW, "CBMC_KESTREL_Firmware::ExecSendOSInfo [START]");
+  if (Asked("locks-slowly") && !RequestAtTheGate("0x3c 0x6a 0x05 0x01 0x01")) {
+    return -1;
+  }
   Trace(CTraceUtility::TRACE_DBG_FLOW,
         Asked("no-capability") ? "17:02 SendInfoToSVP Support info" : "17:03 SendInfoToSVP Support info");
   if (Asked("no-capability")) {
@@ -310,6 +354,9 @@ class TestVendor : public CVendor {
 
   void LinkDevice() override {
     SwapAt("link");
+    if (Asked("links-slowly")) {
+      (void)RunAtTheGate();
+    }
     Trace(CTraceUtility::TRACE_DBG_FLOW, "LinkDevice [START]");
     if (!Asked("no-handler")) {
       firmwareHandler = new TestFirmware(provider);
