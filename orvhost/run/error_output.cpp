@@ -1,14 +1,18 @@
 #include "orvhost/run/error_output.h"
 
 #include <fcntl.h>
+#include <poll.h>
+#include <sys/eventfd.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <atomic>
 #include <csignal>
 #include <cstdint>
+#include <system_error>
 
 // There in a program that a sanitizer looks into, and its report is for whoever runs that.
 // NOLINTNEXTLINE(bugprone-reserved-identifier)
@@ -57,6 +61,32 @@ void ErrorOutput::Begin() {
   lastReader = reader_.Get();
   lastOriginal = original_.Get();
   signal(SIGABRT, TellAndDie);
+  pid_ = getpid();
+  stop_ = posix::FileDescriptor(eventfd(0, EFD_CLOEXEC));
+  try {
+    trimmer_ = std::thread([this] { GiveMemoryBack(); });
+  } catch (const std::system_error&) {
+    return;  // a machine without room for a thread: it is given back at the next look
+  }
+}
+
+// All but the last bytes, which a look may still want. As long as there is much it does not wait.
+void ErrorOutput::GiveMemoryBack() {
+  constexpr off_t kKept = 1024 * 1024;
+  constexpr int kPauseMs = 10;
+  off_t done = 0;
+  pollfd stop{stop_.Get(), POLLIN, 0};
+  for (int pause = kPauseMs; poll(&stop, 1, pause) <= 0;) {
+    struct stat status {};
+    (void)fstat(file_.Get(), &status);
+    done = std::min(done, status.st_size);  // a program has emptied the file
+    pause = kPauseMs;
+    if (const off_t end = status.st_size - kKept; end - done > kKept) {
+      (void)fallocate(file_.Get(), FALLOC_FL_PUNCH_HOLE | FALLOC_FL_KEEP_SIZE, done, end - done);
+      done = end;
+      pause = 0;
+    }
+  }
 }
 
 ErrorText ErrorOutput::Take() {
@@ -87,6 +117,10 @@ void ErrorOutput::Echo(const std::string& text) const {
 void ErrorOutput::End() {
   if (!original_.IsOpen()) {
     return;
+  }
+  if (trimmer_.joinable() && getpid() == pid_) {
+    eventfd_write(stop_.Get(), 1);
+    trimmer_.join();
   }
   signal(SIGABRT, SIG_DFL);
   dup2(original_.Get(), STDERR_FILENO);

@@ -2,11 +2,14 @@
 // that what programs write there neither runs over the live line nor gets lost. It does not matter who started them,
 // the host or the plug-in itself; a program that sends its standard error elsewhere is not heard.
 //
-// A file and no pipe: a program that outlives this one, as a flash tool may, goes on writing and is not ended by it.
+// A file and no pipe: a program that outlives this one, as a flash tool may, goes on writing and is not ended by it. A
+// thread gives the memory of what nobody will read back while a program goes on writing, so that it waits for nothing
+// and what it writes takes no more room than it can write in an instant.
 #ifndef ORVHOST_RUN_ERROR_OUTPUT_H
 #define ORVHOST_RUN_ERROR_OUTPUT_H
 
 #include <string>
+#include <thread>
 
 #include "orvhost/trace/error_text.h"
 #include "posix/file_descriptor.h"
@@ -34,9 +37,14 @@ class ErrorOutput {
   void End();
 
  private:
+  void GiveMemoryBack();
+
   posix::FileDescriptor original_;
   posix::FileDescriptor file_;
   posix::FileDescriptor reader_;
+  posix::FileDescriptor stop_;
+  int pid_ = 0;
+  std::thread trimmer_;
 };
 
 }  // namespace orvhost

@@ -35,6 +35,36 @@ TEST(ErrorOutputOfPrograms, OfMuchTheEndIsKept) {
   EXPECT_EQ(output.Take().text, "more\n");
 }
 
+TEST(ErrorOutputOfPrograms, OfVeryMuchTheMemoryIsGivenBackMeanwhile) {
+  constexpr off_t kWritten = 1024L * 1024 * 1024;
+  constexpr off_t kBound = 512L * 1024 * 1024;
+  ErrorOutput output;
+  output.Begin();
+  const pid_t program = fork();
+  if (program == 0) {
+    execl("/bin/sh", "sh", "-c", "head -c 1024M /dev/zero >&2 && echo done >&2", nullptr);
+    _exit(99);
+  }
+  off_t most = 0;
+  int status = -1;
+  struct stat file {};
+  while (waitpid(program, &status, WNOHANG) == 0 && most <= kBound) {
+    EXPECT_EQ(fstat(STDERR_FILENO, &file), 0);
+    most = std::max<off_t>(most, file.st_blocks * 512);
+  }
+  if (most > kBound) {
+    kill(program, SIGKILL);
+    waitpid(program, &status, 0);
+  }
+  EXPECT_LE(most, kBound);
+  EXPECT_EQ(status, 0);
+  EXPECT_EQ(fstat(STDERR_FILENO, &file), 0);
+  EXPECT_GE(file.st_size, kWritten);
+  const ErrorText taken = output.Take();
+  EXPECT_TRUE(taken.text.ends_with("done\n"));
+  EXPECT_TRUE(taken.isCut);
+}
+
 TEST(ErrorOutputOfPrograms, AProgramMayOpenItAnew) {
   ErrorOutput output;
   output.Begin();
