@@ -12,7 +12,7 @@ namespace {
 // True when a written update waits; otherwise false with a complete outcome.
 bool IsWaiting(const Run& run, const Session& session, Outcome* outcome) {
   const int status = session.Firmware().GetUpdateStatus();
-  outcome->needsApply = IsRecordedAsWritten(session);
+  outcome->needsApply = IsRecordedAsWritten();
   if (*outcome->needsApply) {
     return true;
   }

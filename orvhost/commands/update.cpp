@@ -39,7 +39,7 @@ class UpdateRoad {
 
 Outcome UpdateRoad::Go() {
   Take();
-  if (session_ && outcome_.verdict != "not-recorded") {
+  if (session_ && !outcome_.needsApply) {
     outcome_.needsApply = NeedsApply(*session_, outcome_.before);
   }
   return outcome_;
@@ -56,6 +56,7 @@ void UpdateRoad::Take() {
   }
   outcome_.verdict = result_ == host::kUpdateTimedOut ? "updated-after-time-out" : "updated";
   outcome_.changed = true;
+  outcome_.needsApply = true;
   outcome_.flashTouched = run_.watch.FlashBegan();
   outcome_.after = Version();
   outcome_.summary = "Firmware version " + Version() + " is written; the BMC still runs " + outcome_.before +
@@ -142,7 +143,7 @@ bool UpdateRoad::Write() {
 
 bool UpdateRoad::Record() {
   // The answer of the update itself is the plug-in's, so it does not tell whether the host could keep its status.
-  if (session_->Firmware().ApplyUpdatesRepository() == host::kSuccess && IsRecordedAsWritten(*session_)) {
+  if (session_->Firmware().ApplyUpdatesRepository() == host::kSuccess && IsRecordedAsWritten()) {
     return true;
   }
   outcome_.needsApply = false;

@@ -4,15 +4,28 @@
 
 namespace orvhost {
 
-bool IsRecordedAsWritten(const Session& session) {
-  CFirmware& firmware = session.Firmware();
-  return firmware.GetUpdateStatus() == refhost::kUpdateWritten &&
-         firmware.GetOperatingModuleInfo().moduleVersion == firmware.GetUpdateModuleInfo().moduleVersion;
+namespace {
+
+std::optional<bool> IsWritten() {
+  refhost::ModuleState records;
+  std::string ignored;
+  if (!refhost::ReadModuleState(refhost::ModuleStateFolder(), &records, &ignored)) {
+    return {};
+  }
+  return records.updateStatus == refhost::kUpdateWritten &&
+         records.operating.info.moduleVersion == records.update.info.moduleVersion;
+}
+
+}  // namespace
+
+bool IsRecordedAsWritten() {
+  return IsWritten().value_or(false);
 }
 
 std::optional<bool> NeedsApply(const Session& session, const std::string& running) {
-  if (!IsRecordedAsWritten(session)) {
-    return false;
+  const std::optional<bool> isWritten = IsWritten();
+  if (!isWritten || !*isWritten) {
+    return isWritten;
   }
   // The records go on saying "written" after a restart, until "verify".
   return running.empty() ? std::nullopt

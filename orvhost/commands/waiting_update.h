@@ -11,11 +11,11 @@
 namespace orvhost {
 
 // True when the records have all of an update that was written: its status, and its version as the installed one. An
-// update keeps them in two writes, each of which can fail.
-[[nodiscard]] bool IsRecordedAsWritten(const Session& session);
+// update keeps them in two writes, each of which can fail. False also when they cannot be read.
+[[nodiscard]] bool IsRecordedAsWritten();
 
 // True when "apply" comes next: a version is written, and the BMC runs another one. `running` is the one that it runs;
-// with "", for unknown, there is an answer only when nothing was written.
+// with "", for unknown, there is an answer only when nothing was written. No answer when the records cannot be read.
 [[nodiscard]] std::optional<bool> NeedsApply(const Session& session, const std::string& running);
 
 }  // namespace orvhost

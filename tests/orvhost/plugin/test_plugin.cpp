@@ -4,7 +4,8 @@
 //   TEST_PLUGIN          what is out of the ordinary, words separated by blanks; see Asked()
 //   TEST_PLUGIN_VERSION  version that runs, 01-23 without it
 //   TEST_PLUGIN_SWAP     file that takes the place of TEST_PLUGIN_SWAPPED at the moment of "swaps-at-MOMENT"
-//   TEST_PLUGIN_COMMAND  shell command of the host's of which an update consists that is asked to complain
+//   TEST_PLUGIN_COMMAND  shell command of the host's of which an update consists that is asked to complain; run before
+//                        the flash by one that is asked to be disturbed
 //   TEST_PLUGIN_GATE     pipe at which a run that is asked to wait does so until its writer closes it
 #include <fcntl.h>
 #include <sys/wait.h>
@@ -130,6 +131,20 @@ void RunTraced(const std::string& command) {
   CCommon_Information::ExecForeignModule(command, "", "", &exitCode, ~0UL);
 }
 
+// Writes the image of the unpacked package with the flash tool, as an update does.
+int WriteImage() {
+  const std::string folder = CFileUtility::GetInstallPath(0);
+  const std::string command = "\"" + folder + "/KV6KBMC/Yafuflash\"  -cd  \"" + folder + "/work/image.ima\"";
+  Trace(CTraceUtility::TRACE_DBG_INFO, "Execute:" + command);
+  unsigned long exitCode = 1;
+  if (CCommon_Information::ExecForeignModule(command, "", "", &exitCode, ~0UL) == 0 && exitCode == 0) {
+    return 0;
+  }
+  CTraceUtility::WriteTrace("bmc", "MSGID_BMC_0013_F", "161616");
+  Trace(CTraceUtility::TRACE_DBG_ERROR, "Failed to execute update command " + command);
+  return 1;
+}
+
 // A command that fails, and what is run after it by the plug-in itself and by the host.
 int Complain() {
   RunTraced(getenv("TEST_PLUGIN_COMMAND"));
@@ -175,6 +190,9 @@ class TestFirmware : public CFirmware {
   int PreUpdate(std::string /*moduleId*/, std::string /*package*/, std::list<std::string>* /*files*/,
                 bool /*old*/) override {
     SwapAt("prepare");
+    if (Asked("is-disturbed")) {
+      (void)!std::system(getenv("TEST_PLUGIN_COMMAND"));
+    }
     if (!Asked("unprepared")) {
       return 0;
     }
@@ -206,6 +224,9 @@ class TestFirmware : public CFirmware {
     }
     if (Asked("waits-before") && !RequestAtTheGate("0x34 0x8c 0x55 0xaa 0x01")) {
       return 1;
+    }
+    if (Asked("writes-image")) {
+      return WriteImage();
     }
     Trace(CTraceUtility::TRACE_DBG_INFO, "Execute:\"/opt/orv/KV6KBMC/Yafuflash\"  -cd  \"image.ima\"");
     WaitAsAsked();
