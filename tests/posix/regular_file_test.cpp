@@ -35,6 +35,8 @@ TEST_F(RegularFile, ThatIsLongerThanAllowedIsNotRead) {
   folder_.Write("file", "12345");
   EXPECT_EQ(Refusal("file", 5), 0);
   EXPECT_EQ(Refusal("file", 4), EFBIG);
+  EXPECT_EQ(ReadStartOfRegularFile(folder_ / "file", 4), "1234");
+  EXPECT_EQ(ReadStartOfRegularFile(folder_ / "file", 9), "12345");
 }
 
 TEST_F(RegularFile, IsNotWaitedForWhereSomethingElseStands) {
@@ -42,6 +44,8 @@ TEST_F(RegularFile, IsNotWaitedForWhereSomethingElseStands) {
   ASSERT_EQ(mkfifo((folder_ / "pipe").c_str(), 0600), 0);
   EXPECT_EQ(Refusal("pipe"), EINVAL);
   EXPECT_EQ(Refusal("."), EINVAL);
+  EXPECT_EQ(Refusal("/dev/zero"), EINVAL);
+  EXPECT_FALSE(ReadStartOfRegularFile(folder_ / "pipe", 1));
 }
 
 }  // namespace
