@@ -41,6 +41,20 @@ ExitCode FailedExitCode(const Run& run) {
   return run.watch.FlashBegan() ? ExitCode::kFailedFlashBegun : ExitCode::kFailedUntouched;
 }
 
+namespace {
+
+// A file that cannot be read is not moved out of the way, so that the next run would meet it again.
+std::string NextStepWithoutRecords() {
+  refhost::ModuleState state;
+  std::string error;
+  return refhost::ReadModuleState(refhost::ModuleStateFolder(), &state, &error)
+             ? "Look at the kept file if its records matter; run the same command again to go on with empty records."
+             : "Make sure that the file can be read, or move it away if its records do not matter, then run the same "
+               "command again.";
+}
+
+}  // namespace
+
 std::unique_ptr<Session> OpenSession(const Run& run, DamagedRecords damaged, Outcome* outcome) {
   refhost::ModuleState state;
   std::string error;
@@ -50,11 +64,9 @@ std::unique_ptr<Session> OpenSession(const Run& run, DamagedRecords damaged, Out
          {.exitCode = ExitCode::kFailedUntouched,
           .verdict = "records-damaged",
           .cause = error + ".",
-          .nextStep =
-              leave ? "Run \"orvhost identify\": it keeps a damaged file under another name, and the next run goes on "
-                      "with empty records."
-                    : "Look at the kept file if its records matter; run the same command again to go on with empty "
-                      "records."});
+          .nextStep = leave ? "Run \"orvhost identify\": it keeps a damaged file under another name, and the next run "
+                              "goes on with empty records."
+                            : NextStepWithoutRecords()});
     return nullptr;
   }
   std::unique_ptr<Session> session = Session::Open(run.options.pluginPath, &error);

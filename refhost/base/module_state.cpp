@@ -1,15 +1,17 @@
 #include "refhost/module_state.h"
 
 #include <cerrno>
+#include <climits>
+#include <cstdint>
 #include <cstdio>
 #include <filesystem>
-#include <fstream>
 #include <nlohmann/json.hpp>
-#include <sstream>
 #include <system_error>
 
 #include "host/DllCommon.h"
 #include "host/Results.h"
+#include "posix/last_error.h"
+#include "posix/regular_file.h"
 #include "posix/replace_file.h"
 
 namespace refhost {
@@ -20,6 +22,7 @@ using nlohmann::json;
 
 constexpr int kSchema = 1;
 constexpr mode_t kFileMode = 0644;
+constexpr std::size_t kLongestFile = 1024UL * 1024UL;
 
 std::string FileIn(const std::string& folder) {
   return folder + "/state.json";
@@ -57,6 +60,15 @@ json ToJson(const ModuleState& state) {
           {"previous_version", state.previousVersion}};
 }
 
+int WholeNumber(const json& value, const char* name, int least, int most) {
+  const json& member = value.at(name);
+  const std::int64_t number = member.is_number_integer() ? member.get<std::int64_t>() : INT64_MIN;
+  if (number < least || number > most) {
+    throw std::runtime_error("its \"" + std::string(name) + "\" is not one");
+  }
+  return static_cast<int>(number);
+}
+
 ModuleState StateFrom(const json& value) {
   if (value.at("schema") != kSchema) {
     throw std::runtime_error("its \"schema\" is not 1");
@@ -65,9 +77,9 @@ ModuleState StateFrom(const json& value) {
   state.operating = RecordFrom(value.at("operating"));
   state.update = RecordFrom(value.at("update"));
   state.previous = RecordFrom(value.at("previous"));
-  value.at("update_status").get_to(state.updateStatus);
-  value.at("update_progress").get_to(state.updateProgress);
-  value.at("update_priority").get_to(state.updatePriority);
+  state.updateStatus = WholeNumber(value, "update_status", kNoUpdate, kUpdateVerified);
+  state.updateProgress = WholeNumber(value, "update_progress", INT_MIN, INT_MAX);
+  state.updatePriority = WholeNumber(value, "update_priority", INT_MIN, INT_MAX);
   value.at("latest_update_date").get_to(state.latestUpdateDate);
   value.at("previous_version").get_to(state.previousVersion);
   return state;
@@ -77,18 +89,19 @@ enum class FileState { kUsable, kUnreadable, kDamaged };
 
 FileState Read(const std::string& path, ModuleState* state, std::string* error) {
   *state = {};
-  if (!CCommon_Information::MyPathFileExists(path)) {
+  const auto text = posix::ReadRegularFile(path, kLongestFile);
+  if (!text && (errno == ENOENT || errno == ENOTDIR)) {
     return FileState::kUsable;
   }
-  std::ifstream file(path, std::ios::binary);
-  if (!file.is_open() || !CFileUtility::IsFileExist(path)) {
-    *error = "The state file " + path + " cannot be read";
+  if (!text) {
+    *error = "The state file " + path + " cannot be read: " +
+             (errno == EINVAL  ? "it is no regular file"
+              : errno == EFBIG ? "it is too large"
+                               : posix::LastError());
     return FileState::kUnreadable;
   }
-  std::stringstream text;
-  text << file.rdbuf();
   try {
-    *state = StateFrom(json::parse(text.str()));
+    *state = StateFrom(json::parse(*text));
     return FileState::kUsable;
   } catch (const std::exception& failure) {
     *error = "The state file " + path + " is damaged (" + failure.what() + ")";

@@ -1,12 +1,17 @@
 #include "refhost/module_state.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <nlohmann/json.hpp>
 
 #include "tests/refhost/support/host_test.h"
 
 namespace refhost {
 
 namespace {
+
+using nlohmann::json;
 
 class StateFile : public HostTest {
  protected:
@@ -66,7 +71,22 @@ TEST_F(StateFile, ATextThatIsNotUtf8DoesNotPreventSaving) {
 TEST_F(StateFile, ADamagedFileIsKeptAsideAndNamed) {
   const std::string path = folder_ / "repository/state.json";
   int number = 0;
-  for (const char* garbage : {"garbage", "", "{}", R"({"schema": 2})", "[1, 2]"}) {
+  ASSERT_TRUE(Save());
+  std::vector<std::string> damaged = {"garbage", "", "{}", R"({"schema": 2})", "[1, 2]", std::string(500000, '[')};
+  const json whole = json::parse(folder_.Read("repository/state.json"));
+  for (const char* name : {"update_status", "update_progress", "update_priority"}) {
+    for (const json& wrong : {json("1"), json(1.5), json(1e300), json(INT64_MAX), json(INT64_MIN), json::array()}) {
+      json other = whole;
+      other[name] = wrong;
+      damaged.push_back(other.dump());
+    }
+  }
+  for (const int status : {-1, kUpdateVerified + 1}) {
+    json other = whole;
+    other["update_status"] = status;
+    damaged.push_back(other.dump());
+  }
+  for (const std::string& garbage : damaged) {
     folder_.Write("repository/state.json", garbage);
     const std::string aside = path + ".damaged-" + std::to_string(++number);
     EXPECT_FALSE(Load());
@@ -89,8 +109,27 @@ TEST_F(StateFile, ACutOffFileIsDamaged) {
 TEST_F(StateFile, WhatIsNotAFileIsLeftAlone) {
   std::filesystem::create_directories(folder_ / "repository/state.json");
   EXPECT_FALSE(Load());
-  EXPECT_EQ(error_, "The state file " + (folder_ / "repository/state.json") + " cannot be read");
+  EXPECT_EQ(error_, "The state file " + (folder_ / "repository/state.json") + " cannot be read: it is no regular file");
   EXPECT_TRUE(folder_.Has("repository/state.json"));
+}
+
+TEST_F(StateFile, WhatCannotBeReadIsNeitherWaitedForNorTakenForNone) {
+  const std::string path = folder_ / "repository/state.json";
+  const std::string large = folder_.Write("large", std::string(1024UL * 1024UL + 1, ' '));
+  std::filesystem::create_directories(folder_ / "repository");
+  ASSERT_EQ(mkfifo((folder_ / "pipe").c_str(), 0600), 0);
+  std::filesystem::create_symlink("loop", folder_ / "loop");
+  for (const auto& [target, reason] :
+       std::vector<std::pair<std::string, std::string>>{{folder_ / "pipe", "it is no regular file"},
+                                                        {"/dev/zero", "it is no regular file"},
+                                                        {large, "it is too large"},
+                                                        {folder_ / "loop", "Too many levels of symbolic links"}}) {
+    std::filesystem::create_symlink(target, path);
+    EXPECT_FALSE(Load()) << target;
+    EXPECT_EQ(error_, "The state file " + path + " cannot be read: " + reason);
+    EXPECT_TRUE(folder_.Has("repository/state.json")) << target;
+    std::filesystem::remove(path);
+  }
 }
 
 TEST_F(StateFile, FailsWhenTheFolderCannotBeMade) {
