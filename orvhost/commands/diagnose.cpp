@@ -1,19 +1,24 @@
 // orvhost diagnose: what a run left behind and the one safe next step. Reads the host's own files only.
-#include <algorithm>
-#include <fstream>
+#include <cerrno>
 
+#include "orvhost/commands/at_work.h"
 #include "orvhost/commands/commands.h"
+#include "orvhost/commands/look_back.h"
 #include "orvhost/commands/status_words.h"
 #include "orvhost/journal/diagnosis.h"
-#include "orvhost/journal/journal_folder.h"
+#include "orvhost/journal/other_runs.h"
+#include "orvhost/journal/remains.h"
 #include "orvhost/journal/story.h"
-#include "orvhost/run/run_lock.h"
-#include "orvhost/run/run_processes.h"
+#include "orvhost/journal/unreadable.h"
 #include "posix/boot_id.h"
 
 namespace orvhost {
 
 namespace {
+
+constexpr const char* kVerifyFirst =
+    "Run \"orvhost verify\": it asks the BMC which firmware it runs and changes nothing. Where that is not the "
+    "installed version, \"orvhost apply\" comes next.";
 
 std::string End(const RecordedRun& run, bool isAtWork) {
   if (run.Outcome() != nullptr) {
@@ -25,23 +30,25 @@ std::string End(const RecordedRun& run, bool isAtWork) {
 class DiagnoseRoad {
  public:
   explicit DiagnoseRoad(const Run& run)
-      : run_(run), folder_(JournalFolder(run.options.installPath)), runs_(ListRuns(folder_)) {}
+      : run_(run), folder_(JournalFolder(run.options.installPath)), journals_(ListJournals(folder_)) {}
 
   Outcome Go();
 
  private:
-  bool FindRunInQuestion();
-  void LookAround();
-  void LookBack(std::size_t at);
-  void LookAhead(std::size_t at);
+  bool FindRunNamed();
+  bool FindLastRun();
+  [[nodiscard]] bool LeavesADoubt(const RecordedRun& run) const;
+  [[nodiscard]] bool IsExplained() const;
+  bool LookAround();
   void ReadRecords();
   void Tell(const Diagnosis& diagnosis);
-  void NothingToDiagnose();
-  void Notice(const std::string& sentence);
+  void NoRun();
+  bool SeesAll(const AtWork& atWork);
+  bool Fails(const FailedEnd& end);
 
   const Run& run_;
   const std::string folder_;
-  const std::vector<std::string> runs_;
+  const JournalList journals_;
   Situation situation_;
   std::string left_;  // processes of the run
   std::string recordsError_;
@@ -51,103 +58,136 @@ class DiagnoseRoad {
 Outcome DiagnoseRoad::Go() {
   outcome_.phase = "diagnose";
   ReadRecords();
-  if (!FindRunInQuestion()) {
+  if (!(run_.options.runName.empty() ? FindLastRun() : FindRunNamed())) {
     return outcome_;
   }
   for (const std::string& sentence : Damage(situation_.run)) {
-    Notice(sentence);
+    Note(run_, &outcome_, sentence);
   }
-  LookAround();
-  Tell(Diagnose(situation_));
+  if (LookAround()) {
+    Tell(Diagnose(situation_));
+  }
   return outcome_;
 }
 
-bool DiagnoseRoad::FindRunInQuestion() {
-  const std::string& name = run_.options.runName;
-  if (!name.empty()) {
-    std::string error;
-    const auto id = FindRun(runs_, name, &error);
-    if (!id) {
-      Fail(run_, &outcome_,
-           {.exitCode = ExitCode::kUsage,
-            .verdict = "no-such-run",
-            .cause = error,
-            .nextStep = "Run \"orvhost history\" to see which runs there are."});
-      return false;
-    }
-    situation_.run = ReadRun(folder_, *id);
-    if (ReachedTheDevice(situation_.run)) {
-      return true;
-    }
-    outcome_.verdict = "nothing-changed";
-    outcome_.summary = "Run " + *id + " did not get as far as to change the device.";
+bool DiagnoseRoad::FindRunNamed() {
+  const auto run = ReadRunNamed(run_, journals_, run_.options.runName, &outcome_);
+  if (!run) {
     return false;
   }
-  for (auto id = runs_.rbegin(); id != runs_.rend(); ++id) {
-    situation_.run = ReadRun(folder_, *id);
-    if (ReachedTheDevice(situation_.run)) {
-      return true;
-    }
+  situation_.run = *run;
+  if (ReachedTheDevice(*run) || MayHaveReachedTheDevice(*run)) {
+    return true;
   }
-  NothingToDiagnose();
+  outcome_.verdict = "nothing-changed";
+  outcome_.summary = "Run " + run->id + " did not get as far as to change the device.";
   return false;
 }
 
-void DiagnoseRoad::NothingToDiagnose() {
+// The last one that changed the device, or may have: what cannot be read is not passed over.
+bool DiagnoseRoad::FindLastRun() {
+  if (journals_.error != 0) {
+    return Fails(JournalUnreadable("The journals in " + WhyUnreadable(folder_, journals_.error) + "."));
+  }
+  Note(run_, &outcome_, AboutMisnamed(journals_, folder_));
+  for (auto id = journals_.runs.rbegin(); id != journals_.runs.rend(); ++id) {
+    RecordedRun run = ReadRun(folder_, *id);
+    if (run.error == ENOENT) {
+      continue;  // dropped meanwhile
+    }
+    if (run.error != 0) {
+      return Fails(JournalUnreadable("The journal " + WhyUnreadable(JournalPath(folder_, *id), run.error) + "."));
+    }
+    if (ReachedTheDevice(run) || LeavesADoubt(run)) {
+      situation_.run = std::move(run);
+      if (IsExplained()) {
+        return true;
+      }
+      break;
+    }
+  }
+  NoRun();
+  return false;
+}
+
+// An update keeps in the records that it writes before it does, so these can clear a run whose journal cannot.
+bool DiagnoseRoad::LeavesADoubt(const RecordedRun& run) const {
+  return MayHaveReachedTheDevice(run) && (RecordsLeaveADoubt(situation_) || CommandOf(run) != "update");
+}
+
+// False when the records tell of an update in the middle of writing, and the journal of one that was not left there.
+bool DiagnoseRoad::IsExplained() const {
+  const bool isRunning = situation_.recordsAreReadable && situation_.records.updateStatus == refhost::kUpdateRunning;
+  const std::string command = CommandOf(situation_.run);
+  return !isRunning || command == "methods" ||
+         (command != "apply" && !situation_.run.OutcomeText("verdict").starts_with("updated"));
+}
+
+// No journal tells, so the records and what is at work do.
+void DiagnoseRoad::NoRun() {
+  const AtWork atWork = AtWorkOfLostRuns(run_.options.installPath, journals_.runs);
+  if (!SeesAll(atWork)) {
+    return;
+  }
+  if (!situation_.recordsAreReadable) {
+    Fails({.exitCode = ExitCode::kFailedUntouched,
+           .verdict = "records-damaged",
+           .cause = recordsError_ + ".",
+           .nextStep = KeepPoweredAndUpdate("")});
+    return;
+  }
   outcome_.verdict = "nothing-to-diagnose";
-  outcome_.summary = "No run with a journal in " + folder_ + " got as far as to change the device.";
-  outcome_.facts = {
-      {"records", "Records", recordsError_.empty() ? InWords(situation_.records.updateStatus) : recordsError_}};
-  const bool cutOff = situation_.records.updateStatus == refhost::kUpdateRunning ||
-                      situation_.records.updateStatus == refhost::kUpdateFailed;
-  if (!cutOff) {
-    return;
+  outcome_.summary = "No run with a journal in " + folder_ + " shows what became of the device.";
+  outcome_.facts = {{"records", "Records", InWords(situation_.records.updateStatus)}};
+  if (atWork.isAtWork) {
+    outcome_.verdict = "at-work";
+    outcome_.summary += " But a run of which no journal is left is at work.";
+    if (!atWork.processes.empty()) {
+      outcome_.facts.push_back({"at_work", "At work", atWork.processes});
+    }
+    outcome_.facts.push_back({"next_step", "Next step", kWaitForTheEnd});
+  } else if (RecordsLeaveADoubt(situation_)) {
+    outcome_.verdict = "flash-unknown";
+    outcome_.summary += " But the records show an update that was not finished, so the flash may be incomplete.";
+    outcome_.facts.push_back({"next_step", "Next step", KeepPoweredAndUpdate("")});
+  } else if (situation_.records.updateStatus == refhost::kUpdateWritten) {
+    outcome_.verdict = "written";
+    outcome_.summary += " But the records show an update that was written.";
+    outcome_.facts.push_back({"next_step", "Next step", kVerifyFirst});
   }
-  outcome_.verdict = "flash-unknown";
-  outcome_.summary += " But the records show an update that was not finished, so the flash may be incomplete.";
-  outcome_.facts.push_back({"next_step", "Next step",
-                            "Keep the machine powered, do not reboot it, and run \"orvhost update PACKAGE\" again."});
 }
 
-void DiagnoseRoad::LookAround() {
+// False, with the failure, when something may be at work that this user cannot see.
+bool DiagnoseRoad::SeesAll(const AtWork& atWork) {
+  if (atWork.isAtWork || atWork.unseen.empty()) {
+    return true;
+  }
+  return Fails({.exitCode = ExitCode::kFailedUntouched,
+                .verdict = "processes-unreadable",
+                .cause = "Whether what a run started is still at work cannot be seen: " + atWork.unseen + ".",
+                .nextStep =
+                    "It may be writing the flash: keep the machine powered, and run \"orvhost diagnose\" as root, "
+                    "where all of /proc can be read."});
+}
+
+bool DiagnoseRoad::Fails(const FailedEnd& end) {
+  Fail(run_, &outcome_, end);
+  return false;
+}
+
+bool DiagnoseRoad::LookAround() {
   const RecordedRun& run = situation_.run;
-  left_ = InWords(ProcessesOfRun(run_.options.installPath, run.id).found);
-  situation_.isAtWork = !left_.empty() || RunAtWork(run_.options.installPath) == run.id;
+  const AtWork atWork = AtWorkOfRun(run_.options.installPath, run.id, JournalPath(folder_, run.id));
+  if (!SeesAll(atWork)) {
+    return false;
+  }
+  left_ = atWork.processes;
+  situation_.isAtWork = atWork.isAtWork;
   situation_.machineWasRestarted = run.Begin("boot_id") != posix::BootId();
-  const auto at = static_cast<std::size_t>(std::ranges::find(runs_, run.id) - runs_.begin());
-  LookBack(at);
-  LookAhead(at);
-}
-
-// Is there an update further back that was left in the flash?
-void DiagnoseRoad::LookBack(std::size_t at) {
-  while (at-- > 0) {
-    const RecordedRun earlier = ReadRun(folder_, runs_[at]);
-    if (earlier.Begin("command") != "update" || !ReachedTheDevice(earlier)) {
-      continue;
-    }
-    TraceWatch watch;
-    Replay(earlier, &watch);
-    if (!watch.FlashBegan()) {
-      continue;
-    }
-    if (!earlier.OutcomeText("verdict").starts_with("updated")) {
-      situation_.unfinishedBefore = earlier.id;
-    }
-    return;
+  for (const std::string& sentence : LookAtOtherRuns(folder_, journals_.runs, &situation_)) {
+    Note(run_, &outcome_, sentence);
   }
-}
-
-void DiagnoseRoad::LookAhead(std::size_t at) {
-  while (++at < runs_.size()) {
-    const RecordedRun later = ReadRun(folder_, runs_[at]);
-    if (ReachedTheDevice(later)) {
-      return;
-    }
-    if (later.Begin("command") == "verify" && later.Outcome() != nullptr) {
-      situation_.verifiedAs = later.OutcomeText("verdict");
-    }
-  }
+  return true;
 }
 
 void DiagnoseRoad::ReadRecords() {
@@ -159,8 +199,7 @@ void DiagnoseRoad::Tell(const Diagnosis& diagnosis) {
   const RecordedRun& run = situation_.run;
   outcome_.verdict = diagnosis.verdict;
   outcome_.flashTouched = diagnosis.flashTouched;
-  outcome_.summary =
-      "Of run " + run.id + " (orvhost " + run.Begin("command") + ", started " + run.Begin("t") + ") is known:";
+  outcome_.summary = "Of run " + run.id + " (orvhost " + CommandOf(run) + ", started " + run.Begin("t") + ") is known:";
   outcome_.facts = {
       {"run", "Run", run.id},
       {"end", "End", End(run, situation_.isAtWork)},
@@ -177,15 +216,14 @@ void DiagnoseRoad::Tell(const Diagnosis& diagnosis) {
         {"before", "Before",
          "run " + situation_.unfinishedBefore + " had begun to write the flash and did not finish it"});
   }
+  if (situation_.beforeIsUnknown && !diagnosis.flashTouched && diagnosis.verdict != "verified") {
+    outcome_.facts.push_back(
+        {"before", "Before", "the journal of an earlier run cannot be read; it may have left the flash incomplete"});
+  }
   if (!diagnosis.unknown.empty()) {
     outcome_.facts.push_back({"unknown", "Unknown", diagnosis.unknown});
   }
   outcome_.facts.push_back({"next_step", "Next step", diagnosis.nextStep});
-}
-
-void DiagnoseRoad::Notice(const std::string& sentence) {
-  outcome_.notices.push_back(sentence);
-  run_.console.Notice(sentence);
 }
 
 constexpr const char* kDiagnoseHelp = R"(Says in which state a run left the machine, as far as its journal and the
@@ -195,13 +233,15 @@ Meant for a run that was killed or lost its machine, but it takes any. Without
 RUN it is the last one that could have changed the device.
 
 Asks neither the BMC nor the plug-in, so it can be run at any time, also while
-another run is at work.
+another run is at work. Where the journals, the records or the processes that
+decide it cannot be read, nothing is concluded.
 
 Examples:
   orvhost diagnose
   orvhost diagnose --json | jq -r '.facts.next_step'
 
-Exit codes: 0 diagnosed (any result); 2 there is no such run, or more than one.)";
+Exit codes: 0 diagnosed (any result); 2 there is no such run, or more than one;
+7 what decides it cannot be read.)";
 
 }  // namespace
 

@@ -1,12 +1,16 @@
 // orvhost history: the runs that left a journal, one line each. Reads the host's own files only.
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cstdio>
 
 #include "orvhost/commands/commands.h"
+#include "orvhost/commands/look_back.h"
 #include "orvhost/interface/printable.h"
 #include "orvhost/journal/journal_folder.h"
 #include "orvhost/journal/recorded_run.h"
+#include "orvhost/journal/story.h"
+#include "orvhost/journal/unreadable.h"
 #include "orvhost/run/run_lock.h"
 
 namespace orvhost {
@@ -32,19 +36,34 @@ std::string FileName(const std::string& path) {
   return path.substr(path.rfind('/') + 1);
 }
 
-Row RowOf(const RecordedRun& run, bool isAtWork) {
+// What a run says of its end; of one without an end, what is known.
+std::string VerdictOf(const RecordedRun& run, const RunningRun& running) {
+  if (run.error != 0) {
+    return "unreadable";
+  }
+  if (run.Outcome() != nullptr) {
+    return run.OutcomeText("verdict");
+  }
+  if (run.id == running.runId) {
+    return "at work";
+  }
+  if (run.entries.empty()) {
+    return "damaged";
+  }
+  return (running.unseen.empty() ? "" : "at work or ") + ("cut off in phase " + run.LastPhase());
+}
+
+Row RowOf(const RecordedRun& run, const RunningRun& running) {
   const nlohmann::json* outcome = run.Outcome();
-  const std::string exitCode =
-      outcome != nullptr && outcome->contains("exit_code") ? (*outcome)["exit_code"].dump() : "";
-  const std::string cutOff = isAtWork ? "at work" : "cut off in phase " + run.LastPhase();
+  const nlohmann::json exitCode = outcome != nullptr ? outcome->value("exit_code", nlohmann::json()) : nlohmann::json();
   const std::string command = run.Begin("command");
   const std::string package = command == "update" || command == "check" ? FileName(run.Option("package")) : "";
   return {run.id,
           Seconds(run.Seconds()),
           command,
           package + (package.empty() || Versions(run).empty() ? "" : " ") + Versions(run),
-          outcome != nullptr ? run.OutcomeText("verdict") : cutOff,
-          exitCode,
+          VerdictOf(run, running),
+          exitCode.is_number_unsigned() ? exitCode.dump() : "",
           run.Begin("t")};
 }
 
@@ -70,41 +89,89 @@ std::vector<std::string> Table(const std::vector<Row>& rows) {
   return lines;
 }
 
-Outcome History(const Run& run) {
-  Outcome outcome;
-  outcome.phase = "history";
-  const std::string folder = JournalFolder(run.options.installPath);
-  const std::string atWork = RunAtWork(run.options.installPath);
-  std::vector<Row> rows = {{"RUN", "SECONDS", "COMMAND", "PACKAGE, VERSION", "VERDICT", "EXIT", ""}};
-  outcome.listing.name = "runs";
-  for (const std::string& id : ListRuns(folder)) {
-    const RecordedRun recorded = ReadRun(folder, id);
-    const Row row = RowOf(recorded, id == atWork);
-    rows.push_back(row);
-    outcome.listing.entries.push_back({{"run_id", row[0]},
-                                       {"started", row[6]},
-                                       {"seconds", row[1]},
-                                       {"command", row[2]},
-                                       {"package", recorded.Option("package")},
-                                       {"before", recorded.OutcomeText("before")},
-                                       {"after", recorded.OutcomeText("after")},
-                                       {"verdict", row[4]},
-                                       {"exit_code", row[5]}});
-    if (recorded.damagedLines > 0) {
-      outcome.notices.push_back(std::to_string(recorded.damagedLines) + " damaged lines of run " + id +
-                                " were skipped.");
+// Gathers the runs and how the subcommand ends.
+class HistoryRoad {
+ public:
+  explicit HistoryRoad(const Run& run)
+      : run_(run),
+        folder_(JournalFolder(run.options.installPath)),
+        journals_(ListJournals(folder_)),
+        running_(RunAtWork(run.options.installPath)) {}
+
+  Outcome Go();
+
+ private:
+  void Add(const RecordedRun& recorded);
+  void Conclude();
+
+  const Run& run_;
+  const std::string folder_;
+  const JournalList journals_;
+  const RunningRun running_;
+  std::vector<Row> rows_ = {{"RUN", "SECONDS", "COMMAND", "PACKAGE, VERSION", "VERDICT", "EXIT", ""}};
+  std::vector<std::string> unreadable_;  // why, one sentence each, without a full stop
+  Outcome outcome_;
+};
+
+Outcome HistoryRoad::Go() {
+  outcome_.phase = "history";
+  outcome_.listing.name = "runs";
+  if (journals_.error != 0) {
+    unreadable_.push_back("The journals in " + WhyUnreadable(folder_, journals_.error));
+  }
+  if (!running_.unseen.empty()) {
+    Note(run_, &outcome_, "Whether a run is at work cannot be seen: " + running_.unseen + ".");
+  }
+  Note(run_, &outcome_, AboutMisnamed(journals_, folder_));
+  for (const std::string& id : journals_.runs) {
+    const RecordedRun recorded = ReadRun(folder_, id);
+    if (recorded.error != ENOENT) {  // dropped meanwhile
+      Add(recorded);
     }
   }
-  outcome.verdict = rows.size() > 1 ? "listed" : "no-runs";
-  if (rows.size() > 1) {
-    outcome.lines = Table(rows);
+  Conclude();
+  return outcome_;
+}
+
+void HistoryRoad::Add(const RecordedRun& recorded) {
+  const Row row = RowOf(recorded, running_);
+  rows_.push_back(row);
+  outcome_.listing.entries.push_back({{"run_id", row[0]},
+                                      {"started", row[6]},
+                                      {"seconds", row[1]},
+                                      {"command", row[2]},
+                                      {"package", recorded.Option("package")},
+                                      {"before", recorded.OutcomeText("before")},
+                                      {"after", recorded.OutcomeText("after")},
+                                      {"verdict", row[4]},
+                                      {"exit_code", row[5]}});
+  if (recorded.error != 0) {
+    unreadable_.push_back("The journal " + WhyUnreadable(JournalPath(folder_, recorded.id), recorded.error));
+    return;
+  }
+  for (const std::string& sentence : Damage(recorded)) {
+    Note(run_, &outcome_, sentence);
+  }
+}
+
+void HistoryRoad::Conclude() {
+  const bool hasRuns = rows_.size() > 1;
+  outcome_.verdict = hasRuns ? "listed" : "no-runs";
+  if (!unreadable_.empty()) {
+    if (hasRuns) {
+      run_.console.Show(Table(rows_));
+    }
+    const std::size_t others = unreadable_.size() - 1;
+    Fail(run_, &outcome_,
+         JournalUnreadable(unreadable_.front() + "." +
+                           (others == 0 ? "" : " So it is with " + std::to_string(others) + " more.")));
+    return;
+  }
+  if (hasRuns) {
+    outcome_.lines = Table(rows_);
   } else {
-    outcome.summary = "No run has left a journal in " + folder + ".";
+    outcome_.summary = "No run has left a journal in " + folder_ + ".";
   }
-  for (const std::string& notice : outcome.notices) {
-    run.console.Notice(notice);
-  }
-  return outcome;
 }
 
 constexpr const char* kHistoryHelp = R"(Lists the runs of which a journal is kept, oldest first: the run's id, with the
@@ -116,15 +183,18 @@ Kept are the newest 50 runs, and of the older ones the newest 10 that could have
 changed the device. Asks neither the BMC nor the plug-in, and may run beside
 another run.
 
+A journal that is damaged is listed as far as it can be read. One that this user
+cannot read is listed as "unreadable", and the exit code is 7.
+
 Examples:
   orvhost history
   orvhost history --json | jq -r '.runs[-1].run_id'
 
-Exit codes: 0 listed, also when there are none.)";
+Exit codes: 0 listed, also when there are none; 7 a journal cannot be read.)";
 
 }  // namespace
 
-const Command kHistoryCommand = {"history", "List the runs that were made, one line each", kHistoryHelp, {}, History,
-                                 false};
+const Command kHistoryCommand = {"history", "List the runs that were made, one line each",        kHistoryHelp,
+                                 {},        [](const Run& run) { return HistoryRoad(run).Go(); }, false};
 
 }  // namespace orvhost

@@ -1,8 +1,7 @@
 // orvhost show: the story of one run, from its journal. Reads the host's own files only.
 
 #include "orvhost/commands/commands.h"
-#include "orvhost/journal/journal_folder.h"
-#include "orvhost/journal/recorded_run.h"
+#include "orvhost/commands/look_back.h"
 #include "orvhost/journal/story.h"
 
 namespace orvhost {
@@ -13,34 +12,26 @@ Outcome Show(const Run& run) {
   Outcome outcome;
   outcome.phase = "show";
   const std::string folder = JournalFolder(run.options.installPath);
-  std::string error;
-  const auto id = FindRun(ListRuns(folder), run.options.runName, &error);
-  if (!id) {
-    Fail(run, &outcome,
-         {.exitCode = ExitCode::kUsage,
-          .verdict = "no-such-run",
-          .cause = error,
-          .nextStep = "Run \"orvhost history\" to see which runs there are."});
+  const auto recorded = ReadRunNamed(run, ListJournals(folder), run.options.runName, &outcome);
+  if (!recorded) {
     return outcome;
   }
-  const RecordedRun recorded = ReadRun(folder, *id);
   outcome.verdict = "shown";
-  outcome.notices = Damage(recorded);
-  for (const std::string& notice : outcome.notices) {
-    run.console.Notice(notice);
+  for (const std::string& sentence : Damage(*recorded)) {
+    Note(run, &outcome, sentence);
   }
-  const auto story = TellStory(recorded);
+  const auto story = TellStory(*recorded);
   outcome.listing.name = "timeline";
   for (const StoryLine& line : story) {
     outcome.lines.push_back(line.seconds + "  " + line.text);
     outcome.listing.entries.push_back({{"s", line.seconds}, {"kind", line.kind}, {"text", line.text}});
   }
-  outcome.facts = {{"run", "Run", recorded.id},
-                   {"command", "Command", recorded.Begin("command")},
-                   {"started", "Started", recorded.Begin("t")},
-                   {"journal", "Journal", JournalPath(folder, recorded.id)}};
-  outcome.summary = "Run " + recorded.id + ", orvhost " + recorded.Begin("command") + " on a server of type " +
-                    recorded.Begin("server_type") + "; seconds since its start:";
+  outcome.facts = {{"run", "Run", recorded->id},
+                   {"command", "Command", recorded->Begin("command")},
+                   {"started", "Started", recorded->Begin("t")},
+                   {"journal", "Journal", JournalPath(folder, recorded->id)}};
+  outcome.summary = "Run " + recorded->id + ", orvhost " + recorded->Begin("command") + " on a server of type " +
+                    recorded->Begin("server_type") + "; seconds since its start:";
   return outcome;
 }
 
@@ -56,7 +47,8 @@ Examples:
   orvhost show last
   orvhost show 42
 
-Exit codes: 0 shown; 2 there is no such run, or more than one.)";
+Exit codes: 0 shown; 2 there is no such run, or more than one; 7 its journal
+cannot be read.)";
 
 }  // namespace
 

@@ -62,6 +62,11 @@ std::string AboutTheProgram(const Outcome& outcome) {
   return "orvhost" + (outcome.command.empty() ? "" : " " + outcome.command) + ": ";
 }
 
+// Of the flash these know what earlier runs did, if that; that they did nothing themselves might be taken for it.
+bool LooksBack(std::string_view command) {
+  return command == "history" || command == "show" || command == "diagnose";
+}
+
 std::string WholeSummary(const Outcome& outcome) {
   std::string text = outcome.summary;
   for (const std::string& line : outcome.lines) {
@@ -144,7 +149,7 @@ std::string ToErrorText(const Outcome& outcome) {
   }
   AppendItem(&text, "completion code", failure.evidence.completionCode, kWidth);
   const bool workBegan = outcome.exitCode != ExitCode::kUsage;
-  if (workBegan) {
+  if (workBegan && !LooksBack(outcome.command)) {
     AppendItem(&text, "flash", outcome.flashTouched ? "writing it had begun" : "not touched", kWidth);
   }
   AppendItem(&text, "next step", failure.nextStep, kWidth);

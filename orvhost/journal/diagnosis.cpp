@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "host/DllCommon.h"
+#include "orvhost/journal/remains.h"
 #include "orvhost/trace/plugin_lines.h"
 
 namespace orvhost {
@@ -58,10 +59,13 @@ std::string EndOfFlashing(const RecordedRun& run, const std::string& commandLine
   return end;
 }
 
+std::string RunUpdate(const std::string& package) {
+  return "run \"orvhost update " + (package.empty() ? "PACKAGE" : package) + "\" again.";
+}
+
 std::string UpdateAgain(const Situation& situation, bool flashTouched) {
   const std::string package = situation.run.Option("package");
-  const std::string command = "run \"orvhost update " + (package.empty() ? "PACKAGE" : package) + "\" again.";
-  return flashTouched ? "Keep the machine powered, do not reboot it, and " + command : "R" + command.substr(1);
+  return flashTouched ? KeepPoweredAndUpdate(package) : "R" + RunUpdate(package).substr(1);
 }
 
 bool IsRecordedAsWritten(const Situation& situation) {
@@ -79,7 +83,19 @@ Diagnosis OfUpdateBeforeTheFlash(const Situation& situation) {
   if (isCutOff && situation.run.Entered("write") && !situation.machineWasRestarted) {
     diagnosis.unknown = "Whether the BMC's virtual media are connected.";
   }
-  diagnosis.nextStep = UpdateAgain(situation, !situation.unfinishedBefore.empty());
+  diagnosis.nextStep = UpdateAgain(situation, !situation.unfinishedBefore.empty() || situation.beforeIsUnknown);
+  return diagnosis;
+}
+
+// Lines are lost, so that none shows the flash proves nothing.
+Diagnosis OfUpdateWithLostLines(const Situation& situation) {
+  Diagnosis diagnosis;
+  diagnosis.verdict = "flash-unknown";
+  diagnosis.flash = "unknown: lines of the journal are lost, and those that are left do not show it";
+  diagnosis.bmc = "may have been given an image that is incomplete";
+  diagnosis.marker = "unknown";
+  diagnosis.unknown = "Whether writing the flash had begun.";
+  diagnosis.nextStep = UpdateAgain(situation, true);
   return diagnosis;
 }
 
@@ -123,12 +139,12 @@ Diagnosis OfWrittenUpdate(bool tookTooLong) {
 }
 
 Diagnosis OfUpdate(const Situation& situation) {
-  TraceWatch watch;
-  Replay(situation.run, &watch);
-  if (!watch.FlashBegan()) {
-    return OfUpdateBeforeTheFlash(situation);
+  const FlashRemains flash = RemainsOfFlash(situation.run);
+  if (!flash.began) {
+    const bool provesNothing = situation.run.IsDamaged() && situation.run.Outcome() == nullptr;
+    return provesNothing ? OfUpdateWithLostLines(situation) : OfUpdateBeforeTheFlash(situation);
   }
-  const std::string end = EndOfFlashing(situation.run, watch.FlashCommand());
+  const std::string end = EndOfFlashing(situation.run, flash.command);
   const std::string verdict = situation.run.OutcomeText("verdict");
   const bool tookTooLong = end == "timed-out" || verdict == "updated-after-time-out";
   if (verdict.starts_with("updated") || (situation.run.Entered("record") && IsRecordedAsWritten(situation))) {
@@ -145,6 +161,7 @@ Diagnosis OfApply(const Situation& situation) {
   Diagnosis diagnosis;
   diagnosis.flash = "not touched by this run";
   const bool restarted = situation.machineWasRestarted;
+  const bool linesAreLost = situation.run.IsDamaged() && situation.run.Outcome() == nullptr;
   if (watch.IsRestarting()) {
     diagnosis.verdict = "restarted-only";
     diagnosis.bmc = "was given no reboot flag by this run, because there was no update marker";
@@ -159,16 +176,17 @@ Diagnosis OfApply(const Situation& situation) {
   } else {
     diagnosis.verdict = "apply-incomplete";
     diagnosis.bmc = "runs the firmware that it ran before; the journal does not prove its reboot flag";
-    diagnosis.marker = "kept";
+    diagnosis.marker = linesAreLost ? "unknown" : "kept";
     if (situation.run.Outcome() == nullptr) {
-      diagnosis.unknown = "Whether the reboot flag is armed.";
+      diagnosis.unknown = std::string("Whether the reboot flag is armed") +
+                          (linesAreLost ? ", and whether the update marker was deleted." : ".");
     }
   }
   if (restarted) {
     diagnosis.unknown = "Which firmware the BMC runs since the machine was started anew.";
     diagnosis.nextStep = kVerify;
   } else {
-    diagnosis.nextStep = diagnosis.verdict == "apply-incomplete" ? kApply : kShutDown;
+    diagnosis.nextStep = diagnosis.verdict == "apply-incomplete" && !linesAreLost ? kApply : kShutDown;
   }
   return diagnosis;
 }
@@ -193,12 +211,12 @@ void TakeVerified(const Situation& situation, Diagnosis* diagnosis) {
 }  // namespace
 
 Diagnosis Diagnose(const Situation& situation) {
-  Diagnosis diagnosis = situation.run.Begin("command") == "update" ? OfUpdate(situation) : OfApply(situation);
+  const std::string command = CommandOf(situation.run);
+  Diagnosis diagnosis = command == "update" || command.empty() ? OfUpdate(situation) : OfApply(situation);
   if (situation.isAtWork) {
     diagnosis.verdict = "at-work";
     diagnosis.unknown = "";
-    diagnosis.nextStep =
-        "Keep the machine powered and wait until what is at work has ended, then run \"orvhost diagnose\" again.";
+    diagnosis.nextStep = kWaitForTheEnd;
     return diagnosis;
   }
   TakeVerified(situation, &diagnosis);
@@ -206,6 +224,15 @@ Diagnosis Diagnose(const Situation& situation) {
     diagnosis.unknown += std::string(diagnosis.unknown.empty() ? "" : " ") + "What the host recorded.";
   }
   return diagnosis;
+}
+
+bool RecordsLeaveADoubt(const Situation& situation) {
+  return !situation.recordsAreReadable || situation.records.updateStatus == refhost::kUpdateRunning ||
+         situation.records.updateStatus == refhost::kUpdateFailed;
+}
+
+std::string KeepPoweredAndUpdate(const std::string& package) {
+  return "Keep the machine powered, do not reboot it, and " + RunUpdate(package);
 }
 
 }  // namespace orvhost

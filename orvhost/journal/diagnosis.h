@@ -17,9 +17,14 @@ struct Situation {
   bool machineWasRestarted = false;  // since the run began
   std::string verifiedAs;            // verdict of the last "verify" behind it; "" for none
   std::string unfinishedBefore;  // an earlier run that began to write the flash and that no run finished; "" for none
+  bool beforeIsUnknown = false;  // an earlier run may have, since its journal does not tell
   bool recordsAreReadable = true;
   refhost::ModuleState records;
 };
+
+// The next step while something is at work.
+inline constexpr const char* kWaitForTheEnd =
+    "Keep the machine powered and wait until what is at work has ended, then run \"orvhost diagnose\" again.";
 
 struct Diagnosis {
   std::string verdict;  // one word for programs
@@ -32,6 +37,12 @@ struct Diagnosis {
 };
 
 [[nodiscard]] Diagnosis Diagnose(const Situation& situation);
+
+// True when the records say that the last update ended in the middle of writing, or cannot say how it ended.
+[[nodiscard]] bool RecordsLeaveADoubt(const Situation& situation);
+
+// The next step where the flash may be incomplete; `package` is "" when it is not known.
+[[nodiscard]] std::string KeepPoweredAndUpdate(const std::string& package);
 
 }  // namespace orvhost
 

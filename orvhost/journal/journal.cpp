@@ -99,7 +99,9 @@ bool Journal::Create(const std::string& folder, const std::string& path) {
   if (made) {
     SyncFolder(folder + "/..");
   }
-  DropOldRuns(folder);
+  if (!DropOldRuns(folder)) {
+    return false;
+  }
   file_ = posix::FileDescriptor(open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_EXCL | O_CLOEXEC, kFileMode));
   return file_.IsOpen() && SyncFolder(folder);
 }

@@ -1,9 +1,13 @@
 #include "orvhost/journal/journal_folder.h"
 
 #include <algorithm>
+#include <cctype>
+#include <cerrno>
 #include <filesystem>
-#include <fstream>
-#include <nlohmann/json.hpp>
+#include <string_view>
+
+#include "orvhost/journal/journal_line.h"
+#include "posix/regular_file.h"
 
 namespace orvhost {
 
@@ -15,26 +19,19 @@ constexpr const char* kSuffix = ".jsonl";
 constexpr std::size_t kNumberWidth = 8;
 
 bool IsRunId(const std::string& text) {
-  const auto digit = [&text](std::size_t at) { return text[at] >= '0' && text[at] <= '9'; };
-  if (text.size() <= kNumberWidth || text[kNumberWidth] != '-') {
-    return false;
-  }
-  for (std::size_t at = 0; at < kNumberWidth; ++at) {
-    if (!digit(at)) {
-      return false;
-    }
-  }
-  return true;
+  constexpr std::string_view kForm = "dddddddd-ddddddddTddddddZ";
+  const bool isOne = std::ranges::equal(text, kForm, [](unsigned char character, char wanted) {
+    return wanted == 'd' ? std::isdigit(character) != 0 : character == wanted;
+  });
+  return isOne && std::stoul(text.substr(0, kNumberWidth)) <= kLastNumber;
 }
 
 bool CouldHaveChanged(const std::string& path) {
-  std::string line;
-  std::getline(std::ifstream(path), line);
-  const auto begin = nlohmann::json::parse(line, nullptr, false);
-  if (!begin.is_object() || !begin.contains("options") || !begin["options"].is_object()) {
-    return false;
-  }
-  return MayChangeDevice(begin.value("command", std::string()), begin["options"].value("dry_run", false));
+  const std::string start = posix::ReadStartOfRegularFile(path, kLongestLine).value_or("");
+  const nlohmann::json begin = ParseLine(std::string_view(start).substr(0, start.find('\n')));
+  const nlohmann::json options = begin.is_object() ? begin.value("options", nlohmann::json()) : nlohmann::json();
+  return options.is_object() &&
+         MayChangeDevice(TextIn(begin, "command"), options.value("dry_run", nlohmann::json()) == true);
 }
 
 }  // namespace
@@ -47,21 +44,38 @@ std::string JournalPath(const std::string& folder, const std::string& runId) {
   return folder + "/" + runId + kSuffix;
 }
 
-std::vector<std::string> ListRuns(const std::string& folder) {
-  std::vector<std::string> runs;
-  std::error_code ignored;
-  for (const fs::directory_entry& entry : fs::directory_iterator(folder, ignored)) {
-    if (entry.path().extension() == kSuffix && IsRunId(entry.path().stem())) {
-      runs.push_back(entry.path().stem());
+JournalList ListJournals(const std::string& folder) {
+  JournalList journals;
+  std::error_code failure;
+  fs::directory_iterator entry(folder, failure);
+  for (; !failure && entry != fs::directory_iterator(); entry.increment(failure)) {
+    const std::string name = entry->path().filename();
+    if (!name.ends_with(kSuffix)) {
+      continue;
     }
+    const std::string id = name.substr(0, name.size() - std::string_view(kSuffix).size());
+    (IsRunId(id) ? journals.runs : journals.misnamed).push_back(IsRunId(id) ? id : name);
   }
-  std::ranges::sort(runs);
-  return runs;
+  journals.error = failure == std::errc::no_such_file_or_directory ? 0 : failure.value();
+  std::ranges::sort(journals.runs);
+  std::ranges::sort(journals.misnamed);
+  return journals;
+}
+
+std::string AboutMisnamed(const JournalList& journals, const std::string& folder) {
+  const std::size_t count = journals.misnamed.size();
+  if (count == 0) {
+    return "";
+  }
+  const std::string first = journals.misnamed.front() + " in " + folder;
+  return count == 1 ? first + " has not the name of a run's journal and was skipped."
+                    : first + " and " + std::to_string(count - 1) +
+                          " more there have not the name of a run's journal and were skipped.";
 }
 
 std::string NextRunId(const std::vector<std::string>& runs, const std::string& now) {
   const unsigned long last = runs.empty() ? 0 : std::stoul(runs.back().substr(0, kNumberWidth));
-  const std::string digits = std::to_string(last + 1);
+  const std::string digits = std::to_string(std::min(last + 1, kLastNumber));
   std::string time = now.substr(0, now.find('.')) + "Z";
   std::erase_if(time, [](char c) { return c == '-' || c == ':'; });
   return std::string(kNumberWidth - std::min(kNumberWidth, digits.size()), '0') + digits + "-" + time;
@@ -71,8 +85,13 @@ bool MayChangeDevice(const std::string& command, bool dryRun) {
   return !dryRun && (command == "update" || command == "apply" || command == "methods");
 }
 
-void DropOldRuns(const std::string& folder) {
-  const std::vector<std::string> runs = ListRuns(folder);
+bool DropOldRuns(const std::string& folder) {
+  const JournalList journals = ListJournals(folder);
+  if (journals.error != 0) {
+    errno = journals.error;
+    return false;
+  }
+  const std::vector<std::string>& runs = journals.runs;
   const std::size_t surplus = runs.size() + 1 - std::min(runs.size() + 1, kKeptRuns);
   std::size_t changing = 0;
   // From the newest of the surplus to the oldest.
@@ -84,6 +103,7 @@ void DropOldRuns(const std::string& folder) {
     std::error_code ignored;
     fs::remove(path, ignored);
   }
+  return true;
 }
 
 }  // namespace orvhost

@@ -1,11 +1,13 @@
 #include "orvhost/journal/recorded_run.h"
 
 #include <algorithm>
-#include <fstream>
-#include <sstream>
+#include <array>
+#include <cerrno>
+#include <string_view>
 
-#include "orvhost/interface/options.h"
 #include "orvhost/journal/journal_folder.h"
+#include "orvhost/journal/journal_line.h"
+#include "posix/regular_file.h"
 
 namespace orvhost {
 
@@ -13,22 +15,58 @@ namespace {
 
 using nlohmann::json;
 
-std::string TextIn(const json& object, const char* name) {
-  const auto found = object.is_object() ? object.find(name) : object.end();
-  return found != object.end() && found->is_string() ? found->get<std::string>() : "";
+constexpr double kLongestRun = 1e9;  // seconds: thirty years
+
+// What every line of its kind has. Others may have more, in later versions.
+struct Member {
+  std::string_view kind;
+  const char* path;
+  bool (*isRight)(const json& value);
+};
+
+constexpr auto kText = [](const json& value) { return value.is_string(); };
+constexpr auto kNumber = [](const json& value) { return value.is_number_integer(); };
+constexpr auto kObject = [](const json& value) { return value.is_object(); };
+
+constexpr auto kMembers = std::to_array<Member>({
+    {"begin", "/command", kText},
+    {"begin", "/options", kObject},
+    {"phase", "/name", kText},
+    {"package", "/path", kText},
+    {"command", "/line", kText},
+    {"command_end", "/result", kText},
+    {"error_output", "/text", kText},
+    {"trace", "/level", kNumber},
+    {"trace", "/text", kText},
+    {"record", "/id", kText},
+    {"record", "/detail", kText},
+    {"record", "/text", kText},
+    {"notice", "/text", kText},
+    {"end", "/outcome/verdict", kText},
+    {"end", "/outcome/exit_code", kNumber},
+});
+
+bool HasItsMembers(const std::string& kind, const json& fields) {
+  return std::ranges::all_of(kMembers, [&](const Member& member) {
+    if (member.kind != kind) {
+      return true;
+    }
+    const json::json_pointer path(member.path);
+    return fields.contains(path) && member.isRight(fields[path]);
+  });
 }
 
 // Nothing when the line is not one that a run writes.
-std::optional<JournalEntry> Parse(const std::string& line) {
-  json fields = json::parse(line, nullptr, false);
-  if (!fields.is_object() || !fields.contains("s") || !fields["s"].is_number()) {
-    return {};
-  }
+std::optional<JournalEntry> Parse(std::string_view line) {
+  json fields = ParseLine(line);
+  const json since = fields.is_object() ? fields.value("s", json()) : json();
+  const double seconds = since.is_number() ? since.get<double>() : -1;
   const std::string kind = TextIn(fields, "kind");
-  if (kind.empty() || TextIn(fields, "t").empty()) {
+  const bool isTimed = seconds >= 0 && seconds <= kLongestRun && !TextIn(fields, "t").empty();
+  if (!isTimed || kind.empty() || !HasItsMembers(kind, fields)) {
     return {};
   }
-  return JournalEntry{fields["s"], kind, std::move(fields)};
+  return JournalEntry{seconds, kind, std::move(fields)};
 }
 
 // "42" is the number of "00000042-20260131T120000Z".
@@ -56,6 +94,10 @@ void ReplayLine(const JournalEntry& entry, refhost::TraceSink* sink) {
 
 std::string JournalEntry::Text(const char* name) const {
   return TextIn(fields, name);
+}
+
+bool RecordedRun::IsDamaged() const {
+  return damagedLines > 0 || lastLineIsTorn || entries.empty() || entries.front().kind != "begin";
 }
 
 std::string RecordedRun::Begin(const char* name) const {
@@ -108,9 +150,16 @@ double RecordedRun::Seconds() const {
 RecordedRun ReadRun(const std::string& folder, const std::string& runId) {
   RecordedRun run;
   run.id = runId;
-  std::ifstream file(JournalPath(folder, runId), std::ios::binary);
-  for (std::string line; std::getline(file, line);) {
-    const bool isWhole = !file.eof();
+  const auto text = posix::ReadRegularFile(JournalPath(folder, runId), kLargestJournal);
+  if (!text) {
+    run.error = errno;
+    return run;
+  }
+  std::string_view rest = *text;
+  while (!rest.empty()) {
+    const std::string_view line = rest.substr(0, rest.find('\n'));
+    const bool isWhole = line.size() < rest.size();
+    rest.remove_prefix(line.size() + (isWhole ? 1 : 0));
     if (line.empty()) {
       continue;
     }
@@ -161,20 +210,6 @@ void Replay(const RecordedRun& run, TraceWatch* watch) {
       watch->CommandNeverStarted(command->Text("line"));
     }
   }
-}
-
-bool ReachedTheDevice(const RecordedRun& run) {
-  const std::string command = run.Begin("command");
-  if (!MayChangeDevice(command, run.IsDryRun())) {
-    return false;
-  }
-  if (command == "update") {
-    return run.Entered("register");
-  }
-  if (command == "apply") {
-    return run.Entered("apply");
-  }
-  return run.Entered("method") && run.Option("method") == kRebootMethod;
 }
 
 }  // namespace orvhost

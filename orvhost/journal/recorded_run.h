@@ -25,6 +25,10 @@ struct RecordedRun {
   std::vector<JournalEntry> entries;  // without those that cannot be read
   int damagedLines = 0;               // skipped; a torn last line is not one of them
   bool lastLineIsTorn = false;        // the writing was cut off in it
+  int error = 0;                      // errno when the file cannot be read, so that nothing is known of the run
+
+  // Lines are lost that the run wrote.
+  [[nodiscard]] bool IsDamaged() const;
 
   // The first line and what stands in it; "" when the journal lacks it.
   [[nodiscard]] std::string Begin(const char* name) const;
@@ -45,7 +49,7 @@ struct RecordedRun {
   [[nodiscard]] double Seconds() const;
 };
 
-// Reads the journal of a run; an empty one when the file cannot be read.
+// Reads the journal of a run. What is no regular file, or larger than kLargestJournal, cannot be read.
 [[nodiscard]] RecordedRun ReadRun(const std::string& folder, const std::string& runId);
 
 // The id that `name` stands for among `runs` (oldest first): "last", the number of one without its zeros, or the
@@ -58,9 +62,6 @@ void Replay(const RecordedRun& run, refhost::TraceSink* sink);
 
 // The same, and which shell commands could not be started.
 void Replay(const RecordedRun& run, TraceWatch* watch);
-
-// True when the run could have changed the device, and went far enough to do so.
-[[nodiscard]] bool ReachedTheDevice(const RecordedRun& run);
 
 }  // namespace orvhost
 

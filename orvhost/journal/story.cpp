@@ -3,8 +3,10 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
+#include <map>
 #include <utility>
 
+#include "orvhost/journal/journal_line.h"
 #include "orvhost/trace/plugin_lines.h"
 
 namespace orvhost {
@@ -51,14 +53,33 @@ std::string Number(const JournalEntry& entry, const char* name) {
   return entry.fields.value(name, json()).dump();
 }
 
-// How the command of this number ended.
-std::string EndOf(const RecordedRun& run, const JournalEntry& command) {
-  const json number = command.fields.value("n", json());
-  const auto found = std::ranges::find_if(run.entries, [&](const JournalEntry& entry) {
-    return entry.kind == "command_end" && entry.fields.value("n", json()) == number &&
-           entry.fields.value("child", json()) == command.fields.value("child", json());
-  });
-  if (found == run.entries.end()) {
+// The ends of a run's commands by the command's number and process.
+class CommandEnds {
+ public:
+  explicit CommandEnds(const RecordedRun& run) {
+    for (const JournalEntry& entry : run.entries) {
+      if (entry.kind == "command_end") {
+        ends_.emplace(KeyOf(entry), &entry);
+      }
+    }
+  }
+
+  // Null when the journal does not have it.
+  const JournalEntry* Of(const JournalEntry& command) const {
+    const auto found = ends_.find(KeyOf(command));
+    return found != ends_.end() ? found->second : nullptr;
+  }
+
+ private:
+  static std::string KeyOf(const JournalEntry& entry) { return Number(entry, "n") + " " + Number(entry, "child"); }
+
+  std::map<std::string, const JournalEntry*> ends_;
+};
+
+// How that command ended.
+std::string EndOf(const CommandEnds& ends, const JournalEntry& command) {
+  const JournalEntry* const found = ends.Of(command);
+  if (found == nullptr) {
     return "its end is not in the journal";
   }
   const std::string result = found->Text("result");
@@ -87,22 +108,21 @@ std::string EndOfRun(const JournalEntry& entry) {
   if (!outcome.is_object()) {
     return "ends";
   }
-  std::string text =
-      "ends: " + outcome.value("verdict", "") + ", exit code " + outcome.value("exit_code", json()).dump();
+  std::string text = "ends: " + TextIn(outcome, "verdict") + ", exit code " + outcome.value("exit_code", json()).dump();
   const json error = outcome.value("error", json());
   if (error.is_object()) {
-    text += "; " + error.value("cause", "") + " Next step: " + error.value("next_step", "");
+    text += "; " + TextIn(error, "cause") + " Next step: " + TextIn(error, "next_step");
   }
   return text;
 }
 
 // "" for a line that is left out.
-std::string InWords(const RecordedRun& run, const JournalEntry& entry, bool isTurningPoint) {
+std::string InWords(const CommandEnds& ends, const JournalEntry& entry, bool isTurningPoint) {
   if (entry.kind == "phase") {
     return PhaseInWords(entry.Text("name"));
   }
   if (entry.kind == "command") {
-    return "  runs " + entry.Text("line") + ": " + EndOf(run, entry);
+    return "  runs " + entry.Text("line") + ": " + EndOf(ends, entry);
   }
   if (entry.kind == "record") {
     return "  reports " + entry.Text("text");
@@ -137,12 +157,13 @@ std::string PhaseInWords(const std::string& phase) {
 
 std::vector<StoryLine> TellStory(const RecordedRun& run) {
   std::vector<StoryLine> story;
+  const CommandEnds ends(run);
   TraceWatch watch;
   for (const JournalEntry& entry : run.entries) {
     const bool before = watch.FlashBegan() || watch.ShutdownWasRequested();
     Replay({run.id, {entry}}, &watch);
     const bool isTurningPoint = !before && (watch.FlashBegan() || watch.ShutdownWasRequested());
-    const std::string text = InWords(run, entry, isTurningPoint);
+    const std::string text = InWords(ends, entry, isTurningPoint);
     if (!text.empty()) {
       story.push_back({Aligned(entry.seconds), entry.kind, text});
     }
@@ -156,10 +177,15 @@ std::vector<StoryLine> TellStory(const RecordedRun& run) {
 std::vector<std::string> Damage(const RecordedRun& run) {
   std::vector<std::string> sentences;
   if (run.damagedLines > 0) {
-    sentences.push_back(std::to_string(run.damagedLines) + " damaged lines of run " + run.id + " were skipped.");
+    const bool isOne = run.damagedLines == 1;
+    sentences.push_back(std::to_string(run.damagedLines) + " damaged line" + (isOne ? "" : "s") + " of run " + run.id +
+                        (isOne ? " was" : " were") + " skipped.");
   }
   if (run.lastLineIsTorn) {
     sentences.push_back("The last line of run " + run.id + " is torn and was skipped.");
+  }
+  if (run.entries.empty() || run.entries.front().kind != "begin") {
+    sentences.push_back("The beginning of the journal of run " + run.id + " is lost.");
   }
   return sentences;
 }

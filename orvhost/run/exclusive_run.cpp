@@ -158,7 +158,7 @@ void ExclusiveRun::RemoveLeftovers() const {
 void ExclusiveRun::Sign() {
   const std::string& installPath = run_.options.installPath;
   const std::string now = refhost::UtcNow();
-  runId_ = NextRunId(ListRuns(JournalFolder(installPath)), now);
+  runId_ = NextRunId(ListJournals(JournalFolder(installPath)).runs, now);
   const LockNote note{
       .runId = runId_, .command = command_, .installPath = installPath, .pid = getpid(), .since = now, .ended = false};
   lock_.Sign(note);

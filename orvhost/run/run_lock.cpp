@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
+#include "orvhost/journal/unreadable.h"
 #include "posix/file_lock.h"
 #include "posix/last_error.h"
 #include "posix/replace_file.h"
@@ -13,28 +14,37 @@ namespace {
 
 constexpr mode_t kLockMode = 0600;
 
-std::string LockIn(const std::string& folder) {
-  return folder + "/orvhost.lock";
-}
-
 std::string NoteIn(const std::string& folder) {
   return folder + "/orvhost.run";
 }
 
 }  // namespace
 
-std::string RunAtWork(const std::string& installPath) {
-  const posix::FileDescriptor file(open(LockIn(installPath).c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOFOLLOW));
-  if (!file.IsOpen() || posix::IsLocked(file) != posix::LockAnswer::kYes) {
-    return "";
+std::string LockFile(const std::string& installPath) {
+  return installPath + "/orvhost.lock";
+}
+
+RunningRun RunAtWork(const std::string& installPath) {
+  const std::string path = LockFile(installPath);
+  const posix::FileDescriptor file(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOFOLLOW));
+  if (!file.IsOpen()) {
+    return {.runId = "", .unseen = errno == ENOENT ? "" : WhyUnreadable(path, errno)};
+  }
+  switch (posix::IsLocked(file)) {
+    case posix::LockAnswer::kNo:
+      return {};
+    case posix::LockAnswer::kUnknown:
+      return {.runId = "", .unseen = "whether " + path + " is locked is not known: " + posix::LastError()};
+    case posix::LockAnswer::kYes:
+      break;
   }
   const FoundNote found = ReadNote(NoteIn(installPath));
-  return found.note && !found.note->ended ? found.note->runId : "";
+  return {.runId = found.note && !found.note->ended ? found.note->runId : "", .unseen = ""};
 }
 
 RunLock::Result RunLock::Take(const std::string& folder) {
   folder_ = folder;
-  const std::string path = LockIn(folder);
+  const std::string path = LockFile(folder);
   file_ = posix::FileDescriptor(open(path.c_str(), O_RDWR | O_CREAT | O_NONBLOCK | O_CLOEXEC | O_NOFOLLOW, kLockMode));
   // A mode that was given to it earlier, or by somebody else, would let others hold the lock.
   if (!file_.IsOpen() || fchmod(file_.Get(), kLockMode) != 0) {

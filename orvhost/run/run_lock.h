@@ -11,9 +11,16 @@
 
 namespace orvhost {
 
-// The id of the run that holds the lock in the folder `installPath` now; "" when nobody does, or when this user may not
-// know. Takes nothing, so that it disturbs nobody.
-[[nodiscard]] std::string RunAtWork(const std::string& installPath);
+struct RunningRun {
+  std::string runId;   // "" for none
+  std::string unseen;  // why this user cannot know, a clause; "" when it is known
+};
+
+// The run that holds the lock in the folder `installPath` now. Takes nothing, so that it disturbs nobody.
+[[nodiscard]] RunningRun RunAtWork(const std::string& installPath);
+
+// The path of the lock's file.
+[[nodiscard]] std::string LockFile(const std::string& installPath);
 
 class RunLock {
  public:

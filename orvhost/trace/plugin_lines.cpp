@@ -34,6 +34,10 @@ std::optional<FlashStart> FlashStartIn(std::string_view line) {
   return std::nullopt;
 }
 
+bool WritesTheFlash(std::string_view command) {
+  return command.find(commands::kFlashTool) != std::string_view::npos || RunsTheScript(command);
+}
+
 std::optional<std::string_view> CommandIn(std::string_view line) {
   if (const auto flash = FlashStartIn(line)) {
     return flash->command;

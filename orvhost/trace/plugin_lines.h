@@ -62,6 +62,9 @@ inline constexpr auto kSendFailures = std::to_array<Wording>({
     {"Invalid send data [", "checking what the management library gave"},
 });
 
+// The flash tool has ended.
+inline constexpr std::string_view kFlashToolEnded = "Yafuflash command return=";
+
 // The update begins anew, and with it the count of the flash tool's runs; the next of the sensor records is read.
 inline constexpr std::string_view kUpdateStarts = "CBMC_KESTREL_Firmware::Update() [START]";
 inline constexpr std::string_view kNextSensorRecord = "Record Num [";
@@ -83,7 +86,7 @@ inline constexpr auto kSteps = std::to_array<Wording>({
     {kSendingOsStarts, "Sending the operating system's record"},
     {kSendingDisksStarts, "Sending the disks' record"},
     {"Compare Version", "Comparing the versions"},
-    {"Yafuflash command return=", "Finishing the update"},
+    {kFlashToolEnded, "Finishing the update"},
     {kMarkerDeleted, "Taking the machine down"},
     {kMachineHalts, "Taking the machine down"},
     {kMachineRestarts, "Taking the machine down"},
@@ -114,6 +117,9 @@ inline constexpr std::string_view kCapability = " SendInfoToSVP Support info";
 
 // What a shell command is made of. Each is found in the line about the command.
 namespace commands {
+
+// The flash tool: the end of its path.
+inline constexpr std::string_view kFlashTool = "/Yafuflash";
 
 // The package's script, which writes the flash, with its name and the answers that it reads.
 inline constexpr std::string_view kScript = "/bmcup.sh";
@@ -194,6 +200,9 @@ struct FlashStart {
   bool isScript;             // by the package's script, not by the flash tool
 };
 [[nodiscard]] std::optional<FlashStart> FlashStartIn(std::string_view line);
+
+// True for a shell command that writes the flash.
+[[nodiscard]] bool WritesTheFlash(std::string_view command);
 
 // The shell command in a line that tells of one that starts or has ended; nothing in any other line.
 [[nodiscard]] std::optional<std::string_view> CommandIn(std::string_view line);

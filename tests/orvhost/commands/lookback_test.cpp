@@ -10,7 +10,7 @@ namespace {
 
 class Lookback : public BackgroundOrvhost {
  protected:
-  std::vector<std::string> Runs() const { return ListRuns(folder_ / "journal"); }
+  std::vector<std::string> Runs() const { return ListJournals(folder_ / "journal").runs; }
   std::string Path(std::size_t at) const { return JournalPath(folder_ / "journal", Runs().at(at)); }
 
   void Append(std::size_t at, const std::string& text) const { std::ofstream(Path(at), std::ios::app) << text; }
@@ -128,16 +128,17 @@ TEST_F(Lookback, DamagedLinesAreCountedSkippedAndSaid) {
                                               "The last line of run " + id + " is torn and was skipped."}));
   }
   EXPECT_EQ(Look("diagnose")["verdict"], "written");
-  EXPECT_EQ(Look("history")["notices"].size(), 1U);
+  EXPECT_EQ(Look("history")["notices"].size(), 2U);
   EXPECT_EQ(Run("show last"), 0);
   EXPECT_EQ(err_.find("orvhost: 3 damaged lines of run "), 0U) << err_;
-  folder_.Write("journal/00000009-x.jsonl", "");
-  folder_.Write("journal/00000008-x.jsonl", R"({"s": 1, "t": "x", "kind": "begin", "options": 3, "command": []})"
-                                            "\n");
+  folder_.Write("journal/00000009-20261121T120000Z.jsonl", "");
+  folder_.Write("journal/00000008-20261121T120000Z.jsonl",
+                R"({"s": 1, "t": "x", "kind": "begin", "options": 3, "command": []})"
+                "\n");
   EXPECT_EQ(Look("history")["exit_code"], 0);
   EXPECT_EQ(Look("show 00000009")["exit_code"], 0);
   EXPECT_EQ(Look("show 00000008")["exit_code"], 0);
-  EXPECT_EQ(Look("diagnose 00000008")["verdict"], "nothing-changed");
+  EXPECT_EQ(Look("diagnose 00000008")["verdict"], "flash-unknown");
 }
 
 TEST_F(Lookback, DiagnoseWithoutARunThatCouldHaveChangedAnythingSaysSo) {

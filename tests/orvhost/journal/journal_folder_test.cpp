@@ -13,7 +13,7 @@ using Ids = std::vector<std::string>;
 class JournalFolderOf : public testing::Test {
  protected:
   std::string Add(const std::string& command, bool dryRun = false) {
-    const std::string id = NextRunId(ListRuns(folder_.Path()), "2026-01-31T12:00:00.000000Z");
+    const std::string id = NextRunId(ListJournals(folder_.Path()).runs, "2026-01-31T12:00:00.000000Z");
     folder_.Write(id + ".jsonl", R"({"kind": "begin", "command": ")" + command + R"(", "options": {"dry_run": )" +
                                      (dryRun ? "true" : "false") + "}}\n{\"kind\": \"end\"}\n");
     return id;
@@ -28,8 +28,8 @@ TEST(RunId, IsTheNextNumberAndTheTime) {
 }
 
 TEST_F(JournalFolderOf, NoRunsIsEmptyWhetherItIsThereOrNot) {
-  EXPECT_EQ(ListRuns(folder_.Path()), Ids{});
-  EXPECT_EQ(ListRuns(folder_ / "missing"), Ids{});
+  EXPECT_EQ(ListJournals(folder_.Path()).runs, Ids{});
+  EXPECT_EQ(ListJournals(folder_ / "missing").runs, Ids{});
 }
 
 TEST_F(JournalFolderOf, SomeRunsListsThemByNumberAndNothingElse) {
@@ -38,7 +38,7 @@ TEST_F(JournalFolderOf, SomeRunsListsThemByNumberAndNothingElse) {
   for (const char* other : {"notes.txt", "0000001-x.jsonl", "0000000a-x.jsonl", ".jsonl", "00000003.jsonl"}) {
     folder_.Write(other, "");
   }
-  EXPECT_EQ(ListRuns(folder_.Path()), (Ids{first, second}));
+  EXPECT_EQ(ListJournals(folder_.Path()).runs, (Ids{first, second}));
 }
 
 TEST_F(JournalFolderOf, ManyQuestionsKeepsTheLastUpdates) {
@@ -52,8 +52,8 @@ TEST_F(JournalFolderOf, ManyQuestionsKeepsTheLastUpdates) {
   for (std::size_t i = 0; i < kKeptRuns; ++i) {
     Add("identify");
   }
-  DropOldRuns(folder_.Path());
-  Ids kept = ListRuns(folder_.Path());
+  EXPECT_TRUE(DropOldRuns(folder_.Path()));
+  Ids kept = ListJournals(folder_.Path()).runs;
   ASSERT_EQ(kept.size(), kKeptChangingRuns + kKeptRuns - 1);
   kept.resize(kKeptChangingRuns);
   EXPECT_EQ(kept, Ids(updates.begin() + 2, updates.end()));
@@ -64,8 +64,8 @@ TEST_F(JournalFolderOf, AsManyRunsAsAreKeptDropsOneForTheNext) {
   for (std::size_t i = 1; i < kKeptRuns; ++i) {
     Add("identify");
   }
-  DropOldRuns(folder_.Path());
-  const Ids kept = ListRuns(folder_.Path());
+  EXPECT_TRUE(DropOldRuns(folder_.Path()));
+  const Ids kept = ListJournals(folder_.Path()).runs;
   EXPECT_EQ(kept.size(), kKeptRuns - 1);
   EXPECT_NE(kept.front(), oldest);
 }
@@ -74,8 +74,8 @@ TEST_F(JournalFolderOf, FewRunsDropsNone) {
   for (std::size_t i = 1; i < kKeptRuns; ++i) {
     Add("identify");
   }
-  DropOldRuns(folder_.Path());
-  EXPECT_EQ(ListRuns(folder_.Path()).size(), kKeptRuns - 1);
+  EXPECT_TRUE(DropOldRuns(folder_.Path()));
+  EXPECT_EQ(ListJournals(folder_.Path()).runs.size(), kKeptRuns - 1);
 }
 
 }  // namespace

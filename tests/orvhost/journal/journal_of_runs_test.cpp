@@ -10,7 +10,7 @@ namespace {
 
 class JournalOfARun : public BackgroundOrvhost {
  protected:
-  std::vector<std::string> Runs() const { return ListRuns(folder_ / "journal"); }
+  std::vector<std::string> Runs() const { return ListJournals(folder_ / "journal").runs; }
 
   std::vector<json> Entries(const std::string& runId) const {
     std::vector<json> lines;

@@ -118,7 +118,7 @@ class ErrorOutputOfARun : public OrvhostAtATerminal {
   // What the journal of the last run has of it.
   std::vector<json> Kept() const {
     std::vector<json> kept;
-    std::istringstream text(folder_.Read("journal/" + ListRuns(folder_ / "journal").back() + ".jsonl"));
+    std::istringstream text(folder_.Read("journal/" + ListJournals(folder_ / "journal").runs.back() + ".jsonl"));
     for (std::string line; std::getline(text, line);) {
       const json entry = json::parse(line);
       if (entry["kind"] == "error_output") {

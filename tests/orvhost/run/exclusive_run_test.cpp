@@ -147,21 +147,21 @@ TEST_F(Lock, HeldWithoutANoteThatTellsWhoIsBusyAllTheSame) {
     folder_.Write("orvhost.run", damage);
     ExpectBusy("identify", "Another run is at work; its note in " + installPath_ + " does not say which.");
     EXPECT_EQ(folder_.Read("orvhost.run"), damage);
-    EXPECT_EQ(RunAtWork(installPath_), "") << damage;
+    EXPECT_EQ(RunAtWork(installPath_).runId, "") << damage;
   }
 }
 
 // As a look back sees it, which may not disturb anybody.
 TEST_F(Lock, TheRunAtWorkIsSeenWithoutTakingTheLock) {
-  EXPECT_EQ(RunAtWork(installPath_), "");
+  EXPECT_EQ(RunAtWork(installPath_).runId, "");
   StartAtTheGate(Update(good_), "waits");
-  EXPECT_EQ(RunAtWork(installPath_), Note()["run_id"]);
+  EXPECT_EQ(RunAtWork(installPath_).runId, Note()["run_id"]);
   ExpectBusy("identify", "Another run is at work: run ");
   OpenTheGate();
-  EXPECT_EQ(RunAtWork(installPath_), "");
+  EXPECT_EQ(RunAtWork(installPath_).runId, "");
   const posix::FileDescriptor held(open((folder_ / "orvhost.lock").c_str(), O_RDWR | O_CLOEXEC));
   ASSERT_EQ(posix::TakeLock(held), posix::LockAnswer::kYes);
-  EXPECT_EQ(RunAtWork(installPath_), "") << "the one that ended is not the one that holds it";
+  EXPECT_EQ(RunAtWork(installPath_).runId, "") << "the one that ended is not the one that holds it";
 }
 
 // /proc/locks names such locks in another way than those of one machine, and two file systems may share a number.
