@@ -18,7 +18,7 @@ namespace kv6000 {
 
 namespace {
 
-constexpr unsigned kTimeoutMs = 20000;
+constexpr unsigned kTimeLimitMs = 20000;
 constexpr std::uint8_t kInquiry = 0x12;
 constexpr std::uint8_t kReadCapacity = 0x25;
 constexpr std::uint8_t kWrite10 = 0x2a;
@@ -38,7 +38,7 @@ void RunScsi(int fd, std::array<std::uint8_t, N> command, int direction, std::sp
   io.dxfer_len = static_cast<unsigned>(buffer.size());
   io.sbp = sense.data();
   io.mx_sb_len = sense.size();
-  io.timeout = kTimeoutMs;
+  io.timeout = kTimeLimitMs;
   if (ioctl(fd, SG_IO, &io) != 0) {
     throw std::system_error(errno, std::generic_category(), "virtual media");
   }

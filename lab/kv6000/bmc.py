@@ -6,13 +6,13 @@ from pathlib import Path
 
 from kv6000.errors import LabError, last_lines
 
-ANSWER_TIMEOUT = 10
+ANSWER_TIME_LIMIT = 10
 
 
 def order(folder: Path, line: str):
     """Sends one order. Returns a dict when the BMC answers JSON, else its text; LabError when it refuses."""
     with socket.socket(socket.AF_UNIX) as client:
-        client.settimeout(ANSWER_TIMEOUT)
+        client.settimeout(ANSWER_TIME_LIMIT)
         try:
             client.connect(str(folder / "bmc.sock"))
             client.sendall(line.encode() + b"\n")

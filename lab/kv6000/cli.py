@@ -145,7 +145,7 @@ def command_guest(options):
     guest = Guest(folder, lambda order: bmc.order(folder, order))
     words = options.words
     job: Job = guest.start(words[0] if len(words) == 1 else words)
-    result = job.wait(options.timeout)
+    result = job.wait(options.time_limit)
     sys.stdout.write(result.out)
     sys.stderr.write(result.err)
     return result.exit
@@ -202,7 +202,7 @@ def parser() -> argparse.ArgumentParser:
     library.add_argument("--absent", action="store_true", help="remove the library")
     guest = add("guest", command_guest, "run a command in a running server")
     guest.add_argument("--server", metavar="SERVER", help="its run folder or name, when several are running")
-    guest.add_argument("--timeout", type=float, default=900, metavar="SECONDS", help="time limit (default 900)")
+    guest.add_argument("--time-limit", type=float, default=900, metavar="SECONDS", help="time limit (default 900)")
     guest.add_argument("words", nargs=argparse.REMAINDER, metavar="COMMAND",
                        help="one word is a line for sh, several are a program and its arguments")
     return top

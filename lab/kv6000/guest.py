@@ -50,12 +50,12 @@ class Guest:
         except OSError:
             return ""
 
-    def wait_for_new_boot(self, timeout: float):
+    def wait_for_new_boot(self, time_limit: float):
         """Waits until a boot takes commands that the caller has not seen at work yet; that may long be so."""
-        deadline = time.monotonic() + timeout
+        limit = time.monotonic() + time_limit
         while (boot := self.current_boot()) in ("", self._known_boot):
-            if time.monotonic() > deadline:
-                self._fail(f"The guest is not ready after {timeout:g} s.")
+            if time.monotonic() > limit:
+                self._fail(f"The guest is not ready after {time_limit:g} s.")
             if self._has_panicked():
                 self._fail("The guest's kernel panicked.")
             if self._bmc("state")["power"] == "off":
@@ -64,11 +64,11 @@ class Guest:
         self._connect()
         self._known_boot = boot
 
-    def wait_for_off(self, timeout: float):
-        deadline = time.monotonic() + timeout
+    def wait_for_off(self, time_limit: float):
+        limit = time.monotonic() + time_limit
         while self._bmc("state")["power"] != "off":
-            if time.monotonic() > deadline:
-                self._fail(f"The machine is still on after {timeout:g} s.")
+            if time.monotonic() > limit:
+                self._fail(f"The machine is still on after {time_limit:g} s.")
             self._listen(0.2)
 
     def start(self, command) -> "Job":
@@ -155,9 +155,9 @@ class Job:
         # The code is written with its newline at once, but the file is there a moment before.
         return self.output("exit").endswith("\n")
 
-    def wait(self, timeout: float = 60) -> Result:
+    def wait(self, time_limit: float = 60) -> Result:
         """The result of the command; LabError when the time is over or the machine goes down before it ends."""
-        deadline = time.monotonic() + timeout
+        limit = time.monotonic() + time_limit
         while True:
             # In this order: what ended before the machine went down has ended well.
             gone = not self._guest._connect() or self._guest.current_boot() != self._boot
@@ -165,8 +165,8 @@ class Job:
                 break
             if gone:
                 self._guest._fail(f"The machine went down while it ran '{self._command}'.")
-            if time.monotonic() > deadline:
-                self._guest._fail(f"No end of '{self._command}' in the guest after {timeout:g} s.")
+            if time.monotonic() > limit:
+                self._guest._fail(f"No end of '{self._command}' in the guest after {time_limit:g} s.")
             self._guest._listen(0.5)
         return Result(int(self.output("exit")), self.output("out"), self.output("err"))
 

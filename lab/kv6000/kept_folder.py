@@ -38,9 +38,9 @@ class KeptFolder:
         """Has the keeper start its command."""
         self._tell("start")
 
-    def has_ended(self, timeout: float) -> bool:
+    def has_ended(self, time_limit: float) -> bool:
         """Whether the command's process ends within the time; each end is seen once."""
-        ended, _, _ = select.select([self._keeper.stdout], [], [], timeout)
+        ended, _, _ = select.select([self._keeper.stdout], [], [], time_limit)
         if ended:
             os.read(self._keeper.stdout.fileno(), 100)
         return bool(ended)

@@ -23,10 +23,10 @@ def free_port() -> int:
         return probe.getsockname()[1]
 
 
-def answers_ssh(port: int, deadline: float) -> bool:
+def answers_ssh(port: int, limit: float) -> bool:
     """Waits until an SSH server introduces itself at a port of 127.0.0.1. QEMU takes every connection, and drops it as
     long as nobody listens in the guest."""
-    while time.monotonic() < deadline:
+    while time.monotonic() < limit:
         with socket.socket() as client:
             client.settimeout(2)
             try:
@@ -68,10 +68,10 @@ class Server:
         """The folder that the guest sees as its install path."""
         return self.share / "install"
 
-    def start(self, timeout: float = 60):
+    def start(self, time_limit: float = 60):
         """Starts the server and waits until commands can run in it."""
         self.begin()
-        self.wait_until_up(timeout)
+        self.wait_until_up(time_limit)
 
     def begin(self):
         """Starts the server; wait_until_up() is to follow."""
@@ -89,10 +89,10 @@ class Server:
             self.close()
             raise
 
-    def wait_until_up(self, timeout: float = 60):
+    def wait_until_up(self, time_limit: float = 60):
         """Waits for a boot that the caller has not seen at work yet; when that fails, the server is ended."""
         try:
-            self._wait_for_new_boot(timeout)
+            self._wait_for_new_boot(time_limit)
         except BaseException:
             self.close()
             raise
@@ -110,33 +110,33 @@ class Server:
         """Sends an order to the BMC: a dict for "state" and "files", "ok" for the others; LabError when it is refused."""
         return bmc.order(self.folder, order)
 
-    def wait_bmc(self, key: str, value, timeout: float = 30):
+    def wait_bmc(self, key: str, value, time_limit: float = 30):
         """Waits until the BMC's state has the value, e.g. ("media", "connected")."""
-        deadline = time.monotonic() + timeout
+        limit = time.monotonic() + time_limit
         while (state := self.bmc("state"))[key] != value:
-            if time.monotonic() > deadline:
-                raise LabError(f"The BMC's '{key}' is still '{state[key]}', not '{value}', after {timeout:g} s.",
+            if time.monotonic() > limit:
+                raise LabError(f"The BMC's '{key}' is still '{state[key]}', not '{value}', after {time_limit:g} s.",
                                last_lines(self.folder / "bmc.log"))
             time.sleep(0.02)
 
-    def run(self, command, timeout: float = 60) -> Result:
+    def run(self, command, time_limit: float = 60) -> Result:
         """Runs a command line (or a list of words) in the guest and waits for its end."""
-        return self._guest.start(command).wait(timeout)
+        return self._guest.start(command).wait(time_limit)
 
     def start_job(self, command) -> guest.Job:
         """Starts a command in the guest; several may run at the same time."""
         return self._guest.start(command)
 
-    def wait_power_cycle(self, timeout: float = 60):
+    def wait_power_cycle(self, time_limit: float = 60):
         """Waits until the machine has gone down and come up again since the caller last knew it up."""
-        self._wait_for_new_boot(timeout)
+        self._wait_for_new_boot(time_limit)
 
-    def wait_off(self, timeout: float = 30):
-        self._guest.wait_for_off(timeout)
+    def wait_off(self, time_limit: float = 30):
+        self._guest.wait_for_off(time_limit)
 
-    def power_on(self, timeout: float = 60):
+    def power_on(self, time_limit: float = 60):
         self.bmc("power-on")
-        self._wait_for_new_boot(timeout)
+        self._wait_for_new_boot(time_limit)
 
     def plan_flash_exits(self, exits):
         """What the coming runs of Yafuflash do: an exit code, "hang" or "ok" for each; the flash itself after that."""
@@ -158,11 +158,11 @@ class Server:
         """Lets another client run commands in the guest; the next command of this one takes hold again."""
         self._guest.release()
 
-    def _wait_for_new_boot(self, timeout: float):
-        deadline = time.monotonic() + timeout
-        self._guest.wait_for_new_boot(timeout)
-        if self.settings.login and not answers_ssh(self.settings.login.port, deadline):
-            raise LabError(f"The SSH server is not there after {timeout:g} s.", last_lines(self.folder / "console.log"))
+    def _wait_for_new_boot(self, time_limit: float):
+        limit = time.monotonic() + time_limit
+        self._guest.wait_for_new_boot(time_limit)
+        if self.settings.login and not answers_ssh(self.settings.login.port, limit):
+            raise LabError(f"The SSH server is not there after {time_limit:g} s.", last_lines(self.folder / "console.log"))
 
     def _start_bmc(self, image: GuestImage):
         for _ in range(START_ATTEMPTS):
@@ -174,10 +174,10 @@ class Server:
         raise LabError("The BMC did not start.", last_lines(self.folder / "bmc.log"),
                        "Check that openipmi is installed and that the lab was built on this machine.")
 
-    def _wait_for_bmc(self, timeout: float = 10) -> bool:
+    def _wait_for_bmc(self, time_limit: float = 10) -> bool:
         log = self.folder / "bmc.log"
-        deadline = time.monotonic() + timeout
-        while time.monotonic() < deadline:
+        limit = time.monotonic() + time_limit
+        while time.monotonic() < limit:
             if log.exists() and "lab: ready" in log.read_text(errors="replace"):
                 return True
             if self._kept.has_ended(0.01):

@@ -203,7 +203,7 @@ void Machine::OnQmpLine(const std::string& line) {
 void Machine::Send(const std::string& command) {
   if (qmp_.IsOpen()) {
     const std::string line = command + "\n";
-    (void)::send(qmp_.Get(), line.data(), line.size(), MSG_NOSIGNAL);
+    (void)send(qmp_.Get(), line.data(), line.size(), MSG_NOSIGNAL);
   }
 }
 

@@ -43,8 +43,8 @@ posix::FileDescriptor ListenAt(const std::string& path) {
 // An answer may be longer than the socket's buffer, but a client that does not read must not stop the BMC for long.
 void SendAll(int fd, std::string_view text) {
   const timeval patience{2, 0};
-  (void)::setsockopt(fd, SOL_SOCKET, SO_SNDTIMEO, &patience, sizeof(patience));
-  (void)::fcntl(fd, F_SETFL, 0);
+  (void)setsockopt(fd, SOL_SOCKET, SO_SNDTIMEO, &patience, sizeof(patience));
+  (void)fcntl(fd, F_SETFL, 0);
   while (!text.empty()) {
     const auto count = send(fd, text.data(), text.size(), MSG_NOSIGNAL);
     if (count <= 0) {

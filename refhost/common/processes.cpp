@@ -15,8 +15,8 @@
 
 namespace {
 
-using refhost::Deadline;
 using refhost::ShellProcess;
+using refhost::TimeLimit;
 
 // A question to the machine that takes longer than this will not be answered.
 constexpr unsigned long kResultLineLimitMs = 60000;
@@ -62,13 +62,13 @@ bool ReadAvailable(int descriptor, FirstLine* line) {
 }
 
 // Reads until the stream ends, the shell ends (something that it left behind may hold the stream open for ever), the
-// deadline passes or the services are to give up.
-FirstLine ReadWhileRunning(const posix::FileDescriptor& stream, const ShellProcess& process, const Deadline& deadline) {
+// time limit is reached or the services are to give up.
+FirstLine ReadWhileRunning(const posix::FileDescriptor& stream, const ShellProcess& process, const TimeLimit& limit) {
   FirstLine line;
   while (process.IsWatched()) {
     std::array<pollfd, 3> sources{pollfd{stream.Get(), POLLIN, 0}, pollfd{process.PidDescriptor(), POLLIN, 0},
                                   refhost::InterruptSource()};
-    if (deadline.Poll(sources.data(), sources.size()) <= 0 || sources[2].revents != 0) {
+    if (limit.Poll(sources.data(), sources.size()) <= 0 || sources[2].revents != 0) {
       return line;
     }
     if (!ReadAvailable(stream.Get(), &line) || sources[1].revents != 0) {
@@ -131,23 +131,22 @@ CommandObserver* CurrentCommandObserver() {
 }  // namespace refhost
 
 int CCommon_Information::ExecForeignModule(const std::string& command, const std::string& outputFile,
-                                           const std::string& workDir, unsigned long* exitCode,
-                                           unsigned long timeoutMs) {
+                                           const std::string& workDir, unsigned long* exitCode, unsigned long limitMs) {
   if (command.empty() || refhost::MustGiveUp()) {
     return host::kCommandNotRun;
   }
-  Observed observed({command, workDir, outputFile, timeoutMs, false});
+  Observed observed({command, workDir, outputFile, limitMs, false});
   if (!observed.IsAllowed()) {
     return host::kCommandNotRun;
   }
-  const Deadline deadline(timeoutMs);
+  const TimeLimit limit(limitMs);
   auto process = ShellProcess::Start(command, workDir, outputFile.empty() ? "/dev/null" : outputFile, -1);
   refhost::CommandResult& result = observed.Result();
   if (!process) {
     result.neverStarted = true;
     return host::kCommandNotRun;
   }
-  result.result = Answer(process->Wait(deadline, &result.exitStatus));
+  result.result = Answer(process->Wait(limit, &result.exitStatus));
   if (result.result == host::kCommandRan && exitCode != nullptr) {
     *exitCode = static_cast<unsigned long>(result.exitStatus);
   }
@@ -167,7 +166,7 @@ std::string CCommon_Information::GetResultLine(const std::string& command) {
   if (!observed.IsAllowed()) {
     return "";
   }
-  const Deadline deadline(kResultLineLimitMs);
+  const TimeLimit limit(kResultLineLimitMs);
   auto process = ShellProcess::Start(command, "", "", writeEnd.Get());
   refhost::CommandResult& result = observed.Result();
   if (!process) {
@@ -175,8 +174,8 @@ std::string CCommon_Information::GetResultLine(const std::string& command) {
     return "";
   }
   writeEnd.Close();
-  const FirstLine read = ReadWhileRunning(readEnd, *process, deadline);
-  result.result = Answer(process->Wait(deadline, &result.exitStatus));
+  const FirstLine read = ReadWhileRunning(readEnd, *process, limit);
+  result.result = Answer(process->Wait(limit, &result.exitStatus));
   if (result.result == host::kCommandRan) {
     line = read.Text();
   }

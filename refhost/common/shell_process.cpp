@@ -60,7 +60,7 @@ class SpawnAttributes {
 
 }  // namespace
 
-Deadline::Deadline(unsigned long milliseconds) {
+TimeLimit::TimeLimit(unsigned long milliseconds) {
   constexpr unsigned long kYearMs = 365UL * 24 * 60 * 60 * 1000;  // keeps the addition below from running over
   if (milliseconds == host::kNoTimeLimit) {
     return;
@@ -69,7 +69,7 @@ Deadline::Deadline(unsigned long milliseconds) {
   end_ = std::chrono::steady_clock::now() + limit;
 }
 
-int Deadline::Poll(pollfd* descriptors, unsigned long count) const {
+int TimeLimit::Poll(pollfd* descriptors, unsigned long count) const {
   using std::chrono::nanoseconds;
   using std::chrono::seconds;
   for (;;) {
@@ -111,14 +111,14 @@ std::optional<ShellProcess> ShellProcess::Start(const std::string& command, cons
   return ShellProcess(pid, std::move(pidDescriptor));
 }
 
-ShellProcess::End ShellProcess::Wait(const Deadline& deadline, int* exitStatus) {
+ShellProcess::End ShellProcess::Wait(const TimeLimit& limit, int* exitStatus) {
   if (!IsWatched()) {
     EndGroup();
     waitpid(pid_, nullptr, 0);
     return End::kLost;
   }
   std::array<pollfd, 2> sources{pollfd{pidDescriptor_.Get(), POLLIN, 0}, InterruptSource()};
-  const bool inTime = deadline.Poll(sources.data(), sources.size()) > 0;
+  const bool inTime = limit.Poll(sources.data(), sources.size()) > 0;
   const bool isInterrupted = inTime && sources[0].revents == 0;
   if (isInterrupted) {
     GiveUp();
@@ -148,7 +148,7 @@ ShellProcess::End ShellProcess::Wait(const Deadline& deadline, int* exitStatus) 
 void ShellProcess::EndGroup() const {
   kill(-pid_, SIGTERM);
   pollfd ended{pidDescriptor_.Get(), POLLIN, 0};
-  Deadline(kGraceMs).Poll(&ended, 1);
+  TimeLimit(kGraceMs).Poll(&ended, 1);
   // The shell has not been reaped yet, so its number still names this group and no other.
   kill(-pid_, SIGKILL);
 }

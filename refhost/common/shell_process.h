@@ -1,5 +1,5 @@
 // One shell command as a child process in a process group of its own: started cheaply for any size of this
-// process, waited for up to a deadline, and ended with its whole group when the deadline passes.
+// process, waited for up to a time limit, and ended with its whole group when that is reached.
 #ifndef REFHOST_COMMON_SHELL_PROCESS_H
 #define REFHOST_COMMON_SHELL_PROCESS_H
 
@@ -15,13 +15,13 @@
 namespace refhost {
 
 // A point in time up to which something is waited for, or no limit.
-class Deadline {
+class TimeLimit {
  public:
   // `milliseconds` from now, scaled as every waiting of this process; host::kNoTimeLimit for none.
-  explicit Deadline(unsigned long milliseconds);
+  explicit TimeLimit(unsigned long milliseconds);
 
   // Waits until one of the `count` descriptors is readable or at its end (their number, as poll tells it), or the
-  // deadline passes (0). -1 when waiting itself fails.
+  // time limit is reached (0). -1 when waiting itself fails.
   int Poll(pollfd* descriptors, unsigned long count) const;
 
  private:
@@ -44,9 +44,9 @@ class ShellProcess {
   // Readable once the shell has ended.
   [[nodiscard]] int PidDescriptor() const { return pidDescriptor_.Get(); }
 
-  // Waits for the shell to end; its exit status is then in `*exitStatus` when it exited. At the deadline, or when the
+  // Waits for the shell to end; its exit status is then in `*exitStatus` when it exited. At the time limit, or when the
   // services are to give up, the group is ended. Call it once: the process is gone afterwards.
-  [[nodiscard]] End Wait(const Deadline& deadline, int* exitStatus);
+  [[nodiscard]] End Wait(const TimeLimit& limit, int* exitStatus);
 
  private:
   ShellProcess(pid_t pid, posix::FileDescriptor pidDescriptor) : pid_(pid), pidDescriptor_(std::move(pidDescriptor)) {}

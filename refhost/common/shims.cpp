@@ -23,7 +23,7 @@ void Sleep(unsigned long milliseconds) {
     observer->PauseStarts(milliseconds);
   }
   pollfd interrupt = refhost::InterruptSource();
-  if (refhost::Deadline(milliseconds).Poll(&interrupt, 1) != 0) {
+  if (refhost::TimeLimit(milliseconds).Poll(&interrupt, 1) != 0) {
     refhost::GiveUp();
   }
   if (observer != nullptr) {

@@ -42,9 +42,9 @@ def processes_of(folder: Path) -> list:
 
 def wait_until(condition: Callable[[], object], what: str, seconds: float = 20):
     """Waits for something that another process does."""
-    deadline = time.monotonic() + seconds
+    limit = time.monotonic() + seconds
     while not condition():
-        if time.monotonic() > deadline:
+        if time.monotonic() > limit:
             raise AssertionError(f"not within {seconds:g} s: {what}")
         time.sleep(0.02)
 
@@ -66,9 +66,9 @@ class Person:
 
     def sees(self, text: str, seconds: float = 10):
         """Waits until the text appears on the screen, and forgets what was there before it."""
-        deadline = time.monotonic() + seconds
+        limit = time.monotonic() + seconds
         while text not in self.screen:
-            if not self._look(0.1) or time.monotonic() > deadline:
+            if not self._look(0.1) or time.monotonic() > limit:
                 raise AssertionError(f"'{text}' is not on the screen, but:\n{self.screen}")
         self.screen = self.screen.split(text, 1)[1]
 

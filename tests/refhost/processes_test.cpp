@@ -18,10 +18,10 @@ constexpr unsigned long kNoLimit = ~0UL;
 
 class Processes : public HostTest {
  protected:
-  int Run(const std::string& command, unsigned long timeoutMs = kNoLimit, const std::string& outputFile = "",
+  int Run(const std::string& command, unsigned long limitMs = kNoLimit, const std::string& outputFile = "",
           const std::string& workDir = "") {
     exitCode_ = kUntouched;
-    return CCommon_Information::ExecForeignModule(command, outputFile, workDir, &exitCode_, timeoutMs);
+    return CCommon_Information::ExecForeignModule(command, outputFile, workDir, &exitCode_, limitMs);
   }
 
   unsigned long exitCode_ = kUntouched;

@@ -29,13 +29,23 @@ class CheckRooms(unittest.TestCase):
         self.assertIn(reason, complaints)
 
     def test_arrows_down_are_allowed(self):
-        self.assertEqual(self.check({"provider/a.cpp": "firmware/a.h", "report/a.cpp": "svp/a.h", "lab/bmc/a.h": "posix/a.h",
+        self.assertEqual(self.check({"provider/a.cpp": "firmware/a.h", "report/a.cpp": "firmware/a.h", "lab/bmc/a.h": "lab/a.h",
                                      "orvhost/main.cpp": "orvhost/run/a.h", "orvhost/run/a.cpp": "orvhost/plugin/a.h",
                                      "refhost/base/a.cpp": "refhost/a.h", "tests/lab/bmc/a.cpp": "lab/bmc/a.h",
                                      "bench/a.cpp": "provider/a.h", "posix/a.cpp": "gtest/gtest.h"}), (0, ""))
 
     def test_an_include_of_a_room_above(self):
         self.assert_refused("ipmi/a.cpp", "firmware/a.h", 'includes "firmware/a.h", but ipmi/ may include only itself and: host')
+
+    def test_an_include_of_a_room_above_in_another_form(self):
+        for form in ('#include <firmware/a.h>', ' #include "firmware/a.h"', '#  include "firmware/a.h"',
+                     '#include "../firmware/a.h"'):
+            with self.subTest(form):
+                (self.repository / "ipmi").mkdir(exist_ok=True)
+                (self.repository / "ipmi" / "a.cpp").write_text(form + "\n")
+                status, complaints = self.check({})
+                self.assertEqual((status, len(complaints.splitlines())), (1, 1), complaints)
+                self.assertIn("firmware/a.h", complaints)
 
     def test_siblings(self):
         self.assert_refused("firmware/a.cpp", "svp/a.h", "firmware/ may include only")
@@ -64,10 +74,20 @@ class CheckRooms(unittest.TestCase):
         self.assert_refused("orvhost/attic/a.cpp", "string.h", "lies in no room")
         self.repository = Path(self.enterContext(tempfile.TemporaryDirectory()))
         subprocess.run(["git", "init", "--quiet", str(self.repository)], check=True)
-        self.assert_refused("stray.cpp", "string.h", "lies in no room")
+        self.assert_refused("stray.cpp", "string.h", "lies in no room; tools/check-rooms has these: host, posix, ")
+        (self.repository / "stray.cpp").unlink()
+        self.assert_refused("attic/a.cc", "string.h", "lies in no room")
+
+    def test_what_a_room_may_include_and_does_not(self):
+        self.assertEqual(self.check({"ipmi/a.cpp": "host/a.h"}), (0, ""))
+        done = subprocess.run([REPOSITORY / "tools" / "check-rooms", "--unused", self.repository], capture_output=True,
+                              text=True)
+        self.assertEqual(done.returncode, 1)
+        self.assertIn("tools/check-rooms: firmware/ may include ipmi, and no file of it does\n", done.stderr)
+        self.assertNotIn(" ipmi/ may include host", done.stderr)
 
     def test_this_repository(self):
-        done = subprocess.run([REPOSITORY / "tools" / "check-rooms"], capture_output=True, text=True)
+        done = subprocess.run([REPOSITORY / "tools" / "check-rooms", "--unused"], capture_output=True, text=True)
         self.assertEqual((done.returncode, done.stderr), (0, ""))
 
 

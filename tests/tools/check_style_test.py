@@ -37,6 +37,7 @@ class CheckStyle(unittest.TestCase):
 
     def test_colons_before_a_system_call(self):
         self.assert_refused("void F() {\n  ::close(3);\n}\n", "2: call it without :: in front")
+        self.assert_refused("(void)::close(3);\n", "1: call it without :: in front")
         self.assert_refused("int a = ::open (\"x\", 0);\n", "1: call it without :: in front")
         self.assert_allowed("int a = posix::open(1);\nauto b = ::operator new(3);\n::testing::Test c;\n// ::close(3)\n")
 

@@ -112,7 +112,7 @@ class AFreshlyBootedServer(SharedServer):
 
     def test_a_command_that_never_ends_fails_and_shows_the_console(self):
         with self.assertRaisesRegex(LabError, r"(?s)No end of 'sleep 1000'.*console\.log ends with"):
-            self.server.start_job("sleep 1000").wait(timeout=0.5)
+            self.server.start_job("sleep 1000").wait(time_limit=0.5)
 
     def test_the_flash_utility_fails_with_other_options(self):
         for arguments in ("", "-cd -preserve-config -silent", "-silent -cd -preserve-config x", "-cd x y z"):

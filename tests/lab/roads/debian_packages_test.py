@@ -136,7 +136,7 @@ class DebianPackages(unittest.TestCase):
             self.install(server, chosen)
             self.assertEqual(self.orvhost(server, "update /share/good-01-24.zip")["verdict"], "updated")
             server.start_job(f"{PAUSES} orvhost --install-path /srv/orv apply --yes")
-            server.wait_power_cycle(timeout=120)
+            server.wait_power_cycle(time_limit=120)
             self.install(server, chosen)  # only what is on the share outlives a power cycle
             self.assertEqual(self.orvhost(server, "verify")["verdict"], "verified")
             self.assertEqual(server.bmc("state")["running"], "01-24")
@@ -152,7 +152,7 @@ class DebianPackages(unittest.TestCase):
                          ["orv-plugin-kestrel-bmc install ok installed", "orvhost install ok installed"])
 
     def orvhost(self, server, words: str) -> dict:
-        done = server.run(f"{PAUSES} orvhost --json --install-path /srv/orv {words}", timeout=240)
+        done = server.run(f"{PAUSES} orvhost --json --install-path /srv/orv {words}", time_limit=240)
         self.assertEqual(done.exit, 0, done.out + done.err)
         return json.loads(done.out)
 

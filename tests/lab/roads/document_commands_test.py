@@ -80,8 +80,8 @@ class DocumentCommands(unittest.TestCase):
         cls.in_guest(f"{PAUSES} orvhost --install-path /srv/orv check /share/missing.zip")
 
     @classmethod
-    def in_guest(cls, line: str, timeout=120):
-        result = cls.server.guest.start(line).wait(timeout)
+    def in_guest(cls, line: str, time_limit=120):
+        result = cls.server.guest.start(line).wait(time_limit)
         cls.server.guest.release()  # for the commands of lab/lab
         return result
 

@@ -171,14 +171,14 @@ class AServerWhoseFlashIsCutShort(Road):
         with self.subTest("the power goes"):
             self.server.bmc("power-loss 50")
             _, log = self.start_orvhost("update", "/share/packages/" + self.make_package("06-11"))
-            self.server.wait_off(timeout=240)
+            self.server.wait_off(time_limit=240)
             self.assert_bmc(running="06-10", standby=None, whole=False, flash="media lost", writeMode=False)
             self.assertEqual([line for line in self.trace_in(log) if line.startswith(("1 Execute:", "1 Yafuflash"))],
                              ['1 Execute:"INSTALL/KV6KBMC/Yafuflash"  -cd -preserve-config -silent  '
                               '"INSTALL/tmp/KV6KBMC/BMC_FW/kv6000.ima"'])
             self.assert_scratch_holds("BMC_FW")
         with self.subTest("powered on again, the old firmware runs and the host knows that it was cut off"):
-            self.server.power_on(timeout=240)
+            self.server.power_on(time_limit=240)
             done = self.orvhost("identify")
             self.assert_report(done, 0, verdict="identified", before="06-10", after="06-10")
             self.assertEqual(done.report["facts"]["last_update"], "cut off while it was written")

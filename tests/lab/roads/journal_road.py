@@ -83,13 +83,13 @@ class JournalRoad(Road):
         self.wait_for_sign(job, hold_at)
         return job
 
-    def wait_for_sign(self, job, where: str, timeout: float = 120):
+    def wait_for_sign(self, job, where: str, time_limit: float = 120):
         """Returns when the sign is there that the job has come to where it is held."""
-        deadline = time.monotonic() + timeout
+        limit = time.monotonic() + time_limit
         while not self.sign.exists():
             self.assertFalse(job.done(), f"the run ended before {where}: {job.output()}")
-            if time.monotonic() > deadline:
-                raise LabError(f"The run is not held at {where} after {timeout:g} s.")
+            if time.monotonic() > limit:
+                raise LabError(f"The run is not held at {where} after {time_limit:g} s.")
             time.sleep(0.02)
 
     def end(self, job):
@@ -165,5 +165,5 @@ class WithoutPower(JournalRoad):
         self.come_back()
 
     def come_back(self):
-        self.server.wait_off(timeout=120)
-        self.server.power_on(timeout=120)
+        self.server.wait_off(time_limit=120)
+        self.server.power_on(time_limit=120)

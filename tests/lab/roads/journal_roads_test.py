@@ -45,7 +45,7 @@ class Killed(JournalRoad):
         self.end(job)
         self.diagnosed(f"{IN_THE_FLASH}, its tool at work", True, "at-work", WAIT, self.is_refused)
         (self.server.share / "go-on").touch()
-        self.assertEqual(self.server.run(f"while {LEFT}; do sleep 0.05; done", timeout=120).exit, 0)
+        self.assertEqual(self.server.run(f"while {LEFT}; do sleep 0.05; done", time_limit=120).exit, 0)
         self.assert_bmc(standby=version, whole=True)
         self.diagnosed(f"{IN_THE_FLASH}, its tool done", True, "flash-incomplete", UPDATE_AGAIN,
                        lambda: self.update_works(package, version))
@@ -66,7 +66,7 @@ class Killed(JournalRoad):
 
     def shut_down_by_hand(self, version: str) -> str:
         self.server.start_job("shutdown -h now")
-        self.server.wait_power_cycle(timeout=120)
+        self.server.wait_power_cycle(time_limit=120)
         self.assert_bmc(running=version)
         return f"shut down by hand, the BMC runs {version}; {self.verify_works(version)}"
 

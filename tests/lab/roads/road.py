@@ -129,7 +129,7 @@ class Road(SharedServer):
 
     def finished(self, started) -> Run:
         job, log = started
-        done = job.wait(timeout=240)
+        done = job.wait(time_limit=240)
         return Run(done.exit, json.loads(done.out), self.trace_in(log), done.err)
 
     def orvhost(self, *words, pauses=PAUSES) -> Run:
@@ -141,7 +141,7 @@ class Road(SharedServer):
     def take_down(self, *words) -> Run:
         """Runs an orvhost command that takes the machine down, and waits until it is up again."""
         started = self.start_orvhost(*words, "--yes", pauses=SHORT_PAUSES)
-        self.server.wait_power_cycle(timeout=240)
+        self.server.wait_power_cycle(time_limit=240)
         return self.finished(started)
 
     def trusting_host(self, package: str, module_version: str = "", pauses=SHORT_PAUSES) -> TrustingRun:
@@ -149,7 +149,7 @@ class Road(SharedServer):
         log = self._new_trace_file()
         done = self.server.run(["env", f"ORVHOST_LAB_SLEEP_SCALE={pauses}", "/usr/bin/trusting_host",
                                 PLUGIN, self.server.settings.install_path, f"/share/traces/{log.name}",
-                                module_version, package], timeout=240)
+                                module_version, package], time_limit=240)
         self.assertEqual(done.exit, 0, done.err)
         return TrustingRun(int(done.out), self.trace_in(log))
 
