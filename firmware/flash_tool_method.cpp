@@ -133,7 +133,7 @@ bool FlashToolMethod::FindFlashTool() {
   return false;
 }
 
-// The flash utility reaches the virtual device through it.
+// The flash tool reaches the virtual device through it.
 bool FlashToolMethod::LoadScsiGenericDriver() {
   if (RunTraced("lsmod | grep -e \"^sg \"")) {
     return true;

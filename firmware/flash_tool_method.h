@@ -1,4 +1,4 @@
-// Writes a new firmware with the flash utility installed beside the plug-in, after the BMC has been switched over to
+// Writes a new firmware with the flash tool installed beside the plug-in, after the BMC has been switched over to
 // virtual media. The package lies unpacked in the work folder; how it came there is update.h.
 #ifndef FIRMWARE_FLASH_TOOL_METHOD_H
 #define FIRMWARE_FLASH_TOOL_METHOD_H

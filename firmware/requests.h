@@ -20,7 +20,7 @@ namespace kestrel {
   return {"0a", "23", "00", "00", low, high, "00", "ff"};
 }
 
-// Update by the flash utility (OEM).
+// Update by the flash tool (OEM).
 [[nodiscard]] IpmiRequest ChangeWriteModeRequest();  // carries the phrase that this plug-in was built with
 
 [[nodiscard]] inline BmcState ConnectedVirtualMedia() {

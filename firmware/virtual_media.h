@@ -1,4 +1,4 @@
-// Switches the BMC over to virtual media, through which the flash utility hands it the new firmware, and back.
+// Switches the BMC over to virtual media, through which the flash tool hands it the new firmware, and back.
 #ifndef FIRMWARE_VIRTUAL_MEDIA_H
 #define FIRMWARE_VIRTUAL_MEDIA_H
 

@@ -6,10 +6,10 @@
 
 namespace kestrel {
 
-// The scratch directory below the host's installation, without a trailing separator.
+// The scratch folder below the host's installation, without a trailing separator.
 [[nodiscard]] std::string ScratchDirectory();
 
-// Makes the scratch directory and its parent; they usually exist already, so the results are of no interest.
+// Makes the scratch folder and its parent; they usually exist already, so the results are of no interest.
 void MakeScratchDirectory();
 
 }  // namespace kestrel

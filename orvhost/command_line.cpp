@@ -69,7 +69,7 @@ void AddGlobalOptions(CLI::App* app, Options* options) {
   app->add_option("--log-file", options->logFile, "Append the full trace to this file")->type_name("FILE");
   app->add_flag("-v,--verbose", options->verbose, "Show the plug-in's trace while it works");
   app->add_flag("--quiet", options->quiet, "Print nothing but errors");
-  app->add_flag("--yes", options->yes, "Answer the question before the machine is halted with yes");
+  app->add_flag("--yes", options->yes, "Halt the machine without asking");
   app->add_flag("--json", options->json, "Print one JSON object on the standard output and nothing else there");
 }
 
@@ -88,7 +88,7 @@ void AddArgument(CLI::App* subcommand, const Argument& argument, Options* option
   if (argument.complaint != nullptr) {
     option->check(argument.complaint);
   }
-  if (argument.tellsDefault) {
+  if (argument.showsDefault) {
     option->capture_default_str();
   }
 }

@@ -9,6 +9,7 @@
 #include "orvhost/command_line.h"
 #include "orvhost/run/error_output_watch.h"
 #include "orvhost/run/exclusive_run.h"
+#include "orvhost/run/failure.h"
 #include "orvhost/run/interruption_watch.h"
 #include "orvhost/terminal/live_progress.h"
 #include "orvhost/trace/line_sink.h"
@@ -121,7 +122,7 @@ int Main(int argc, const char* const* argv) {
 
 // Nothing may be opened, so nothing but the reason is stated.
 int CannotStart() {
-  const std::string text = "orvhost: cannot start: the open files that it was given cannot be settled (" +
+  const std::string text = "orvhost: cannot start: its standard input, output and error cannot be set up (" +
                            posix::LastError() + "); /dev/null and /proc are needed. Nothing was done.\n";
   (void)posix::WriteAll(STDERR_FILENO, text.data(), text.size());
   return static_cast<int>(ExitCode::kUnexpected);

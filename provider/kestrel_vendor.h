@@ -22,7 +22,7 @@ class CBMC_KESTREL_Vendor : public CVendor {
   std::string GetHardwareVersion() override;
   int CheckHardwareVersion(std::string, std::string) override;
 
-  // Makes the scratch directory and the firmware handler; every other operation that asks the BMC needs both.
+  // Makes the scratch folder and the firmware handler; every other operation that asks the BMC needs both.
   void LinkDevice() override;
 
   // "Reboot" applies a finished update and halts or reboots the machine; "SendInfoToSVP" sends the operating system's

@@ -1,4 +1,4 @@
-// The flash utility that an update package of the rack model brings: puts an image into the BMC's standby slot, all by
+// The flash tool that an update package of the rack model brings: puts an image into the BMC's standby slot, all by
 // itself, and lets what stands by take effect at the next start of the machine.
 #include <unistd.h>
 

@@ -1,4 +1,4 @@
-// Has the BMC flash what stands on its virtual media, and follows it to the end. What the flash utilities share.
+// Has the BMC flash what stands on its virtual media, and follows it to the end. What the flash tools share.
 #ifndef LAB_GUEST_FLASH_H
 #define LAB_GUEST_FLASH_H
 

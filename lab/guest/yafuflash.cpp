@@ -1,4 +1,4 @@
-// The maker's flash utility, played for the virtual server: puts a firmware image on the BMC's virtual media and has
+// The maker's flash tool, played for the virtual server: puts a firmware image on the BMC's virtual media and has
 // the BMC flash it from there. A test can order how the coming runs end (see docs/lab.md).
 #include <unistd.h>
 

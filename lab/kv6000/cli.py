@@ -196,7 +196,7 @@ def parser() -> argparse.ArgumentParser:
     library.add_argument("--error", default="", help="error code, e.g. 02")
     library.add_argument("--warning", default="", help="warning code, e.g. 01")
     library.add_argument("--fails", action="store_true", help="its queries fail without throwing")
-    library.add_argument("--null", action="store_true", help="it has no interface object to give")
+    library.add_argument("--null", action="store_true", help="it CreateLibIF returns null")
     library.add_argument("--throws", metavar="TEXT", help="its queries throw an exception with this text")
     library.add_argument("--without", metavar="ENTRY", help="it lacks this entry point, e.g. CreateLibIF")
     library.add_argument("--absent", action="store_true", help="remove the library")

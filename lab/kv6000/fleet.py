@@ -48,7 +48,7 @@ class Fleet:
     def __init__(self, settings: Sequence[ServerSettings], folder: Path | None = None,
                  progress: Callable[[str], None] = lambda text: None):
         if folder and folder.exists() and (not folder.is_dir() or any(folder.iterdir())):
-            raise LabError(f"{folder} is no empty folder.", advice="Choose one that is empty or not there yet.")
+            raise LabError(f"{folder} is not an empty folder.", advice="Choose one that is empty or not there yet.")
         self._settings = {f"server{number}": chosen for number, chosen in enumerate(settings, 1)}
         self._chosen_folder = folder
         self._progress = progress

@@ -1,8 +1,9 @@
 // orvhost apply: puts the firmware that "update" wrote into operation, which takes the machine down.
 #include "orvhost/commands/commands.h"
+#include "orvhost/commands/confirmed_halt.h"
 #include "orvhost/commands/dry_run.h"
-#include "orvhost/commands/shutdown.h"
 #include "orvhost/commands/waiting_update.h"
+#include "orvhost/run/failure.h"
 #include "refhost/module_state.h"
 
 namespace orvhost {
@@ -35,7 +36,7 @@ bool IsWaiting(const Run& run, const Session& session, Outcome* outcome) {
     return false;
   }
   outcome->verdict = "nothing-to-do";
-  outcome->summary = "Nothing to do: no written update waits for being put into operation.";
+  outcome->summary = "Nothing to do: no written update waits for \"orvhost apply\".";
   return false;
 }
 

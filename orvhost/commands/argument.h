@@ -16,14 +16,14 @@ struct Argument {
   const char* description;
   const char* typeName = "";  // what stands for the value in the help; none for a flag
   bool isRequired = false;
-  bool tellsDefault = false;                                    // in the help
+  bool showsDefault = false;                                    // in the help
   std::string (*complaint)(const std::string& text) = nullptr;  // "" about a good value; null when all are good
 };
 
 // Those that several subcommands take.
 inline constexpr Argument kPackageArgument{"package", &Options::packagePath, "Update package: a zip or tar archive",
                                            "FILE", true};
-inline constexpr Argument kDryRunFlag{"--dry-run", &Options::dryRun, "Tell what would be done and change nothing"};
+inline constexpr Argument kDryRunFlag{"--dry-run", &Options::dryRun, "Say what would be done and change nothing"};
 
 }  // namespace orvhost
 

@@ -10,6 +10,7 @@
 #include "orvhost/journal/remains.h"
 #include "orvhost/journal/story.h"
 #include "orvhost/journal/unreadable.h"
+#include "orvhost/run/failure.h"
 #include "posix/boot_id.h"
 
 namespace orvhost {
@@ -249,7 +250,7 @@ const Command kDiagnoseCommand = {
     "diagnose",
     "Say how a run ended and the safe next step",
     kDiagnoseHelp,
-    {{"run", &Options::runName, "Id of a run, its number, its beginning, or \"last\"", "RUN"}},
+    {{"run", &Options::runName, "A run: its id, its number, a beginning, or \"last\"", "RUN"}},
     [](const Run& run) { return DiagnoseRoad(run).Go(); },
     false};
 

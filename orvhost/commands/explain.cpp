@@ -2,6 +2,7 @@
 
 #include "orvhost/commands/commands.h"
 #include "orvhost/commands/explanations.h"
+#include "orvhost/run/failure.h"
 
 namespace orvhost {
 
@@ -55,9 +56,8 @@ Exit codes: 0 explained; 2 there is no such code.)";
 
 }  // namespace
 
-const Command kExplainCommand = {
-    "explain",    "Explain a message, detail, exit or result code",
-    kExplainHelp, {{"codes", &Options::codes, "Codes to explain; all of them without one", "CODE"}},
-    ExplainCodes, false};
+const Command kExplainCommand = {"explain",    "Explain a message, detail, exit or result code",
+                                 kExplainHelp, {{"codes", &Options::codes, "Codes to explain (default: all)", "CODE"}},
+                                 ExplainCodes, false};
 
 }  // namespace orvhost

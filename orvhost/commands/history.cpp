@@ -11,6 +11,7 @@
 #include "orvhost/journal/recorded_run.h"
 #include "orvhost/journal/story.h"
 #include "orvhost/journal/unreadable.h"
+#include "orvhost/run/failure.h"
 #include "orvhost/run/run_lock.h"
 
 namespace orvhost {
@@ -50,7 +51,7 @@ std::string VerdictOf(const RecordedRun& run, const RunningRun& running) {
   if (run.entries.empty()) {
     return "damaged";
   }
-  return (running.unseen.empty() ? "" : "at work or ") + ("cut off in phase " + run.LastPhase());
+  return (running.unseen.empty() ? "" : "at work or ") + ("cut off in step " + run.LastPhase());
 }
 
 Row RowOf(const RecordedRun& run, const RunningRun& running) {

@@ -1,6 +1,7 @@
 #include "orvhost/commands/look_back.h"
 
 #include "orvhost/journal/unreadable.h"
+#include "orvhost/run/failure.h"
 
 namespace orvhost {
 

@@ -7,6 +7,7 @@
 
 #include "orvhost/journal/journal_folder.h"
 #include "orvhost/journal/recorded_run.h"
+#include "orvhost/run/failure.h"
 #include "orvhost/run/run.h"
 
 namespace orvhost {

@@ -2,8 +2,9 @@
 
 #include "host/Results.h"
 #include "orvhost/commands/commands.h"
+#include "orvhost/commands/confirmed_halt.h"
 #include "orvhost/commands/dry_run.h"
-#include "orvhost/commands/shutdown.h"
+#include "orvhost/run/failure.h"
 
 namespace orvhost {
 
@@ -31,7 +32,7 @@ void RunMethod(const Run& run, const Session& session, Outcome* outcome) {
 std::string WhatWouldBe(const std::string& name) {
   return "The plug-in would be asked to run its method " + name + ". " +
          (name == kRebootMethod ? "That takes the machine down at once."
-                                : "Whether it knows that method shows only when it is asked to.");
+                                : "Whether it knows that method is known only when it is asked to.");
 }
 
 Outcome Methods(const Run& run) {

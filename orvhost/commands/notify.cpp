@@ -4,6 +4,7 @@
 #include "host/Results.h"
 #include "orvhost/commands/commands.h"
 #include "orvhost/commands/dry_run.h"
+#include "orvhost/run/failure.h"
 #include "orvhost/trace/send_watch.h"
 
 namespace orvhost {
@@ -27,7 +28,7 @@ void Conclude(const SendWatch& seen, Outcome* outcome) {
   } else if (Count(seen, State::kNotSupported) == all) {
     outcome->verdict = "not-supported";
     outcome->summary = "Nothing was sent, because this BMC does not support it.";
-  } else if (Count(seen, State::kUntold) == 0) {
+  } else if (Count(seen, State::kUnknown) == 0) {
     outcome->verdict = "partly-sent";
     outcome->summary = "The service processor has what this BMC supports.";
   } else {
@@ -73,7 +74,7 @@ Outcome Notify(const Run& run) {
   if (run.options.dryRun) {
     EndDryRun(
         "The operating system's name with the host name, and the disks' information, would be sent to the service "
-        "processor. Whether this BMC supports them shows only when they are sent.",
+        "processor. Whether this BMC supports them is known only when they are sent.",
         &outcome);
   } else {
     Send(run, *session, &outcome);

@@ -5,6 +5,7 @@
 #include "host/DllCommon.h"
 #include "orvhost/commands/preflight.h"
 #include "orvhost/commands/version_form.h"
+#include "orvhost/run/failure.h"
 #include "orvhost/trace/plugin_lines.h"
 
 namespace orvhost {
@@ -188,7 +189,7 @@ bool PackageCheck::CannotBeUsed(const std::string& reason) {
        {.exitCode = ExitCode::kPackageUnusable,
         .verdict = "package-unusable",
         .cause = "The package " + packagePath_ + " cannot be used: " + reason + ".",
-        .nextStep = "Get the package anew and try again."});
+        .nextStep = "Get a new copy of the package and try again."});
   return false;
 }
 

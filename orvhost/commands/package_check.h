@@ -30,7 +30,7 @@ class PackageCheck {
   [[nodiscard]] bool Read();
 
   // Only after Read() answered true. Takes every step up to reading the running version, which is then in `before` of
-  // the outcome, and unless that is the package's looks for what an update would fail at. False when the package is not
+  // the outcome, and unless that is the package's looks for obstacles to the update. False when the package is not
   // for this machine, an update would fail or a step failed; the outcome is then complete.
   [[nodiscard]] bool Judge(const Session& session);
 

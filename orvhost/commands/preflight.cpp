@@ -11,6 +11,7 @@
 #include <iterator>
 
 #include "orvhost/commands/plugin_demands.h"
+#include "orvhost/run/failure.h"
 #include "orvhost/run/machine.h"
 #include "posix/last_error.h"
 
@@ -37,7 +38,7 @@ std::optional<FailedEnd> ContentsObstacle(const PlannedUpdate& update) {
   return FailedEnd{.exitCode = ExitCode::kPackageUnusable,
                    .verdict = "package-unusable",
                    .cause = "The package " + update.package.Original() + " cannot be used: " + complaint + ".",
-                   .nextStep = "Get the package anew and try again."};
+                   .nextStep = "Get a new copy of the package and try again."};
 }
 
 // The plug-in names the script in a command line without quotes, everything else between double quotes.
@@ -59,7 +60,7 @@ std::optional<FailedEnd> InstallPathObstacle(const PlannedUpdate& update) {
   return FailedEnd{.exitCode = ExitCode::kUsage,
                    .verdict = "install-path-unusable",
                    .cause = "No firmware can be written from below the install path " + path +
-                            ": a shell would not take that name as a whole.",
+                            ": a shell would split or change that name.",
                    .nextStep =
                        "Give an install path of letters, digits and /._- with --install-path, and have what "
                        "the update needs installed there."};
@@ -137,7 +138,8 @@ std::optional<FailedEnd> UserObstacle() {
   if (MayWriteFirmware()) {
     return {};
   }
-  return Missing("A firmware is written by root, and this is user " + std::to_string(geteuid()) + ".", "Become root");
+  return Missing("Only root can write firmware, and this is user " + std::to_string(geteuid()) + ".",
+                 "Run it as root (for example with sudo)");
 }
 
 std::optional<FailedEnd> FindObstacle(const PlannedUpdate& update) {

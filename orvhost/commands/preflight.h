@@ -7,6 +7,7 @@
 #include <string>
 
 #include "orvhost/commands/package_contents.h"
+#include "orvhost/run/failure.h"
 #include "orvhost/run/run.h"
 #include "refhost/staged_package.h"
 

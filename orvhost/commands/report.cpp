@@ -7,6 +7,7 @@
 #include "host/Results.h"
 #include "orvhost/commands/commands.h"
 #include "orvhost/commands/report_file.h"
+#include "orvhost/run/failure.h"
 #include "orvhost/trace/plugin_lines.h"
 
 namespace orvhost {
@@ -45,7 +46,7 @@ void ExplainFailure(const Run& run, const std::string& path, Outcome* outcome) {
          {.exitCode = FailedExitCode(run),
           .verdict = "report-not-written",
           .cause = "The report could not be written to " + path + "." + old,
-          .nextStep = "Make sure that there is room and that the evidence names nothing else, then run the same "
+          .nextStep = "Make room and repair what else the evidence names, then run the same "
                       "command again."});
   } else {
     Fail(run, outcome,

@@ -54,7 +54,7 @@ cannot be read.)";
 
 const Command kShowCommand = {
     "show",    "Show what happened in one run",
-    kShowHelp, {{"run", &Options::runName, "Id of a run, its number, its beginning, or \"last\"", "RUN", true}},
+    kShowHelp, {{"run", &Options::runName, "A run: its id, its number, a beginning, or \"last\"", "RUN", true}},
     Show,      false};
 
 }  // namespace orvhost

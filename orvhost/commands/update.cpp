@@ -6,6 +6,7 @@
 #include "orvhost/commands/preflight.h"
 #include "orvhost/commands/steps.h"
 #include "orvhost/commands/waiting_update.h"
+#include "orvhost/run/failure.h"
 #include "refhost/module_state.h"
 
 namespace orvhost {
@@ -62,7 +63,7 @@ void UpdateRoad::Take() {
   outcome_.summary = "Firmware version " + Version() + " is written; the BMC still runs " + outcome_.before +
                      ". Run \"orvhost apply\" to put it into operation, then \"orvhost verify\".";
   if (result_ == host::kUpdateTimedOut) {
-    outcome_.summary += " The flash command took longer than allowed, so do not leave out the verifying.";
+    outcome_.summary += " The flash command ran into its time limit, so do not skip \"orvhost verify\".";
   }
 }
 
@@ -166,8 +167,8 @@ Asked to end (by the interrupt key, SIGTERM, SIGQUIT or a lost terminal), the
 run ends before the flash is touched and says what it leaves. Once the flash is
 being written it goes on to its end, and says so.
 
-After a failure the text tells whether writing had begun; then keep the machine
-powered, do not reboot it, and run the same command again.
+After a failure the message says whether writing had begun; then keep the
+machine powered, do not reboot it, and run the same command again.
 
 With --dry-run everything is judged and shown, and nothing is written.
 

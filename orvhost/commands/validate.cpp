@@ -7,6 +7,7 @@
 #include <system_error>
 
 #include "orvhost/commands/commands.h"
+#include "orvhost/run/failure.h"
 #include "orvhost/validation/validation.h"
 
 namespace orvhost {
@@ -121,7 +122,7 @@ Outcome Validate(const Run& run) {
          {.exitCode = ExitCode::kUsage,
           .verdict = "folder-unusable",
           .cause = std::string("The checks need a folder of their own: ") + error.what() + ".",
-          .nextStep = "Set TMPDIR to a folder that you may write, then run the same command again."});
+          .nextStep = "Set TMPDIR to a folder that you can write to, then run the same command again."});
     return outcome;
   }
   outcome.listing = validation.Entries();
@@ -147,7 +148,7 @@ Outcome Validate(const Run& run) {
 
 std::string RefuseOddTime(const std::string& text) {
   const double seconds = std::strtod(text.c_str(), nullptr);
-  return seconds >= 0.001 && seconds <= 3600 ? "" : "it is to be between 0.001 and 3600 seconds";
+  return seconds >= 0.001 && seconds <= 3600 ? "" : "it must be between 0.001 and 3600 seconds";
 }
 
 constexpr const char* kValidateHelp = R"(Checks a plug-in's file, its loading, its entry points and the life of its

@@ -2,6 +2,7 @@
 #include "host/Results.h"
 #include "orvhost/commands/commands.h"
 #include "orvhost/commands/waiting_update.h"
+#include "orvhost/run/failure.h"
 #include "orvhost/trace/plugin_lines.h"
 
 namespace orvhost {

@@ -129,7 +129,7 @@ Diagnosis OfWrittenUpdate(bool tookTooLong) {
   diagnosis.verdict = "written";
   diagnosis.flashTouched = true;
   diagnosis.flash = tookTooLong ? "written, but its command was cut off at its time limit" : "written";
-  diagnosis.bmc = "runs the firmware that it ran before; the image beside it waits for being put into operation";
+  diagnosis.bmc = "runs the firmware that it ran before; the image beside it waits for \"orvhost apply\"";
   diagnosis.marker = "made";
   if (tookTooLong) {
     diagnosis.unknown = "Whether the image in the BMC is whole; it refuses the reboot flag when it is not.";
@@ -183,7 +183,7 @@ Diagnosis OfApply(const Situation& situation) {
     }
   }
   if (restarted) {
-    diagnosis.unknown = "Which firmware the BMC runs since the machine was started anew.";
+    diagnosis.unknown = "Which firmware the BMC runs since the machine was restarted.";
     diagnosis.nextStep = kVerify;
   } else {
     diagnosis.nextStep = diagnosis.verdict == "apply-incomplete" && !linesAreLost ? kApply : kShutDown;
@@ -198,7 +198,7 @@ void TakeVerified(const Situation& situation, Diagnosis* diagnosis) {
     diagnosis->verdict = "verified";
     diagnosis->bmc = "runs the firmware that was installed, as \"orvhost verify\" found";
     diagnosis->unknown = "";
-    diagnosis->nextStep = "Nothing is to be done.";
+    diagnosis->nextStep = "Nothing to do.";
   } else if (situation.verifiedAs == "version-not-expected") {
     diagnosis->bmc = "runs another version than the one that was installed, as \"orvhost verify\" found";
     diagnosis->unknown = "";

@@ -31,7 +31,7 @@ struct Diagnosis {
   bool flashTouched = false;
   std::string flash;
   std::string bmc;     // what it has and runs
-  std::string marker;  // of an update that waits for being put into operation
+  std::string marker;  // of an update that waits for \"orvhost apply\"
   std::string unknown;
   std::string nextStep;  // the one that is safe
 };

@@ -22,7 +22,7 @@ constexpr auto kPhases = std::to_array<std::pair<std::string_view, std::string_v
     {"server type", "compares the package with the server type"},
     {"fit", "asks the plug-in whether the package fits"},
     {"compare", "compares the versions"},
-    {"preflight", "looks for what an update would fail at"},
+    {"preflight", "looks for obstacles to the update"},
     {"register", "registers the package in the records"},
     {"prepare", "lets the plug-in prepare the update"},
     {"write", "writes the firmware"},
@@ -35,7 +35,7 @@ constexpr auto kPhases = std::to_array<std::pair<std::string_view, std::string_v
     {"report", "makes the report"},
     {"send", "sends the records for the service processor"},
     {"method", "runs a method of the plug-in"},
-    {"journal", "finds that it could leave no journal"},
+    {"journal", "could not begin its journal"},
 });
 
 std::string Aligned(double seconds) {

@@ -10,6 +10,7 @@
 #include <thread>
 
 #include "orvhost/journal/journal_folder.h"
+#include "orvhost/run/failure.h"
 #include "orvhost/run/machine.h"
 #include "orvhost/run/run_processes.h"
 #include "posix/private_folder.h"
@@ -142,8 +143,10 @@ bool ExclusiveRun::NothingIsLeft(Outcome* outcome) {
     return false;
   }
   if (!left.unseen.empty()) {
-    Busy(run_, outcome, "Whether what an earlier run started is still at work cannot be seen: " + left.unseen + ".",
-         "It may be writing the flash: keep the machine powered, see that all of /proc can be read, and run the same "
+    Busy(run_, outcome,
+         "It is unknown whether something that an earlier run started is still at work: " + left.unseen + ".",
+         "It may be writing the flash: keep the machine powered, make sure that all of /proc can be read, and run the "
+         "same "
          "command again.");
     return false;
   }

@@ -1,45 +1,10 @@
 #include "orvhost/run/run.h"
 
 #include "host/Results.h"
+#include "orvhost/run/failure.h"
 #include "refhost/module_state.h"
 
 namespace orvhost {
-
-void EndIfAsked(const Run& run, const Outcome& outcome) {
-  if (run.interruption.MustEnd()) {
-    throw EndedEarly{outcome};
-  }
-}
-
-void EnterPhase(const Run& run, Outcome* outcome, const std::string& phase) {
-  EndIfAsked(run, *outcome);
-  outcome->phase = phase;
-  run.journal.Phase(phase);
-}
-
-void Fail(const Run& run, Outcome* outcome, const FailedEnd& end) {
-  outcome->exitCode = end.exitCode;
-  outcome->verdict = end.verdict;
-  outcome->flashTouched = run.watch.FlashBegan();
-  outcome->failure = Failure{.cause = end.cause, .evidence = run.watch.Gathered(), .nextStep = end.nextStep};
-}
-
-void FailInterrupted(const Run& run, Outcome* outcome) {
-  outcome->summary.clear();
-  outcome->lines.clear();
-  outcome->after.clear();
-  outcome->needsApply.reset();
-  outcome->changed = run.interruption.LeavesSomething();
-  Fail(run, outcome,
-       {.exitCode = ExitCode::kInterrupted,
-        .verdict = "interrupted",
-        .cause = run.interruption.Cause(),
-        .nextStep = "Run the same command again when it may go on to its end."});
-}
-
-ExitCode FailedExitCode(const Run& run) {
-  return run.watch.FlashBegan() ? ExitCode::kFailedFlashBegun : ExitCode::kFailedUntouched;
-}
 
 namespace {
 
@@ -54,6 +19,18 @@ std::string NextStepWithoutRecords() {
 }
 
 }  // namespace
+
+void EndIfAsked(const Run& run, const Outcome& outcome) {
+  if (run.interruption.MustEnd()) {
+    throw EndedEarly{outcome};
+  }
+}
+
+void EnterPhase(const Run& run, Outcome* outcome, const std::string& phase) {
+  EndIfAsked(run, *outcome);
+  outcome->phase = phase;
+  run.journal.Phase(phase);
+}
 
 std::unique_ptr<Session> OpenSession(const Run& run, DamagedRecords damaged, Outcome* outcome) {
   refhost::ModuleState state;

@@ -33,23 +33,6 @@ void EndIfAsked(const Run& run, const Outcome& outcome);
 // that is asked to end does so instead.
 void EnterPhase(const Run& run, Outcome* outcome, const std::string& phase);
 
-// How a run ends that fails. Every member must be given.
-struct FailedEnd {
-  ExitCode exitCode;
-  std::string verdict;   // one word for programs
-  std::string cause;     // one sentence for people
-  std::string nextStep;  // the next safe step, for people
-};
-
-// Makes `*outcome` a failure: with what the trace gathered as evidence and what it tells about the flash.
-void Fail(const Run& run, Outcome* outcome, const FailedEnd& end);
-
-// Makes `*outcome` that of a run that ended early because it was asked to.
-void FailInterrupted(const Run& run, Outcome* outcome);
-
-// kFailedFlashBegun or kFailedUntouched, as the trace tells.
-[[nodiscard]] ExitCode FailedExitCode(const Run& run);
-
 // What becomes of kept records that cannot be understood, which is a failure either way.
 enum class DamagedRecords { kKeepAside, kLeave };
 

@@ -53,7 +53,7 @@ void SendWatch::WatchStart(std::string_view text) {
 void SendWatch::WatchCapability(std::string_view text) {
   constexpr std::string_view kKnown = "its capabilities are ";
   if (text == lines::kNoCapability) {
-    capability_ = "it did not answer the question for its capabilities";
+    capability_ = "it did not answer when asked for its capabilities";
   } else if (!IsElement(text)) {
     return;
   } else if (const std::size_t flags = text.find(plugin_lines::parts::kCapability); flags != std::string_view::npos) {
@@ -85,7 +85,7 @@ void SendWatch::WatchEnd(std::string_view text) {
 // The end line of what was sent stands behind a refusal too, and it may stand before the record that tells of a
 // failure.
 void SendWatch::Conclude(State state, const std::string& detail) {
-  if (current_->state != State::kUntold && state != State::kFailed) {
+  if (current_->state != State::kUnknown && state != State::kFailed) {
     return;
   }
   current_->state = state;

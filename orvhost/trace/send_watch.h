@@ -13,10 +13,10 @@ namespace orvhost {
 
 // What became of one record.
 struct SendResult {
-  enum class State { kUntold, kSent, kNotSupported, kFailed };
+  enum class State { kUnknown, kSent, kNotSupported, kFailed };
 
   const char* name;  // what the record tells of, for people
-  State state = State::kUntold;
+  State state = State::kUnknown;
   std::string detail{};  // not supported: how that is known; failed: at which step; otherwise ""
 };
 

@@ -113,8 +113,9 @@ CheckResult CheckRunPath(const Candidate& candidate) {
     }
     const std::string origin = std::filesystem::path(candidate.path).parent_path().string();
     const std::vector<std::string> open = OpenFolders(*file.runPath, origin);
-    return open.empty() ? CheckResult::Pass()
-                        : CheckResult::Fail("it looks for libraries where everybody may put them: " + Joined(open));
+    return open.empty()
+               ? CheckResult::Pass()
+               : CheckResult::Fail("it looks for libraries in folders that anybody can write to: " + Joined(open));
   });
 }
 

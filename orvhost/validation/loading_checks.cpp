@@ -66,7 +66,7 @@ std::span<const ValidationCheck> LoadingChecks() {
   static const std::vector<std::string> kEntry{"load", "entry-points"};
   static const std::vector<ValidationCheck> kChecks{
       {"load", "It loads with all its symbols bound.", {"file"}, CheckLoad},
-      {"unload", "Unloading it leaves nothing over.", {"load"}, CheckUnload},
+      {"unload", "Unloading it leaves nothing in place.", {"load"}, CheckUnload},
       {"null-class", "A null class name gives no object.", kEntry, CheckNullClass},
       {"other-class", "The name of another class gives no object.", kEntry, CheckOtherClass},
       {"null-provider", "A null name of the host gives no object.", kEntry, CheckNullProvider},

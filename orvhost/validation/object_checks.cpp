@@ -64,7 +64,7 @@ CheckResult CheckLifeCycle(const Candidate& candidate) {
     for (int i = 0; i < kManyTimes; ++i) {
       CVendor* vendor = plugin.Create(kVendorClassName, kProvider);
       if (vendor == nullptr) {
-        return CheckResult::Fail("after " + std::to_string(i + 1) + " objects there is no other");
+        return CheckResult::Fail("after " + std::to_string(i + 1) + " objects it gave none");
       }
       vendor->LinkDevice();
       plugin.Release(vendor);
@@ -109,7 +109,7 @@ CheckResult CheckAnswers(const Candidate& candidate) {
       return CheckResult::Fail("it reports a failed update although there was none");
     }
     if (vendor.EndOutputDeviceConfigInfo(candidate.folder + "/work/", nullptr) != 0) {
-      return CheckResult::Fail("the end of a report is not 0");
+      return CheckResult::Fail("ending a report does not answer 0");
     }
     return CheckResult::Pass();
   });
@@ -192,7 +192,7 @@ std::span<const ValidationCheck> ObjectChecks() {
       {"class-name", "An object reports the class that it was asked for.", {"object"}, CheckClassName},
       {"link-device", "Linking an object to the device makes its firmware handler.", {"object"}, CheckLinkDevice},
       {"release", "Releasing an object ends it and its firmware handler.", {"link-device"}, CheckRelease},
-      {"life-cycle", "Objects come and go many times and leave nothing over.", {"link-device"}, CheckLifeCycle},
+      {"life-cycle", "Objects come and go many times and leave nothing in place.", {"link-device"}, CheckLifeCycle},
       {"two-objects", "Two objects live side by side.", {"object"}, CheckTwoObjects},
       {"answers", "What needs no device is answered as the contract says.", {"link-device"}, CheckAnswers},
       {"lists", "Lists are appended to and never cleared.", {"link-device"}, CheckLists},

@@ -12,11 +12,12 @@ constexpr auto kMessages = std::to_array<Message>({
      "The plug-in found neither the maker's ipmicmd nor /usr/bin/ipmitool. Nothing was sent to the BMC.",
      "Install the package ipmitool, then run the same command again."},
     {"MSGID_BMC_0002_F", 1, "The firmware handler for the BMC could not be created (%1).",
-     "The plug-in is loaded but cannot work with the BMC, usually for want of memory. Nothing was sent to the BMC.",
-     "Look for memory shortage in the system's log, then run the same command again."},
+     "The plug-in is loaded but cannot work with the BMC, usually because memory is short. Nothing was sent to the "
+     "BMC.",
+     "Look for a shortage of memory in the system's log, then run the same command again."},
     {"MSGID_BMC_0003_F", 1, "The BMC did not take the reboot flag, so the new firmware was not activated (%1).",
      "The written firmware stays in place and waits. The BMC goes on running the old one, also after a reboot.",
-     "Run \"orvhost apply\" again. If it stays refused, restart the BMC and try once more."},
+     "Run \"orvhost apply\" again. If it is refused again, restart the BMC and try once more."},
     {"MSGID_BMC_0004_F", 1, "The machine could not be shut down to activate the new firmware (%1).",
      "The machine is still up, so the BMC has not changed its firmware.",
      "Repair what the detail code names. With 19 the BMC is ready, so shut the machine down by hand (shutdown -h now). "
@@ -34,7 +35,7 @@ constexpr auto kMessages = std::to_array<Message>({
     {"MSGID_BMC_0012_F", 1, "The BMC did not carry out a command that the update needs (%1).",
      "The BMC refused or did not complete a step in front of a flash run. The flash was not touched in this attempt, "
      "but codes 16 or 1E in the detail are of earlier runs that had begun.",
-     "Keep the machine powered and run the same command again. If it stays refused, restart the BMC."},
+     "Keep the machine powered and run the same command again. If it is refused again, restart the BMC."},
     {"MSGID_BMC_0013_F", 1, "The flash tool did not succeed in writing the firmware (%1).",
      "Three runs of the flash tool failed after writing had begun. The firmware that ran before still runs.",
      "Keep the machine powered, do not reboot it, and run the same command again."},
@@ -61,7 +62,7 @@ constexpr auto kMessages = std::to_array<Message>({
      "Get the package that is made for this server."},
     {"MSGID_BMC_0021_F", 1, "The information could not be sent to the service processor (%1).",
      "A step of the transfer failed three times. The service processor keeps what it knew before.",
-     "Run \"orvhost notify\" again. If it stays refused, restart the BMC."},
+     "Run \"orvhost notify\" again. If it is refused again, restart the BMC."},
     {"MSGID_BMC_0022_F", 1, "The operating system's information could not be gathered (%1).",
      "The host name could not be read, so no record was sent. The service processor keeps what it knew before.",
      "Set the machine's host name, then run \"orvhost notify\" again."},

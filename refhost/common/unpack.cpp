@@ -71,7 +71,7 @@ std::set<std::string> CheckArchive(const std::string& archive, std::set<std::str
     wanted.erase(member.name);
   }
   if (empty) {
-    throw ArchiveError("the archive holds nothing");
+    throw ArchiveError("the archive is empty");
   }
   return wanted;
 }
@@ -160,7 +160,7 @@ void UnpackAtOnce(const std::string& archive, const std::string& folder, std::ui
     unpacking.Take(reader, member);
   }
   if (empty) {
-    throw ArchiveError("the archive holds nothing");
+    throw ArchiveError("the archive is empty");
   }
 }
 

@@ -12,7 +12,7 @@
 namespace refhost {
 
 // Unpacks the members named in `wanted`, all when there are none, into the existing folder. Reads the archive as a
-// whole first, so that one that is damaged or refused leaves nothing over. Throws ArchiveError.
+// whole first, so that one that is damaged or refused leaves nothing in place. Throws ArchiveError.
 void UnpackChecked(const std::string& archive, const std::set<std::string>& wanted, const std::string& folder);
 
 // Unpacks everything in one pass; with an error, which is thrown as above, a part may be unpacked. Files of more than

@@ -1,4 +1,4 @@
-// The update by the flash utility: connecting the virtual media and ending the BMC's waiting, what of it may be tried
+// The update by the flash tool: connecting the virtual media and ending the BMC's waiting, what of it may be tried
 // again, and every way in which it fails.
 #include "tests/firmware/flash_tool_road.h"
 

@@ -1,4 +1,4 @@
-// The update by the flash utility: its road through either IPMI tool, and every way in which it fails before the
+// The update by the flash tool: its road through either IPMI tool, and every way in which it fails before the
 // virtual media are asked for. Each journal is that of the whole update.
 #include "tests/firmware/flash_tool_road.h"
 

@@ -1,4 +1,4 @@
-// The road of an update by the flash utility as its tests state it: the lines of each step, of its failures, and a host
+// The road of an update by the flash tool as its tests state it: the lines of each step, of its failures, and a host
 // on which every step succeeds. Most tests go through the maker's tool, which shows completion codes.
 #ifndef TESTS_FIRMWARE_FLASH_TOOL_ROAD_H
 #define TESTS_FIRMWARE_FLASH_TOOL_ROAD_H

@@ -1,4 +1,4 @@
-// The update by the flash utility: the utility, the kernel driver that it needs, its runs, and what follows the last
+// The update by the flash tool: the utility, the kernel driver that it needs, its runs, and what follows the last
 // one.
 #include "tests/firmware/flash_tool_road.h"
 

@@ -109,7 +109,7 @@ TEST_F(Unzip, FailsWithTheReasonOnWhatIsNoArchive) {
   EXPECT_FALSE(Unpack("this is a text and no archive\n"));
   EXPECT_EQ(reason_, "Unrecognized archive format");
   EXPECT_FALSE(Unpack(ArchiveBuilder().Build(Format::kTar)));
-  EXPECT_EQ(reason_, "the archive holds nothing");
+  EXPECT_EQ(reason_, "the archive is empty");
   EXPECT_FALSE(Unpack(ArchiveBuilder().Build(Format::kZip)));
   EXPECT_EQ(Unpacked(), Lines{});
 }

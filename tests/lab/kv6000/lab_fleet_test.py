@@ -168,7 +168,7 @@ class AFleetThatEnds(unittest.TestCase):
             (Path(folder) / "mine").touch()
             for words, reason in (("0", "A fleet has 1 to 200 servers, not 0."), ("201", "not 201"),
                                   ("2 --tool ipmitool,hammer", "no tool 'hammer'"),
-                                  (f"2 --folder {folder}", f"{folder} is no empty folder.")):
+                                  (f"2 --folder {folder}", f"{folder} is not an empty folder.")):
                 with self.subTest(words):
                     started = time.monotonic()
                     done = subprocess.run([LAB / "lab", "fleet", *words.split()], stdin=subprocess.DEVNULL,

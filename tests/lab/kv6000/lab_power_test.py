@@ -21,7 +21,7 @@ class AnUpdateByHand(SharedServer):
             for step in (self.lock_file(0x40), self.write_file(0x40, 0, b"old"), self.write_file(0x40, 0, SIGNATURE),
                          self.unlock_file(0x40), self.lock_file(0x40), self.write_file(0x40, 0, b"new")):
                 self.assertEqual(step, (0, ""))
-        with self.subTest("the flash utility names what is missing"):
+        with self.subTest("the flash tool names what is missing"):
             (self.server.install / "image.ima").write_bytes(b"no image")
             self.assertEqual(self.flash().exit, 4)  # no SCSI generic driver
             self.assertEqual(self.server.run("modprobe sg").exit, 0)

@@ -1,4 +1,4 @@
-"""Updates on which the BMC, the flash utility or the power fails, and what a further run makes of it. The server's
+"""Updates on which the BMC, the flash tool or the power fails, and what a further run makes of it. The server's
 firmware is one that demands the write mode phrase, so that every road here also goes through Change Write mode."""
 
 import unittest

@@ -56,7 +56,7 @@ class AServerWithBothTools(NotifyRoad):
             self.assert_files(None, DISK_RECORD)
 
     def test_a_bmc_without_the_capability_is_no_failure(self):
-        silent = "it did not answer the question for its capabilities"
+        silent = "it did not answer when asked for its capabilities"
         short = "its answer is too short to state its capabilities"
         begin = [BEGIN_OF_ALL, BEGIN[OS]]
         os_end = ["1 Send OS Information not supported", "4 CBMC_KESTREL_Firmware::ExecSendOSInfo [END]", BEGIN[DISKS]]

@@ -34,7 +34,7 @@ RENEW = "KESTREL_RENEW_GOLDEN"
 PAUSES = 0.1
 SHORT_PAUSES = 0.03
 
-# Lines that the flash utility of a script writes now and then, which golden files leave out.
+# Lines that the flash tool of a script writes now and then, which golden files leave out.
 AT_ITS_OWN_PACE = "1 [flashing "
 
 # Width of "2026-01-31T12:00:00.000000Z " in front of every line of a trace file.
@@ -203,7 +203,7 @@ class Road(SharedServer):
 
     def asked(self) -> list:
         """The BMC's own commands with their answers since the test began or counting was started anew. The standard
-        commands, of which the guest's driver and ipmitool send some of their own accord, and the flash utility's
+        commands, of which the guest's driver and ipmitool send some of their own accord, and the flash tool's
         polling are left out."""
         return [command for command in self.commands()
                 if command.startswith(("34 ", "36 ", "3c ")) and not command.startswith("34 91 ")]
@@ -226,7 +226,7 @@ class Road(SharedServer):
         self.assertEqual({name: state[name] for name in expected}, expected)
 
     def assert_scratch_holds(self, *names):
-        """What stands in the plug-in's scratch directory: nothing but these."""
+        """What stands in the plug-in's scratch folder: nothing but these."""
         found = [entry.name for entry in self.scratch.iterdir()] if self.scratch.is_dir() else []
         self.assertEqual(sorted(found), sorted(names))
 

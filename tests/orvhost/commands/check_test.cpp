@@ -208,7 +208,7 @@ TEST_F(DryRun, MethodsRunsNothing) {
   EXPECT_EQ(
       DryRunJson("methods frobnicate")["summary"],
       "Dry run, nothing is changed. The plug-in would be asked to run its method frobnicate. Whether it knows that "
-      "method shows only when it is asked to.");
+      "method is known only when it is asked to.");
   Run("methods SendInfoToSVP --dry-run --log-file \"" + (folder_ / "log") + "\"");
   EXPECT_NE(folder_.Read("log").find("LinkDevice"), std::string::npos);
   EXPECT_EQ(folder_.Read("log").find("ExecVendorMethod"), std::string::npos);

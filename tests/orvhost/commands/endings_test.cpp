@@ -164,8 +164,8 @@ TEST_F(Endings, TimedOutButComplete) {
                     {"facts", Facts(good_, "01-24")},
                     {"summary",
                      "Firmware version 01-24 is written; the BMC still runs 01-23. Run \"orvhost apply\" to put it "
-                     "into operation, then \"orvhost verify\". The flash command took longer than allowed, so do not "
-                     "leave out the verifying."}}));
+                     "into operation, then \"orvhost verify\". The flash command ran into its time limit, so do "
+                     "not skip \"orvhost verify\"."}}));
 }
 
 TEST_F(Endings, VersionNotAsExpected) {

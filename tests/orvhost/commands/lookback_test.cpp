@@ -51,7 +51,7 @@ TEST_F(Lookback, HistoryTellsEveryRunInOneLine) {
   EXPECT_EQ(first["verdict"], "updated");
   EXPECT_EQ(first["exit_code"], "0");
   EXPECT_EQ(object["runs"][1]["exit_code"], "5");
-  EXPECT_EQ(object["runs"][2]["verdict"], "cut off in phase write");
+  EXPECT_EQ(object["runs"][2]["verdict"], "cut off in step write");
   EXPECT_EQ(object["runs"][2]["exit_code"], "");
   EXPECT_EQ(object["runs"][3]["verdict"], "at work");
   EXPECT_EQ(Run("history"), 0);

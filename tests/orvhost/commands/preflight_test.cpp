@@ -124,7 +124,7 @@ TEST_F(Preflight, FailsForAUserWithoutRights) {
       GTEST_SKIP() << "another user cannot run the program where it was built";
     }
   }
-  IsFoundByAllThree(good_, {4, "prerequisites-missing", "A firmware is written by root, and this is user " + user + ".",
+  IsFoundByAllThree(good_, {4, "prerequisites-missing", "Only root can write firmware, and this is user " + user + ".",
                             "prerequisites"});
 }
 
@@ -245,7 +245,7 @@ TEST_F(RackPreflight, AnInstallPathThatAShellTakesApartIsRefused) {
   installPath_ = folder_.Path();  // which holds a blank
   IsFoundByAllThree(package, {2, "install-path-unusable",
                               "No firmware can be written from below the install path " + installPath_ +
-                                  ": a shell would not take that name as a whole."});
+                                  ": a shell would split or change that name."});
 }
 
 }  // namespace

@@ -65,7 +65,7 @@ void AddOtherFiles(HostileRows* rows) {
                    5, kUnusable});
   rows->push_back({"a description alone", kGoodDescription, 5, "Unrecognized archive format"});
   rows->push_back({"a zip of nothing", ArchiveBuilder().Build(Format::kZip), 5, kUnusable});
-  rows->push_back({"a tar of nothing", ArchiveBuilder().Build(Format::kTar), 5, "the archive holds nothing"});
+  rows->push_back({"a tar of nothing", ArchiveBuilder().Build(Format::kTar), 5, "the archive is empty"});
   rows->push_back({"a zip in a zip", ArchiveBuilder().File("package.zip", good).Build(Format::kZip), 5,
                    "the archive holds no module.json"});
   rows->push_back({"a zip behind noise, which its directory finds", Noise(3000) + good, 0, "The package is newer"});

@@ -152,7 +152,7 @@ TEST_F(HostileJournals, OfOtherTypesAreToldToBeDamaged) {
   const json object =
       RunWith(Holding("types", Begin() + Line(R"("end","outcome":{"verdict":3,"exit_code":[1]})")), "history");
   EXPECT_EQ(object["notices"], json::array({"1 damaged line of run " + std::string(kHostile) + " was skipped."}));
-  EXPECT_EQ(object["runs"][1]["verdict"], "cut off in phase ");
+  EXPECT_EQ(object["runs"][1]["verdict"], "cut off in step ");
 }
 
 TEST_F(HostileJournals, AJournalOfFortyThousandCommandsIsToldAtOnce) {

@@ -173,7 +173,7 @@ TEST_F(DiagnosisOf, AnUpdateWithAVerifiedVersionIsDone) {
   End("updated");
   situation_.verifiedAs = "verified";
   Record(refhost::kUpdateVerified, "01-24", "01-24");
-  Expect("verified", true, "Nothing is to be done.");
+  Expect("verified", true, "Nothing to do.");
   situation_.verifiedAs = "version-not-expected";
   Expect("written", true, kApply);
 }

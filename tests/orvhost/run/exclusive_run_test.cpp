@@ -258,7 +258,7 @@ TEST_F(Lock, AProcessThatCannotBeLookedAtIsNotTakenForNone) {
   EXPECT_EQ(object["exit_code"], 10);
   EXPECT_EQ(object["error"]
                 .value("cause", "")
-                .find("Whether what an earlier run started is still at work cannot be seen: process "),
+                .find("It is unknown whether something that an earlier run started is still at work: process "),
             0U)
       << object;
 }

@@ -55,7 +55,7 @@ TEST_F(Start, WithoutProcNothingIsBegun) {
   }
   EXPECT_EQ(Run("identify"), 1);
   EXPECT_EQ(err_,
-            "orvhost: cannot start: the open files that it was given cannot be settled (No such file or directory); "
+            "orvhost: cannot start: its standard input, output and error cannot be set up (No such file or directory); "
             "/dev/null and /proc are needed. Nothing was done.\n");
   EXPECT_FALSE(std::filesystem::exists(folder_ / "orvhost.lock"));
 }

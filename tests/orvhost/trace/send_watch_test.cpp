@@ -140,7 +140,7 @@ TEST_F(Sending, ABmcThatDoesNotAnswerDoesNotSupportIt) {
   Line(kFlow, "CBMC_KESTREL_Firmware::ExecSendHddInfo [END]");
   Line(kInfo, "Send HDD Information not supported");
   Line(kFlow, "CBMC_KESTREL_Firmware::ExecSendHddInfo [END]");
-  const char* words = "not supported by this BMC (it did not answer the question for its capabilities)";
+  const char* words = "not supported by this BMC (it did not answer when asked for its capabilities)";
   EXPECT_EQ(Os(), words);
   EXPECT_EQ(Disks(), words);
 }

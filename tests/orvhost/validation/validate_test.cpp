@@ -104,7 +104,7 @@ TEST_F(Validate, FailsForARunPathIntoAFolderThatEverybodyMayWrite) {
   EXPECT_EQ(Failures(plugin), refhost::Lines{});
   fs::permissions(beside, fs::perms::others_write, fs::perm_options::add);
   EXPECT_EQ(Failures(plugin),
-            refhost::Lines{"run-path: it looks for libraries where everybody may put them: $ORIGIN/beside"});
+            refhost::Lines{"run-path: it looks for libraries in folders that anybody can write to: $ORIGIN/beside"});
 }
 
 TEST_F(Validate, FailsForALibraryThatStaysInMemory) {

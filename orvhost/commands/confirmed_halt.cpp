@@ -1,6 +1,7 @@
-#include "orvhost/commands/shutdown.h"
+#include "orvhost/commands/confirmed_halt.h"
 
 #include "host/Results.h"
+#include "orvhost/run/failure.h"
 
 namespace orvhost {
 

@@ -1,6 +1,6 @@
 // What "apply" and the vendor method "Reboot" share: both end with the machine going down.
-#ifndef ORVHOST_COMMANDS_SHUTDOWN_H
-#define ORVHOST_COMMANDS_SHUTDOWN_H
+#ifndef ORVHOST_COMMANDS_CONFIRMED_HALT_H
+#define ORVHOST_COMMANDS_CONFIRMED_HALT_H
 
 #include "orvhost/run/run.h"
 
@@ -15,4 +15,4 @@ void PutIntoOperation(const Run& run, const Session& session, Outcome* outcome);
 
 }  // namespace orvhost
 
-#endif  // ORVHOST_COMMANDS_SHUTDOWN_H
+#endif  // ORVHOST_COMMANDS_CONFIRMED_HALT_H
