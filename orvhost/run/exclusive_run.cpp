@@ -3,7 +3,6 @@
 #include <unistd.h>
 
 #include <chrono>
-#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <system_error>
@@ -24,10 +23,6 @@ namespace {
 
 // A process that a killed run was about to start shows its mark when the kernel has made it ready, and not before.
 constexpr std::chrono::milliseconds kStartOfProcess(20);
-
-bool IsAlive(pid_t pid) {
-  return kill(pid, 0) == 0 || errno == EPERM;
-}
 
 void Busy(const Run& run, Outcome* outcome, const std::string& cause, const std::string& nextStep) {
   Fail(run, outcome, {.exitCode = ExitCode::kBusy, .verdict = "busy", .cause = cause, .nextStep = nextStep});

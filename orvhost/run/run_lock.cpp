@@ -3,6 +3,11 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <thread>
+
 #include "orvhost/journal/unreadable.h"
 #include "posix/file_lock.h"
 #include "posix/last_error.h"
@@ -18,7 +23,26 @@ std::string NoteIn(const std::string& folder) {
   return folder + "/orvhost.run";
 }
 
+bool IsOfAProgramAtWork(const FoundNote& found) {
+  return found.note && !found.note->ended && IsAlive(found.note->pid);
+}
+
+// Between taking the lock and signing lies a look at all processes.
+FoundNote NoteOfHolder(const std::string& path) {
+  constexpr std::chrono::milliseconds kPause(10);
+  FoundNote found = ReadNote(path);
+  for (int tries = 100; tries > 0 && !IsOfAProgramAtWork(found); --tries) {
+    std::this_thread::sleep_for(kPause);
+    found = ReadNote(path);
+  }
+  return found;
+}
+
 }  // namespace
+
+bool IsAlive(pid_t pid) {
+  return kill(pid, 0) == 0 || errno == EPERM;
+}
 
 std::string LockFile(const std::string& installPath) {
   return installPath + "/orvhost.lock";
@@ -57,7 +81,7 @@ RunLock::Result RunLock::Take(const std::string& folder) {
       found_ = ReadNote(NoteIn(folder));
       return Result::kTaken;
     case posix::LockAnswer::kNo:
-      found_ = ReadNote(NoteIn(folder));
+      found_ = NoteOfHolder(NoteIn(folder));
       return Result::kBusy;
     case posix::LockAnswer::kUnknown:
       break;

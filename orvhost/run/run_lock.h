@@ -22,15 +22,19 @@ struct RunningRun {
 // The path of the lock's file.
 [[nodiscard]] std::string LockFile(const std::string& installPath);
 
+// Whether there is a process of that number.
+[[nodiscard]] bool IsAlive(pid_t pid);
+
 class RunLock {
  public:
   enum class Result { kTaken, kBusy, kUnusable };
 
-  // Takes the lock in `folder`, which must exist. Never waits.
+  // Takes the lock in `folder`, which must exist. Never waits for it; after kBusy only as long as a holder may take to
+  // sign.
   [[nodiscard]] Result Take(const std::string& folder);
 
-  // After kTaken: the note of the run that held the lock last. After kBusy: of the one that holds it, or of the one
-  // before, as long as the holder has not signed.
+  // After kTaken: the note of the run that held the lock last. After kBusy: of the one that holds it; where that does
+  // not sign, as a killed run's child does not, of the one before.
   [[nodiscard]] const FoundNote& Found() const { return found_; }
 
   [[nodiscard]] const std::string& Folder() const { return folder_; }

@@ -5,7 +5,7 @@
 //   TEST_PLUGIN_VERSION  version that runs, 01-23 without it
 //   TEST_PLUGIN_SWAP     file that takes the place of TEST_PLUGIN_SWAPPED at the moment of "swaps-at-MOMENT"
 //   TEST_PLUGIN_COMMAND  shell command of the host's of which an update consists that is asked to complain; run before
-//                        the flash by one that is asked to be disturbed
+//                        the flash by one that is asked to be disturbed, and as the flash by "flashes-command"
 //   TEST_PLUGIN_GATE     pipe at which a run that is asked to wait does so until its writer closes it
 #include <fcntl.h>
 #include <sys/wait.h>
@@ -230,6 +230,9 @@ class TestFirmware : public CFirmware {
     }
     Trace(CTraceUtility::TRACE_DBG_INFO, "Execute:\"/opt/orv/KV6KBMC/Yafuflash\"  -cd  \"image.ima\"");
     WaitAsAsked();
+    if (Asked("flashes-command")) {
+      RunTraced(getenv("TEST_PLUGIN_COMMAND"));
+    }
     if ((Asked("flashes") && !RunAtTheGate()) || !RunToolAsAsked()) {
       return 1;
     }
