@@ -2,9 +2,12 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <array>
+#include <cerrno>
 #include <cmath>
+#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <nlohmann/json.hpp>
@@ -24,6 +27,12 @@ using nlohmann::ordered_json;
 
 constexpr int kSchema = 2;
 constexpr mode_t kFileMode = 0640;
+
+// A journal has this name up to its first line, so that one without a line is always a damaged one. Only the holder of
+// the lock makes journals.
+std::string Unfinished(const std::string& folder) {
+  return folder + "/unfinished";
+}
 
 bool SyncFolder(const std::string& folder) {
   const posix::FileDescriptor descriptor(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
@@ -82,11 +91,12 @@ bool Journal::Begin(const std::string& runId, const std::string& command, const 
                                                      {"pid", pid_},
                                                      {"boot_id", posix::BootId()}},
                                                     Durable::kYes);
-  if (begun) {
+  if (begun && rename(Unfinished(folder).c_str(), path.c_str()) == 0 && SyncFolder(folder)) {
     return true;
   }
   *error = "the journal " + path + " cannot be written: " + posix::LastError();
   if (file_.IsOpen()) {
+    unlink(Unfinished(folder).c_str());
     unlink(path.c_str());
   }
   file_.Close();
@@ -102,8 +112,16 @@ bool Journal::Create(const std::string& folder, const std::string& path) {
   if (!DropOldRuns(folder)) {
     return false;
   }
-  file_ = posix::FileDescriptor(open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_EXCL | O_CLOEXEC, kFileMode));
-  return file_.IsOpen() && SyncFolder(folder);
+  struct stat status {};
+  if (lstat(path.c_str(), &status) == 0) {
+    errno = EEXIST;
+    return false;
+  }
+  const std::string unfinished = Unfinished(folder);
+  unlink(unfinished.c_str());
+  file_ =
+      posix::FileDescriptor(open(unfinished.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_EXCL | O_CLOEXEC, kFileMode));
+  return file_.IsOpen();
 }
 
 void Journal::Phase(const std::string& name) {
