@@ -45,6 +45,10 @@ class CheckStyle(unittest.TestCase):
         self.assert_refused("namespace a {\nnamespace {\n", "1: leave a blank line before a nested anonymous namespace")
         self.assert_allowed("namespace a {\n\nnamespace {\n")
 
+    def test_characters_that_turn_the_direction_of_text(self):
+        self.assert_refused('auto a = "\u202eb";\n', "1: write a character that turns the direction of text as an escape")
+        self.assert_allowed('auto a = "\\u202eb";\n')
+
     def test_a_pair_of_iterators(self):
         self.assert_refused("auto a = std::find(x.begin(), x.end(), 1);\n", "1: write std::ranges::find(x, ...)")
         self.assert_refused("\nstd::sort(a->names.begin(),\n          a->names.end());\n",

@@ -26,7 +26,9 @@ class Preflight : public Orvhost {
     const auto before = Tree();
     json first;
     for (const std::string start : {"check ", "update --dry-run ", "update "}) {
-      json object = RunJson(start + "\"" + package + "\"");
+      std::string line = start;
+      line.append("\"").append(package).append("\"");
+      json object = RunJson(line);
       EXPECT_EQ(object["exit_code"], expected.exitCode) << start << object;
       EXPECT_EQ(object["verdict"], expected.verdict) << start;
       EXPECT_EQ(object["phase"], expected.phase) << start;

@@ -112,7 +112,9 @@ TEST_F(Report, FailsForAFolderThatCannotBeUsedBeforeThePluginIsLoaded) {
     EXPECT_EQ(object["exit_code"], 2);
     EXPECT_EQ(object["verdict"], "folder-unusable");
     EXPECT_EQ(object["phase"], "folder");
-    EXPECT_EQ(object["error"]["cause"], "The report cannot be written to the folder " + path + ": " + reason + ".");
+    std::string cause = "The report cannot be written to the folder ";
+    cause.append(path).append(": ").append(reason).append(".");
+    EXPECT_EQ(object["error"]["cause"], cause);
   }
 }
 

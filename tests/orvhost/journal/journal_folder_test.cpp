@@ -13,7 +13,7 @@ using Ids = std::vector<std::string>;
 class JournalFolderOf : public testing::Test {
  protected:
   std::string Add(const std::string& command, bool dryRun = false) {
-    const std::string id = NextRunId(ListJournals(folder_.Path()).runs, "2026-01-31T12:00:00.000000Z");
+    std::string id = NextRunId(ListJournals(folder_.Path()).runs, "2026-01-31T12:00:00.000000Z");
     folder_.Write(id + ".jsonl", R"({"kind": "begin", "command": ")" + command + R"(", "options": {"dry_run": )" +
                                      (dryRun ? "true" : "false") + "}}\n{\"kind\": \"end\"}\n");
     return id;

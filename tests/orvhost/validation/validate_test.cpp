@@ -23,7 +23,7 @@ class Validate : public Orvhost {
   // Validates the plug-in and returns what failed.
   refhost::Lines Failures(const std::string& plugin, const std::string& options = "") {
     object_ = RunJson("validate \"" + plugin + "\" " + options);
-    const refhost::Lines failures = Ending("fail");
+    refhost::Lines failures = Ending("fail");
     EXPECT_EQ(object_["checks"].size(), 26U);
     EXPECT_EQ(object_["exit_code"], failures.empty() ? 0 : 3);
     EXPECT_EQ(object_["verdict"], failures.empty() ? "valid" : "not-valid");
