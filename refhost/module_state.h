@@ -36,6 +36,12 @@ struct ModuleState {
   std::string previousVersion;
 };
 
+// Whether `state` has all of an update that was written: its status, and its version as the installed one. An update
+// keeps them in two writes, each of which can fail.
+[[nodiscard]] inline bool IsWritten(const ModuleState& state) {
+  return state.updateStatus == kUpdateWritten && state.operating.info.moduleVersion == state.update.info.moduleVersion;
+}
+
 // Folder of the state file: "repository" under the install path.
 [[nodiscard]] REFHOST_EXPORT std::string ModuleStateFolder();
 

@@ -2,7 +2,6 @@
 #include "orvhost/commands/commands.h"
 #include "orvhost/commands/confirmed_halt.h"
 #include "orvhost/commands/dry_run.h"
-#include "orvhost/commands/waiting_update.h"
 #include "orvhost/run/failure.h"
 #include "refhost/module_state.h"
 
@@ -11,12 +10,12 @@ namespace orvhost {
 namespace {
 
 // True when a written update waits; otherwise false with a complete outcome.
-bool IsWaiting(const Run& run, const Session& session, Outcome* outcome) {
-  const int status = session.Firmware().GetUpdateStatus();
-  outcome->needsApply = IsRecordedAsWritten();
+bool IsWaiting(const Run& run, const refhost::ModuleState& records, Outcome* outcome) {
+  outcome->needsApply = refhost::IsWritten(records);
   if (*outcome->needsApply) {
     return true;
   }
+  const int status = records.updateStatus;
   if (status == refhost::kUpdateWritten) {
     Fail(run, outcome,
          {.exitCode = ExitCode::kFailedUntouched,
@@ -43,12 +42,13 @@ bool IsWaiting(const Run& run, const Session& session, Outcome* outcome) {
 Outcome Apply(const Run& run) {
   Outcome outcome;
   EnterPhase(run, &outcome, "plug-in");
-  const std::unique_ptr<Session> session = OpenSession(run, DamagedRecordsOf(run.options), &outcome);
-  if (!session || !IsWaiting(run, *session, &outcome)) {
+  refhost::ModuleState records;
+  const std::unique_ptr<Session> session = OpenSession(run, DamagedRecordsOf(run.options), &outcome, &records);
+  if (!session || !IsWaiting(run, records, &outcome)) {
     return outcome;
   }
-  outcome.before = session->Firmware().GetPrevVendorVersion();
-  const std::string written = session->Firmware().GetOperatingModuleInfo().moduleVersion;
+  outcome.before = records.previousVersion;
+  const std::string written = records.operating.info.moduleVersion;
   EnterPhase(run, &outcome, "confirm");
   if (run.options.dryRun) {
     EndDryRun("\"orvhost apply\" would take the machine down at once, and the BMC would start version " + written +

@@ -12,8 +12,7 @@ std::optional<bool> IsWritten() {
   if (!refhost::ReadModuleState(refhost::ModuleStateFolder(), &records, &ignored)) {
     return {};
   }
-  return records.updateStatus == refhost::kUpdateWritten &&
-         records.operating.info.moduleVersion == records.update.info.moduleVersion;
+  return refhost::IsWritten(records);
 }
 
 }  // namespace

@@ -1,5 +1,4 @@
-// What the records say of firmware that an update wrote: is all of it there, and does it wait for being put into
-// operation?
+// What the records say of firmware that an update wrote: is all of it there, and does it wait for "orvhost apply"?
 #ifndef ORVHOST_COMMANDS_WAITING_UPDATE_H
 #define ORVHOST_COMMANDS_WAITING_UPDATE_H
 
@@ -10,8 +9,7 @@
 
 namespace orvhost {
 
-// True when the records have all of an update that was written: its status, and its version as the installed one. An
-// update keeps them in two writes, each of which can fail. False also when they cannot be read.
+// True when the records have all of an update that was written. False also when they cannot be read.
 [[nodiscard]] bool IsRecordedAsWritten();
 
 // True when "apply" comes next: a version is written, and the BMC runs another one. `running` is the one that it runs;

@@ -69,8 +69,7 @@ std::string UpdateAgain(const Situation& situation, bool flashTouched) {
 }
 
 bool IsRecordedAsWritten(const Situation& situation) {
-  return situation.recordsAreReadable && situation.records.updateStatus == refhost::kUpdateWritten &&
-         situation.records.operating.info.moduleVersion == situation.records.update.info.moduleVersion;
+  return situation.recordsAreReadable && refhost::IsWritten(situation.records);
 }
 
 Diagnosis OfUpdateBeforeTheFlash(const Situation& situation) {

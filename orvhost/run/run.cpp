@@ -2,7 +2,6 @@
 
 #include "host/Results.h"
 #include "orvhost/run/failure.h"
-#include "refhost/module_state.h"
 
 namespace orvhost {
 
@@ -32,7 +31,8 @@ void EnterPhase(const Run& run, Outcome* outcome, const std::string& phase) {
   run.journal.Phase(phase);
 }
 
-std::unique_ptr<Session> OpenSession(const Run& run, DamagedRecords damaged, Outcome* outcome) {
+std::unique_ptr<Session> OpenSession(const Run& run, DamagedRecords damaged, Outcome* outcome,
+                                     refhost::ModuleState* records) {
   refhost::ModuleState state;
   std::string error;
   const bool leave = damaged == DamagedRecords::kLeave;
@@ -45,6 +45,9 @@ std::unique_ptr<Session> OpenSession(const Run& run, DamagedRecords damaged, Out
                               "goes on with empty records."
                             : NextStepWithoutRecords()});
     return nullptr;
+  }
+  if (records != nullptr) {
+    *records = state;
   }
   std::unique_ptr<Session> session = Session::Open(run.options.pluginPath, &error);
   if (!session) {

@@ -14,6 +14,7 @@
 #include "orvhost/terminal/console.h"
 #include "orvhost/trace/line_sink.h"
 #include "orvhost/trace/trace_watch.h"
+#include "refhost/module_state.h"
 
 namespace orvhost {
 
@@ -36,8 +37,9 @@ void EnterPhase(const Run& run, Outcome* outcome, const std::string& phase);
 // What becomes of kept records that cannot be understood, which is a failure either way.
 enum class DamagedRecords { kKeepAside, kLeave };
 
-// Checks the kept records and opens the plug-in; null with the failure in `*outcome`.
-[[nodiscard]] std::unique_ptr<Session> OpenSession(const Run& run, DamagedRecords damaged, Outcome* outcome);
+// Checks the kept records, which are then in `*records`, and opens the plug-in; null with the failure in `*outcome`.
+[[nodiscard]] std::unique_ptr<Session> OpenSession(const Run& run, DamagedRecords damaged, Outcome* outcome,
+                                                   refhost::ModuleState* records = nullptr);
 
 // False, with the failure in `*outcome`, when something that the plug-in needs is missing on this machine.
 [[nodiscard]] bool HasPrerequisites(const Run& run, const Session& session, Outcome* outcome);

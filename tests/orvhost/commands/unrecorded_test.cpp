@@ -8,16 +8,18 @@ namespace {
 
 class Unrecorded : public Orvhost {
  protected:
-  // An update in which one call fails; nothing when there are not that many.
-  std::optional<json> UpdateWith(const std::string& call, int number) {
+  // A subcommand in which one call fails; nothing when there are not that many.
+  std::optional<json> RunWith(const std::string& subcommand, const std::string& call, int number) {
     const std::string mark = folder_ / "failed";
     prefix_ =
         "env LD_PRELOAD=\"" FAILING_CALLS_PATH "\" ASAN_OPTIONS=verify_asan_link_order=0 TEST_FAILING_CALL=" + call +
         " TEST_FAILING_NUMBER=" + std::to_string(number) + " TEST_FAILING_MARK=\"" + mark + "\" ";
-    json object = RunJson(Update(good_));
+    json object = RunJson(subcommand);
     prefix_.clear();
     return std::filesystem::remove(mark) ? std::optional(object) : std::nullopt;
   }
+
+  std::optional<json> UpdateWith(const std::string& call, int number) { return RunWith(Update(good_), call, number); }
 
   void StartAnew() const {
     std::filesystem::remove_all(folder_ / "repository");
@@ -51,6 +53,17 @@ TEST_F(Unrecorded, AnUpdateWhoseVersionCouldNotBeKeptIsNotApplied) {
   EXPECT_EQ(RunJson("diagnose")["verdict"], "written-not-recorded");
   EXPECT_EQ(RunJson("identify")["needs_apply"], false);
   EXPECT_EQ(RunJson(Update(good_))["needs_apply"], true);
+}
+
+TEST_F(Unrecorded, AWaitingUpdateIsNotDeniedWhenTheRecordsCannotBeRead) {
+  ASSERT_EQ(RunJson(Update(good_))["exit_code"], 0);
+  int number = 1;
+  for (auto object = RunWith("apply --dry-run", "read", number); object;
+       object = RunWith("apply --dry-run", "read", ++number)) {
+    EXPECT_NE((*object)["verdict"], "nothing-to-do") << number << *object;
+    EXPECT_NE((*object)["needs_apply"], false) << number << *object;
+  }
+  EXPECT_GT(number, 1);
 }
 
 TEST_F(Unrecorded, AfterAnyFailedCallAllSayTheSame) {

@@ -1,7 +1,7 @@
 // A library to preload: it lets one system call fail that concerns the state file or the folder it lies in. Works for
 // root too, whom no permission stops.
 //
-//   TEST_FAILING_CALL    rename, fsync or fchmod
+//   TEST_FAILING_CALL    rename, fsync, fchmod or read
 //   TEST_FAILING_NUMBER  which of its calls fails, from 1
 //   TEST_FAILING_MARK    file that is made when it does
 #include <dlfcn.h>
@@ -63,6 +63,12 @@ __attribute__((visibility("default"))) int fsync(int descriptor) {
 
 __attribute__((visibility("default"))) int fchmod(int descriptor, mode_t mode) noexcept {
   return MustFail("fchmod", PathOf(descriptor)) ? -1 : Real<int(int, mode_t)>("fchmod")(descriptor, mode);
+}
+
+__attribute__((visibility("default"))) ssize_t read(int descriptor, void* buffer, std::size_t size) {
+  return MustFail("read", PathOf(descriptor))
+             ? -1
+             : Real<ssize_t(int, void*, std::size_t)>("read")(descriptor, buffer, size);
 }
 
 }  // extern "C"
