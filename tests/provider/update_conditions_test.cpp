@@ -43,7 +43,7 @@ TEST(ModelOfMachine, LooksAtNoOtherPlace) {
 
 // A text that was cut leaves its old characters in memory.
 TEST(ModelOfMachine, LooksAtNoPlaceBehindTheEnd) {
-  for (const std::size_t size : {14, 15, 16}) {
+  for (const std::size_t size : {14U, 15U, 16U}) {
     std::string serialNumber = "MAUD123456789ASSSSS";
     serialNumber.resize(size);
     EXPECT_EQ(ModelOfMachine(serialNumber), "") << size;
@@ -51,7 +51,7 @@ TEST(ModelOfMachine, LooksAtNoPlaceBehindTheEnd) {
 }
 
 TEST(ModelOfMachine, ThrowsOnFewerThanFourteenCharacters) {
-  EXPECT_THROW(ModelOfMachine("MAUD123456789"), std::out_of_range);
+  EXPECT_THROW((void)ModelOfMachine("MAUD123456789"), std::out_of_range);
 }
 
 class PackageFit : public testing::Test {

@@ -42,7 +42,7 @@ std::uint32_t Crc32(const std::string& bytes) {
 std::string WithDictionary(std::string archive, char size) {
   constexpr std::size_t kBlockHeader = 12;
   constexpr std::size_t kDictionary = kBlockHeader + 4;
-  const std::size_t checksum = kBlockHeader + static_cast<unsigned char>(archive.at(kBlockHeader)) * 4U;
+  const std::size_t checksum = kBlockHeader + static_cast<unsigned char>(archive.at(kBlockHeader)) * 4UL;
   archive.at(kDictionary) = size;
   const std::uint32_t crc = Crc32(archive.substr(kBlockHeader, checksum - kBlockHeader));
   for (unsigned i = 0; i < 4; ++i) {

@@ -168,7 +168,7 @@ TEST_F(Unzip, NamesThatACommandLineCannotCarryAreRefused) {
   for (const Format format : {Format::kZip, Format::kTar}) {
     for (const std::string name : {"x\".ima", "`id`.ima", "$(id).ima", "d$/x.ima", "a/b\\c.ima"}) {
       EXPECT_FALSE(Unpack(ArchiveBuilder().File("good", "1").File(name, "x").Build(format))) << name;
-      EXPECT_EQ(reason_, "member [" + name + "]: " + why);
+      EXPECT_EQ(reason_, std::string("member [").append(name).append("]: ").append(why));
     }
     folder_.Write("package", ArchiveBuilder().File("good", "1").File("x\nid.ima", "x").Build(format));
     EXPECT_FALSE(CUnzip_Utility::UpdateModuleUnzip(folder_ / "package", nullptr, folder_ / "work", nullptr, "bmc"));

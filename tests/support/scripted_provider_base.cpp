@@ -4,6 +4,8 @@
 #include "host/ProviderBase.h"
 #include "tests/support/scripted_host.h"
 
+// NOLINTBEGIN(performance-unnecessary-value-param): texts come by value, as the host's contract has them.
+
 CModuleManager::CModuleManager(std::string text) : provider(std::move(text)) {}
 CModuleManager::~CModuleManager() = default;
 
@@ -162,3 +164,5 @@ void CVendor::ClearUpdateStatus(std::string, bool) {}
 bool CVendor::CheckUpdateConditionByModule(std::string, CModuleManager*, std::string, bool, bool) {
   return false;
 }
+
+// NOLINTEND(performance-unnecessary-value-param)

@@ -33,6 +33,11 @@ bool Asked(const std::string& wanted) {
   return false;
 }
 
+std::string CommandAsked() {
+  const char* command = getenv("TEST_PLUGIN_COMMAND");
+  return command != nullptr ? command : "";
+}
+
 void Trace(CTraceUtility::TRACE_DBG_LEVEL level, const std::string& text) {
   CTraceUtility::WriteDebug("bmc", level, "%s", text.c_str());
 }
@@ -147,7 +152,7 @@ int WriteImage() {
 
 // A command that fails, and what is run after it by the plug-in itself and by the host.
 int Complain() {
-  RunTraced(getenv("TEST_PLUGIN_COMMAND"));
+  RunTraced(CommandAsked());
   CTraceUtility::WriteTrace("bmc", "MSGID_BMC_0012_F", "14");
   Trace(CTraceUtility::TRACE_DBG_ERROR, "Failed to execute ipmi command (Connect to virtual media) CompletionCode:");
   (void)!std::system("echo tidying up >&2");
@@ -191,7 +196,7 @@ class TestFirmware : public CFirmware {
                 bool /*old*/) override {
     SwapAt("prepare");
     if (Asked("is-disturbed")) {
-      (void)!std::system(getenv("TEST_PLUGIN_COMMAND"));
+      (void)!std::system(CommandAsked().c_str());
     }
     if (!Asked("unprepared")) {
       return 0;
@@ -231,7 +236,7 @@ class TestFirmware : public CFirmware {
     Trace(CTraceUtility::TRACE_DBG_INFO, "Execute:\"/opt/orv/KV6KBMC/Yafuflash\"  -cd  \"image.ima\"");
     WaitAsAsked();
     if (Asked("flashes-command")) {
-      RunTraced(getenv("TEST_PLUGIN_COMMAND"));
+      RunTraced(CommandAsked());
     }
     if ((Asked("flashes") && !RunAtTheGate()) || !RunToolAsAsked()) {
       return 1;
