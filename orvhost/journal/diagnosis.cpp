@@ -42,14 +42,13 @@ class ApplyWatch : public refhost::TraceSink {
 
 // How the command that writes the flash ended: "" when the journal does not hold it.
 std::string EndOfFlashing(const RecordedRun& run, const std::string& commandLine) {
-  nlohmann::json number;
+  std::string key;
   std::string end;
   for (const JournalEntry& entry : run.entries) {
     if (entry.kind == "command" && entry.Text("line") == commandLine) {
-      number = entry.fields.value("n", nlohmann::json());
+      key = entry.CommandKey();
       end = "";
-    } else if (entry.kind == "command_end" && !number.is_null() &&
-               entry.fields.value("n", nlohmann::json()) == number) {
+    } else if (entry.kind == "command_end" && !key.empty() && entry.CommandKey() == key) {
       end = entry.Text("result");
       if (end == "exited" && entry.fields.value("exit_code", nlohmann::json()) != 0) {
         end = "failed";

@@ -1,7 +1,6 @@
 #include "orvhost/journal/journal_folder.h"
 
 #include <algorithm>
-#include <cctype>
 #include <cerrno>
 #include <filesystem>
 #include <string_view>
@@ -20,8 +19,8 @@ constexpr std::size_t kNumberWidth = 8;
 
 bool IsRunId(const std::string& text) {
   constexpr std::string_view kForm = "dddddddd-ddddddddTddddddZ";
-  const bool isOne = std::ranges::equal(text, kForm, [](unsigned char character, char wanted) {
-    return wanted == 'd' ? std::isdigit(character) != 0 : character == wanted;
+  const bool isOne = std::ranges::equal(text, kForm, [](char character, char wanted) {
+    return wanted == 'd' ? character >= '0' && character <= '9' : character == wanted;
   });
   return isOne && std::stoul(text.substr(0, kNumberWidth)) <= kLastNumber;
 }

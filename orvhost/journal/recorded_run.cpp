@@ -96,6 +96,11 @@ std::string JournalEntry::Text(const char* name) const {
   return TextIn(fields, name);
 }
 
+std::string JournalEntry::CommandKey() const {
+  const auto number = fields.find("n");
+  return number != fields.end() ? number->dump() + " " + fields.value("child", json()).dump() : "";
+}
+
 bool RecordedRun::IsDamaged() const {
   return damagedLines > 0 || lastLineIsTorn || entries.empty() || entries.front().kind != "begin";
 }
@@ -206,7 +211,7 @@ void Replay(const RecordedRun& run, TraceWatch* watch) {
     if (entry.kind == "command") {
       command = &entry;
     } else if (command != nullptr && entry.kind == "command_end" && entry.Text("result") == "not-started" &&
-               entry.fields.value("n", json()) == command->fields.value("n", json())) {
+               entry.CommandKey() == command->CommandKey()) {
       watch->CommandNeverStarted(command->Text("line"));
     }
   }

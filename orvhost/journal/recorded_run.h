@@ -18,6 +18,10 @@ struct JournalEntry {
 
   // A field as text; "" when it is not there or no text.
   [[nodiscard]] std::string Text(const char* name) const;
+
+  // What a shell command and its end have in common: its number, and the forked child that counts its own from there.
+  // "" for an entry without one.
+  [[nodiscard]] std::string CommandKey() const;
 };
 
 struct RecordedRun {

@@ -41,13 +41,13 @@ bool HasResultOfFlash(const RecordedRun& run) {
 std::string LastFlashCommand(const RecordedRun& run) {
   std::string line;
   std::string before;
-  nlohmann::json number;
+  std::string key;
   for (const JournalEntry& entry : run.entries) {
     if (entry.kind == "command" && plugin_lines::WritesTheFlash(entry.Text("line"))) {
       before = std::exchange(line, entry.Text("line"));
-      number = entry.fields.value("n", nlohmann::json());
-    } else if (entry.kind == "command_end" && entry.Text("result") == "not-started" && !number.is_null() &&
-               entry.fields.value("n", nlohmann::json()) == number) {
+      key = entry.CommandKey();
+    } else if (entry.kind == "command_end" && entry.Text("result") == "not-started" && !key.empty() &&
+               entry.CommandKey() == key) {
       line = before;
     }
   }

@@ -59,20 +59,18 @@ class CommandEnds {
   explicit CommandEnds(const RecordedRun& run) {
     for (const JournalEntry& entry : run.entries) {
       if (entry.kind == "command_end") {
-        ends_.emplace(KeyOf(entry), &entry);
+        ends_.emplace(entry.CommandKey(), &entry);
       }
     }
   }
 
   // Null when the journal does not have it.
   const JournalEntry* Of(const JournalEntry& command) const {
-    const auto found = ends_.find(KeyOf(command));
+    const auto found = ends_.find(command.CommandKey());
     return found != ends_.end() ? found->second : nullptr;
   }
 
  private:
-  static std::string KeyOf(const JournalEntry& entry) { return Number(entry, "n") + " " + Number(entry, "child"); }
-
   std::map<std::string, const JournalEntry*> ends_;
 };
 

@@ -72,7 +72,7 @@ void ErrorOutput::Begin() {
 
 // All but the last bytes, which a look may still want. As long as there is much it does not wait.
 void ErrorOutput::GiveMemoryBack() {
-  constexpr off_t kKept = 1024 * 1024;
+  constexpr off_t kKept = 1024L * 1024L;
   constexpr int kPauseMs = 10;
   off_t done = 0;
   pollfd stop{stop_.Get(), POLLIN, 0};

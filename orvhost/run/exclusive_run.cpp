@@ -141,8 +141,7 @@ bool ExclusiveRun::NothingIsLeft(Outcome* outcome) {
     Busy(run_, outcome,
          "It is unknown whether something that an earlier run started is still at work: " + left.unseen + ".",
          "It may be writing the flash: keep the machine powered, make sure that all of /proc can be read, and run the "
-         "same "
-         "command again.");
+         "same command again.");
     return false;
   }
   return true;

@@ -139,6 +139,16 @@ TEST_F(DiagnosisOf, AFlashToolThatFailedOrIsTriedAgainIsNotTheEnd) {
   Expect("flash-incomplete", true, kUpdateAgainPowered);
 }
 
+TEST_F(DiagnosisOf, TheEndOfAForkedChildsCommandIsNotTheFlashTools) {
+  BeginUpdateUpToTheFlash();
+  Flash();
+  for (const char* result : {"exited", "not-started"}) {
+    Add({{"kind", "command_end"}, {"n", 7}, {"child", 4711}, {"result", result}, {"exit_code", 0}});
+    Expect("flash-incomplete", true, kUpdateAgainPowered);
+    EXPECT_EQ(Diagnose(situation_).flash, "writing it had begun, and its end is not in the journal");
+  }
+}
+
 TEST_F(DiagnosisOf, AnUpdateThatFailedIsIncomplete) {
   BeginUpdateUpToTheFlash();
   Flash();
