@@ -26,10 +26,13 @@ namespace {
 constexpr int kVerboseLevels = refhost::kAllTraceLevels & ~CTraceUtility::TRACE_DBG_FLOW;
 
 // Where the trace of this run goes. False with the failure in `*outcome` when the log file cannot be opened.
-bool AddSinks(const Run& run, TeeSink* tee, Outcome* outcome) {
+bool AddSinks(const Run& run, ExclusiveRun* exclusive, TeeSink* tee, Outcome* outcome) {
   if (!run.options.logFile.empty()) {
     std::string error;
-    auto file = LineSink::OpenFile(run.options.logFile, &error);
+    auto file = LineSink::OpenFile(run.options.logFile, &error, [&run, exclusive](const std::string& reason) {
+      exclusive->Notice("The log file " + run.options.logFile + " is incomplete, because it could not be written (" +
+                        reason + ").");
+    });
     if (!file) {
       Fail(run, outcome,
            {.exitCode = ExitCode::kUsage,
@@ -98,7 +101,7 @@ int Main(int argc, const char* const* argv) {
     tee.Add(std::make_unique<InterruptionWatch>(&interruption));
     tee.Add(std::make_unique<ProgressSink>(&progress));
     ExclusiveRun exclusive(run, parsed.command->name);
-    if ((!parsed.command->loadsPlugin || exclusive.Begin(&outcome)) && AddSinks(run, &tee, &outcome)) {
+    if ((!parsed.command->loadsPlugin || exclusive.Begin(&outcome)) && AddSinks(run, &exclusive, &tee, &outcome)) {
       refhost::SetTraceSink(&tee);
       refhost::SetCommandObserver(&errorOutput);
       if (parsed.command->loadsPlugin) {

@@ -42,6 +42,7 @@ class DiagnoseRoad {
   [[nodiscard]] bool IsExplained() const;
   bool LookAround();
   void ReadRecords();
+  [[nodiscard]] std::string Records() const;
   void Tell(const Diagnosis& diagnosis);
   void NoRun();
   bool SeesAll(const AtWork& atWork);
@@ -196,6 +197,14 @@ void DiagnoseRoad::ReadRecords() {
       refhost::ReadModuleState(refhost::ModuleStateFolder(), &situation_.records, &recordsError_);
 }
 
+std::string DiagnoseRoad::Records() const {
+  if (!recordsError_.empty()) {
+    return recordsError_;
+  }
+  const bool isWriting = situation_.isAtWork && situation_.records.updateStatus == refhost::kUpdateRunning;
+  return isWriting ? "being written" : InWords(situation_.records.updateStatus);
+}
+
 void DiagnoseRoad::Tell(const Diagnosis& diagnosis) {
   const RecordedRun& run = situation_.run;
   outcome_.verdict = diagnosis.verdict;
@@ -208,7 +217,7 @@ void DiagnoseRoad::Tell(const Diagnosis& diagnosis) {
       {"flash", "Flash", diagnosis.flash},
       {"bmc", "BMC", diagnosis.bmc},
       {"update_marker", "Update marker", diagnosis.marker},
-      {"records", "Records", recordsError_.empty() ? InWords(situation_.records.updateStatus) : recordsError_}};
+      {"records", "Records", Records()}};
   if (!left_.empty()) {
     outcome_.facts.push_back({"at_work", "At work", left_});
   }

@@ -150,7 +150,7 @@ std::string ToErrorText(const Outcome& outcome) {
   AppendItem(&text, "completion code", failure.evidence.completionCode, kWidth);
   const bool workBegan = outcome.exitCode != ExitCode::kUsage;
   if (workBegan && !LooksBack(outcome.command)) {
-    AppendItem(&text, "flash", outcome.flashTouched ? "writing it had begun" : "not touched", kWidth);
+    AppendItem(&text, "flash", outcome.flashTouched ? "writing it had begun" : "not touched by this run", kWidth);
   }
   AppendItem(&text, "next step", failure.nextStep, kWidth);
   return text;

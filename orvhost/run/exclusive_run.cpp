@@ -33,7 +33,8 @@ FailedEnd Unusable(const std::string& installPath, const std::string& reason) {
       .exitCode = ExitCode::kUsage,
       .verdict = "install-path-unusable",
       .cause = "Only one run at a time may work under " + installPath + ", and that cannot be ensured: " + reason + ".",
-      .nextStep = "Run it as a user who may write there, or give another folder with --install-path."};
+      .nextStep =
+          "Run it as root (for example with sudo), or give a folder that you can write to with --install-path."};
 }
 
 FailedEnd MachineUnusable(const std::string& reason) {

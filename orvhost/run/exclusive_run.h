@@ -24,6 +24,9 @@ class ExclusiveRun {
   // the outcome.
   void End(Outcome* outcome);
 
+  // Says a sentence beside the result, to people at once, in the journal and in the outcome.
+  void Notice(const std::string& sentence);
+
  private:
   [[nodiscard]] bool TakeLocks(Outcome* outcome);
   [[nodiscard]] bool HasTaken(RunLock::Result result, const RunLock& lock, Outcome* outcome);
@@ -32,7 +35,6 @@ class ExclusiveRun {
   void Sign();
   void TellTakeover();
   [[nodiscard]] bool BeginJournal(Outcome* outcome);
-  void Notice(const std::string& sentence);
 
   const Run& run_;
   const std::string command_;

@@ -2,6 +2,8 @@
 
 #include <fcntl.h>
 
+#include <utility>
+
 #include "orvhost/interface/printable.h"
 #include "posix/last_error.h"
 
@@ -13,10 +15,13 @@ constexpr mode_t kLogMode = 0640;
 
 }  // namespace
 
-std::unique_ptr<LineSink> LineSink::OpenFile(const std::string& path, std::string* error) {
+std::unique_ptr<LineSink> LineSink::OpenFile(const std::string& path, std::string* error,
+                                             std::function<void(const std::string&)> onFailure) {
   posix::FileDescriptor file(open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, kLogMode));
   if (file.IsOpen()) {
-    return std::unique_ptr<LineSink>(new LineSink(std::move(file), refhost::kAllTraceLevels, Reader::kProgram));
+    auto sink = std::unique_ptr<LineSink>(new LineSink(std::move(file), refhost::kAllTraceLevels, Reader::kProgram));
+    sink->onFailure_ = std::move(onFailure);
+    return sink;
   }
   *error = "cannot open the log file " + path + ": " + posix::LastError();
   return nullptr;
@@ -31,7 +36,10 @@ void LineSink::Write(const refhost::TraceRecord& record) {
     line.pop_back();
     line = Escaped(line) + "\n";
   }
-  (void)posix::WriteAll(descriptor_.Get(), line.data(), line.size());  // a trace that cannot be written stops nothing
+  // A trace that cannot be written stops nothing.
+  if (!posix::WriteAll(descriptor_.Get(), line.data(), line.size()) && onFailure_) {
+    std::exchange(onFailure_, {})(posix::LastError());
+  }
 }
 
 void TeeSink::Write(const refhost::TraceRecord& record) {

@@ -3,6 +3,7 @@
 #ifndef ORVHOST_TRACE_LINE_SINK_H
 #define ORVHOST_TRACE_LINE_SINK_H
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <utility>
@@ -15,8 +16,10 @@ namespace orvhost {
 
 class LineSink : public refhost::TraceSink {
  public:
-  // Appends all records to the file `path`. Null, with the reason in `*error`, when it cannot be opened.
-  [[nodiscard]] static std::unique_ptr<LineSink> OpenFile(const std::string& path, std::string* error);
+  // Appends all records to the file `path`. Null, with the reason in `*error`, when it cannot be opened. `onFailure`
+  // hears once, with the reason, when a record could not be written; the others are tried all the same.
+  [[nodiscard]] static std::unique_ptr<LineSink> OpenFile(const std::string& path, std::string* error,
+                                                          std::function<void(const std::string&)> onFailure = {});
 
   // Writes to `descriptor`, which a person reads, the records for operators and the lines whose level is in `levels`.
   LineSink(posix::FileDescriptor descriptor, int levels) : LineSink(std::move(descriptor), levels, Reader::kPerson) {}
@@ -32,6 +35,7 @@ class LineSink : public refhost::TraceSink {
   posix::FileDescriptor descriptor_;
   int levels_;
   Reader reader_;
+  std::function<void(const std::string&)> onFailure_;  // empty when it was called
 };
 
 class TeeSink : public refhost::TraceSink {

@@ -17,7 +17,8 @@ constexpr auto kMessages = std::to_array<Message>({
      "Look for a shortage of memory in the system's log, then run the same command again."},
     {"MSGID_BMC_0003_F", 1, "The BMC did not take the reboot flag, so the new firmware was not activated (%1).",
      "The written firmware stays in place and waits. The BMC goes on running the old one, also after a reboot.",
-     "Run \"orvhost apply\" again. If it is refused again, restart the BMC and try once more."},
+     "Run \"orvhost apply\" again. If it is refused again, the image in the BMC may not be whole: keep the "
+     "machine powered and run \"orvhost update\" again."},
     {"MSGID_BMC_0004_F", 1, "The machine could not be shut down to activate the new firmware (%1).",
      "The machine is still up, so the BMC has not changed its firmware.",
      "Repair what the detail code names. With 19 the BMC is ready, so shut the machine down by hand (shutdown -h now). "

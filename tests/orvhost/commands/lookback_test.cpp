@@ -201,6 +201,7 @@ TEST_F(Lookback, DiagnoseWhileAToolIsStillAtWorkSaysToWait) {
   object = Look("diagnose");
   EXPECT_EQ(object["verdict"], "at-work");
   EXPECT_EQ(object["facts"]["end"], "none yet; it is in step \"write\"");
+  EXPECT_EQ(object["facts"]["records"], "being written");
   OpenTheGate();
   EXPECT_EQ(Look("diagnose")["verdict"], "written");
 }

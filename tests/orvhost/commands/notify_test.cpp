@@ -50,7 +50,7 @@ TEST_F(Notify, AFailureNamesTheStepAndWhatWasSentAllTheSame) {
       "  trace:           Failed to execute IPMI command(OEM Lock Server Config File) CompletionCode:81\n"
       "  trace:           Failed to execute IPMI command(OEM Lock Server Config File) CompletionCode:81\n"
       "  completion code: 81\n"
-      "  flash:           not touched\n"
+      "  flash:           not touched by this run\n"
       "  next step:       Repair what the evidence names, then run the same command again; it sends everything "
       "anew.\n");
   const json object = RunJson("notify");

@@ -36,7 +36,7 @@ TEST_F(Orvhost, IdentifyFailsWhenTheBmcDoesNotAnswer) {
       "  trace:           Failed to execute ipmi command(GetDeviceID) CompletionCode:C3\n"
       "  command:         tool raw 0x06 0x01 > result\n"
       "  completion code: C3\n"
-      "  flash:           not touched\n"
+      "  flash:           not touched by this run\n"
       "  next step:       Wait a minute in case the BMC is restarting, then run \"orvhost identify\". If that fails "
       "too, run the command above by hand to see why.\n");
 }
@@ -158,7 +158,7 @@ TEST_F(Orvhost, UpdateFailsForAPackageThatCannotBeUsedBeforeThePluginIsLoaded) {
     EXPECT_EQ(Run(Update(path)), 5);
     const std::string cause = std::string("The package ").append(path).append(" cannot be used: ").append(reason);
     EXPECT_EQ(err_.find("orvhost update: " + cause + ".\n"), 0U) << err_;
-    EXPECT_NE(err_.find("flash:           not touched"), std::string::npos);
+    EXPECT_NE(err_.find("flash:           not touched by this run"), std::string::npos);
   }
 }
 
@@ -215,7 +215,7 @@ TEST_F(Orvhost, UpdateFailsBeforeTheFlashWithItsEvidence) {
             "  trace:           Failed to execute ipmi command (Connect to virtual media) CompletionCode:C0\n"
             "  command:         tool raw 0x34 0x8c 0x55 0xaa 0x01 > result\n"
             "  completion code: C0\n"
-            "  flash:           not touched\n"
+            "  flash:           not touched by this run\n"
             "  next step:       Repair what the evidence names, then run the same command again.\n");
   EXPECT_EQ(State().updateStatus, refhost::kUpdateFailed);
   EXPECT_EQ(State().operating.info.moduleVersion, "01-23");
@@ -427,6 +427,14 @@ TEST_F(Orvhost, TheLogFileHoldsTheFullTrace) {
   refhost::Lines twice = once;
   twice.insert(twice.end(), once.begin(), once.end());
   EXPECT_EQ(lines, twice);
+}
+
+TEST_F(Orvhost, ALogFileOnAFullDiskIsSaidToBeIncomplete) {
+  const std::string notice =
+      "The log file /dev/full is incomplete, because it could not be written (No space left on device).";
+  const json object = RunJson("identify --log-file /dev/full");
+  EXPECT_EQ(object["exit_code"], 0);
+  EXPECT_EQ(object["notices"], json::array({notice}));
 }
 
 TEST_F(Orvhost, FailsWhenTheLogFileCannotBeWritten) {
