@@ -99,6 +99,12 @@ std::string NameOf(const CLI::App& app) {
   return chosen.empty() ? "" : chosen.front()->get_name();
 }
 
+void Refuse(const std::string& cause, Outcome* outcome) {
+  outcome->exitCode = ExitCode::kUsage;
+  outcome->verdict = "usage";
+  outcome->failure = Failure{.cause = cause, .evidence = {}, .nextStep = "Run \"orvhost --help\"."};
+}
+
 }  // namespace
 
 ParsedCommandLine ParseCommandLine(int argc, const char* const* argv) {
@@ -125,6 +131,12 @@ ParsedCommandLine ParseCommandLine(int argc, const char* const* argv) {
     app.parse(argc, argv);
     options.installPath = std::filesystem::absolute(options.installPath).string();
     parsed.outcome.command = parsed.command->name;
+  } catch (const std::filesystem::filesystem_error& error) {
+    parsed.command = nullptr;
+    parsed.outcome.command = NameOf(app);
+    parsed.outcome.phase = "command line";
+    Refuse("The install path \"" + options.installPath + "\" is no folder's: " + error.code().message() + ".",
+           &parsed.outcome);
   } catch (const CLI::ParseError& error) {
     parsed.command = nullptr;
     parsed.outcome.command = NameOf(app);
@@ -137,9 +149,7 @@ ParsedCommandLine ParseCommandLine(int argc, const char* const* argv) {
       return parsed;
     }
     options.json = std::any_of(argv, argv + argc, [](const char* word) { return std::string_view(word) == "--json"; });
-    parsed.outcome.exitCode = ExitCode::kUsage;
-    parsed.outcome.verdict = "usage";
-    parsed.outcome.failure = Failure{.cause = error.what(), .evidence = {}, .nextStep = "Run \"orvhost --help\"."};
+    Refuse(error.what(), &parsed.outcome);
   }
   return parsed;
 }

@@ -140,6 +140,7 @@ int main(int argc, char** argv) {
   }
   // A reader of the output that goes away must not end a run that writes to a device.
   signal(SIGPIPE, SIG_IGN);
+  signal(SIGCHLD, SIG_DFL);  // where the caller ignores it, how a command ended would be lost
   signal(SIGXFSZ, SIG_IGN);  // nor may a limit on the size of its journal
   return orvhost::Main(argc, argv);
 }

@@ -19,7 +19,9 @@ namespace orvhost {
 
 namespace {
 
-constexpr std::array kAsking{SIGINT, SIGTERM, SIGHUP, SIGQUIT};
+// All else that would end the run is no better a reason to leave the flash half written.
+constexpr std::array kAsking{SIGINT,  SIGTERM, SIGHUP, SIGQUIT, SIGALRM, SIGVTALRM, SIGPROF,
+                             SIGUSR1, SIGUSR2, SIGPWR, SIGXCPU, SIGIO,   SIGSTKFLT};
 
 // Those of them that this program takes, and whether it does.
 sigset_t taken;

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cctype>
 #include <cerrno>
+#include <cstdlib>
 #include <filesystem>
 #include <functional>
 #include <sstream>
@@ -38,10 +39,15 @@ std::optional<pid_t> ProcessNumber(const fs::path& folder) {
   return pid == getpid() || pid == kFirstProcess ? std::nullopt : std::optional<pid_t>(pid);
 }
 
-// Root's and this user's; the folder belongs to the process' effective user.
+// Root's and this user's, by the real user, who remains the one that started a set-user-ID program.
 bool IsLookedAt(const fs::path& folder) {
-  struct stat status {};
-  return stat(folder.c_str(), &status) == 0 && (status.st_uid == geteuid() || status.st_uid == 0);
+  const std::string status = posix::ReadRegularFile(folder / "status", kLongestText).value_or("");
+  const std::size_t at = status.find("\nUid:\t");
+  if (at == std::string::npos) {
+    return false;
+  }
+  const unsigned long user = std::strtoul(status.c_str() + at + 6, nullptr, 10);
+  return user == geteuid() || user == 0;
 }
 
 std::string CommandLine(const fs::path& folder) {

@@ -17,7 +17,9 @@ constexpr mode_t kLogMode = 0640;
 
 std::unique_ptr<LineSink> LineSink::OpenFile(const std::string& path, std::string* error,
                                              std::function<void(const std::string&)> onFailure) {
-  posix::FileDescriptor file(open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, kLogMode));
+  // A pipe that nobody reads is not waited for.
+  posix::FileDescriptor file(
+      open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, kLogMode));
   if (file.IsOpen()) {
     auto sink = std::unique_ptr<LineSink>(new LineSink(std::move(file), refhost::kAllTraceLevels, Reader::kProgram));
     sink->onFailure_ = std::move(onFailure);

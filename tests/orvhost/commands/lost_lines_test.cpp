@@ -80,7 +80,9 @@ TEST_F(LostLines, ACommandOrAnEndThatIsLeftShowsTheFlashToo) {
   const std::string whole = folder_.Read(Newest());
   for (const std::string& begin : {whole.substr(0, whole.find('\n') + 1), std::string()}) {
     for (const auto& [rest, verdict] : rows) {
-      folder_.Write(Newest(), begin + line + rest + "\n");
+      std::string text = begin;
+      text.append(line).append(rest).append("\n");
+      folder_.Write(Newest(), text);
       const json object = RunJson("diagnose last");
       EXPECT_EQ(object["verdict"], verdict) << rest << object;
       EXPECT_EQ(object["flash_touched"], true) << rest;

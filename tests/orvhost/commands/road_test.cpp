@@ -394,6 +394,22 @@ TEST_F(Orvhost, FailsAtBadUsage) {
   }
 }
 
+TEST_F(Orvhost, FailsForAnInstallPathThatIsNone) {
+  const std::string output = folder_ / "output";
+  const int status =
+      std::system(("\"" ORVHOST_PROGRAM "\" --install-path \"\" --json history > \"" + output + "\"").c_str());
+  EXPECT_EQ(WEXITSTATUS(status), 2);
+  const json object = json::parse(folder_.Read("output"));
+  EXPECT_EQ(object["verdict"], "usage");
+  EXPECT_EQ(object["command"], "history");
+}
+
+TEST_F(Orvhost, AFlashToolHasItsExitCodeAlsoWhereTheCallerIgnoresItsChildren) {
+  prefix_ = "env --ignore-signal=CHLD TEST_PLUGIN=flashes-command TEST_PLUGIN_COMMAND=true ";
+  EXPECT_EQ(RunJson(Update(good_))["exit_code"], 0);
+  EXPECT_NE(RunJson("show last")["timeline"].dump().find("runs true: ended with 0"), std::string::npos);
+}
+
 TEST_F(Orvhost, HelpAndVersionAreNoErrors) {
   EXPECT_EQ(Run("--help"), 0);
   EXPECT_NE(out_.find("Subcommands:"), std::string::npos);
@@ -435,6 +451,11 @@ TEST_F(Orvhost, ALogFileOnAFullDiskIsSaidToBeIncomplete) {
   const json object = RunJson("identify --log-file /dev/full");
   EXPECT_EQ(object["exit_code"], 0);
   EXPECT_EQ(object["notices"], json::array({notice}));
+}
+
+TEST_F(Orvhost, FailsForALogFileThatIsAPipeWithoutAReader) {
+  ASSERT_EQ(mkfifo((folder_ / "pipe").c_str(), 0600), 0);
+  EXPECT_EQ(RunJson("identify --log-file \"" + (folder_ / "pipe") + "\"")["verdict"], "log-file-unusable");
 }
 
 TEST_F(Orvhost, FailsWhenTheLogFileCannotBeWritten) {

@@ -33,6 +33,9 @@ class Lock : public BackgroundOrvhost {
     const pid_t pid = fork();
     if (pid == 0) {
       setenv("ORVHOST_RUN", mark.c_str(), 1);
+      if (user == std::string_view("set-user-ID")) {  // a program of root's that another user has started
+        execlp("setpriv", "setpriv", "--ruid", "65534", "cat", (folder_ / "gate").c_str(), nullptr);
+      }
       if (user != std::string_view("0")) {
         execlp("setpriv", "setpriv", "--reuid", user, "--clear-groups", "sh", "-c", kWait, nullptr);
       }
@@ -242,9 +245,11 @@ TEST_F(Lock, AProcessOfAnotherUserKeepsNobodyAway) {
   }
   std::filesystem::permissions(folder_.Path(), std::filesystem::perms(0755));
   std::filesystem::permissions(folder_ / "gate", std::filesystem::perms(0666));
-  StartOfRun("/elsewhere/00000001-20260131T120000Z", "65534");
-  EXPECT_EQ(RunJson("identify")["exit_code"], 0);
-  OpenTheGate();
+  for (const char* user : {"65534", "set-user-ID"}) {
+    StartOfRun("/elsewhere/00000001-20260131T120000Z", user);
+    EXPECT_EQ(RunJson("identify")["exit_code"], 0) << user;
+    OpenTheGate();
+  }
 }
 
 // Without its capabilities root may not look at processes that have them, such as this one.

@@ -9,6 +9,7 @@ namespace {
 
 constexpr int kInterrupted = 11;
 constexpr std::array kSignals{SIGTERM, SIGINT, SIGHUP, SIGQUIT};
+constexpr std::array kOtherSignals{SIGALRM, SIGVTALRM, SIGPROF, SIGUSR1, SIGUSR2, SIGPWR, SIGXCPU, SIGIO, SIGSTKFLT};
 
 std::string NameOf(int number) {
   return std::string("SIG") + sigabbrev_np(number);
@@ -165,6 +166,18 @@ TEST_F(Interrupted, WhileTheFlashIsWrittenItGoesOnToItsEnd) {
       prefix_ = "";
       EXPECT_EQ(RunJson("diagnose")["verdict"], "written");
     }
+  }
+}
+
+TEST_F(Interrupted, BySignalsThatSeldomAskItGoesOnToItsEndToo) {
+  for (const int number : kOtherSignals) {
+    SCOPED_TRACE(NameOf(number));
+    Reset();
+    const pid_t run = Start(Update(good_), "flashes");
+    Send(run, number);
+    EXPECT_EQ(NextLine(), "orvhost: Interrupted: the flash is being written; this run goes on to its end.");
+    gate_.Close();
+    EXPECT_EQ(ExitCodeOf(run), 0);
   }
 }
 
