@@ -30,16 +30,24 @@ struct ModuleState {
   ModuleRecord update;
   ModuleRecord previous;
   int updateStatus = kNoUpdate;
+  int statusBefore = kNoUpdate;  // that the last update left, while another package is registered and not begun
   int updateProgress = 0;
   int updatePriority = 0;
   std::string latestUpdateDate;
   std::string previousVersion;
 };
 
+// What the last update that was begun left on the device: registering a package changes nothing there.
+[[nodiscard]] inline int StatusOfDevice(const ModuleState& state) {
+  return state.updateStatus == kUpdateRegistered && state.statusBefore != kNoUpdate ? state.statusBefore
+                                                                                    : state.updateStatus;
+}
+
 // Whether `state` has all of an update that was written: its status, and its version as the installed one. An update
 // keeps them in two writes, each of which can fail.
 [[nodiscard]] inline bool IsWritten(const ModuleState& state) {
-  return state.updateStatus == kUpdateWritten && state.operating.info.moduleVersion == state.update.info.moduleVersion;
+  return state.updateStatus == kUpdateWritten ? state.operating.info.moduleVersion == state.update.info.moduleVersion
+                                              : StatusOfDevice(state) == kUpdateWritten;
 }
 
 // Folder of the state file: "repository" under the install path.

@@ -15,7 +15,7 @@ bool IsWaiting(const Run& run, const refhost::ModuleState& records, Outcome* out
   if (*outcome->needsApply) {
     return true;
   }
-  const int status = records.updateStatus;
+  const int status = refhost::StatusOfDevice(records);
   if (status == refhost::kUpdateWritten) {
     Fail(run, outcome,
          {.exitCode = ExitCode::kFailedUntouched,

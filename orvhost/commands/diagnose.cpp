@@ -119,7 +119,8 @@ bool DiagnoseRoad::LeavesADoubt(const RecordedRun& run) const {
 
 // False when the records tell of an update in the middle of writing, and the journal of one that was not left there.
 bool DiagnoseRoad::IsExplained() const {
-  const bool isRunning = situation_.recordsAreReadable && situation_.records.updateStatus == refhost::kUpdateRunning;
+  const bool isRunning =
+      situation_.recordsAreReadable && refhost::StatusOfDevice(situation_.records) == refhost::kUpdateRunning;
   const std::string command = CommandOf(situation_.run);
   return !isRunning || command == "methods" ||
          (command != "apply" && !situation_.run.OutcomeText("verdict").starts_with("updated"));
@@ -140,7 +141,7 @@ void DiagnoseRoad::NoRun() {
   }
   outcome_.verdict = "nothing-to-diagnose";
   outcome_.summary = "No run with a journal in " + folder_ + " shows what became of the device.";
-  outcome_.facts = {{"records", "Records", InWords(situation_.records.updateStatus)}};
+  outcome_.facts = {{"records", "Records", InWords(refhost::StatusOfDevice(situation_.records))}};
   if (atWork.isAtWork) {
     outcome_.verdict = "at-work";
     outcome_.summary += " But a run of which no journal is left is at work.";
@@ -152,7 +153,7 @@ void DiagnoseRoad::NoRun() {
     outcome_.verdict = "flash-unknown";
     outcome_.summary += " But the records show an update that was not finished, so the flash may be incomplete.";
     outcome_.facts.push_back({"next_step", "Next step", KeepPoweredAndUpdate("")});
-  } else if (situation_.records.updateStatus == refhost::kUpdateWritten) {
+  } else if (refhost::StatusOfDevice(situation_.records) == refhost::kUpdateWritten) {
     outcome_.verdict = "written";
     outcome_.summary += " But the records show an update that was written.";
     outcome_.facts.push_back({"next_step", "Next step", kVerifyFirst});
@@ -201,8 +202,8 @@ std::string DiagnoseRoad::Records() const {
   if (!recordsError_.empty()) {
     return recordsError_;
   }
-  const bool isWriting = situation_.isAtWork && situation_.records.updateStatus == refhost::kUpdateRunning;
-  return isWriting ? "being written" : InWords(situation_.records.updateStatus);
+  const bool isWriting = situation_.isAtWork && refhost::StatusOfDevice(situation_.records) == refhost::kUpdateRunning;
+  return isWriting ? "being written" : InWords(refhost::StatusOfDevice(situation_.records));
 }
 
 void DiagnoseRoad::Tell(const Diagnosis& diagnosis) {

@@ -11,7 +11,8 @@ namespace {
 Outcome Identify(const Run& run) {
   Outcome outcome;
   EnterPhase(run, &outcome, "plug-in");
-  const std::unique_ptr<Session> session = OpenSession(run, DamagedRecords::kKeepAside, &outcome);
+  refhost::ModuleState records;
+  const std::unique_ptr<Session> session = OpenSession(run, DamagedRecords::kKeepAside, &outcome, &records);
   if (!session) {
     return outcome;
   }
@@ -29,7 +30,7 @@ Outcome Identify(const Run& run) {
     outcome.facts.push_back({FactKey(name), name, value});
   }
   outcome.facts.push_back({"recorded_version", "Recorded version", device.operating.moduleVersion});
-  outcome.facts.push_back({"last_update", "Last update", InWords(session->Firmware().GetUpdateStatus())});
+  outcome.facts.push_back({"last_update", "Last update", InWords(refhost::StatusOfDevice(records))});
   const bool isRead = ReadRunningVersion(run, *session, &outcome);
   outcome.needsApply = NeedsApply(*session, outcome.before);
   if (!isRead) {

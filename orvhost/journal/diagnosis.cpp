@@ -191,7 +191,8 @@ Diagnosis OfApply(const Situation& situation) {
 
 // What a later "verify" found replaces what the run's own journal leaves open.
 void TakeVerified(const Situation& situation, Diagnosis* diagnosis) {
-  const bool isRecorded = situation.recordsAreReadable && situation.records.updateStatus == refhost::kUpdateVerified;
+  const bool isRecorded =
+      situation.recordsAreReadable && refhost::StatusOfDevice(situation.records) == refhost::kUpdateVerified;
   if (situation.verifiedAs == "verified" && isRecorded) {
     diagnosis->verdict = "verified";
     diagnosis->bmc = "runs the firmware that was installed, as \"orvhost verify\" found";
@@ -225,8 +226,8 @@ Diagnosis Diagnose(const Situation& situation) {
 }
 
 bool RecordsLeaveADoubt(const Situation& situation) {
-  return !situation.recordsAreReadable || situation.records.updateStatus == refhost::kUpdateRunning ||
-         situation.records.updateStatus == refhost::kUpdateFailed;
+  return !situation.recordsAreReadable || refhost::StatusOfDevice(situation.records) == refhost::kUpdateRunning ||
+         refhost::StatusOfDevice(situation.records) == refhost::kUpdateFailed;
 }
 
 std::string KeepPoweredAndUpdate(const std::string& package) {

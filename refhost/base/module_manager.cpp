@@ -117,6 +117,11 @@ int CModuleManager::RegistUpdateModule(std::string moduleId, std::string package
     return host::kFailure;
   }
   return Change([&record](ModuleState* state) {
+    if (state->updateStatus != refhost::kUpdateRegistered) {
+      // A version that was not recorded as the installed one cannot be put into operation.
+      const bool isIncomplete = state->updateStatus == refhost::kUpdateWritten && !refhost::IsWritten(*state);
+      state->statusBefore = isIncomplete ? refhost::kUpdateFailed : state->updateStatus;
+    }
     state->update = record;
     state->updateStatus = refhost::kUpdateRegistered;
     state->updateProgress = 0;
@@ -221,6 +226,7 @@ int CModuleManager::ExecuteUpdate(bool useOldModule) {
   }
   const refhost::ModuleRecord module = Selected(state, useOldModule);
   state.updateStatus = refhost::kUpdateRunning;
+  state.statusBefore = refhost::kNoUpdate;
   state.updateProgress = 0;
   state.previousVersion = operatingVersionCache;
   // A device is not written to when the host could not remember it afterwards.

@@ -54,6 +54,7 @@ json ToJson(const ModuleState& state) {
           {"update", ToJson(state.update)},
           {"previous", ToJson(state.previous)},
           {"update_status", state.updateStatus},
+          {"status_before", state.statusBefore},
           {"update_progress", state.updateProgress},
           {"update_priority", state.updatePriority},
           {"latest_update_date", state.latestUpdateDate},
@@ -78,6 +79,9 @@ ModuleState StateFrom(const json& value) {
   state.update = RecordFrom(value.at("update"));
   state.previous = RecordFrom(value.at("previous"));
   state.updateStatus = WholeNumber(value, "update_status", kNoUpdate, kUpdateVerified);
+  if (value.contains("status_before")) {  // records of an earlier version lack it
+    state.statusBefore = WholeNumber(value, "status_before", kNoUpdate, kUpdateVerified);
+  }
   state.updateProgress = WholeNumber(value, "update_progress", INT_MIN, INT_MAX);
   state.updatePriority = WholeNumber(value, "update_priority", INT_MIN, INT_MAX);
   value.at("latest_update_date").get_to(state.latestUpdateDate);

@@ -108,6 +108,30 @@ TEST_F(Orvhost, NothingToDoLeavesAWrittenUpdateWaiting) {
   EXPECT_EQ(State().operating.info.moduleVersion, "01-24");
 }
 
+TEST_F(Orvhost, AnUpdateThatWasNotBegunLeavesAWrittenOneWaiting) {
+  ASSERT_EQ(Run(Update(good_)), 0);
+  const std::string next = folder_.Write("next.zip", refhost::Package("01-25"));
+  Ask("unprepared");
+  for (int i = 0; i < 2; ++i) {
+    EXPECT_EQ(RunJson(Update(next))["exit_code"], 7);
+  }
+  Ask("");
+  EXPECT_EQ(State().updateStatus, refhost::kUpdateRegistered);
+  EXPECT_EQ(RunJson("identify")["needs_apply"], true);
+  EXPECT_EQ(RunJson("apply --dry-run")["verdict"], "dry-run");
+  EXPECT_EQ(RunJson("apply --yes")["after"], "01-24");
+}
+
+TEST_F(Orvhost, AnUpdateThatWasNotBegunDoesNotHideThatTheLastOneFailed) {
+  Ask("flash-fails");
+  ASSERT_EQ(Run(Update(good_)), 8);
+  Ask("unprepared");
+  ASSERT_EQ(Run(Update(good_)), 7);
+  Ask("");
+  EXPECT_EQ(RunJson("apply --yes")["verdict"], "not-written");
+  EXPECT_EQ(RunJson("identify")["facts"]["last_update"], "failed");
+}
+
 TEST_F(Orvhost, EveryRunTellsWhetherApplyComesNext) {
   EXPECT_EQ(RunJson("identify")["needs_apply"], false);
   EXPECT_EQ(RunJson(Update(good_) + " --dry-run")["needs_apply"], false);
