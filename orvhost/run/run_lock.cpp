@@ -63,7 +63,10 @@ RunningRun RunAtWork(const std::string& installPath) {
       break;
   }
   const FoundNote found = ReadNote(NoteIn(installPath));
-  return {.runId = found.note && !found.note->ended ? found.note->runId : "", .unseen = ""};
+  if (!found.note || found.note->ended) {
+    return {.runId = "", .unseen = path + " is locked, and the note beside it does not say by which run"};
+  }
+  return {.runId = found.note->runId, .unseen = ""};
 }
 
 RunLock::Result RunLock::Take(const std::string& folder) {

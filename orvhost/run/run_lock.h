@@ -13,7 +13,7 @@ namespace orvhost {
 
 struct RunningRun {
   std::string runId;   // "" for none
-  std::string unseen;  // why this user cannot know, a clause; "" when it is known
+  std::string unseen;  // why it cannot be known, a clause; "" when it is known
 };
 
 // The run that holds the lock in the folder `installPath` now. Takes nothing, so that it disturbs nobody.

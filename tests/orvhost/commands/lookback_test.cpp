@@ -206,6 +206,19 @@ TEST_F(Lookback, DiagnoseWhileAToolIsStillAtWorkSaysToWait) {
   EXPECT_EQ(Look("diagnose")["verdict"], "written");
 }
 
+TEST_F(Lookback, ARunThatIsAtWorkWithoutItsNoteIsNotSaidToBeCutOff) {
+  StartAtTheGate(Update(good_), "waits");
+  std::filesystem::remove(folder_ / "orvhost.run");
+  EXPECT_EQ(Look("history")["runs"][0]["verdict"], "at work or cut off in step write");
+  const json object = Look("diagnose");
+  EXPECT_EQ(object["verdict"], "processes-unreadable");
+  EXPECT_NE(object["error"].value("cause", "").find("orvhost.lock is locked, and the note beside it does not say"),
+            std::string::npos)
+      << object;
+  OpenTheGate();
+  EXPECT_EQ(Look("diagnose")["verdict"], "written");
+}
+
 TEST_F(Lookback, DiagnoseKnowsWhetherTheMachineWasStartedAnewSince) {
   ASSERT_EQ(Run(Update(good_)), 0);
   ASSERT_EQ(Run("apply --yes"), 0);
