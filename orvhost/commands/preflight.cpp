@@ -11,9 +11,11 @@
 #include <iterator>
 
 #include "orvhost/commands/plugin_demands.h"
+#include "orvhost/journal/journal_folder.h"
 #include "orvhost/run/failure.h"
 #include "orvhost/run/machine.h"
 #include "posix/last_error.h"
+#include "refhost/module_state.h"
 
 namespace orvhost {
 
@@ -112,6 +114,21 @@ std::optional<FailedEnd> RoomObstacle(const PlannedUpdate& update) {
                  "Make room there");
 }
 
+// An update that cannot be recorded, or leaves no journal, is not begun.
+std::optional<FailedEnd> RecordsObstacle(const PlannedUpdate& update) {
+  for (const std::string& folder : {refhost::ModuleStateFolder(), JournalFolder(update.options.installPath)}) {
+    struct stat status {};
+    if (stat(folder.c_str(), &status) != 0) {
+      continue;  // it is made
+    }
+    if (!S_ISDIR(status.st_mode) || access(folder.c_str(), W_OK | X_OK) != 0) {
+      return Missing("An update could not be recorded: " + folder + " is not a folder that can be written to.",
+                     "Make it one, or move away what stands there");
+    }
+  }
+  return {};
+}
+
 bool HoldsPlaceholder(const std::string& pluginPath) {
   std::ifstream file(pluginPath, std::ios::binary);
   const std::string bytes((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
@@ -144,7 +161,7 @@ std::optional<FailedEnd> UserObstacle() {
 
 std::optional<FailedEnd> FindObstacle(const PlannedUpdate& update) {
   for (const auto& question :
-       {ContentsObstacle, InstallPathObstacle, FlashToolObstacle, RoomObstacle, PhraseObstacle}) {
+       {ContentsObstacle, InstallPathObstacle, FlashToolObstacle, RecordsObstacle, RoomObstacle, PhraseObstacle}) {
     if (auto obstacle = question(update)) {
       return obstacle;
     }

@@ -162,19 +162,24 @@ class ARackServer(RackRoad):
                 self.assert_compared(version, verdict, begin, [])
         for version in ("BMC:*,SDR:*", newer):
             with self.subTest(version):
-                done = self.assert_compared(
-                    version, "not-comparable", "The package cannot be compared, because one of them is malformed: ",
-                    ["MSGID_BMC_0008_F 090A"])
-                self.assert_in_trace(done, "R MSGID_BMC_0008_F 090A", "2 Invalid version format",
-                                     "4 CBMC_KESTREL_Firmware::CheckVendorVersion() [0] [END]")
+                self.pack(version)
+                done = self.orvhost("check", "/share/packages/compared.zip", pauses=SHORT_PAUSES)
+                self.assert_report(done, 5, command="check", verdict="package-unusable", phase="server type",
+                                   changed=False, flash_touched=False)
+                self.assertIn(f'its version "{version}" is malformed', done.report["error"]["cause"])
+                self.assertEqual(done.records, [])
+
+    def pack(self, version: str):
+        write_package(self.server.share / "packages" / "compared.zip", version, good_files(), "", ["kv6000rt"], (SCRIPT,))
 
     def assert_compared(self, version: str, verdict: str, begin: str, records: list):
         """What check says of a package of the version; returns its run."""
         pair = self.running_pair()
-        write_package(self.server.share / "packages" / "compared.zip", version, {}, server_types=["kv6000rt"])
+        self.pack(version)
         done = self.check("compared.zip", pauses=SHORT_PAUSES)
-        self.assert_report(done, 0, command="check", verdict=verdict, phase="compare", changed=False,
-                           flash_touched=False, before=pair, after=pair, error=None)
+        self.assert_report(done, 0, command="check", verdict=verdict,
+                           phase="compare" if version == pair else "preflight", changed=False, flash_touched=False,
+                           before=pair, after=pair, error=None)
         self.assertEqual(done.records, records)
         stated = f"the BMC already runs version {pair}. " if version == pair else (
             f"it holds version {version}, and the BMC runs {pair}. ")

@@ -109,6 +109,22 @@ TEST_F(Preflight, AFlashToolThatCannotBeRunIsMissing) {
   IsMissing(start + "is missing" + end);
 }
 
+TEST_F(Preflight, FailsWhereTheUpdateCouldNotBeRecorded) {
+  folder_.Write("repository", "in the way");
+  IsMissing("An update could not be recorded: " + (folder_ / "repository") +
+            " is not a folder that can be written to.");
+  fs::remove(folder_ / "repository");
+  fs::remove_all(folder_ / "journal");
+  folder_.Write("journal", "in the way");
+  for (const char* start : {"check ", "update --dry-run "}) {
+    const json object = RunJson(start + ("\"" + good_ + "\""));
+    EXPECT_EQ(object["exit_code"], 4) << object;
+    EXPECT_EQ(object["error"]["cause"],
+              "An update could not be recorded: " + (folder_ / "journal") + " is not a folder that can be written to.");
+  }
+  EXPECT_EQ(RunJson(Update(good_))["verdict"], "journal-unusable");
+}
+
 TEST_F(Preflight, TheNextStepForTheFlashToolIsToInstallIt) {
   fs::remove(folder_ / kFlashTool);
   EXPECT_EQ(RunJson(Update(good_))["error"]["next_step"],

@@ -269,8 +269,8 @@ TEST_F(Orvhost, UpdateFailsAtAnUnexpectedErrorToo) {
 TEST_F(Orvhost, UpdateFailsBeforeItBeginsWhenItsRecordsCannotBeKept) {
   folder_.Write("repository", "a file where the folder should be");
   const json object = RunJson(Update(good_));
-  EXPECT_EQ(object["exit_code"], 7);
-  EXPECT_EQ(object["phase"], "register");
+  EXPECT_EQ(object["exit_code"], 4);
+  EXPECT_EQ(object["phase"], "preflight");
   EXPECT_EQ(object["flash_touched"], false);
 }
 

@@ -76,7 +76,7 @@ TEST_F(Undelivered, WithoutAResultNothingIsMissing) {
 }
 
 TEST_F(Undelivered, ATableAndTheHelpAreResultsToo) {
-  for (const char* words : {"--help", "--version", "update --help", "explain 16", "history", "validate"}) {
+  for (const char* words : {"--help", "--version", "update --help", "explain 16", "explain", "history"}) {
     EXPECT_EQ(RunInto("> /dev/full", words), kNotDelivered) << words;
     EXPECT_NE(err_.find("could not be written to the standard output (No space left on device)"), std::string::npos)
         << words << err_;
