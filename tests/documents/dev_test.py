@@ -12,7 +12,7 @@ REPOSITORY = Path(__file__).resolve().parents[2]
 
 # Found by their names, and as files of the repository.
 PROGRAMS = ("cmake ctest cpack lintian clang-format clang-tidy shellcheck pyflakes3 apt-get sudo").split()
-SCRIPTS = ("tools/demo", "tools/check-rooms", "tools/check-style", "lab/lab", "bench/run", "fuzz/run")
+SCRIPTS = ("tools/demo", "tools/lab", "tools/check-rooms", "tools/check-style", "lab/lab", "bench/run", "fuzz/run")
 
 BUILD = ["cmake --preset release", "cmake --build --preset release"]
 PART = {part: ["cmake --preset release", f"cmake --build --preset {part}"] for part in ("product", "demo")}
@@ -27,7 +27,7 @@ STEPS = {
     "test": BUILD + ["ctest --preset test"],
     "test --long": BUILD + ["ctest --preset release"],
     "demo": PART["demo"] + ["tools/demo"],
-    "lab": PART["demo"] + ["lab/lab run"],
+    "lab": PART["demo"] + ["tools/lab"],
     "lint": LINT,
     "format": ["clang-format -i"],
     "sanitize": [step for compiler in ("gcc", "clang")
