@@ -63,6 +63,12 @@ void ErrorOutput::Begin() {
   signal(SIGABRT, TellAndDie);
   pid_ = getpid();
   stop_ = posix::FileDescriptor(eventfd(0, EFD_CLOEXEC));
+}
+
+void ErrorOutput::KeepSmall() {
+  if (!original_.IsOpen() || trimmer_.joinable() || getpid() != pid_) {
+    return;
+  }
   try {
     trimmer_ = std::thread([this] { GiveMemoryBack(); });
   } catch (const std::system_error&) {

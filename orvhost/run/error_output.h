@@ -26,6 +26,10 @@ class ErrorOutput {
   // From here on it is kept. Where that cannot be, everything stays as it is and nothing is ever heard.
   void Begin();
 
+  // From here on its memory is given back while programs write. For the time at which they begin to, and not before: it
+  // takes a thread, and what the host forks for itself earlier is best forked by a process without one.
+  void KeepSmall();
+
   // What was written since the last call; no text for nothing. Of more than kLongestErrorText bytes the last ones,
   // which hold the reason of a failure. May be called in a child of this process too; what one takes no other gets.
   [[nodiscard]] ErrorText Take();

@@ -18,6 +18,7 @@ bool ErrorOutputWatch::Allows(const refhost::CommandRequest& request) {
 
 void ErrorOutputWatch::Starts(const refhost::CommandRequest& request) {
   Look();
+  output_.KeepSmall();
   watch_.CommandStarts();
   next_.Starts(request);
 }

@@ -40,6 +40,7 @@ TEST(ErrorOutputOfPrograms, OfVeryMuchTheMemoryIsGivenBackMeanwhile) {
   constexpr off_t kBound = 512L * 1024 * 1024;
   ErrorOutput output;
   output.Begin();
+  output.KeepSmall();
   const pid_t program = fork();
   if (program == 0) {
     execl("/bin/sh", "sh", "-c", "head -c 1024M /dev/zero >&2 && echo done >&2", nullptr);
