@@ -146,10 +146,10 @@ class AServerWithBadPlaces(Road):
         records.write_text("in the way\n")
         self.addCleanup(records.unlink)
         done = self.update("good-01-24.zip")
-        self.assert_report(done, 7, verdict="not-registered", phase="register", changed=False, flash_touched=False,
-                           before="01-23", next_step="Make sure that /srv/orv/repository can be written, then try again.")
-        self.assertEqual(done.report["error"]["evidence"]["trace"],
-                         ["cannot make the folder /srv/orv/repository: Not a directory"])
+        self.assert_report(done, 4, verdict="prerequisites-missing", phase="preflight", changed=False,
+                           flash_touched=False, before="01-23",
+                           cause="An update could not be recorded: /srv/orv/repository is not a folder that can be "
+                                 "written to.")
         self.assertEqual(records.read_text(), "in the way\n")
         self.assertEqual((done.records, self.asked()), ([], []))
         self.assert_bmc(running="01-23", standby=None, flag=False, media="disconnected")
