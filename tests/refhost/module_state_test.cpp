@@ -126,7 +126,7 @@ TEST_F(StateFile, WhatCannotBeReadIsNeitherWaitedForNorTakenForNone) {
                                                         {folder_ / "loop", "Too many levels of symbolic links"}}) {
     std::filesystem::create_symlink(target, path);
     EXPECT_FALSE(Load()) << target;
-    EXPECT_EQ(error_, "The state file " + path + " cannot be read: " + reason);
+    EXPECT_EQ(error_, std::string("The state file ").append(path).append(" cannot be read: ").append(reason));
     EXPECT_TRUE(folder_.Has("repository/state.json")) << target;
     std::filesystem::remove(path);
   }
