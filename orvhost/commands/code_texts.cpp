@@ -41,7 +41,7 @@ constexpr auto kExitCodes = std::to_array<NumberText>({
      "Run \"orvhost apply\" if it was left out; otherwise update again."},
     {10, "Another run of orvhost is at work.", "Two runs must not meet at one BMC, so this one began nothing.",
      "Wait until the other run has ended, then run the same command again."},
-    {11, "The run was asked to end (SIGINT, SIGTERM, SIGHUP or SIGQUIT).",
+    {11, "The run was asked to end by a signal, such as SIGTERM or the interrupt key's.",
      "It ended before the flash was touched; its text says what it leaves besides.",
      "Run the same command again when it may go on to its end."},
     {12, "The result could not be written to the standard output.",
