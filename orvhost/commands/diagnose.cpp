@@ -11,7 +11,7 @@
 #include "orvhost/journal/story.h"
 #include "orvhost/journal/unreadable.h"
 #include "orvhost/run/failure.h"
-#include "posix/boot_id.h"
+#include "refhost/machine.h"
 
 namespace orvhost {
 
@@ -186,7 +186,7 @@ bool DiagnoseRoad::LookAround() {
   }
   left_ = atWork.processes;
   situation_.isAtWork = atWork.isAtWork;
-  situation_.machineWasRestarted = run.Begin("boot_id") != posix::BootId();
+  situation_.machineWasRestarted = run.Begin("boot_id") != refhost::CurrentMachine().BootId();
   for (const std::string& sentence : LookAtOtherRuns(folder_, journals_.runs, &situation_)) {
     Note(run_, &outcome_, sentence);
   }

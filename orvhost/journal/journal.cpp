@@ -16,8 +16,8 @@
 #include "host/DllCommon.h"
 #include "host/Results.h"
 #include "orvhost/journal/journal_folder.h"
-#include "posix/boot_id.h"
 #include "posix/last_error.h"
+#include "refhost/machine.h"
 
 namespace orvhost {
 
@@ -74,7 +74,7 @@ const char* InWords(const refhost::CommandResult& result) {
 bool Journal::Begin(const std::string& runId, const std::string& command, const Options& options, std::string* error) {
   const std::string folder = JournalFolder(options.installPath);
   const std::string path = JournalPath(folder, runId);
-  start_ = std::chrono::steady_clock::now();
+  start_ = refhost::CurrentMachine().SteadyNow();
   pid_ = getpid();
   std::error_code ignored;
   const std::string program = std::filesystem::read_symlink("/proc/self/exe", ignored).string();
@@ -89,7 +89,7 @@ bool Journal::Begin(const std::string& runId, const std::string& command, const 
                                                      {"install_path", options.installPath},
                                                      {"server_type", CCommon_Information::GetServerType("bmc")},
                                                      {"pid", pid_},
-                                                     {"boot_id", posix::BootId()}},
+                                                     {"boot_id", refhost::CurrentMachine().BootId()}},
                                                     Durable::kYes);
   if (begun && rename(Unfinished(folder).c_str(), path.c_str()) == 0 && SyncFolder(folder)) {
     return true;
@@ -222,7 +222,7 @@ bool Journal::Append(const char* kind, const ordered_json& fields, Durable durab
   if (!file_.IsOpen()) {
     return false;
   }
-  const std::chrono::duration<double> since = std::chrono::steady_clock::now() - start_;
+  const std::chrono::duration<double> since = refhost::CurrentMachine().SteadyNow() - start_;
   ordered_json line = {{"t", refhost::UtcNow()}, {"s", std::round(since.count() * 1e6) / 1e6}, {"kind", kind}};
   if (const int pid = getpid(); pid != pid_) {
     line["child"] = pid;  // a child of the plug-in's own

@@ -6,13 +6,13 @@
 #include <cstdlib>
 #include <filesystem>
 #include <system_error>
-#include <thread>
 
 #include "orvhost/journal/journal_folder.h"
 #include "orvhost/run/failure.h"
 #include "orvhost/run/machine.h"
 #include "orvhost/run/run_processes.h"
 #include "posix/private_folder.h"
+#include "refhost/machine.h"
 #include "refhost/module_state.h"
 #include "refhost/staged_package.h"
 #include "refhost/trace_sink.h"
@@ -127,7 +127,7 @@ bool ExclusiveRun::HasTaken(RunLock::Result result, const RunLock& lock, Outcome
 bool ExclusiveRun::NothingIsLeft(Outcome* outcome) {
   for (const RunLock* lock : {&lock_, &machineLock_}) {
     if (lock->Found().note && !lock->Found().note->ended) {
-      std::this_thread::sleep_for(kStartOfProcess);
+      refhost::CurrentMachine().Rest(kStartOfProcess);
     }
   }
   const WorkingProcesses left = MayWriteFirmware() ? ProcessesOfMachine() : ProcessesOfFolder(run_.options.installPath);

@@ -6,12 +6,12 @@
 #include <cerrno>
 #include <chrono>
 #include <csignal>
-#include <thread>
 
 #include "orvhost/journal/unreadable.h"
 #include "posix/file_lock.h"
 #include "posix/last_error.h"
 #include "posix/replace_file.h"
+#include "refhost/machine.h"
 
 namespace orvhost {
 
@@ -32,7 +32,7 @@ FoundNote NoteOfHolder(const std::string& path) {
   constexpr std::chrono::milliseconds kPause(10);
   FoundNote found = ReadNote(path);
   for (int tries = 100; tries > 0 && !IsOfAProgramAtWork(found); --tries) {
-    std::this_thread::sleep_for(kPause);
+    refhost::CurrentMachine().Rest(kPause);
     found = ReadNote(path);
   }
   return found;

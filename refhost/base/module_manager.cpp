@@ -7,6 +7,7 @@
 #include "host/Results.h"
 #include "refhost/base/object_count.h"
 #include "refhost/contract.h"
+#include "refhost/machine.h"
 #include "refhost/module_state.h"
 #include "refhost/package.h"
 #include "refhost/staged_package.h"
@@ -55,7 +56,7 @@ int Change(const std::function<void(ModuleState*)>& change) {
 }
 
 std::string Today() {
-  const auto now = std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());
+  const auto now = std::chrono::floor<std::chrono::seconds>(refhost::CurrentMachine().Now());
   const auto day = std::chrono::floor<std::chrono::days>(now);
   const std::chrono::year_month_day date{day};
   const std::chrono::hh_mm_ss time{now - day};

@@ -3,24 +3,11 @@
 #ifndef REFHOST_COMMON_LIMITED_PROCESS_H
 #define REFHOST_COMMON_LIMITED_PROCESS_H
 
-#include <sys/types.h>
-
-#include <cstddef>
 #include <functional>
-#include <string>
+
+#include "refhost/machine.h"
 
 namespace refhost {
-
-struct WorkLimits {
-  std::size_t memory = 256UL * 1024UL * 1024UL;  // bytes beyond what this process has already
-  unsigned processorSeconds = 60;
-};
-
-// How the work ended: a byte that it chose, with a text.
-struct WorkResult {
-  char kind;
-  std::string text;
-};
 
 // Kinds that are not the work's own; the text is a clause.
 inline constexpr char kWorkNotStarted = '?';

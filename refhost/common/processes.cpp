@@ -1,82 +1,20 @@
 // The process services of CCommon_Information.
-#include <fcntl.h>
-#include <poll.h>
-
-#include <array>
 #include <atomic>
-#include <cerrno>
-#include <string_view>
 
 #include "host/Results.h"
 #include "refhost/command_observer.h"
 #include "refhost/common/interrupt_source.h"
-#include "refhost/common/shell_process.h"
 #include "refhost/contract.h"
+#include "refhost/machine.h"
 
 namespace {
 
-using refhost::ShellProcess;
-using refhost::TimeLimit;
+using refhost::ShellEnd;
 
 // A question to the machine that takes longer than this will not be answered.
 constexpr unsigned long kResultLineLimitMs = 60000;
 
-// A longer one is no answer to a question, and a file without a line end must not fill the memory.
-constexpr std::size_t kLongestResultLine = 65536;
-
 std::atomic<refhost::CommandObserver*> currentObserver{nullptr};
-
-// Keeps the first line of a stream and lets the rest pass by.
-class FirstLine {
- public:
-  void Append(std::string_view text) {
-    if (isComplete_ || line_.size() > kLongestResultLine) {
-      return;
-    }
-    const std::size_t end = text.find('\n');
-    isComplete_ = end != std::string_view::npos;
-    line_ += text.substr(0, end);
-  }
-
-  // "" for one that is too long.
-  std::string Text() const { return line_.size() > kLongestResultLine ? "" : line_; }
-
- private:
-  std::string line_;
-  bool isComplete_ = false;
-};
-
-// Takes what can be read without waiting; false at the end of the stream.
-bool ReadAvailable(int descriptor, FirstLine* line) {
-  std::array<char, 4096> buffer{};
-  for (;;) {
-    const ssize_t size = read(descriptor, buffer.data(), buffer.size());
-    if (size > 0) {
-      line->Append({buffer.data(), static_cast<std::size_t>(size)});
-    } else if (size == 0) {
-      return false;
-    } else if (errno != EINTR) {
-      return errno == EAGAIN;
-    }
-  }
-}
-
-// Reads until the stream ends, the shell ends (something that it left behind may hold the stream open for ever), the
-// time limit is reached or the services are to give up.
-FirstLine ReadWhileRunning(const posix::FileDescriptor& stream, const ShellProcess& process, const TimeLimit& limit) {
-  FirstLine line;
-  while (process.IsWatched()) {
-    std::array<pollfd, 3> sources{pollfd{stream.Get(), POLLIN, 0}, pollfd{process.PidDescriptor(), POLLIN, 0},
-                                  refhost::InterruptSource()};
-    if (limit.Poll(sources.data(), sources.size()) <= 0 || sources[2].revents != 0) {
-      return line;
-    }
-    if (!ReadAvailable(stream.Get(), &line) || sources[1].revents != 0) {
-      return line;
-    }
-  }
-  return line;
-}
 
 // Tells the observer of one command: that it starts, and at the end of the scope how it ended.
 class Observed {
@@ -107,11 +45,11 @@ class Observed {
   refhost::CommandResult result_{host::kCommandNotRun, 0, ""};
 };
 
-int Answer(ShellProcess::End end) {
-  if (end == ShellProcess::End::kTimedOut) {
+int Answer(ShellEnd::How how) {
+  if (how == ShellEnd::How::kTimedOut) {
     return host::kCommandTimedOut;
   }
-  return end == ShellProcess::End::kExited ? host::kCommandRan : host::kCommandNotRun;
+  return how == ShellEnd::How::kExited ? host::kCommandRan : host::kCommandNotRun;
 }
 
 }  // namespace
@@ -139,14 +77,11 @@ int CCommon_Information::ExecForeignModule(const std::string& command, const std
   if (!observed.IsAllowed()) {
     return host::kCommandNotRun;
   }
-  const TimeLimit limit(limitMs);
-  auto process = ShellProcess::Start(command, workDir, outputFile.empty() ? "/dev/null" : outputFile, -1);
+  const ShellEnd end = refhost::CurrentMachine().Run({command, workDir, outputFile, false, limitMs});
   refhost::CommandResult& result = observed.Result();
-  if (!process) {
-    result.neverStarted = true;
-    return host::kCommandNotRun;
-  }
-  result.result = Answer(process->Wait(limit, &result.exitStatus));
+  result.neverStarted = end.how == ShellEnd::How::kNotStarted;
+  result.exitStatus = end.exitStatus;
+  result.result = Answer(end.how);
   if (result.result == host::kCommandRan && exitCode != nullptr) {
     *exitCode = static_cast<unsigned long>(result.exitStatus);
   }
@@ -154,30 +89,21 @@ int CCommon_Information::ExecForeignModule(const std::string& command, const std
 }
 
 std::string CCommon_Information::GetResultLine(const std::string& command) {
-  std::array<int, 2> ends{};
-  if (command.empty() || refhost::MustGiveUp() || pipe2(ends.data(), O_CLOEXEC) != 0) {
+  if (command.empty() || refhost::MustGiveUp()) {
     return "";
   }
-  const posix::FileDescriptor readEnd(ends[0]);
-  posix::FileDescriptor writeEnd(ends[1]);
-  fcntl(readEnd.Get(), F_SETFL, O_NONBLOCK);
   std::string line;
   Observed observed({command, "", "", kResultLineLimitMs, true});
   if (!observed.IsAllowed()) {
     return "";
   }
-  const TimeLimit limit(kResultLineLimitMs);
-  auto process = ShellProcess::Start(command, "", "", writeEnd.Get());
+  const ShellEnd end = refhost::CurrentMachine().Run({command, "", "", true, kResultLineLimitMs});
   refhost::CommandResult& result = observed.Result();
-  if (!process) {
-    result.neverStarted = true;
-    return "";
-  }
-  writeEnd.Close();
-  const FirstLine read = ReadWhileRunning(readEnd, *process, limit);
-  result.result = Answer(process->Wait(limit, &result.exitStatus));
+  result.neverStarted = end.how == ShellEnd::How::kNotStarted;
+  result.exitStatus = end.exitStatus;
+  result.result = Answer(end.how);
   if (result.result == host::kCommandRan) {
-    line = read.Text();
+    line = end.firstLine;
   }
   result.output = line;
   return std::string(line);  // a copy: the observer hears of the line after this

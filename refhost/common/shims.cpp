@@ -6,8 +6,8 @@
 
 #include "refhost/command_observer.h"
 #include "refhost/common/interrupt_source.h"
-#include "refhost/common/shell_process.h"
 #include "refhost/contract.h"
+#include "refhost/machine.h"
 
 void ShowMessage(const wchar_t* /*text*/, const wchar_t* /*caption*/) {}
 
@@ -22,8 +22,7 @@ void Sleep(unsigned long milliseconds) {
   if (observer != nullptr) {
     observer->PauseStarts(milliseconds);
   }
-  pollfd interrupt = refhost::InterruptSource();
-  if (refhost::TimeLimit(milliseconds).Poll(&interrupt, 1) != 0) {
+  if (!refhost::CurrentMachine().Pause(milliseconds)) {
     refhost::GiveUp();
   }
   if (observer != nullptr) {

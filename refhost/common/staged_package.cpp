@@ -183,7 +183,7 @@ bool StagedPackage::Unpack(StagingFailure* failure) const {
       return {kBadPackage, error.what()};
     }
   };
-  const WorkResult result = RunLimited(unpack, {}, InterruptSource().fd);
+  const WorkResult result = CurrentMachine().RunApart(unpack, {}, InterruptSource().fd);
   if (result.kind == kUnpacked) {
     return true;
   }

@@ -11,6 +11,7 @@
 
 #include "refhost/catalogue.h"
 #include "refhost/contract.h"
+#include "refhost/machine.h"
 #include "refhost/trace_sink.h"
 
 namespace refhost {
@@ -97,7 +98,7 @@ void SetTraceLevels(int mask) {
 // begins with them.
 std::string UtcNow() {
   using std::chrono::floor;
-  const auto now = std::chrono::system_clock::now();
+  const auto now = CurrentMachine().Now();
   const auto day = floor<std::chrono::days>(now);
   const std::chrono::year_month_day date{day};
   const std::chrono::hh_mm_ss time{floor<std::chrono::microseconds>(now - day)};
