@@ -26,6 +26,9 @@ class REFHOST_EXPORT StagedPackage {
   // There is one staged package at most.
   [[nodiscard]] static std::unique_ptr<StagedPackage> Stage(const std::string& original, StagingFailure* failure);
 
+  // True for a file in the folder that a run has for its package, and empties.
+  [[nodiscard]] static bool IsInItsFolder(const std::string& path);
+
   // Removes what is left of a run that was killed. Also for a run that stages nothing.
   static void RemoveLeftovers();
 

@@ -2,18 +2,36 @@
 #include "orvhost/commands/commands.h"
 #include "orvhost/commands/confirmed_halt.h"
 #include "orvhost/commands/dry_run.h"
+#include "orvhost/commands/preflight.h"
 #include "orvhost/run/failure.h"
+#include "orvhost/run/last_writer.h"
 #include "refhost/module_state.h"
 
 namespace orvhost {
 
 namespace {
 
+// False, with the failure in `*outcome`, when what waits by these records need not be what the BMC would start.
+bool IsStillThere(const Run& run, Outcome* outcome) {
+  const std::string other = OtherLastWriter(run.options.installPath);
+  if (other.empty()) {
+    return true;
+  }
+  Fail(run, outcome,
+       {.exitCode = ExitCode::kFailedUntouched,
+        .verdict = "not-written",
+        .cause = "Since this update was written, another one was begun under the install path " + other +
+                 "; the BMC would start what that one left.",
+        .nextStep = "Keep the machine powered and run \"orvhost --install-path " + other +
+                    " diagnose\"; to have this update, run \"orvhost update\" again."});
+  return false;
+}
+
 // True when a written update waits; otherwise false with a complete outcome.
 bool IsWaiting(const Run& run, const refhost::ModuleState& records, Outcome* outcome) {
   outcome->needsApply = refhost::IsWritten(records);
   if (*outcome->needsApply) {
-    return true;
+    return IsStillThere(run, outcome);
   }
   const int status = refhost::StatusOfDevice(records);
   if (status == refhost::kUpdateWritten) {
@@ -47,6 +65,10 @@ Outcome Apply(const Run& run) {
   if (!session || !IsWaiting(run, records, &outcome)) {
     return outcome;
   }
+  if (const auto obstacle = UserObstacle()) {
+    Fail(run, &outcome, *obstacle);
+    return outcome;
+  }
   outcome.before = records.previousVersion;
   const std::string written = records.operating.info.moduleVersion;
   EnterPhase(run, &outcome, "confirm");
@@ -72,16 +94,16 @@ constexpr const char* kApplyHelp = R"(Has the BMC take the firmware that "orvhos
 down at once. Asks first at a terminal; without one it wants --yes. When the
 machine is up again, run "orvhost verify".
 
-Refused when the last update failed, was cut off, or could not be recorded. With
---dry-run it shows which version would be started, and nothing is asked, changed
-or halted.
+Refused when the last update failed, was cut off, or could not be recorded, and
+when one under another install path has begun since. With --dry-run it shows
+which version would be started, and nothing is asked, changed or halted.
 
 Examples:
   orvhost apply --dry-run
   orvhost apply --yes
 
-Exit codes: 0 going down, or nothing to do; 2 not confirmed; 3 no plug-in; 7 not
-applied, the machine stays up.)";
+Exit codes: 0 going down, or nothing to do; 2 not confirmed; 3 no plug-in; 4 not
+root; 7 not applied, the machine stays up.)";
 
 }  // namespace
 

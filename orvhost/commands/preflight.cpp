@@ -155,7 +155,7 @@ std::optional<FailedEnd> UserObstacle() {
   if (MayWriteFirmware()) {
     return {};
   }
-  return Missing("Only root can write firmware, and this is user " + std::to_string(geteuid()) + ".",
+  return Missing("Only root can write firmware and put it into operation, and this is user " + std::to_string(geteuid()) + ".",
                  "Run it as root (for example with sudo)");
 }
 

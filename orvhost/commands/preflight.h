@@ -13,7 +13,7 @@
 
 namespace orvhost {
 
-// Nothing when the user of this process may write a firmware.
+// Nothing when the user of this process may write a firmware and put it into operation.
 [[nodiscard]] std::optional<FailedEnd> UserObstacle();
 
 // What the preflight is about.

@@ -7,6 +7,8 @@
 #include "orvhost/commands/steps.h"
 #include "orvhost/commands/waiting_update.h"
 #include "orvhost/run/failure.h"
+#include "orvhost/run/last_writer.h"
+#include "orvhost/run/machine.h"
 #include "refhost/module_state.h"
 
 namespace orvhost {
@@ -114,6 +116,14 @@ bool UpdateRoad::Register() {
 }
 
 bool UpdateRoad::Prepare() {
+  if (std::string error; !BecomeLastWriter(run_.options.installPath, &error)) {
+    Fail(run_, &outcome_,
+         {.exitCode = ExitCode::kFailedUntouched,
+          .verdict = "not-prepared",
+          .cause = "It cannot be kept that this update writes last: " + error + ".",
+          .nextStep = "Make sure that " + MachineFolder() + " can be written, then run the same command again."});
+    return false;
+  }
   if (session_->Vendor().ExecutePreUpdate(kModuleKind, false) == host::kSuccess) {
     return true;
   }

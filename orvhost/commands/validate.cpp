@@ -25,7 +25,7 @@ class ScratchFolder {
     if (failure) {
       throw std::system_error(failure, "the one for temporary files cannot be used");
     }
-    std::string name = (parent / "orvhost-validate-XXXXXX").string();
+    std::string name = (fs::absolute(parent) / "orvhost-validate-XXXXXX").string();
     if (mkdtemp(name.data()) == nullptr) {
       throw std::system_error(errno, std::generic_category(), "none can be made in " + parent.string());
     }

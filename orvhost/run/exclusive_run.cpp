@@ -48,7 +48,7 @@ FailedEnd MachineUnusable(const std::string& reason) {
 
 bool ExclusiveRun::Begin(Outcome* outcome) {
   outcome->phase = "lock";
-  if (!TakeLocks(outcome) || !NothingIsLeft(outcome)) {
+  if (!PackageStays(outcome) || !TakeLocks(outcome) || !NothingIsLeft(outcome)) {
     return false;
   }
   RemoveLeftovers();
@@ -76,6 +76,20 @@ void ExclusiveRun::End(Outcome* outcome) {
   machineLock_.Release();
 }
 
+// False for a package that this run's own tidying would remove.
+bool ExclusiveRun::PackageStays(Outcome* outcome) const {
+  const std::string& package = run_.options.packagePath;
+  if (package.empty() || !refhost::StagedPackage::IsInItsFolder(package)) {
+    return true;
+  }
+  Fail(run_, outcome,
+       {.exitCode = ExitCode::kPackageUnusable,
+        .verdict = "package-unusable",
+        .cause = "The package " + package + " lies in a folder that every run empties.",
+        .nextStep = "Copy it to another folder and give it from there."});
+  return false;
+}
+
 // Who may not write firmware takes nothing from others of the machine, and could not take its lock either.
 bool ExclusiveRun::TakeLocks(Outcome* outcome) {
   const std::string& installPath = run_.options.installPath;
@@ -83,6 +97,10 @@ bool ExclusiveRun::TakeLocks(Outcome* outcome) {
   std::filesystem::create_directories(installPath, failure);
   if (failure) {
     Fail(run_, outcome, Unusable(installPath, "the folder " + installPath + " cannot be made: " + failure.message()));
+    return false;
+  }
+  if (std::filesystem::equivalent(installPath, MachineFolder(), failure)) {
+    Fail(run_, outcome, Unusable(installPath, "it is the folder of the machine's own lock"));
     return false;
   }
   if (!HasTaken(lock_.Take(installPath), lock_, outcome)) {

@@ -28,6 +28,7 @@ class ExclusiveRun {
   void Notice(const std::string& sentence);
 
  private:
+  [[nodiscard]] bool PackageStays(Outcome* outcome) const;
   [[nodiscard]] bool TakeLocks(Outcome* outcome);
   [[nodiscard]] bool HasTaken(RunLock::Result result, const RunLock& lock, Outcome* outcome);
   [[nodiscard]] bool NothingIsLeft(Outcome* outcome);

@@ -29,9 +29,9 @@ class Interruption {
   ~Interruption() { End(); }
 
   // From here on, up to the end of the program, the signals that would end it only ask, SIGTERM, SIGINT and alarms
-  // among them; those that were ignored stay so. Before any thread is started. `tell` gets the sentence for the operator when a run that goes on is asked;
-  // it may be called by another thread. What the plug-in forks gets a process group of its own, and the signals as they
-  // usually are.
+  // among them; those that were ignored stay so. Before any thread is started. `tell` gets the sentence for the
+  // operator when a run that goes on is asked; it may be called by another thread. What the plug-in forks gets a
+  // process group of its own, and the signals as they usually are.
   void Begin(std::function<void(const std::string& sentence)> tell);
 
   // Nothing is said to anybody any more.

@@ -73,9 +73,18 @@ RunLock::Result RunLock::Take(const std::string& folder) {
   folder_ = folder;
   const std::string path = LockFile(folder);
   file_ = posix::FileDescriptor(open(path.c_str(), O_RDWR | O_CREAT | O_NONBLOCK | O_CLOEXEC | O_NOFOLLOW, kLockMode));
-  // A mode that was given to it earlier, or by somebody else, would let others hold the lock.
-  if (!file_.IsOpen() || fchmod(file_.Get(), kLockMode) != 0) {
+  if (!file_.IsOpen()) {
     error_ = "the lock file " + path + " cannot be opened for writing: " + posix::LastError();
+    return Result::kUnusable;
+  }
+  struct stat status {};
+  if (fstat(file_.Get(), &status) != 0 || !S_ISREG(status.st_mode) || status.st_nlink > 1) {
+    error_ = "the lock file " + path + " is no file of its own (a device, or a second name of another file)";
+    return Result::kUnusable;
+  }
+  // A mode that was given to it earlier, or by somebody else, would let others hold the lock.
+  if (fchmod(file_.Get(), kLockMode) != 0) {
+    error_ = "the lock file " + path + " cannot be kept from others: " + posix::LastError();
     return Result::kUnusable;
   }
   switch (posix::TakeLock(file_)) {

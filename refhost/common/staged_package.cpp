@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <sys/statvfs.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <filesystem>
@@ -113,6 +114,13 @@ std::unique_ptr<StagedPackage> StagedPackage::Stage(const std::string& original,
   }
   std::unique_ptr<StagedPackage> package(new StagedPackage(folder, original));
   return package->Copy(failure) && package->Unpack(failure) ? std::move(package) : nullptr;
+}
+
+bool StagedPackage::IsInItsFolder(const std::string& path) {
+  std::error_code ignored;
+  const fs::path folder = fs::weakly_canonical(Folder(), ignored);
+  const fs::path file = fs::weakly_canonical(path, ignored);
+  return !folder.empty() && std::ranges::mismatch(folder, file).in1 == folder.end();
 }
 
 void StagedPackage::RemoveLeftovers() {

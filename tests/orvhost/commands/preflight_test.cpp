@@ -142,8 +142,29 @@ TEST_F(Preflight, FailsForAUserWithoutRights) {
       GTEST_SKIP() << "another user cannot run the program where it was built";
     }
   }
-  IsFoundByAllThree(good_, {4, "prerequisites-missing", "Only root can write firmware, and this is user " + user + ".",
+  IsFoundByAllThree(good_, {4, "prerequisites-missing",
+                            "Only root can write firmware and put it into operation, and this is user " + user + ".",
                             "prerequisites"});
+}
+
+TEST_F(Preflight, ApplyFailsForAUserWithoutRightsToo) {
+  ASSERT_EQ(Run(Update(good_)), 0) << err_;
+  unsetenv(kLabMachine);
+  if (geteuid() == 0) {
+    prefix_ = "setpriv --reuid 65534 --regid 65534 --clear-groups ";
+    ASSERT_EQ(std::system(("chown -R 65534 \"" + folder_.Path() + "\"").c_str()), 0);
+    if (std::system((prefix_ + "test -x \"" ORVHOST_PROGRAM "\"").c_str()) != 0) {
+      GTEST_SKIP() << "another user cannot run the program where it was built";
+    }
+  }
+  for (const char* arguments : {"apply --yes", "apply --dry-run"}) {
+    const json object = RunJson(arguments);
+    EXPECT_EQ(object["verdict"], "prerequisites-missing") << object;
+    EXPECT_EQ(object["exit_code"], 4);
+    EXPECT_EQ(object["changed"], false);
+    EXPECT_EQ(object["needs_apply"], true);
+  }
+  EXPECT_EQ(State().updateStatus, refhost::kUpdateWritten);
 }
 
 // In this process: the program would take the lock of the real machine.

@@ -309,6 +309,66 @@ TEST_F(Lock, IsNotFollowedThroughALink) {
   EXPECT_EQ(folder_.Read("target"), "precious");
 }
 
+TEST_F(Lock, IsNoSecondNameOfAnotherFile) {
+  folder_.Write("target", "precious");
+  std::filesystem::permissions(folder_ / "target", std::filesystem::perms(0644));
+  std::filesystem::create_hard_link(folder_ / "target", folder_ / "orvhost.lock");
+  const json object = RunJson("identify");
+  EXPECT_EQ(object["exit_code"], 2);
+  EXPECT_EQ(object["verdict"], "install-path-unusable");
+  EXPECT_NE(object["error"].value("cause", "").find("is no file of its own"), std::string::npos) << object;
+  EXPECT_EQ(std::filesystem::status(folder_ / "target").permissions(), std::filesystem::perms(0644));
+}
+
+TEST_F(Lock, TheMachinesOwnFolderIsNoInstallPath) {
+  setenv(kLockFolder, installPath_.c_str(), 1);
+  const json object = RunJson("identify");
+  EXPECT_EQ(object["exit_code"], 2);
+  EXPECT_EQ(object["verdict"], "install-path-unusable");
+  EXPECT_NE(object["error"].value("cause", "").find("it is the folder of the machine's own lock"), std::string::npos)
+      << object;
+}
+
+TEST_F(Lock, APackageThatARunWouldTidyAwayIsRefusedAndStays) {
+  std::filesystem::create_directory(folder_ / ".orvhost-package");
+  std::filesystem::copy_file(good_, folder_ / ".orvhost-package/package.zip");
+  std::filesystem::create_symlink(folder_ / ".orvhost-package/package.zip", folder_ / "link.zip");
+  for (const std::string name :
+       {".orvhost-package/package.zip", ".orvhost-package/../.orvhost-package/package.zip", "link.zip"}) {
+    for (const std::string command : {"check", "update"}) {
+      const json object = RunJson(command + " \"" + (folder_ / name) + "\"");
+      EXPECT_EQ(object["verdict"], "package-unusable") << name << object;
+      EXPECT_EQ(object["exit_code"], 5);
+      EXPECT_EQ(object["flash_touched"], false);
+    }
+  }
+  EXPECT_EQ(folder_.Read(".orvhost-package/package.zip"), folder_.Read("good.zip"));
+}
+
+TEST_F(Lock, WhatAnotherInstallPathsUpdateMayHaveOverwrittenIsNotApplied) {
+  ASSERT_EQ(Run(Update(good_)), 0) << err_;
+  const std::string first = installPath_;
+  installPath_ = folder_ / "other";
+  std::filesystem::create_directories(installPath_ + "/KV6KBMC");
+  std::filesystem::copy_file(first + "/" + kFlashTool, installPath_ + "/" + kFlashTool);
+  Ask("flash-fails");
+  ASSERT_EQ(Run(Update(good_)), 8) << err_;
+  unsetenv("TEST_PLUGIN");
+  const std::string second = installPath_;
+  installPath_ = first;
+  for (const char* arguments : {"apply --yes", "apply --dry-run"}) {
+    const json object = RunJson(arguments);
+    EXPECT_EQ(object["verdict"], "not-written") << object;
+    EXPECT_EQ(object["exit_code"], 7);
+    EXPECT_EQ(object["error"]["cause"], "Since this update was written, another one was begun under the install path " +
+                                            second + "; the BMC would start what that one left.");
+  }
+  std::filesystem::create_symlink(first, folder_ / "link");
+  ASSERT_EQ(Run(Update(good_)), 0) << err_;
+  installPath_ = folder_ / "link";
+  EXPECT_EQ(RunJson("apply --yes")["exit_code"], 0) << "the same folder under another name";
+}
+
 TEST_F(Lock, IsOneForAllInstallPathsOfAMachine) {
   const pid_t first = StartAtTheGate(Update(good_), "waits");
   const std::string at = installPath_;

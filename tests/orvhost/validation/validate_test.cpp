@@ -160,6 +160,16 @@ TEST_F(Validate, WithoutAFolderForItsFilesNothingIsChecked) {
   }
 }
 
+TEST_F(Validate, TheFolderForItsFilesMayBeGivenFromWhereOneStands) {
+  const std::filesystem::path before = std::filesystem::current_path();
+  std::filesystem::current_path(folder_.Path());
+  setenv("TMPDIR", ".", 1);
+  object_ = RunJson("validate");
+  unsetenv("TMPDIR");
+  std::filesystem::current_path(before);
+  EXPECT_EQ(object_["exit_code"], 0) << object_;
+}
+
 TEST_F(Validate, NoCommandIsRunAndNothingIsWrittenBesideTheScratchFolder) {
   EXPECT_EQ(FailuresOf("runs-command"), refhost::Lines{"no-commands: it wanted to run [echo 18 01 | ipmicmd]"});
   const auto before = Tree();
