@@ -155,8 +155,9 @@ std::optional<FailedEnd> UserObstacle() {
   if (MayWriteFirmware()) {
     return {};
   }
-  return Missing("Only root can write firmware and put it into operation, and this is user " + std::to_string(geteuid()) + ".",
-                 "Run it as root (for example with sudo)");
+  return Missing(
+      "Only root can write firmware and put it into operation, and this is user " + std::to_string(geteuid()) + ".",
+      "Run it as root (for example with sudo)");
 }
 
 std::optional<FailedEnd> FindObstacle(const PlannedUpdate& update) {
