@@ -30,14 +30,15 @@ extern const Command kMethodsCommand;
 extern const Command kHistoryCommand;
 extern const Command kShowCommand;
 extern const Command kDiagnoseCommand;
+extern const Command kMetricsCommand;
 extern const Command kExplainCommand;
 extern const Command kValidateCommand;
 
 // In the order of the road of an update, then what helps beside it.
-[[nodiscard]] inline std::array<const Command*, 13> AllCommands() {
+[[nodiscard]] inline std::array<const Command*, 14> AllCommands() {
   return {&kIdentifyCommand, &kCheckCommand,   &kUpdateCommand,  &kApplyCommand,   &kVerifyCommand,
           &kReportCommand,   &kNotifyCommand,  &kMethodsCommand, &kHistoryCommand, &kShowCommand,
-          &kDiagnoseCommand, &kExplainCommand, &kValidateCommand};
+          &kDiagnoseCommand, &kMetricsCommand, &kExplainCommand, &kValidateCommand};
 }
 
 }  // namespace orvhost

@@ -28,7 +28,8 @@ struct Options {
   // Of one subcommand each.
   std::string outFolder = ".";
   std::string methodName;
-  std::string runName;  // id of a run, the beginning of one, or "last"
+  std::string metricsFile;  // "" for the standard output
+  std::string runName;      // id of a run, the beginning of one, or "last"
   std::vector<std::string> codes;
   double timeLimit = 20.0;  // seconds for each check of a plug-in
 };

@@ -64,7 +64,7 @@ std::string AboutTheProgram(const Outcome& outcome) {
 
 // Of the flash these know what earlier runs did, if that; that they did nothing themselves might be taken for it.
 bool LooksBack(std::string_view command) {
-  return command == "history" || command == "show" || command == "diagnose";
+  return command == "history" || command == "show" || command == "diagnose" || command == "metrics";
 }
 
 std::string WholeSummary(const Outcome& outcome) {

@@ -49,11 +49,14 @@ RULES = [
     Rule(r"apt-get install (\./\w[\w.-]*\.deb ?)+", PACKAGES),
     # These two touch no device.
     Rule(r"orvhost (explain .*)", HERE, r"{build}/orvhost/orvhost \1"),
+    Rule(r"orvhost metrics --out FILE", HERE,
+         "{build}/orvhost/orvhost metrics --install-path {folder} --out {folder}/orvhost.prom"),
     Rule(r"orvhost validate \[?PLUGIN.so\]?", HERE,
          "{build}/orvhost/orvhost validate {build}/provider/liborvp_KESTREL_BMC.so"),
     Rule(r"orvhost .*", SERVER),
     Rule(r"(ipmitool|modprobe|echo) .*", SERVER),
     Rule(r"tools/terminal_picture\.py", "tests/lab/roads/demo_test.py"),
+    Rule(r"systemctl enable --now [\w.-]+", "tests/orvhost/systems/units_test.py"),
     Rule(r"man orvhost", "tests/orvhost/manual_test.py"),
 ]
 

@@ -163,7 +163,7 @@ class Json(unittest.TestCase):
     def test_the_fields_of_the_lists(self):
         table = {row[0].strip("`"): row[1] for row in rows(section("docs/orvhost-json.md", "## The object"))}
         lists = {name: field for name, field in self.schema["properties"].items() if "required" in field.get("items", {})}
-        self.assertEqual(sorted(lists), ["checks", "explanations", "runs", "timeline"])
+        self.assertEqual(sorted(lists), ["checks", "explanations", "metrics", "runs", "timeline"])
         for name, field in lists.items():
             for member in field["items"]["required"]:
                 self.assertIn(f"`{member}`", table[name])
