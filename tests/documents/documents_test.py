@@ -112,7 +112,7 @@ class Words(unittest.TestCase):
                 self.assertEqual(NOT_PLAIN.findall(prose(document.read_text())), [])
 
     def test_those_of_the_sources_are_plain_too(self):
-        for room in ("orvhost", "refhost", "posix", "lab", "bench", "fuzz", "tools", "packaging"):
+        for room in ("orvhost", "refhost", "posix", "lab", "bench", "fuzz", "tools", "packaging", "fleet"):
             for source in (REPOSITORY / room).rglob("*"):
                 if source.suffix in (".h", ".cpp", ".py", ".txt"):
                     with self.subTest(str(source.relative_to(REPOSITORY))):
