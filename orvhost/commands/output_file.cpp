@@ -28,7 +28,7 @@ std::string WhyUnusable(const std::string& path, OutputFile kind) {
     return path + " is there already";
   }
   const fs::path folder = fs::absolute(path, error).parent_path();
-  return path.empty() || fs::is_directory(fs::status(folder, error)) ? "" : folder.string() + " is no folder";
+  return fs::is_directory(fs::status(folder, error)) ? "" : folder.string() + " is no folder";
 }
 
 }  // namespace

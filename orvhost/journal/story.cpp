@@ -163,7 +163,7 @@ std::vector<StoryLine> TellStory(const RecordedRun& run) {
     const bool isTurningPoint = !before && (watch.FlashBegan() || watch.ShutdownWasRequested());
     const std::string text = InWords(ends, entry, isTurningPoint);
     if (!text.empty()) {
-      story.push_back({Aligned(entry.seconds), entry.kind, text});
+      story.push_back({Aligned(entry.seconds), entry.kind, text, &entry, isTurningPoint});
     }
   }
   if (run.Outcome() == nullptr) {

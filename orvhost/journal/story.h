@@ -13,6 +13,8 @@ struct StoryLine {
   std::string seconds;  // since the start, right-aligned
   std::string kind;     // as of the journal's line
   std::string text;
+  const JournalEntry* entry = nullptr;  // of the run; null for the line that its end is missing
+  bool isTurningPoint = false;          // the flash or the shutdown begins
 };
 
 // What a phase does, e.g. "writes the firmware".

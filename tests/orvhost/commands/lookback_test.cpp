@@ -102,6 +102,31 @@ TEST_F(Lookback, ShowTellsTheStoryOfARun) {
   EXPECT_EQ(object["timeline"].back()["kind"], "end");
 }
 
+TEST_F(Lookback, ShowWritesAPageToANewFile) {
+  ASSERT_EQ(Run(Update(good_)), 0);
+  const std::string page = folder_ / "run.html";
+  ASSERT_EQ(Run("show last --html \"" + page + "\""), 0);
+  EXPECT_EQ(out_.find("The page of run " + Runs().at(0) + " is written to " + page + ".\n"), 0U) << out_;
+  const std::string text = folder_.Read("run.html");
+  EXPECT_EQ(text.find("<!DOCTYPE html>"), 0U);
+  EXPECT_NE(text.find("Firmware <b>01-23</b> &rarr; <b>01-24</b>"), std::string::npos);
+  EXPECT_TRUE(text.ends_with("</html>\n"));
+  json object = Look("show 1 --html \"" + page + "\"");
+  EXPECT_EQ(object["exit_code"], 2);
+  EXPECT_EQ(object["error"]["cause"], "The file cannot be made: " + page + " is there already.");
+  object = Look("show 1 --html \"" + installPath_ + "\"");
+  EXPECT_EQ(object["error"]["cause"], "The file cannot be made: " + installPath_ + " is a folder.");
+}
+
+TEST_F(Lookback, FailsForAPageThatIsNotWrittenToItsEnd) {
+  ASSERT_EQ(Run(Update(good_)), 0);
+  prefix_ = "ulimit -f 4; ";
+  const json object = Look("show 1 --html \"" + (folder_ / "run.html") + "\"");
+  EXPECT_EQ(object["exit_code"], 7);
+  EXPECT_EQ(object["verdict"], "file-not-written");
+  EXPECT_NE(object["error"].value("cause", "").find("File too large"), std::string::npos) << object;
+}
+
 TEST_F(Lookback, FailsForARunThatIsNotThereOrNotTheOnlyOne) {
   for (const char* command : {"show last", "show x", "diagnose last"}) {
     EXPECT_EQ(Look(command)["exit_code"], 2) << command;
