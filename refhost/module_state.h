@@ -43,6 +43,11 @@ struct ModuleState {
                                                                                     : state.updateStatus;
 }
 
+// Whether the last update that was begun was cut off or failed, so that the device may have a part of it.
+[[nodiscard]] inline bool IsUnfinished(const ModuleState& state) {
+  return StatusOfDevice(state) == kUpdateRunning || StatusOfDevice(state) == kUpdateFailed;
+}
+
 // Whether `state` has all of an update that was written: its status, and its version as the installed one. An update
 // keeps them in two writes, each of which can fail.
 [[nodiscard]] inline bool IsWritten(const ModuleState& state) {

@@ -2,55 +2,23 @@
 #include "orvhost/commands/commands.h"
 #include "orvhost/commands/confirmed_halt.h"
 #include "orvhost/commands/dry_run.h"
-#include "orvhost/commands/preflight.h"
+#include "orvhost/commands/left_update.h"
 #include "orvhost/run/failure.h"
-#include "orvhost/run/last_writer.h"
 #include "refhost/module_state.h"
 
 namespace orvhost {
 
 namespace {
 
-// False, with the failure in `*outcome`, when what waits by these records need not be what the BMC would start.
-bool IsStillThere(const Run& run, Outcome* outcome) {
-  const std::string other = OtherLastWriter(run.options.installPath);
-  if (other.empty()) {
-    return true;
-  }
-  Fail(run, outcome,
-       {.exitCode = ExitCode::kFailedUntouched,
-        .verdict = "not-written",
-        .cause = "Since this update was written, another one was begun under the install path " + other +
-                 "; the BMC would start what that one left.",
-        .nextStep = "Keep the machine powered and run \"orvhost --install-path " + other +
-                    " diagnose\"; to have this update, run \"orvhost update\" again."});
-  return false;
-}
-
 // True when a written update waits; otherwise false with a complete outcome.
 bool IsWaiting(const Run& run, const refhost::ModuleState& records, Outcome* outcome) {
   outcome->needsApply = refhost::IsWritten(records);
+  if (const auto obstacle = RestartObstacle(run.options, records)) {
+    Fail(run, outcome, *obstacle);
+    return false;
+  }
   if (*outcome->needsApply) {
-    return IsStillThere(run, outcome);
-  }
-  const int status = refhost::StatusOfDevice(records);
-  if (status == refhost::kUpdateWritten) {
-    Fail(run, outcome,
-         {.exitCode = ExitCode::kFailedUntouched,
-          .verdict = "not-written",
-          .cause = "The last update was written, but the host could not record all of it.",
-          .nextStep =
-              "Keep the machine powered and run \"orvhost update\" again before anything is put into operation."});
-    return false;
-  }
-  if (status == refhost::kUpdateRunning || status == refhost::kUpdateFailed) {
-    Fail(run, outcome,
-         {.exitCode = ExitCode::kFailedUntouched,
-          .verdict = "not-written",
-          .cause = status == refhost::kUpdateFailed ? "The last update failed."
-                                                    : "The last update was cut off while it was written.",
-          .nextStep = "Run \"orvhost update\" again before anything is put into operation."});
-    return false;
+    return true;
   }
   outcome->verdict = "nothing-to-do";
   outcome->summary = "Nothing to do: no written update waits for \"orvhost apply\".";
@@ -63,10 +31,6 @@ Outcome Apply(const Run& run) {
   refhost::ModuleState records;
   const std::unique_ptr<Session> session = OpenSession(run, DamagedRecordsOf(run.options), &outcome, &records);
   if (!session || !IsWaiting(run, records, &outcome)) {
-    return outcome;
-  }
-  if (const auto obstacle = UserObstacle()) {
-    Fail(run, &outcome, *obstacle);
     return outcome;
   }
   outcome.before = records.previousVersion;

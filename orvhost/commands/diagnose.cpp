@@ -11,6 +11,7 @@
 #include "orvhost/journal/story.h"
 #include "orvhost/journal/unreadable.h"
 #include "orvhost/run/failure.h"
+#include "orvhost/run/last_writer.h"
 #include "refhost/machine.h"
 
 namespace orvhost {
@@ -43,6 +44,7 @@ class DiagnoseRoad {
   bool LookAround();
   void ReadRecords();
   [[nodiscard]] std::string Records() const;
+  [[nodiscard]] std::string Before() const;
   void Tell(const Diagnosis& diagnosis);
   void NoRun();
   bool SeesAll(const AtWork& atWork);
@@ -187,6 +189,7 @@ bool DiagnoseRoad::LookAround() {
   left_ = atWork.processes;
   situation_.isAtWork = atWork.isAtWork;
   situation_.machineWasRestarted = run.Begin("boot_id") != refhost::CurrentMachine().BootId();
+  situation_.overwrittenBy = OtherLastWriter(run_.options.installPath).installPath;
   for (const std::string& sentence : LookAtOtherRuns(folder_, journals_.runs, &situation_)) {
     Note(run_, &outcome_, sentence);
   }
@@ -206,6 +209,19 @@ std::string DiagnoseRoad::Records() const {
   return isWriting ? "being written" : InWords(refhost::StatusOfDevice(situation_.records));
 }
 
+// What earlier runs left or may have left, one clause or two.
+std::string DiagnoseRoad::Before() const {
+  std::string before;
+  if (!situation_.unfinishedBefore.empty()) {
+    before = "run " + situation_.unfinishedBefore + " had begun to write the flash and did not finish it";
+  }
+  if (situation_.beforeIsUnknown) {
+    before += std::string(before.empty() ? "" : "; ") +
+              "the journal of an earlier run cannot be read; it may have left the flash incomplete";
+  }
+  return before;
+}
+
 void DiagnoseRoad::Tell(const Diagnosis& diagnosis) {
   const RecordedRun& run = situation_.run;
   outcome_.verdict = diagnosis.verdict;
@@ -222,14 +238,9 @@ void DiagnoseRoad::Tell(const Diagnosis& diagnosis) {
   if (!left_.empty()) {
     outcome_.facts.push_back({"at_work", "At work", left_});
   }
-  if (!situation_.unfinishedBefore.empty() && !diagnosis.flashTouched && diagnosis.verdict != "verified") {
-    outcome_.facts.push_back(
-        {"before", "Before",
-         "run " + situation_.unfinishedBefore + " had begun to write the flash and did not finish it"});
-  }
-  if (situation_.beforeIsUnknown && !diagnosis.flashTouched && diagnosis.verdict != "verified") {
-    outcome_.facts.push_back(
-        {"before", "Before", "the journal of an earlier run cannot be read; it may have left the flash incomplete"});
+  if (const std::string before = Before();
+      !before.empty() && !diagnosis.flashTouched && diagnosis.verdict != "verified") {
+    outcome_.facts.push_back({"before", "Before", before});
   }
   if (!diagnosis.unknown.empty()) {
     outcome_.facts.push_back({"unknown", "Unknown", diagnosis.unknown});

@@ -121,7 +121,7 @@ Outcome HistoryRoad::Go() {
     unreadable_.push_back("The journals in " + WhyUnreadable(folder_, journals_.error));
   }
   if (!running_.unseen.empty()) {
-    Note(run_, &outcome_, "Whether a run is at work cannot be seen: " + running_.unseen + ".");
+    unreadable_.push_back("Whether a run is at work cannot be seen: " + running_.unseen);
   }
   Note(run_, &outcome_, AboutMisnamed(journals_, folder_));
   for (const std::string& id : journals_.runs) {
@@ -185,13 +185,15 @@ changed the device. Asks neither the BMC nor the plug-in, and may run beside
 another run.
 
 A journal that is damaged is listed as far as it can be read. One that this user
-cannot read is listed as "unreadable", and the exit code is 7.
+cannot read is listed as "unreadable", and the exit code is 7; so it is when
+this user cannot see whether a run is at work.
 
 Examples:
   orvhost history
   orvhost history --json | jq -r '.runs[-1].run_id'
 
-Exit codes: 0 listed, also when there are none; 7 a journal cannot be read.)";
+Exit codes: 0 listed, also when there are none; 7 a journal or the lock cannot
+be read.)";
 
 }  // namespace
 

@@ -4,6 +4,7 @@
 #include "orvhost/commands/commands.h"
 #include "orvhost/commands/confirmed_halt.h"
 #include "orvhost/commands/dry_run.h"
+#include "orvhost/commands/left_update.h"
 #include "orvhost/run/failure.h"
 
 namespace orvhost {
@@ -43,8 +44,14 @@ Outcome Methods(const Run& run) {
     return outcome;
   }
   EnterPhase(run, &outcome, "plug-in");
-  const std::unique_ptr<Session> session = OpenSession(run, DamagedRecordsOf(run.options), &outcome);
+  refhost::ModuleState records;
+  const std::unique_ptr<Session> session = OpenSession(run, DamagedRecordsOf(run.options), &outcome, &records);
   if (!session) {
+    return outcome;
+  }
+  if (const auto obstacle = RestartObstacle(run.options, records);
+      obstacle && run.options.methodName == kRebootMethod) {
+    Fail(run, &outcome, *obstacle);
     return outcome;
   }
   EnterPhase(run, &outcome, "method");
@@ -58,7 +65,8 @@ Outcome Methods(const Run& run) {
 
 constexpr const char* kMethodsHelp = R"(Runs the plug-in's method of that name. The plug-in of this installation knows
 SendInfoToSVP (better: "orvhost notify") and Reboot (better: "orvhost apply"),
-which takes the machine down and so must be confirmed. Names are case-sensitive.
+which takes the machine down and so must be confirmed, and is refused where
+"orvhost apply" is. Names are case-sensitive.
 
 With --dry-run the plug-in is loaded and the method is not run. Whether the
 plug-in knows the method is known only when it is run.
@@ -66,7 +74,8 @@ plug-in knows the method is known only when it is run.
 Example:
   orvhost methods SendInfoToSVP
 
-Exit codes: 0 done; 2 not confirmed; 3 no plug-in; 7 unknown or failed.)";
+Exit codes: 0 done; 2 not confirmed; 3 no plug-in; 4 not root; 7 unknown,
+refused or failed.)";
 
 }  // namespace
 

@@ -1,6 +1,7 @@
 // orvhost verify: whether the device runs the version that was installed.
 #include "host/Results.h"
 #include "orvhost/commands/commands.h"
+#include "orvhost/commands/left_update.h"
 #include "orvhost/commands/waiting_update.h"
 #include "orvhost/run/failure.h"
 #include "orvhost/trace/plugin_lines.h"
@@ -31,7 +32,8 @@ void Explain(const Run& run, const std::string& recorded, Outcome* outcome) {
 Outcome Verify(const Run& run) {
   Outcome outcome;
   EnterPhase(run, &outcome, "plug-in");
-  const std::unique_ptr<Session> session = OpenSession(run, DamagedRecords::kKeepAside, &outcome);
+  refhost::ModuleState records;
+  const std::unique_ptr<Session> session = OpenSession(run, DamagedRecords::kKeepAside, &outcome, &records);
   if (!session) {
     return outcome;
   }
@@ -47,15 +49,32 @@ Outcome Verify(const Run& run) {
     return outcome;
   }
   outcome.facts = {{"recorded_version", "Recorded version", recorded}};
+  if (const auto obstacle = UnfinishedUpdate(records)) {
+    Fail(run, &outcome, *obstacle);
+    outcome.needsApply = false;
+    return outcome;
+  }
   if (session->Vendor().ExecuteUpdateApplyCheck(kModuleKind) != host::kSuccess) {
     Explain(run, recorded, &outcome);
     outcome.needsApply = NeedsApply(*session, outcome.before);
     return outcome;
   }
   outcome.needsApply = false;
-  outcome.verdict = "verified";
   outcome.before = recorded;
   outcome.after = recorded;
+  // The answer is the plug-in's, so it does not tell whether the host could keep it.
+  if (!IsRecordedAs(refhost::kUpdateVerified)) {
+    Fail(run, &outcome,
+         {.exitCode = ExitCode::kFailedUntouched,
+          .verdict = "not-recorded",
+          .cause =
+              "The BMC runs version " + recorded + ", the one that was installed, but the host could not keep that.",
+          .nextStep = "Make sure that " + refhost::ModuleStateFolder() +
+                      " can be written, then run the same command "
+                      "again."});
+    return outcome;
+  }
+  outcome.verdict = "verified";
   outcome.summary = "The BMC runs version " + recorded + ", the one that was installed.";
   return outcome;
 }

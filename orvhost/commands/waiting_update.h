@@ -6,11 +6,15 @@
 #include <string>
 
 #include "orvhost/run/run.h"
+#include "refhost/module_state.h"
 
 namespace orvhost {
 
 // True when the records have all of an update that was written. False also when they cannot be read.
 [[nodiscard]] bool IsRecordedAsWritten();
+
+// True when the records have this status; false also when they cannot be read.
+[[nodiscard]] bool IsRecordedAs(refhost::UpdateStatus status);
 
 // True when "apply" comes next: a version is written, and the BMC runs another one. `running` is the one that it runs;
 // with "", for unknown, there is an answer only when nothing was written. No answer when the records cannot be read.

@@ -115,7 +115,7 @@ std::string ToJson(const Outcome& outcome) {
       list.push_back(ToJson(entry));
     }
   }
-  return document.dump(-1, ' ', false, ordered_json::error_handler_t::replace) + "\n";
+  return document.dump(-1, ' ', true, ordered_json::error_handler_t::replace) + "\n";
 }
 
 std::string ToText(const Outcome& outcome) {

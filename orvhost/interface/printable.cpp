@@ -100,6 +100,14 @@ std::string Escaped(std::string_view text) {
   return escaped;
 }
 
+std::string EscapedLines(std::string_view text) {
+  std::string escaped;
+  for (std::size_t end = 0; (end = text.find('\n')) != std::string_view::npos; text.remove_prefix(end + 1)) {
+    escaped += Escaped(text.substr(0, end)) + "\n";
+  }
+  return escaped + Escaped(text);
+}
+
 std::string Printable(std::string_view text, std::size_t longest) {
   std::string printable = Escaped(text);
   const std::size_t characters = CharactersIn(printable);

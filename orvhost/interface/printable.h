@@ -21,6 +21,9 @@ inline constexpr std::size_t kLongestPrinted = 600;
 // The escapes alone: nothing is left out.
 [[nodiscard]] std::string Escaped(std::string_view text);
 
+// The same for a text of several lines, which stay lines.
+[[nodiscard]] std::string EscapedLines(std::string_view text);
+
 // How many characters a printable text has.
 [[nodiscard]] std::size_t CharactersIn(std::string_view text);
 

@@ -207,6 +207,18 @@ void TakeVerified(const Situation& situation, Diagnosis* diagnosis) {
   }
 }
 
+// The BMC is one for all install paths, so what this one's run wrote may be there no longer.
+void TakeOverwritten(const Situation& situation, Diagnosis* diagnosis) {
+  if (situation.overwrittenBy.empty() || diagnosis->nextStep != kApply) {
+    return;
+  }
+  diagnosis->verdict = "flash-unknown";
+  diagnosis->bmc = "may have what an update under the install path " + situation.overwrittenBy + " left, begun since";
+  diagnosis->unknown = "Which image the BMC has.";
+  diagnosis->nextStep =
+      "Keep the machine powered and run \"orvhost --install-path " + situation.overwrittenBy + " diagnose\".";
+}
+
 }  // namespace
 
 Diagnosis Diagnose(const Situation& situation) {
@@ -219,6 +231,7 @@ Diagnosis Diagnose(const Situation& situation) {
     return diagnosis;
   }
   TakeVerified(situation, &diagnosis);
+  TakeOverwritten(situation, &diagnosis);
   if (!situation.recordsAreReadable) {
     diagnosis.unknown += std::string(diagnosis.unknown.empty() ? "" : " ") + "What the host recorded.";
   }

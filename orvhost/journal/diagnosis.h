@@ -18,6 +18,7 @@ struct Situation {
   std::string verifiedAs;            // verdict of the last "verify" behind it; "" for none
   std::string unfinishedBefore;  // an earlier run that began to write the flash and that no run finished; "" for none
   bool beforeIsUnknown = false;  // an earlier run may have, since its journal does not tell
+  std::string overwrittenBy;     // another install path whose update was begun last on this machine; "" for none
   bool recordsAreReadable = true;
   refhost::ModuleState records;
 };

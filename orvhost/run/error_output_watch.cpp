@@ -1,6 +1,7 @@
 #include "orvhost/run/error_output_watch.h"
 
 #include "host/Results.h"
+#include "orvhost/interface/printable.h"
 
 namespace orvhost {
 
@@ -44,7 +45,7 @@ void ErrorOutputWatch::Take(Journal::Writer writer) {
   journal_.TakeErrorText(taken, writer);
   watch_.TakeErrorText(taken);
   if (echoes_) {
-    output_.Echo(taken.text);
+    output_.Echo(EscapedLines(taken.text));
   }
 }
 

@@ -144,7 +144,7 @@ bool ExclusiveRun::HasTaken(RunLock::Result result, const RunLock& lock, Outcome
 // Of any run: the notes may be lost or damaged, and the BMC is one.
 bool ExclusiveRun::NothingIsLeft(Outcome* outcome) {
   for (const RunLock* lock : {&lock_, &machineLock_}) {
-    if (lock->Found().note && !lock->Found().note->ended) {
+    if (lock->Found().isDamaged || (lock->Found().note && !lock->Found().note->ended)) {
       refhost::CurrentMachine().Rest(kStartOfProcess);
     }
   }

@@ -2,9 +2,11 @@
 
 #include <sys/stat.h>
 
+#include <cerrno>
 #include <filesystem>
 #include <system_error>
 
+#include "orvhost/journal/unreadable.h"
 #include "orvhost/run/machine.h"
 #include "posix/regular_file.h"
 #include "posix/replace_file.h"
@@ -30,12 +32,16 @@ std::string Path() {
 }  // namespace
 
 bool BecomeLastWriter(const std::string& installPath, std::string* error) {
+  posix::RemoveUnfinished(Path());  // the machine's lock is held
   return posix::ReplaceFile(Path(), Canonical(installPath), kMode, error);
 }
 
-std::string OtherLastWriter(const std::string& installPath) {
-  const std::string last = posix::ReadRegularFile(Path(), kLongestPath).value_or("");
-  return last == Canonical(installPath) ? "" : last;
+OtherWriter OtherLastWriter(const std::string& installPath) {
+  const auto last = posix::ReadRegularFile(Path(), kLongestPath);
+  if (!last) {
+    return {.installPath = "", .unseen = errno == ENOENT ? "" : WhyUnreadable(Path(), errno)};
+  }
+  return {.installPath = *last == Canonical(installPath) ? "" : *last, .unseen = ""};
 }
 
 }  // namespace orvhost

@@ -1,5 +1,5 @@
-// Which install path's update began to write last on this machine. Each install path has records of its own, and the
-// BMC is one: what these records call written is there no longer when another one has written since.
+// Which install path's update was begun last on this machine. Each install path has records of its own, and the BMC is
+// one: what these records call written may be there no longer when another one was begun since.
 #ifndef ORVHOST_RUN_LAST_WRITER_H
 #define ORVHOST_RUN_LAST_WRITER_H
 
@@ -10,8 +10,13 @@ namespace orvhost {
 // To be called before anything is written. False with the reason in `*error` when it cannot be kept.
 [[nodiscard]] bool BecomeLastWriter(const std::string& installPath, std::string* error);
 
-// Another install path than this one; "" when it is this one, or when nothing was written since the machine is up.
-[[nodiscard]] std::string OtherLastWriter(const std::string& installPath);
+struct OtherWriter {
+  std::string
+      installPath;     // "" when it is the asked one, when nothing was begun since the machine is up, or is unknown
+  std::string unseen;  // why it is unknown, a clause
+};
+
+[[nodiscard]] OtherWriter OtherLastWriter(const std::string& installPath);
 
 }  // namespace orvhost
 

@@ -260,7 +260,12 @@ int CModuleManager::ExecuteUpdateApplyCheck() {
   }
   const int result = firmware->UpdateApplyCheck(GetOperatingModuleInfo().moduleId);
   if (result == host::kSuccess) {
-    SetUpdateStatus(refhost::kUpdateVerified);
+    // That it runs what it ran before says nothing of an update that failed or was cut off.
+    Change([](ModuleState* state) {
+      if (!refhost::IsUnfinished(*state)) {
+        state->updateStatus = refhost::kUpdateVerified;
+      }
+    });
   }
   return result;
 }

@@ -132,6 +132,35 @@ TEST_F(Orvhost, AnUpdateThatWasNotBegunDoesNotHideThatTheLastOneFailed) {
   EXPECT_EQ(RunJson("identify")["facts"]["last_update"], "failed");
 }
 
+// The BMC goes on running what it ran before, which proves nothing of the image beside it.
+TEST_F(Orvhost, AnUpdateThatFailedIsNotVerified) {
+  Ask("flash-fails");
+  ASSERT_EQ(Run(Update(good_)), 8);
+  Ask("");
+  for (const char* arguments : {"verify", "apply --yes", "methods Reboot --yes", "apply --dry-run"}) {
+    const json object = RunJson(arguments);
+    EXPECT_EQ(object["verdict"], "not-written") << arguments << object;
+    EXPECT_EQ(object["exit_code"], 7);
+    EXPECT_EQ(object["changed"], false);
+    EXPECT_EQ(object["error"]["cause"], "The last update failed.");
+  }
+  EXPECT_EQ(State().updateStatus, refhost::kUpdateFailed);
+  EXPECT_EQ(RunJson("diagnose")["verdict"], "flash-incomplete");
+}
+
+TEST_F(Orvhost, AnUpdateThatWasCutOffIsNotVerified) {
+  ASSERT_EQ(Run(Update(good_)), 0);
+  const std::string state = folder_.Read("repository/state.json");
+  const std::string written = "\"update_status\": 3";
+  ASSERT_NE(state.find(written), std::string::npos) << state;
+  folder_.Write("repository/state.json",
+                std::string(state).replace(state.find(written), written.size(), "\"update_status\": 2"));
+  const json object = RunJson("verify");
+  EXPECT_EQ(object["verdict"], "not-written") << object;
+  EXPECT_EQ(object["error"]["cause"], "The last update was cut off while it was written.");
+  EXPECT_EQ(State().updateStatus, refhost::kUpdateRunning);
+}
+
 TEST_F(Orvhost, EveryRunTellsWhetherApplyComesNext) {
   EXPECT_EQ(RunJson("identify")["needs_apply"], false);
   EXPECT_EQ(RunJson(Update(good_) + " --dry-run")["needs_apply"], false);

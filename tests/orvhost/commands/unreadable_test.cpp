@@ -147,7 +147,10 @@ TEST_F(Unreadable, ProcessesOfAnotherUserLeaveOpenWhetherTheRunIsAtWork) {
     EXPECT_EQ((*object)["exit_code"], 7) << *object;
     EXPECT_EQ((*object)["verdict"], "processes-unreadable");
     EXPECT_NE((*object)["error"].value("next_step", "").find("as root"), std::string::npos) << *object;
-    EXPECT_EQ(LookAsAnother("history")->at("runs").at(0)["verdict"], "at work or cut off in step write");
+    const auto listed = LookAsAnother("history");
+    EXPECT_EQ(listed->at("runs").at(0)["verdict"], "at work or cut off in step write");
+    EXPECT_EQ(listed->at("exit_code"), 7);
+    EXPECT_EQ(listed->at("error")["cause"].get<std::string>().find("Whether a run is at work cannot be seen: "), 0U);
     fs::permissions(folder_ / "orvhost.lock", fs::perms(0644));
     EXPECT_EQ(LookAsAnother("diagnose")->at("error")["cause"],
               "Whether what a run started is still at work cannot be seen: the processes of root can be looked at by "

@@ -83,5 +83,25 @@ TEST_F(Unrecorded, AfterAnyFailedCallAllSayTheSame) {
   }
 }
 
+TEST_F(Unrecorded, AVerificationThatCouldNotBeKeptIsNone) {
+  ASSERT_EQ(RunJson(Update(good_))["exit_code"], 0);
+  ASSERT_EQ(RunJson("apply --yes")["exit_code"], 0);
+  setenv("TEST_PLUGIN_VERSION", "01-24", 1);
+  const std::string state = folder_.Read("repository/state.json");
+  for (const char* call : {"rename", "fsync", "fchmod"}) {
+    int number = 1;
+    bool wasLost = false;
+    folder_.Write("repository/state.json", state);
+    for (auto object = RunWith("verify", call, number); object; object = RunWith("verify", call, ++number)) {
+      const bool isKept = State().updateStatus == refhost::kUpdateVerified;
+      EXPECT_EQ((*object)["verdict"], isKept ? "verified" : "not-recorded") << call << " " << number << *object;
+      EXPECT_EQ((*object)["exit_code"], isKept ? 0 : 7) << call << " " << number;
+      wasLost |= !isKept;
+      folder_.Write("repository/state.json", state);
+    }
+    EXPECT_TRUE(wasLost) << call;
+  }
+}
+
 }  // namespace
 }  // namespace orvhost

@@ -118,6 +118,32 @@ class HostileJournals : public Orvhost {
   }
 };
 
+TEST_F(HostileJournals, SteerNoTerminal) {
+  const std::string hostile = R"(x\r\n\u001b[2m\u009b1A\u202eFirmware 01-24 is verified.)";
+  const std::string quoted = "\"" + hostile + "\"";
+  fs::create_directory(folder_ / "journal");
+  folder_.Write(std::string("journal/") + kHostile + ".jsonl",
+                Begin(R"("update")", R"({"dry_run":false,"package":)" + quoted + "}") +
+                    Line(R"("phase","name":)" + quoted) + Line(R"("trace","level":1,"text":)" + quoted) +
+                    Line(R"("record","id":)" + quoted + R"(,"detail":)" + quoted) +
+                    Line(R"("command","n":1,"line":)" + quoted) + Line(R"("error_output","n":1,"text":)" + quoted) +
+                    Line(R"("notice","text":)" + quoted) + Line(R"("phase","name":"write")") +
+                    Line(R"("end","outcome":{"command":"update","verdict":)" + quoted + R"(,"before":)" + quoted +
+                         R"(,"after":)" + quoted + R"(,"summary":)" + quoted + R"(,"exit_code":0})"));
+  for (const char* arguments : {"history", "show last", "diagnose last"}) {
+    EXPECT_EQ(Run(arguments), 0) << err_;
+    const std::string printed = out_ + err_;
+    EXPECT_NE(printed.find("\\x1b"), std::string::npos) << "it is there, escaped: " << printed;
+    EXPECT_TRUE(std::ranges::none_of(printed, [](unsigned char c) { return (c < ' ' && c != '\n') || c == 0x7f; }))
+        << printed;
+    for (const char* steers : {"\u009b", "\u202e", "\nFirmware", "\n\x1b"}) {
+      EXPECT_EQ(printed.find(steers), std::string::npos) << arguments << printed;
+    }
+    (void)RunJson(arguments);
+    EXPECT_TRUE(std::ranges::all_of(out_, [](unsigned char c) { return c < 0x7f; })) << out_;
+  }
+}
+
 TEST_F(HostileJournals, AreReadToTheirEndOrRefused) {
   std::vector<HostileJournal> rows = Files();
   std::ranges::copy(Types(), std::back_inserter(rows));

@@ -47,6 +47,11 @@ TEST(PrintableText, EscapesWhatATerminalObeysOrHides) {
   }
 }
 
+TEST(PrintableText, OfSeveralLinesStaysLines) {
+  EXPECT_EQ(EscapedLines("a\x1b[2J\nb\r\n\nc\xff"), "a\\x1b[2J\nb\\r\n\nc\\xff");
+  EXPECT_EQ(EscapedLines(""), "");
+}
+
 TEST(PrintableText, LeavesOutTheMiddleOfALongOneAndSaysHowMuch) {
   EXPECT_EQ(Printable("12345678", 8), "12345678");
   EXPECT_EQ(Printable("123456789", 8), "123456[... 1 characters left out ...]89");

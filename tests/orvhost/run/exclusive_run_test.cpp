@@ -361,8 +361,20 @@ TEST_F(Lock, WhatAnotherInstallPathsUpdateMayHaveOverwrittenIsNotApplied) {
     EXPECT_EQ(object["verdict"], "not-written") << object;
     EXPECT_EQ(object["exit_code"], 7);
     EXPECT_EQ(object["error"]["cause"], "Since this update was written, another one was begun under the install path " +
-                                            second + "; the BMC would start what that one left.");
+                                            second + "; the BMC may have what that one left.");
   }
+  EXPECT_EQ(RunJson("methods Reboot --yes")["verdict"], "not-written");
+  EXPECT_EQ(RunJson("identify")["needs_apply"], false);
+  const json diagnosed = RunJson("diagnose");
+  EXPECT_EQ(diagnosed["verdict"], "flash-unknown");
+  EXPECT_EQ(diagnosed["facts"]["next_step"],
+            "Keep the machine powered and run \"orvhost --install-path " + second + " diagnose\".");
+  std::filesystem::remove(machine_ / "runs/orvhost.writer");
+  std::filesystem::create_directory(machine_ / "runs/orvhost.writer");
+  EXPECT_EQ(RunJson("apply --yes")["error"]["cause"].get<std::string>().find(
+                "Whether another update was begun since this one was written is not known: "),
+            0U);
+  std::filesystem::remove(machine_ / "runs/orvhost.writer");
   std::filesystem::create_symlink(first, folder_ / "link");
   ASSERT_EQ(Run(Update(good_)), 0) << err_;
   installPath_ = folder_ / "link";
