@@ -11,12 +11,12 @@ from pathlib import Path
 REPOSITORY = Path(__file__).resolve().parents[2]
 
 # Found by their names, and as files of the repository.
-PROGRAMS = ("cmake ctest cpack lintian clang-format clang-tidy shellcheck pyflakes3 apt-get sudo").split()
-SCRIPTS = ("tools/demo", "tools/lab", "tools/check-rooms", "tools/check-style", "lab/lab", "bench/run", "fuzz/run")
+PROGRAMS = ("cmake ctest cpack lintian clang-format clang-tidy shellcheck pyflakes3 ansible-lint apt-get sudo").split()
+SCRIPTS = ("tools/demo", "tools/fleet", "tools/lab", "tools/check-rooms", "tools/check-style", "lab/lab", "bench/run", "fuzz/run")
 
 BUILD = ["cmake --preset release", "cmake --build --preset release"]
 PART = {part: ["cmake --preset release", f"cmake --build --preset {part}"] for part in ("product", "demo")}
-LINT = ["clang-format --dry-run --Werror", "tools/check-rooms", "tools/check-style", "shellcheck", "pyflakes3",
+LINT = ["clang-format --dry-run --Werror", "tools/check-rooms", "tools/check-style", "shellcheck", "pyflakes3", "ansible-lint --offline --profile production",
         "cmake --preset lint", "clang-tidy --quiet -p build/lint"]
 
 # For each command the programs that it runs, with the first of their arguments.
@@ -27,6 +27,7 @@ STEPS = {
     "test": BUILD + ["ctest --preset test"],
     "test --long": BUILD + ["ctest --preset release"],
     "demo": PART["demo"] + ["tools/demo"],
+    "fleet": PART["demo"] + ["tools/fleet"],
     "lab": PART["demo"] + ["tools/lab"],
     "lint": LINT,
     "format": ["clang-format -i"],
@@ -56,6 +57,7 @@ class Dev(unittest.TestCase):
         self.put("programs/git", 'printf "%s\\n" dev unit.cpp tool.py')
         self.put("programs/dpkg-query", 'echo "${PACKAGES-install ok installed}"')
         (self.folder / "unit.cpp").touch()
+        (self.folder / "fleet/ansible_collections/kestrel/kv6000").mkdir(parents=True)
         (self.folder / "tool.py").write_text("#!/usr/bin/python3\n")
         (self.folder / "build/release/packages").mkdir(parents=True)
         (self.folder / "build/release/packages/orvhost_1.0.0_amd64.deb").touch()

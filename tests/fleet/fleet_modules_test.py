@@ -1,11 +1,12 @@
 """The modules of the collection, against an orvhost that plays its part."""
 
 import json
+import subprocess
+import tempfile
 import unittest
 from unittest import mock
 
-from ansible_collections.kestrel.kv6000.plugins.module_utils import orvhost
-from fleet_support import ModuleTest, write_package
+from fleet_support import ModuleTest, orvhost, write_package
 
 WHOLE = {"schema": 2, "command": "check", "run_id": "", "verdict": "newer", "exit_code": 0, "changed": False, "before": "",
          "after": "", "needs_apply": False, "phase": "", "flash_touched": False, "summary": "", "facts": {}, "notices": [],
@@ -204,6 +205,51 @@ class Verified(ModuleTest):
         self.server.put(running="01-23")
         self.assert_result(self.verify(check_mode=True), failed=True, verdict="version-not-expected")
         self.assertNotIn("verify", self.server.calls)
+
+
+class AllSteps(ModuleTest):
+    """What the module does by itself on its way to a state."""
+
+    def start(self, state="verified", **options) -> dict:
+        """An update up to where the machine goes down; nothing takes it down here."""
+        with tempfile.TemporaryDirectory() as folder, mock.patch("tempfile.mkdtemp", return_value=folder):
+            real = subprocess.Popen
+            with mock.patch("subprocess.Popen", lambda words, **how: self.words.append(words) if "apply" in words and
+                            "--yes" in words else real(words, **how)):
+                self.words = []
+                return self.module("bmc_firmware", package=str(self.package), state=state, **options)
+
+    def test_it_goes_up_to_where_the_machine_goes_down(self):
+        for state in ("applied", "verified"):
+            with self.subTest(state):
+                self.setUp()
+                result = self.start(state)
+                self.assert_result(result, failed=False, changed=True, verdict="going-down", before="01-23", after="01-24",
+                                   diff={"before": "running: 01-23\nwaiting: \n", "after": "running: 01-24\nwaiting: \n"})
+                self.assertTrue(result["answer"])
+                self.assertEqual(self.server.calls, ["check", "update", "apply --dry-run", "identify"])
+                self.assertEqual(self.words[0][-4:], [str(self.server.program), "--json", "apply", "--yes"])
+
+    def test_what_waits_is_started(self):
+        self.server.put(recorded="01-24", waiting=True)
+        self.assert_result(self.start(), failed=False, changed=True, verdict="going-down")
+        self.assertNotIn("update", self.server.calls)
+
+    def test_what_runs_is_verified(self):
+        self.server.put(running="01-24", recorded="01-24")
+        self.assert_result(self.start(), failed=False, changed=False, verdict="verified", after="01-24")
+        self.assertEqual(self.server.calls, ["check", "identify", "verify"])
+
+    def test_check_mode_goes_no_further_than_the_first_change(self):
+        self.assert_result(self.start(check_mode=True), failed=False, changed=True, verdict="dry-run", after="01-24")
+        self.assertEqual(self.server.calls, ["check", "update --dry-run"])
+        self.server.put(recorded="01-24", waiting=True)
+        self.assert_result(self.start(check_mode=True), failed=False, changed=True, verdict="dry-run", after="01-24")
+        self.assertEqual(self.words, [])
+
+    def test_a_start_that_is_refused_after_the_writing(self):
+        self.instead(apply_dry={"fails": ["not-written", 7]})
+        self.assert_result(self.start(), failed=True, changed=True, verdict="not-written", before="01-23")
 
 
 class Others(ModuleTest):

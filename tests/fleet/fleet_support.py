@@ -3,6 +3,7 @@
 import importlib.util
 import json
 import shutil
+import sys
 import tempfile
 import unittest
 from pathlib import Path
@@ -13,6 +14,8 @@ from ansible.module_utils.common.text.converters import to_bytes
 
 REPOSITORY = Path(__file__).resolve().parents[2]
 COLLECTION = REPOSITORY / "fleet" / "ansible_collections" / "kestrel" / "kv6000"
+sys.path.insert(0, str(REPOSITORY / "fleet"))  # as Ansible lets a module find what it shares with others
+orvhost = importlib.import_module("ansible_collections.kestrel.kv6000.plugins.module_utils.orvhost")
 SCRIPTED = Path(__file__).with_name("scripted_orvhost.py")
 
 

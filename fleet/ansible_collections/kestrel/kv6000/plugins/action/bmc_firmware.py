@@ -43,25 +43,21 @@ class ActionModule(ActionBase):
         complaint = contradiction(arguments, state)
         if complaint:
             raise orvhost.Refusal("usage", complaint, "Correct the task.")
-        steps = STATES[:STATES.index(state) + 1]
-        results = []
-        for step in steps:
-            if step == "written" and not arguments.get("package"):
-                continue
-            result = getattr(self, "_" + step)(results)
-            # Later steps may lack what earlier ones changed.
-            result["changed"] = any(one["changed"] for one in results + [result])
-            for name in ("before", "diff"):
-                result[name] = joined(name, results, result)
-            results.append(result)
-            if self._task.check_mode and result["changed"]:
-                break
-        return results[-1]
+        boot_id = "" if self._task.check_mode or state == "written" else self._boot_id()
+        # Without a package the module takes one step alone.
+        result = self._with_package(state) if arguments.get("package") else self._step("applied")
+        answer = result.pop("answer", None)
+        if answer:
+            self._wait_for_restart(answer, boot_id, result)
+            result.update(verdict="restarted", needs_apply=None)
+        if state == "verified" and result["verdict"] != "verified" and not (self._task.check_mode and result["changed"]):
+            result = self._verify(result)
+        return result
 
-    def _written(self, results):
+    def _with_package(self, state):
         package = self._task.args["package"]
-        if boolean(self._task.args.get("remote_src", False)):
-            return self._step("written", results, package=package)
+        if boolean(self._task.args.get("remote_src", False), strict=False):
+            return self._step(state, package=package)
         found = self._find_package(package)
         folder = self._make_tmp_path()
         try:
@@ -69,7 +65,7 @@ class ActionModule(ActionBase):
             there = self._connection._shell.join_path(folder, "package-" + os.path.basename(found))
             self._transfer_file(found, there)
             self._fixup_perms2((folder, there))
-            return self._step("written", results, package=there)
+            return self._step(state, package=there)
         finally:
             self._remove_tmp_path(folder, force=True)
 
@@ -81,51 +77,45 @@ class ActionModule(ActionBase):
                                   "Name the package; with remote_src it is a file on the server.",
                                   evidence={"error_output": str(error)})
 
-    def _applied(self, results):
-        if results and not results[-1]["needs_apply"]:
-            return dict(results[-1])
-        boot_id = "" if self._task.check_mode else self._boot_id()
-        result = self._step("applied", results)
-        answer = result.pop("answer", None)
-        if answer:
-            self._wait_for_restart(answer, boot_id, result)
-            result.update(verdict="restarted", needs_apply=None)
-        return result
-
-    def _verified(self, results):
-        wanted = {"version": results[0]["after"]} if self._task.args.get("package") else {}
-        limit = time.monotonic() + (BMC_TIME_LIMIT if results[-1]["verdict"] == "restarted" else 0)
+    def _verify(self, earlier):
+        """The result of the whole task, with the last step's part in it."""
+        wanted = {"version": earlier["after"]} if self._task.args.get("package") else {}
+        limit = time.monotonic() + (BMC_TIME_LIMIT if earlier["verdict"] == "restarted" else 0)
         while True:
             try:
-                return self._step("verified", results, **wanted)
+                result = self._step("verified", earlier, **wanted)
+                return dict(result, changed=earlier["changed"] or result["changed"], before=earlier["before"],
+                            diff={"before": earlier["diff"]["before"], "after": result["diff"]["after"]})
             except orvhost.Refusal as refusal:
                 waits = refusal.fields["verdict"] in ("bmc-unreadable", "prerequisites-missing", "unreachable")
                 if not waits or time.monotonic() > limit:
                     raise
             time.sleep(PAUSE)
 
-    def _step(self, step, results, **options):
-        """The result of one step on the server. A Refusal when it failed, which knows what the steps before changed."""
-        arguments = dict(self._task.args, state=step)
-        for name in ("package", "version") if step != "written" else ():
+    def _step(self, state, earlier=None, **options):
+        """What the module does on the server. A Refusal when it failed, which knows what was changed earlier."""
+        arguments = dict(self._task.args, state=state)
+        for name in ("package", "version") if "package" not in options else ():
             arguments.pop(name, None)
         arguments.update(options)
+        changed = bool(earlier and earlier["changed"])
         try:
             result = self._execute_module("kestrel.kv6000.bmc_firmware", arguments, task_vars=self._task_vars)
         except AnsibleConnectionFailure:
-            if not results or not any(one["changed"] for one in results):
+            if not changed:
                 raise
             raise orvhost.Refusal("unreachable", "The server cannot be reached any more.", "See what became of the server, "
-                                  "then run the same task again.", changed=True, flash_touched=None)
-        # What went wrong below the module, such as a Python that is missing, has no verdict of its own.
+                                  "then run the same task again.", changed=True, flash_touched=None, before=earlier["before"])
+        result.pop("invocation", None)
         if result.get("failed"):
+            # What went wrong below the module, such as a Python that is missing, has no verdict of its own.
             result.setdefault("verdict", "module-failed")
             result.setdefault("next_step", "See the message and its evidence, then run the same task again.")
             refusal = orvhost.Refusal(result["verdict"], "", "")
-            refusal.fields = dict(result, changed=result.get("changed", False) or any(one["changed"] for one in results))
-            refusal.fields["before"] = joined("before", results, result)
+            refusal.fields = dict(result, changed=changed or result.get("changed", False))
+            if earlier:
+                refusal.fields["before"] = earlier["before"]
             raise refusal
-        result.pop("invocation", None)
         return result
 
     # The machine goes down and comes back.
@@ -201,14 +191,6 @@ def contradiction(arguments, state):
         if not str(arguments.get(name, 1)).isdigit() or int(arguments.get(name, 1)) < 1:
             return "\"{0}\" is not a number of seconds, 1 or more.".format(name)
     return ""
-
-
-def joined(name, results, result):
-    """A field of the first step's result where there is one; of the differences, from the first to the last."""
-    first = results[0] if results else result
-    if name != "diff" or first is result:
-        return first.get(name)
-    return {"before": first["diff"]["before"], "after": result["diff"]["after"]}
 
 
 def stays_away(verdict, cause, next_step, result):

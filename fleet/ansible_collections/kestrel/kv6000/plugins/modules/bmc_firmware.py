@@ -1,6 +1,6 @@
 #!/usr/bin/python
-"""The part of bmc_firmware that runs on the server: takes the one step that `state` names. The action plug-in of the same
-name puts the steps together, since the machine goes down between two of them."""
+"""The part of bmc_firmware that runs on the server: goes as far towards `state` as it can before the machine goes down. The
+action plug-in of the same name waits for the machine and has the rest done."""
 
 from __future__ import absolute_import, division, print_function
 
@@ -207,9 +207,8 @@ class Firmware:
                              stdout=nowhere, stderr=nowhere, close_fds=True, cwd="/", start_new_session=True)
         return answer
 
-    def verify(self):
-        """The BMC runs what was installed; `version`, where it is given."""
-        wanted = self._params["version"]
+    def verify(self, wanted):
+        """The BMC runs what was installed, and that is the wanted version where one is given."""
         seen = self._orvhost.run("identify")
         recorded = seen["facts"].get("recorded_version", "")
         if self._check_mode or (wanted == seen["before"] != recorded):
@@ -236,10 +235,30 @@ def versions(running, waiting):
     return "running: {0}\nwaiting: {1}\n".format(running, waiting)
 
 
-def take_step(module):
+def go(module):
+    """With a package, all steps up to the state or to where the machine goes down; without one, only the state's own."""
     firmware = Firmware(module)
-    step = {"written": firmware.write, "applied": firmware.apply, "verified": firmware.verify}[module.params["state"]]
-    return step()
+    state = module.params["state"]
+    if not module.params["package"]:
+        return firmware.apply() if state == "applied" else firmware.verify(module.params["version"])
+    result = firmware.write()
+    ends_here = module.check_mode and result["changed"]
+    if state != "written" and result["needs_apply"] and not ends_here:
+        return after(result, firmware.apply)
+    if state != "verified" or ends_here:
+        return result
+    return after(result, lambda: firmware.verify(result["after"]))
+
+
+def after(first, step):
+    """What a further step makes of a result. A failure knows what the one before it changed."""
+    try:
+        result = step()
+    except orvhost.Refusal as refusal:
+        refusal.fields.update(changed=refusal.fields["changed"] or first["changed"], before=first["before"])
+        raise
+    return dict(result, changed=first["changed"] or result["changed"], before=first["before"],
+                diff={"before": first["diff"]["before"], "after": result["diff"]["after"]})
 
 
 def main():
@@ -254,7 +273,7 @@ def main():
         up_time_limit={"type": "int", "default": 1200},
         boot_id_command={"type": "str", "default": "cat /proc/sys/kernel/random/boot_id"},
     )
-    orvhost.finish(AnsibleModule(argument_spec=arguments, supports_check_mode=True), take_step)
+    orvhost.finish(AnsibleModule(argument_spec=arguments, supports_check_mode=True), go)
 
 
 if __name__ == "__main__":
