@@ -42,6 +42,7 @@ class Killed(JournalRoad):
         self.sign.unlink(missing_ok=True)
         job, _ = self.start_orvhost("update", package)
         self.wait_for_sign(job, IN_THE_FLASH)
+        self.is_seen_at_work()
         self.end(job)
         self.diagnosed(f"{IN_THE_FLASH}, its tool at work", True, "at-work", WAIT, self.is_refused)
         (self.server.share / "go-on").touch()
@@ -49,6 +50,14 @@ class Killed(JournalRoad):
         self.assert_bmc(standby=version, whole=True)
         self.diagnosed(f"{IN_THE_FLASH}, its tool done", True, "flash-incomplete", UPDATE_AGAIN,
                        lambda: self.update_works(package, version))
+
+    def is_seen_at_work(self):
+        """By its lock, on a file system that the machine shares with another: the program is alive."""
+        self.assertIn(" 9p ", self.server.run("grep ' /srv/orv ' /proc/mounts").out)
+        listed = self.orvhost("history")
+        self.assert_report(listed, 0, verdict="listed")
+        self.assertEqual(listed.report["runs"][-1]["verdict"], "at work")
+        self.assert_report(self.orvhost("diagnose"), 0, verdict="at-work", flash_touched=True)
 
     def is_refused(self) -> str:
         busy = self.orvhost("identify")
