@@ -35,7 +35,8 @@ Exit codes:
   3   the plug-in could not be loaded, or fails a check of "orvhost validate"
   4   something is missing on this machine
   5   the package cannot be read
-  6   the package, or the report, is not for this machine
+  6   the package, or the report, is not for this machine, or the package is not
+      newer and may be written only with --allow-older or --allow-reinstall
   7   failed; this run did not touch the flash
   8   failed after writing the flash had begun
   9   the BMC runs another version than the one that was installed

@@ -83,7 +83,7 @@ int RunProgram(int argc, const char* const* argv) {
   Console console(parsed.options);
   Outcome outcome = parsed.outcome;
   if (parsed.command != nullptr) {
-    refhost::Configure({parsed.options.installPath, parsed.options.serverType, ""});
+    refhost::Configure({parsed.options.installPath, parsed.options.serverType, "", parsed.options.allowReinstall});
     TeeSink tee;
     auto watch = std::make_unique<TraceWatch>();
     Journal journal;

@@ -12,6 +12,7 @@ struct Settings {
   std::string installPath = "/opt/orv";  // absolute; a trailing separator is dropped
   std::string serverType;                // "" for the type that the DMI product name gives
   std::string systemRoot;                // folder that stands for "/" where DMI texts and device nodes are looked up
+  bool writesAgain = false;  // a plug-in is not to see that the registered package is the running version already
 };
 
 // Replaces the settings of this process. Call it before a plug-in is loaded, not beside running services.

@@ -61,6 +61,10 @@ class REFHOST_EXPORT StagedPackage {
   std::uintmax_t size_ = 0;
 };
 
+// SHA-256 of a regular file's content as StagedPackage::Sha256 has it; "" with the reason in `*error` when it cannot be
+// read.
+[[nodiscard]] REFHOST_EXPORT std::string Sha256OfFile(const std::string& path, std::string* error);
+
 // Bytes that a user without privileges could still write to the file system of `path`, or of the nearest folder above
 // it that exists; the number in `*free`. False when the system does not tell.
 [[nodiscard]] REFHOST_EXPORT bool FreeBytes(const std::string& path, std::uintmax_t* free);

@@ -4,6 +4,7 @@
 #include "orvhost/commands/dry_run.h"
 #include "orvhost/commands/left_update.h"
 #include "orvhost/run/failure.h"
+#include "orvhost/run/machine.h"
 #include "refhost/module_state.h"
 
 namespace orvhost {
@@ -42,7 +43,9 @@ Outcome Apply(const Run& run) {
               &outcome);
     return outcome;
   }
-  if (!MayHalt(run, &outcome)) {
+  const std::string what = "Version " + written + " is to take the place of " + outcome.before + " on " + HostName() +
+                           ". The BMC powers the machine on again by itself. ";
+  if (!MayHalt(run, what, &outcome)) {
     return outcome;
   }
   EnterPhase(run, &outcome, "apply");
@@ -55,7 +58,9 @@ Outcome Apply(const Run& run) {
 }
 
 constexpr const char* kApplyHelp = R"(Has the BMC take the firmware that "orvhost update" wrote, and takes the machine
-down at once. Asks first at a terminal; without one it wants --yes. When the
+down at once. The BMC then starts the new firmware and powers the machine on
+again by itself, which takes minutes. At a terminal the tool asks first, with
+the machine's name and both versions; without one it wants --yes. When the
 machine is up again, run "orvhost verify".
 
 Refused when the last update failed, was cut off, or could not be recorded, and

@@ -23,6 +23,10 @@ struct Argument {
 // Those that several subcommands take.
 inline constexpr Argument kPackageArgument{"package", &Options::packagePath, "Update package: a zip or tar archive",
                                            "FILE", true};
+inline constexpr Argument kAllowOlderFlag{"--allow-older", &Options::allowOlder,
+                                          "Write a version older than the running one too"};
+inline constexpr Argument kAllowReinstallFlag{"--allow-reinstall", &Options::allowReinstall,
+                                              "Write a version again that runs or waits"};
 inline constexpr Argument kDryRunFlag{"--dry-run", &Options::dryRun, "Say what would be done and change nothing"};
 
 }  // namespace orvhost

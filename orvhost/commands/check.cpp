@@ -3,19 +3,34 @@
 #include "orvhost/commands/package_check.h"
 #include "orvhost/commands/preflight.h"
 #include "orvhost/commands/waiting_update.h"
+#include "orvhost/commands/write_policy.h"
 
 namespace orvhost {
 
 namespace {
 
-std::string WhatUpdateWouldDo(const Outcome& outcome, const std::string& offered) {
-  if (outcome.verdict == "newer") {
-    return " Run \"orvhost update\" to write it.";
+// What comes of the package now; false when "orvhost update" would refuse it, with the failure in `*outcome`.
+bool Conclude(const Run& run, const Session& session, const PackageCheck& check, Outcome* outcome) {
+  const Comparison comparison = check.Compare(session);
+  const std::string& offered = check.Manifest().version;
+  const bool isAskedFor = run.options.allowReinstall;
+  const bool waits = !isAskedFor && WaitsForApply(session, offered);
+  const bool isDone = waits || (!isAskedFor && outcome->before == offered);
+  const auto objection = FindObjection(run.options, comparison);
+  if (objection && !isDone) {
+    Refuse(run, check, comparison, *objection, outcome);
+    return false;
   }
-  if (outcome.before == offered) {
-    return " There is nothing to update.";
+  outcome->verdict = comparison.verdict;
+  outcome->summary = comparison.sentence;
+  if (waits) {
+    outcome->summary += " It is written already and waits for \"orvhost apply\".";
+  } else if (isDone) {
+    outcome->summary += " There is nothing to update.";
+  } else {
+    outcome->summary += " Run \"orvhost update\" to write it.";
   }
-  return " \"orvhost update\" would write it all the same.";
+  return true;
 }
 
 Outcome Check(const Run& run) {
@@ -34,10 +49,10 @@ Outcome Check(const Run& run) {
   if (!fits) {
     return outcome;
   }
-  const Comparison comparison = check.Compare(*session);
-  outcome.verdict = comparison.verdict;
   outcome.after = outcome.before;
-  outcome.summary = comparison.sentence + WhatUpdateWouldDo(outcome, check.Manifest().version);
+  if (!Conclude(run, *session, check, &outcome)) {
+    return outcome;
+  }
   outcome.facts.push_back({"prerequisites", "Prerequisites", "complete"});
   outcome.facts.push_back({"fit", "Fit", "the package is for this machine"});
   outcome.facts.push_back({"running_version", "Running version", outcome.before});
@@ -55,8 +70,10 @@ tool there, is there room. Stops at the first obstacle and names it.
 
 The verdict is newer, older, same or not-comparable. The plug-in compares; a
 version with the same text as the running one is always the same.
-Note that "orvhost update" writes what fits and is not the running version,
-an older one too. What only the update itself can show is named as not judged.
+One that "orvhost update" would refuse ends with exit code 6: an older version,
+or one that cannot be compared, without --allow-older; one that counts as the
+same without --allow-reinstall. What only the update itself can show is named as
+not judged.
 
 Registers nothing and writes no records. During the run the package is copied
 and unpacked below INSTALL_PATH. As with every subcommand, the plug-in may make
@@ -66,17 +83,17 @@ Examples:
   orvhost check bmc-01-24.zip
   orvhost check bmc-01-24.zip --json | jq -r .verdict
 
-Exit codes: 0 an update would succeed, with any verdict; 3 no plug-in; 4
-something is missing on this machine; 5 the package cannot be used; 6 it is not
-for this machine; 7 the BMC does not report its version, or the host's records
-are damaged.)";
+Exit codes: 0 an update would succeed, or there is nothing to do; 3 no plug-in;
+4 something is missing on this machine; 5 the package cannot be used; 6 it is
+not for this machine, or needs one of the options; 7 the BMC does not report its
+version, or the host's records are damaged.)";
 
 }  // namespace
 
 const Command kCheckCommand = {"check",
                                "Check whether a package fits, and compare its version with the running one",
                                kCheckHelp,
-                               {kPackageArgument},
+                               {kPackageArgument, kAllowOlderFlag, kAllowReinstallFlag},
                                Check};
 
 }  // namespace orvhost

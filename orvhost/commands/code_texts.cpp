@@ -27,9 +27,11 @@ constexpr auto kExitCodes = std::to_array<NumberText>({
      "The archive is damaged, takes too much to read, is no update package or does not hold what an update of this "
      "server needs. The flash was not touched.",
      "Get the package anew."},
-    {6, "The package, or the report, is not for this machine.",
-     "The server type, the major version or the model differs. The flash was not touched.",
-     "Get the package that is made for this server."},
+    {6, "The package, or the report, is not for this machine, or the package is not newer than what runs.",
+     "The server type, the major version or the model differs; or the package is older than the running version, or "
+     "counts as the same. The flash was not touched.",
+     "Get the package that is made for this server. If an older version is what you want, write it with --allow-older; "
+     "the same again with --allow-reinstall."},
     {7, "The run failed before anything was written.",
      "This run did not touch the flash; the firmware that ran before still runs.",
      "Repair what the evidence names, then run the same command again."},
@@ -38,7 +40,7 @@ constexpr auto kExitCodes = std::to_array<NumberText>({
      "Keep the machine powered, do not reboot it, and run the same command again."},
     {9, "The BMC runs another version than the one that was installed.",
      "The new firmware was not activated, or the package's image is not what its description states.",
-     "Run \"orvhost apply\" if it was left out; otherwise update again."},
+     "Run \"orvhost apply\" if it was left out (\"orvhost verify\" says so); otherwise update again."},
     {10, "Another run of orvhost is at work.", "Two runs must not meet at one BMC, so this one began nothing.",
      "Wait until the other run has ended, then run the same command again."},
     {11, "The run was asked to end by a signal, such as SIGTERM or the interrupt key's.",

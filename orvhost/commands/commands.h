@@ -24,6 +24,7 @@ extern const Command kCheckCommand;
 extern const Command kUpdateCommand;
 extern const Command kApplyCommand;
 extern const Command kVerifyCommand;
+extern const Command kRollbackCommand;
 extern const Command kReportCommand;
 extern const Command kNotifyCommand;
 extern const Command kMethodsCommand;
@@ -35,10 +36,10 @@ extern const Command kExplainCommand;
 extern const Command kValidateCommand;
 
 // In the order of the road of an update, then what helps beside it.
-[[nodiscard]] inline std::array<const Command*, 14> AllCommands() {
-  return {&kIdentifyCommand, &kCheckCommand,   &kUpdateCommand,  &kApplyCommand,   &kVerifyCommand,
-          &kReportCommand,   &kNotifyCommand,  &kMethodsCommand, &kHistoryCommand, &kShowCommand,
-          &kDiagnoseCommand, &kMetricsCommand, &kExplainCommand, &kValidateCommand};
+[[nodiscard]] inline std::array<const Command*, 15> AllCommands() {
+  return {&kIdentifyCommand, &kCheckCommand,    &kUpdateCommand,  &kApplyCommand,   &kVerifyCommand,
+          &kRollbackCommand, &kReportCommand,   &kNotifyCommand,  &kMethodsCommand, &kHistoryCommand,
+          &kShowCommand,     &kDiagnoseCommand, &kMetricsCommand, &kExplainCommand, &kValidateCommand};
 }
 
 }  // namespace orvhost

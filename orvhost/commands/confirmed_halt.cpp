@@ -2,14 +2,16 @@
 
 #include "host/Results.h"
 #include "orvhost/run/failure.h"
+#include "orvhost/run/machine.h"
 
 namespace orvhost {
 
-bool MayHalt(const Run& run, Outcome* outcome) {
+bool MayHalt(const Run& run, const std::string& what, Outcome* outcome) {
   if (run.options.yes) {
     return true;
   }
-  if (run.console.CanAsk() && run.console.Ask("This halts the machine now. Go on?")) {
+  const std::string question = what + "The machine " + HostName() + " goes down now. Go on?";
+  if (run.console.CanAsk() && run.console.Ask(question)) {
     return true;
   }
   EndIfAsked(run, *outcome);
@@ -28,7 +30,9 @@ void PutIntoOperation(const Run& run, const Session& session, Outcome* outcome) 
          {.exitCode = FailedExitCode(run),
           .verdict = "not-applied",
           .cause = "The new firmware was not put into operation.",
-          .nextStep = "The machine stays up and the written firmware stays in place; run the same command again."});
+          .nextStep =
+              "The machine stays up and the written firmware stays in place; run the same command again. If "
+              "the BMC refuses it again, write the package anew: \"orvhost update PACKAGE --allow-reinstall\"."});
     return;
   }
   // A plug-in may report success although it stopped before the shutdown; the trace tells.

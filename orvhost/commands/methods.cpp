@@ -40,7 +40,7 @@ Outcome Methods(const Run& run) {
   Outcome outcome;
   outcome.facts = {{"method", "Method", run.options.methodName}};
   EnterPhase(run, &outcome, "confirm");
-  if (run.options.methodName == kRebootMethod && !run.options.dryRun && !MayHalt(run, &outcome)) {
+  if (run.options.methodName == kRebootMethod && !run.options.dryRun && !MayHalt(run, "", &outcome)) {
     return outcome;
   }
   EnterPhase(run, &outcome, "plug-in");

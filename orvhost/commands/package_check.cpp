@@ -91,7 +91,7 @@ bool PackageCheck::Judge(const Session& session) {
     return false;
   }
   run_.console.Say("Running", outcome_->before);
-  return outcome_->before == manifest_.version || HasNoObstacle();
+  return (outcome_->before == manifest_.version && !run_.options.allowReinstall) || HasNoObstacle();
 }
 
 bool PackageCheck::HasNoObstacle() {

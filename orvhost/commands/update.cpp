@@ -6,6 +6,7 @@
 #include "orvhost/commands/preflight.h"
 #include "orvhost/commands/steps.h"
 #include "orvhost/commands/waiting_update.h"
+#include "orvhost/commands/write_policy.h"
 #include "orvhost/run/failure.h"
 #include "orvhost/run/last_writer.h"
 #include "orvhost/run/machine.h"
@@ -26,6 +27,8 @@ class UpdateRoad {
   void Take();
   bool OpenPlugin();
   bool FindSomethingToDo();
+  bool IsDone();
+  void EndDry(const Comparison& comparison);
   bool Register();
   bool Prepare();
   bool Write();
@@ -77,26 +80,50 @@ bool UpdateRoad::OpenPlugin() {
 
 // Ends a dry run too: up to here nothing is changed.
 bool UpdateRoad::FindSomethingToDo() {
-  if (outcome_.before != Version()) {
-    if (!run_.options.dryRun) {
-      return true;
-    }
-    EndDryRun(check_.Compare(*session_).sentence + " \"orvhost update\" would write version " + Version() +
-                  " and record it, which takes minutes; the BMC would go on running " + outcome_.before +
-                  " until \"orvhost apply\".",
-              &outcome_);
-    outcome_.facts.push_back({"not_judged", "Not judged", NotJudgedBeforehand(check_.Method())});
+  if (!run_.options.allowReinstall && IsDone()) {
     return false;
   }
-  CFirmware& firmware = session_->Firmware();
-  outcome_.verdict = "nothing-to-do";
-  outcome_.after = outcome_.before;
-  outcome_.summary = "Nothing to do: the BMC already runs version " + outcome_.before + ".";
-  if (NeedsApply(*session_, outcome_.before).value_or(false)) {
-    outcome_.summary += " Version " + firmware.GetOperatingModuleInfo().moduleVersion +
-                        ", which was written earlier, still waits for \"orvhost apply\".";
+  const Comparison comparison = check_.Compare(*session_);
+  if (!MayWrite(run_, *session_, check_, comparison, &outcome_)) {
+    return false;
   }
-  return false;
+  if (run_.options.dryRun) {
+    EndDry(comparison);
+  }
+  return !run_.options.dryRun;
+}
+
+// True, with the outcome complete, when the version runs already or is written and waits.
+bool UpdateRoad::IsDone() {
+  const bool runs = outcome_.before == Version();
+  const bool waits = WaitsForApply(*session_, Version());
+  if (!runs && !waits) {
+    return false;
+  }
+  outcome_.verdict = "nothing-to-do";
+  if (runs) {
+    outcome_.after = outcome_.before;
+    outcome_.summary = "Nothing to do: the BMC already runs version " + outcome_.before + ".";
+    if (NeedsApply(*session_, outcome_.before).value_or(false)) {
+      outcome_.summary += " Version " + session_->Firmware().GetOperatingModuleInfo().moduleVersion +
+                          ", which was written earlier, still waits for \"orvhost apply\".";
+    }
+    return true;
+  }
+  outcome_.after = Version();
+  outcome_.needsApply = true;
+  outcome_.summary = "Nothing to do: version " + Version() +
+                     " is written already and waits for \"orvhost apply\"; the BMC still runs " + outcome_.before +
+                     ". --allow-reinstall writes it again.";
+  return true;
+}
+
+void UpdateRoad::EndDry(const Comparison& comparison) {
+  EndDryRun(comparison.sentence + " \"orvhost update\" would write version " + Version() +
+                " and record it, which takes minutes; the BMC would go on running " + outcome_.before +
+                " until \"orvhost apply\".",
+            &outcome_);
+  outcome_.facts.push_back({"not_judged", "Not judged", NotJudgedBeforehand(check_.Method())});
 }
 
 bool UpdateRoad::Register() {
@@ -170,8 +197,14 @@ bool UpdateRoad::Record() {
 constexpr const char* kUpdateHelp = R"(Takes the steps of "orvhost check", registers the package, writes its firmware
 to the BMC and records it. That takes minutes: keep the machine powered. The BMC
 goes on running the old version until "orvhost apply". There is nothing to do
-when it runs the package's version already. What is judged, recorded and written
-is a private copy that is made once, so the file itself may change meanwhile.
+when it runs the package's version already, or when that is written and waits
+for "orvhost apply". What is judged, recorded and written is a private copy that
+is made once, so the file itself may change meanwhile.
+
+An older version is written only with --allow-older, and so is one that cannot
+be compared with the running one. The version that runs or waits is written
+again only with --allow-reinstall. At a terminal the tool asks instead of
+refusing an older one.
 
 Asked to end (by the interrupt key, SIGTERM, SIGQUIT or a lost terminal), the
 run ends before the flash is touched and says what it leaves. Once the flash is
@@ -184,18 +217,19 @@ With --dry-run everything is judged and shown, and nothing is written.
 
 Examples:
   orvhost update bmc-01-24.zip --dry-run
+  orvhost update bmc-01-22.zip --allow-older
   orvhost update bmc-01-24.zip --log-file /var/log/orvhost.log
 
-Exit codes: 0 written, or nothing to do; 3 to 6 as of "orvhost check"; 7 failed,
-the flash is untouched; 8 failed after writing had begun; 11 interrupted, the
-flash is untouched.)";
+Exit codes: 0 written, or nothing to do; 3 to 6 as of "orvhost check"; 6 also an
+older version without --allow-older; 7 failed, the flash is untouched; 8 failed
+after writing had begun; 11 interrupted, the flash is untouched.)";
 
 }  // namespace
 
 const Command kUpdateCommand = {"update",
                                 "Check an update package and write it to the BMC",
                                 kUpdateHelp,
-                                {kPackageArgument, kDryRunFlag},
+                                {kPackageArgument, kAllowOlderFlag, kAllowReinstallFlag, kDryRunFlag},
                                 [](const Run& run) { return UpdateRoad(run).Go(); }};
 
 }  // namespace orvhost

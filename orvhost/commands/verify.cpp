@@ -29,6 +29,28 @@ void Explain(const Run& run, const std::string& recorded, Outcome* outcome) {
                     "\"orvhost update\" again."});
 }
 
+// True, with a complete outcome, when what is written was never put into operation: that the BMC runs another version
+// is then no error that the plug-in should record.
+bool IsNotAppliedYet(const Run& run, const Session& session, const std::string& recorded, Outcome* outcome) {
+  if (!WaitsForApply(session, recorded)) {
+    return false;
+  }
+  const std::string running = session.Firmware().GetOperatingVersionCache();
+  if (running == host::kAbnormalVersion || NeedsApply(session, running) != true) {
+    return false;
+  }
+  outcome->before = running;
+  outcome->after = running;
+  outcome->needsApply = true;
+  Fail(
+      run, outcome,
+      {.exitCode = ExitCode::kVersionNotExpected,
+       .verdict = "not-applied-yet",
+       .cause = "Version " + recorded + " is written and not applied yet; the BMC still runs " + running + ".",
+       .nextStep = "Run \"orvhost apply\" when the machine may go down, and when it is up again, \"orvhost verify\"."});
+  return true;
+}
+
 Outcome Verify(const Run& run) {
   Outcome outcome;
   EnterPhase(run, &outcome, "plug-in");
@@ -52,6 +74,9 @@ Outcome Verify(const Run& run) {
   if (const auto obstacle = UnfinishedUpdate(records)) {
     Fail(run, &outcome, *obstacle);
     outcome.needsApply = false;
+    return outcome;
+  }
+  if (IsNotAppliedYet(run, *session, recorded, &outcome)) {
     return outcome;
   }
   if (session->Vendor().ExecuteUpdateApplyCheck(kModuleKind) != host::kSuccess) {
@@ -81,13 +106,13 @@ Outcome Verify(const Run& run) {
 
 constexpr const char* kVerifyHelp = R"(Compares the version that the BMC runs with the one that the host recorded when
 it was installed, and keeps the result in the records. Run it when the machine
-is up again after "orvhost apply".
+is up again after "orvhost apply"; before that it says "not applied yet".
 
 Example:
   orvhost verify && echo done
 
 Exit codes: 0 the same; 3 no plug-in; 7 nothing is recorded, or the BMC does not
-answer with its version; 9 another version runs.)";
+answer with its version; 9 another version runs, or it is not applied yet.)";
 
 }  // namespace
 

@@ -1,5 +1,7 @@
 #include "orvhost/commands/waiting_update.h"
 
+#include "orvhost/journal/applied.h"
+#include "orvhost/journal/journal_folder.h"
 #include "orvhost/run/last_writer.h"
 #include "refhost/module_state.h"
 #include "refhost/settings.h"
@@ -8,19 +10,31 @@ namespace orvhost {
 
 namespace {
 
-std::optional<bool> IsWritten() {
+std::optional<refhost::ModuleState> Records() {
   refhost::ModuleState records;
   std::string ignored;
-  if (!refhost::ReadModuleState(refhost::ModuleStateFolder(), &records, &ignored)) {
-    return {};
-  }
-  return refhost::IsWritten(records);
+  return refhost::ReadModuleState(refhost::ModuleStateFolder(), &records, &ignored) ? std::optional(records)
+                                                                                    : std::nullopt;
+}
+
+bool IsLastWriter() {
+  return OtherLastWriter(refhost::CurrentSettings().installPath).installPath.empty();
+}
+
+std::optional<bool> WasAppliedHere() {
+  return WasApplied(JournalFolder(refhost::CurrentSettings().installPath));
 }
 
 }  // namespace
 
 bool IsRecordedAsWritten() {
-  return IsWritten().value_or(false);
+  const auto records = Records();
+  return records && refhost::IsWritten(*records);
+}
+
+bool WaitsForApply(const Session& session, const std::string& version) {
+  return IsRecordedAsWritten() && session.Firmware().GetOperatingModuleInfo().moduleVersion == version &&
+         IsLastWriter() && !WasAppliedHere().value_or(false);
 }
 
 bool IsRecordedAs(refhost::UpdateStatus status) {
@@ -30,16 +44,23 @@ bool IsRecordedAs(refhost::UpdateStatus status) {
 }
 
 std::optional<bool> NeedsApply(const Session& session, const std::string& running) {
-  const std::optional<bool> isWritten = IsWritten();
-  if (!isWritten || !*isWritten) {
-    return isWritten;
+  const auto records = Records();
+  if (!records) {
+    return {};
   }
-  if (!OtherLastWriter(refhost::CurrentSettings().installPath).installPath.empty()) {
+  if (!refhost::IsWritten(*records)) {
+    return false;
+  }
+  if (running.empty()) {
+    return {};
+  }
+  if (!IsLastWriter()) {
     return false;  // "apply" refuses it
   }
   // The records go on saying "written" after a restart, until "verify".
-  return running.empty() ? std::nullopt
-                         : std::optional(session.Firmware().GetOperatingModuleInfo().moduleVersion != running);
+  const std::string written = session.Firmware().GetOperatingModuleInfo().moduleVersion;
+  const bool isTheSameAgain = records->previousVersion == written;
+  return written != running || (isTheSameAgain && WasAppliedHere() == false);
 }
 
 }  // namespace orvhost

@@ -16,6 +16,9 @@ namespace orvhost {
 // True when the records have this status; false also when they cannot be read.
 [[nodiscard]] bool IsRecordedAs(refhost::UpdateStatus status);
 
+// True when `version` is written and was not put into operation since, as far as the records and journals tell.
+[[nodiscard]] bool WaitsForApply(const Session& session, const std::string& version);
+
 // True when "apply" comes next: a version is written, and the BMC runs another one. `running` is the one that it runs;
 // with "", for unknown, there is an answer only when nothing was written. No answer when the records cannot be read.
 [[nodiscard]] std::optional<bool> NeedsApply(const Session& session, const std::string& running);

@@ -22,7 +22,9 @@ struct Options {
   bool json = false;
 
   // Of some subcommands.
-  bool dryRun = false;  // tell what would be done and change nothing
+  bool dryRun = false;          // tell what would be done and change nothing
+  bool allowOlder = false;      // write a version that is older than the running one
+  bool allowReinstall = false;  // write the running version, or the one that waits, again
   std::string packagePath;
 
   // Of one subcommand each.

@@ -63,7 +63,11 @@ std::string RunUpdate(const std::string& package) {
 }
 
 std::string UpdateAgain(const Situation& situation, bool flashTouched) {
-  const std::string package = situation.run.Option("package");
+  std::string package = situation.run.Option("package");
+  if (!package.empty()) {
+    package += situation.run.HasOption("allow_older") ? " --allow-older" : "";
+    package += situation.run.HasOption("allow_reinstall") ? " --allow-reinstall" : "";
+  }
   return flashTouched ? KeepPoweredAndUpdate(package) : "R" + RunUpdate(package).substr(1);
 }
 
@@ -198,6 +202,11 @@ void TakeVerified(const Situation& situation, Diagnosis* diagnosis) {
     diagnosis->bmc = "runs the firmware that was installed, as \"orvhost verify\" found";
     diagnosis->unknown = "";
     diagnosis->nextStep = "Nothing to do.";
+  } else if (situation.verifiedAs == "not-applied-yet") {
+    diagnosis->bmc =
+        "runs the firmware that it ran before, as \"orvhost verify\" found; what is written beside it waits";
+    diagnosis->unknown = "";
+    diagnosis->nextStep = kApply;
   } else if (situation.verifiedAs == "version-not-expected") {
     diagnosis->bmc = "runs another version than the one that was installed, as \"orvhost verify\" found";
     diagnosis->unknown = "";

@@ -40,9 +40,16 @@ bool SyncFolder(const std::string& folder) {
 }
 
 ordered_json ToJson(const Options& options) {
-  return {{"package", options.packagePath}, {"dry_run", options.dryRun},  {"method", options.methodName},
-          {"out", options.outFolder},       {"yes", options.yes},         {"json", options.json},
-          {"quiet", options.quiet},         {"log_file", options.logFile}};
+  return {{"package", options.packagePath},
+          {"dry_run", options.dryRun},
+          {"allow_older", options.allowOlder},
+          {"allow_reinstall", options.allowReinstall},
+          {"method", options.methodName},
+          {"out", options.outFolder},
+          {"yes", options.yes},
+          {"json", options.json},
+          {"quiet", options.quiet},
+          {"log_file", options.logFile}};
 }
 
 // The file that the command's output goes to; "" when it is not kept. A plug-in redirects by the line itself.

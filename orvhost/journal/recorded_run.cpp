@@ -116,12 +116,12 @@ std::string RecordedRun::Option(const char* name) const {
   return TextIn(entries.front().fields["options"], name);
 }
 
-bool RecordedRun::IsDryRun() const {
+bool RecordedRun::HasOption(const char* name) const {
   if (entries.empty()) {
     return false;
   }
-  const json::json_pointer dryRun("/options/dry_run");
-  return entries.front().fields.contains(dryRun) && entries.front().fields[dryRun] == true;
+  const json::json_pointer option(std::string("/options/") + name);
+  return entries.front().fields.contains(option) && entries.front().fields[option] == true;
 }
 
 std::string RecordedRun::LastPhase() const {

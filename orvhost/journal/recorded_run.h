@@ -37,7 +37,8 @@ struct RecordedRun {
   // The first line and what stands in it; "" when the journal lacks it.
   [[nodiscard]] std::string Begin(const char* name) const;
   [[nodiscard]] std::string Option(const char* name) const;
-  [[nodiscard]] bool IsDryRun() const;
+  [[nodiscard]] bool HasOption(const char* name) const;  // of one that is set or not
+  [[nodiscard]] bool IsDryRun() const { return HasOption("dry_run"); }
 
   // The phase that was entered last; "" before the first.
   [[nodiscard]] std::string LastPhase() const;

@@ -96,6 +96,16 @@ bool ReachedTheDevice(const RecordedRun& run) {
   return (run.Entered("method") && run.Option("method") == kRebootMethod) || WentDown(run);
 }
 
+bool WasPutIntoOperation(const RecordedRun& run) {
+  const std::string command = CommandOf(run);
+  const bool isApply = command == "apply" || command == "methods";
+  // The marker is deleted only when the BMC has confirmed the flag.
+  return isApply && ReachedTheDevice(run) &&
+         (WentDown(run) || std::ranges::any_of(run.entries, [](const JournalEntry& entry) {
+            return entry.kind == "trace" && entry.Text("text").starts_with(plugin_lines::lines::kMarkerDeleted);
+          }));
+}
+
 bool MayHaveReachedTheDevice(const RecordedRun& run) {
   const std::string command = CommandOf(run);
   return run.IsDamaged() && run.Outcome() == nullptr && !run.IsDryRun() && !ReachedTheDevice(run) &&

@@ -21,7 +21,10 @@ struct FlashRemains {
 // True when the run could have changed the device, and went far enough to do so.
 [[nodiscard]] bool ReachedTheDevice(const RecordedRun& run);
 
-// True when that is not shown, but lines are lost that may have shown it.
+// True when it was an apply, or the method that does the same, that got as far as the BMC's reboot flag.
+[[nodiscard]] bool WasPutIntoOperation(const RecordedRun& run);
+
+// True when reaching the device is not shown, but lines are lost that may have shown it.
 [[nodiscard]] bool MayHaveReachedTheDevice(const RecordedRun& run);
 
 }  // namespace orvhost

@@ -2,6 +2,8 @@
 
 #include <unistd.h>
 
+#include <array>
+#include <climits>
 #include <cstdlib>
 
 namespace orvhost {
@@ -12,6 +14,11 @@ bool IsLabMachine() {
 
 bool MayWriteFirmware() {
   return geteuid() == 0 || IsLabMachine();
+}
+
+std::string HostName() {
+  std::array<char, HOST_NAME_MAX + 1> name{};
+  return gethostname(name.data(), name.size() - 1) == 0 && name[0] != '\0' ? name.data() : "this machine";
 }
 
 std::string MachineFolder() {

@@ -12,6 +12,9 @@ namespace orvhost {
 // Whether this process may write firmware: it is root's, or this is a laboratory's machine.
 [[nodiscard]] bool MayWriteFirmware();
 
+// What the machine calls itself on the network.
+[[nodiscard]] std::string HostName();
+
 // The folder of the lock that all runs of this machine share which may write firmware. It lies where root alone can
 // make a folder, so that no other user can be there first. In a laboratory ORVHOST_LAB_LOCK_FOLDER may name another
 // one; runs with different folders are then runs of different machines.

@@ -10,6 +10,7 @@
 #include "refhost/machine.h"
 #include "refhost/module_state.h"
 #include "refhost/package.h"
+#include "refhost/settings.h"
 #include "refhost/staged_package.h"
 
 namespace {
@@ -142,7 +143,12 @@ CManageRepositoryInfo CModuleManager::GetOperatingModuleInfo() {
 }
 
 CManageRepositoryInfo CModuleManager::GetUpdateModuleInfo() {
-  return Load().update.info;
+  CManageRepositoryInfo info = Load().update.info;
+  // A plug-in that reads the running version here has nothing to do; without a version it writes the package.
+  if (refhost::CurrentSettings().writesAgain) {
+    info.moduleVersion.clear();
+  }
+  return info;
 }
 
 int CModuleManager::GetUpdatePriority() {

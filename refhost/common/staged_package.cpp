@@ -93,7 +93,35 @@ std::string CopyBytes(const posix::FileDescriptor& source, const posix::FileDesc
   }
 }
 
+// What a digest alone is wanted of is written nowhere.
+std::string DigestOf(const posix::FileDescriptor& source) {
+  Sha256 digest;
+  std::array<char, 65536> block{};
+  for (;;) {
+    const ssize_t taken = read(source.Get(), block.data(), block.size());
+    if (taken < 0 && errno == EINTR) {
+      continue;
+    }
+    if (taken < 0) {
+      throw ArchiveError("it cannot be read: " + posix::LastError());
+    }
+    if (taken == 0) {
+      return digest.TakeDigest();
+    }
+    digest.Add(block.data(), static_cast<std::size_t>(taken));
+  }
+}
+
 }  // namespace
+
+std::string Sha256OfFile(const std::string& path, std::string* error) {
+  try {
+    return DigestOf(OpenArchiveFile(path));
+  } catch (const std::exception& failure) {
+    *error = failure.what();
+    return "";
+  }
+}
 
 StagedPackage::StagedPackage(std::string folder, std::string original)
     : folder_(std::move(folder)), original_(std::move(original)) {

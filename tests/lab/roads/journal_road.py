@@ -133,7 +133,9 @@ class JournalRoad(Road):
 
     def verify_finds_the_old_one(self, next_step: str) -> str:
         done = self.orvhost("verify")
-        self.assert_report(done, 9, verdict="version-not-expected")
+        verdict = "not-applied-yet" if next_step == APPLY else "version-not-expected"
+        self.assert_report(done, 9, verdict=verdict)
+        self.assertEqual(done.records == [], verdict == "not-applied-yet")
         self.assertIn(next_step, self.orvhost("diagnose").report["facts"]["next_step"])
         return f"verify: {done.report['verdict']}, then diagnose names {next_step}"
 

@@ -29,6 +29,27 @@ class AServerAndItsPackages(Road):
         self.assert_nothing_happened()
         self.assert_scratch_holds()
 
+    def test_the_running_version_is_written_again_on_demand_and_an_older_one_too(self):
+        running = self.running()
+        package = f"/share/packages/{self.make_package(running)}"
+        again = self.orvhost("update", package, "--allow-reinstall")
+        self.assert_report(again, 0, verdict="updated", flash_touched=True, needs_apply=True, after=running)
+        self.assertNotIn("1 Already Updated", again.trace)
+        self.assert_bmc(running=running, standby=running, whole=True)
+        self.assert_report(self.orvhost("verify"), 9, verdict="not-applied-yet")
+        major, minor = running.split("-")
+        older = f"{major}-{int(minor) - 1:02d}"
+        path = f"/share/packages/{self.make_package(older)}"
+        self.start_counting()
+        refused = self.orvhost("update", path)
+        self.assert_report(refused, 6, verdict="older-not-allowed", changed=False, flash_touched=False)
+        self.assertEqual(self.asked(), [])
+        self.assert_bmc(standby=running)
+        self.assert_report(self.orvhost("check", path), 6, verdict="older-not-allowed")
+        self.assert_report(self.orvhost("update", path, "--allow-older"), 0, verdict="updated", after=older)
+        self.assert_report(self.orvhost("update", path), 0, verdict="nothing-to-do", changed=False, needs_apply=True)
+        self.assert_bmc(running=running, standby=older, whole=True)
+
     def test_a_package_that_cannot_be_read_fails_before_the_plug_in_is_loaded(self):
         for name, reason in (("missing.zip", "No such file or directory"), ("empty.zip", "the file is empty"),
                              ("not-an-archive.zip", "."), ("truncated.zip", "."), ("corrupt.zip", "CRC")):

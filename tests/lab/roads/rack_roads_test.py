@@ -177,13 +177,16 @@ class ARackServer(RackRoad):
         pair = self.running_pair()
         self.pack(version)
         done = self.check("compared.zip", pauses=SHORT_PAUSES)
-        self.assert_report(done, 0, command="check", verdict=verdict,
+        refusals = {"older": "older-not-allowed", "same": "reinstall-not-allowed"} if version != pair else {}
+        refused = refusals.get(verdict)
+        self.assert_report(done, 6 if refused else 0, command="check", verdict=refused or verdict,
                            phase="compare" if version == pair else "preflight", changed=False, flash_touched=False,
-                           before=pair, after=pair, error=None)
+                           before=pair, after=pair)
         self.assertEqual(done.records, records)
         stated = f"the BMC already runs version {pair}. " if version == pair else (
             f"it holds version {version}, and the BMC runs {pair}. ")
-        self.assertEqual(done.report["summary"].find(begin + stated), 0, done.report["summary"])
+        said = done.report["error"]["cause"] if refused else done.report["summary"]
+        self.assertEqual(said.find(begin + stated), 0, said)
         return done
 
     def test_the_serial_number_decides_which_package_fits(self):

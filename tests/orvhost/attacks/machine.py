@@ -128,7 +128,7 @@ class Machine:
 
     def update(self, around: tuple = (), padding: int = 0, **streams) -> Ended:
         """With so many more bytes, an even number, in the journal's first line."""
-        return self.run(["update", str(self.folder / "new.zip"), "--json", "--log-file",
+        return self.run(["update", str(self.folder / "new.zip"), "--allow-reinstall", "--json", "--log-file",
                          str(self.logs) + "/." * (padding // 2) + "/log"], around, **streams)
 
     def state(self) -> dict:

@@ -58,11 +58,11 @@ TEST_F(Check, ANewerPackage) {
 
 TEST_F(Check, AnOlderPackage) {
   const json object = CheckJson("01-22");
-  EXPECT_EQ(object["verdict"], "older");
-  EXPECT_EQ(
-      object["summary"],
-      "The package is older: it holds version 01-22, and the BMC runs 01-23. \"orvhost update\" would write it all "
-      "the same.");
+  EXPECT_EQ(object["verdict"], "older-not-allowed");
+  EXPECT_EQ(object["exit_code"], 6);
+  EXPECT_EQ(object["error"]["cause"],
+            "The package is older: it holds version 01-22, and the BMC runs 01-23. It is not written without "
+            "--allow-older.");
 }
 
 TEST_F(Check, TheRunningVersion) {
@@ -75,24 +75,26 @@ TEST_F(Check, TheRunningVersion) {
 TEST_F(Check, AVersionInWhichThePluginFindsNoDifference) {
   Ask("no-difference");
   const json object = CheckJson("01-24");
-  EXPECT_EQ(object["verdict"], "same");
-  EXPECT_EQ(object["summary"],
+  EXPECT_EQ(object["verdict"], "reinstall-not-allowed");
+  EXPECT_EQ(object["exit_code"], 6);
+  EXPECT_EQ(object["error"]["cause"],
             "The package counts as the same, because the plug-in finds no difference: it holds version 01-24, and the "
-            "BMC runs 01-23. \"orvhost update\" would write it all the same.");
+            "BMC runs 01-23. It is not written without --allow-reinstall.");
 }
 
 TEST_F(Check, AVersionThatCannotBeCompared) {
   setenv("TEST_PLUGIN_VERSION", "01-233", 1);
   json object = CheckJson("01-24");
-  EXPECT_EQ(object["verdict"], "not-comparable");
-  EXPECT_EQ(object["summary"],
+  EXPECT_EQ(object["verdict"], "older-not-allowed");
+  EXPECT_EQ(object["exit_code"], 6);
+  EXPECT_EQ(object["error"]["cause"],
             "The package cannot be compared, because the running version is malformed: it holds version 01-24, and the "
-            "BMC runs 01-233. \"orvhost update\" would write it all the same.");
+            "BMC runs 01-233. It is not written without --allow-older.");
   Ask("finds-malformed");
-  EXPECT_NE(CheckJson("01-24")["summary"].get<std::string>().find("because one of them is malformed"),
+  EXPECT_NE(CheckJson("01-24")["error"]["cause"].get<std::string>().find("because one of them is malformed"),
             std::string::npos);
   unsetenv("TEST_PLUGIN_VERSION");
-  EXPECT_NE(CheckJson("01-24")["summary"].get<std::string>().find("because the package's version is malformed"),
+  EXPECT_NE(CheckJson("01-24")["error"]["cause"].get<std::string>().find("because the package's version is malformed"),
             std::string::npos);
 }
 

@@ -170,6 +170,7 @@ TEST_F(Endings, TimedOutButComplete) {
 
 TEST_F(Endings, VersionNotAsExpected) {
   ASSERT_EQ(Run(Update(good_)), 0);
+  ASSERT_EQ(Run("apply --yes"), 0);
   const std::string cause = "The BMC runs version 01-23, but version 01-24 was installed.";
   const std::string record = "MSGID_BMC_0015_F The BMC runs firmware version 01-23, but version 01-24 was installed.";
   EXPECT_EQ(Ending("verify"),

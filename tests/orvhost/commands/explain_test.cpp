@@ -68,16 +68,17 @@ class ExplainCommand : public Orvhost {};
 
 TEST_F(ExplainCommand, TellsThreeThingsOfEachCode) {
   EXPECT_EQ(Run("explain MSGID_BMC_0016_F exit 9"), 0) << err_;
-  EXPECT_EQ(out_,
-            "MSGID_BMC_0016_F\n"
-            "  failed: The update cannot be started.\n"
-            "  means:  The plug-in has no way to the BMC. The flash was not touched.\n"
-            "  do:     Install the package ipmitool, then run the same command again.\n"
-            "\n"
-            "exit 9\n"
-            "  failed: The BMC runs another version than the one that was installed.\n"
-            "  means:  The new firmware was not activated, or the package's image is not what its description states.\n"
-            "  do:     Run \"orvhost apply\" if it was left out; otherwise update again.\n");
+  EXPECT_EQ(
+      out_,
+      "MSGID_BMC_0016_F\n"
+      "  failed: The update cannot be started.\n"
+      "  means:  The plug-in has no way to the BMC. The flash was not touched.\n"
+      "  do:     Install the package ipmitool, then run the same command again.\n"
+      "\n"
+      "exit 9\n"
+      "  failed: The BMC runs another version than the one that was installed.\n"
+      "  means:  The new firmware was not activated, or the package's image is not what its description states.\n"
+      "  do:     Run \"orvhost apply\" if it was left out (\"orvhost verify\" says so); otherwise update again.\n");
 }
 
 TEST_F(ExplainCommand, AsJson) {

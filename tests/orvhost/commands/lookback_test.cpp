@@ -39,7 +39,7 @@ TEST_F(Lookback, HistoryWithoutRunsSaysSo) {
 TEST_F(Lookback, HistoryTellsEveryRunInOneLine) {
   ASSERT_EQ(Run(Update(good_)), 0);
   ASSERT_EQ(Run("update missing.zip"), 5);
-  Kill(StartAtTheGate(Update(good_), "waits"));
+  Kill(StartAtTheGate(UpdateAgain(good_), "waits"));
   StartAtTheGate(Update(good_), "waits");
   const json object = Look("history");
   ASSERT_EQ(object["runs"].size(), 4U);

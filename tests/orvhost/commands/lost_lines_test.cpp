@@ -40,7 +40,7 @@ class LostLines : public BackgroundOrvhost {
     folder_.Write(Newest(), kept + rest);
   }
 
-  void LeaveInTheFlash() { Kill(StartAtTheGate(Update(good_), "waits")); }
+  void LeaveInTheFlash() { Kill(StartAtTheGate(UpdateAgain(good_), "waits")); }
 };
 
 TEST_F(LostLines, WhatIsLeftShowsTheFlash) {

@@ -35,7 +35,7 @@ TEST_F(ReplacedPackage, IsWrittenAndRecordedAsItWasJudgedWheneverItIsReplaced) {
       const std::string sha256 = Sha256Of(good_);
       PutOther(other);
       Ask("unpacks swaps-at-" + std::string(moment));
-      const json object = RunJson(Update(good_));
+      const json object = RunJson(UpdateAgain(good_));
       EXPECT_EQ(object["verdict"], "updated") << moment << object;
       EXPECT_EQ(object["after"], "01-24");
       EXPECT_EQ(object["facts"]["package"], good_);
@@ -69,7 +69,7 @@ TEST_F(ReplacedPackage, APathThatIsNotUtf8IsCheckedAndWritten) {
 TEST_F(ReplacedPackage, LeavesNoCopyHoweverTheRunEnds) {
   for (const char* asked : {"", "no-vendor", "no-tool", "unreadable", "unprepared", "throws", "flash-fails"}) {
     Ask(asked);
-    Run(Update(good_));
+    Run(UpdateAgain(good_));
     EXPECT_FALSE(folder_.Has(".orvhost-package")) << asked;
   }
   Ask("");

@@ -1,4 +1,6 @@
 // The tool as a process of its own, with a plug-in that answers as each test asks.
+#include <array>
+
 #include "tests/orvhost/support/orvhost_fixture.h"
 
 namespace orvhost {
@@ -370,6 +372,7 @@ TEST_F(Orvhost, VerifyComparesWithTheRecord) {
 
 TEST_F(Orvhost, VerifyOfAnotherVersionFails) {
   ASSERT_EQ(Run(Update(good_)), 0);
+  ASSERT_EQ(Run("apply --yes"), 0);
   const json object = RunJson("verify");
   EXPECT_EQ(object["exit_code"], 9);
   EXPECT_EQ(object["verdict"], "version-not-expected");
@@ -468,8 +471,8 @@ TEST_F(Orvhost, HelpAndVersionAreNoErrors) {
   EXPECT_NE(out_.find("Subcommands:"), std::string::npos);
   EXPECT_EQ(Run("update --help"), 0);
   EXPECT_NE(out_.find("package"), std::string::npos);
-  for (const char* name : {"identify", "check", "update", "apply", "verify", "report", "notify", "methods", "history",
-                           "show", "diagnose", "explain", "validate"}) {
+  for (const char* name : {"identify", "check", "update", "apply", "verify", "rollback", "report", "notify", "methods",
+                           "history", "show", "diagnose", "explain", "validate"}) {
     EXPECT_EQ(Run(std::string(name) + " --help"), 0);
     EXPECT_NE(out_.find("\nExample"), std::string::npos) << out_;
     EXPECT_NE(out_.find(std::string("\n  orvhost ") + name), std::string::npos) << out_;
@@ -527,7 +530,13 @@ TEST_F(Orvhost, VerboseShowsTheTraceBesideTheOutput) {
 TEST_F(OrvhostAtATerminal, ApplyAsksBeforeItHaltsTheMachine) {
   ASSERT_EQ(Run(Update(good_)), 0);
   EXPECT_EQ(RunAtTerminal("apply", "\n"), 2);
-  EXPECT_NE(screen_.find("This halts the machine now. Go on? [y/N]"), std::string::npos) << screen_;
+  std::array<char, 256> host{};
+  ASSERT_EQ(gethostname(host.data(), host.size() - 1), 0);
+  EXPECT_NE(screen_.find("Version 01-24 is to take the place of 01-23 on " + std::string(host.data()) +
+                         ". The BMC powers the machine on again by itself. The machine " + host.data() +
+                         " goes down now. Go on? [y/N]"),
+            std::string::npos)
+      << screen_;
   EXPECT_EQ(RunAtTerminal("apply", "y\n"), 0);
   EXPECT_NE(screen_.find("The machine is going down."), std::string::npos) << screen_;
 }

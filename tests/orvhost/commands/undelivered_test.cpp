@@ -45,7 +45,7 @@ TEST_F(Undelivered, TheReasonAndTheEndOfTheRunStandOnTheStandardError) {
 
 TEST_F(Undelivered, WhatWasDoneStaysDoneAndTheJournalSaysSo) {
   for (const char* way : kWays) {
-    EXPECT_EQ(RunInto(way, Update(good_)), kNotDelivered) << way;
+    EXPECT_EQ(RunInto(way, UpdateAgain(good_)), kNotDelivered) << way;
     EXPECT_EQ(State().updateStatus, refhost::kUpdateWritten);
     EXPECT_EQ(RunJson("history")["runs"].back()["verdict"], "updated");
     EXPECT_EQ(RunJson("history")["runs"].back()["exit_code"], "0");

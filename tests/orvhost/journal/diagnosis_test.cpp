@@ -188,6 +188,23 @@ TEST_F(DiagnosisOf, AnUpdateWithAVerifiedVersionIsDone) {
   Expect("written", true, kApply);
 }
 
+TEST_F(DiagnosisOf, AnUpdateThatVerifyFoundNotAppliedIsToBeApplied) {
+  BeginUpdateUpToTheFlash();
+  Flash();
+  End("updated");
+  situation_.verifiedAs = "not-applied-yet";
+  Expect("written", true, kApply);
+  EXPECT_NE(Diagnose(situation_).bmc.find("what is written beside it waits"), std::string::npos);
+}
+
+TEST_F(DiagnosisOf, AnUpdateThatWasAllowedToGoBackIsRepeatedWithThat) {
+  Add({{"kind", "begin"},
+       {"command", "update"},
+       {"options", {{"package", "/p.zip"}, {"allow_older", true}, {"allow_reinstall", true}}}});
+  Phases({"register"});
+  Expect("flash-untouched", false, "Run \"orvhost update /p.zip --allow-older --allow-reinstall\" again.");
+}
+
 TEST_F(DiagnosisOf, AnApplyCutOffBeforeItsMarkerWasDeletedRunsAgain) {
   Begin("apply");
   Phases({"apply"});

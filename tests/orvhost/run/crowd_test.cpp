@@ -62,7 +62,7 @@ TEST_F(Crowd, TwoRunsAtOnceFromTwoInstallPathsNeverMeet) {
     std::vector<pid_t> runs;
     for (std::size_t i = 0; i < paths.size(); ++i) {
       installPath_ = paths[i];
-      runs.push_back(Start(Update(packages[i]), folder_ / ("out" + std::to_string(i))));
+      runs.push_back(Start(UpdateAgain(packages[i]), folder_ / ("out" + std::to_string(i))));
     }
     int done = 0;
     for (std::size_t i = 0; i < paths.size(); ++i) {
@@ -114,7 +114,7 @@ TEST_F(Crowd, AKilledRunLeavesNothingUntrue) {
                  std::to_string(moment.count()) + " us");
     const std::string earlier = RunJson("history")["runs"].back()["run_id"];  // old ones are dropped
     std::filesystem::remove(flashed);
-    const pid_t run = Start(Update(good_), folder_ / "out0");
+    const pid_t run = Start(UpdateAgain(good_), folder_ / "out0");
     const posix::FileDescriptor ended(static_cast<int>(syscall(SYS_pidfd_open, run, 0)));
     pollfd wait{ended.Get(), POLLIN, 0};
     const timespec limit{0, moment.count() * 1000};
@@ -141,11 +141,11 @@ TEST_F(Crowd, AKilledRunLeavesNothingUntrue) {
       EXPECT_FALSE(std::filesystem::exists(flashed));
     }
     // What the run had started may be at work still, which the next one says; it ends by itself.
-    json next = RunJson(Update(good_));
+    json next = RunJson(UpdateAgain(good_));
     if (next["exit_code"] == 10) {
       EXPECT_NE(next["error"]["cause"].get<std::string>().find("still at work"), std::string::npos) << next;
       ReapAll();
-      next = RunJson(Update(good_));
+      next = RunJson(UpdateAgain(good_));
     }
     EXPECT_EQ(next["verdict"], "updated") << next;
     EXPECT_LE(next["notices"].size(), 1U) << next;

@@ -152,7 +152,7 @@ TEST_F(Interrupted, WhileTheFlashIsWrittenItGoesOnToItsEnd) {
     for (const int number : kSignals) {
       SCOPED_TRACE(words + NameOf(number));
       Reset();
-      const pid_t run = Start(Update(good_), words);
+      const pid_t run = Start(UpdateAgain(good_), words);
       Send(run, number);
       EXPECT_EQ(NextLine(), "orvhost: Interrupted: the flash is being written; this run goes on to its end.");
       for (const int again : kSignals) {
@@ -173,7 +173,7 @@ TEST_F(Interrupted, BySignalsThatSeldomAskItGoesOnToItsEndToo) {
   for (const int number : kOtherSignals) {
     SCOPED_TRACE(NameOf(number));
     Reset();
-    const pid_t run = Start(Update(good_), "flashes");
+    const pid_t run = Start(UpdateAgain(good_), "flashes");
     Send(run, number);
     EXPECT_EQ(NextLine(), "orvhost: Interrupted: the flash is being written; this run goes on to its end.");
     gate_.Close();

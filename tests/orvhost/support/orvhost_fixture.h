@@ -89,6 +89,8 @@ class Orvhost : public refhost::HostTest {
 
   static void Ask(const std::string& words) { setenv("TEST_PLUGIN", words.c_str(), 1); }
   std::string Update(const std::string& package) const { return "update \"" + package + "\""; }
+  // Also when it is written and waits.
+  std::string UpdateAgain(const std::string& package) const { return Update(package) + " --allow-reinstall"; }
 
   refhost::ModuleState State() const {
     refhost::ModuleState state;
