@@ -35,6 +35,7 @@ STEPS = {
                  for step in (f"cmake --preset sanitize-{compiler}", f"cmake --build --preset sanitize-{compiler}",
                               f"ctest --preset sanitize-{compiler}")],
     "bench": BUILD + ["bench/run"],
+    "bench --fleet": ["bench/run --fleet"],
     "bench --long": BUILD + ["bench/run --long"],
     "fuzz": ["cmake --preset fuzz", "cmake --build --preset fuzz", "fuzz/run 10"],
     "fuzz 600": ["cmake --preset fuzz", "cmake --build --preset fuzz", "fuzz/run 600"],
