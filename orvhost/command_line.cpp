@@ -58,6 +58,8 @@ Environment:
   ORVHOST_LAB_MACHINE      set where any user may update; laboratory only
   ORVHOST_LAB_LOCK_FOLDER  folder in the place of /run/orvhost, where the one
                            above is set; laboratory only
+  ORVHOST_LAB_SYSTEM       folder with stand-ins for systemd's sockets and tool,
+                           where the first is set; laboratory only
   ORVHOST_LAB_SLEEP_SCALE  factor for every wait and limit; laboratory only)";
 
 void AddGlobalOptions(CLI::App* app, Options* options) {

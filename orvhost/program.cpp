@@ -11,6 +11,7 @@
 #include "orvhost/run/exclusive_run.h"
 #include "orvhost/run/failure.h"
 #include "orvhost/run/interruption_watch.h"
+#include "orvhost/run/system_log.h"
 #include "orvhost/terminal/live_progress.h"
 #include "orvhost/trace/line_sink.h"
 #include "refhost/interruption.h"
@@ -76,6 +77,17 @@ Outcome RunCommand(const Command& command, const Run& run) {
   return outcome;
 }
 
+// True, with the answer in `*outcome`, when the subcommand has one without a run.
+bool AnswersAtOnce(const ParsedCommandLine& parsed, Outcome* outcome) {
+  const Command& command = *parsed.command;
+  const auto answer = command.answerAtOnce != nullptr ? command.answerAtOnce(parsed.options) : std::nullopt;
+  if (answer) {
+    *outcome = *answer;
+    outcome->command = command.name;
+  }
+  return answer.has_value();
+}
+
 }  // namespace
 
 int RunProgram(int argc, const char* const* argv) {
@@ -84,6 +96,8 @@ int RunProgram(int argc, const char* const* argv) {
   Outcome outcome = parsed.outcome;
   if (parsed.command != nullptr) {
     refhost::Configure({parsed.options.installPath, parsed.options.serverType, "", parsed.options.allowReinstall});
+  }
+  if (parsed.command != nullptr && !AnswersAtOnce(parsed, &outcome)) {
     TeeSink tee;
     auto watch = std::make_unique<TraceWatch>();
     Journal journal;
@@ -116,6 +130,9 @@ int RunProgram(int argc, const char* const* argv) {
     }
     interruption.End();
     exclusive.End(&outcome);
+    if (parsed.command->loadsPlugin) {
+      SayToSystemLog(outcome, parsed.options.installPath);
+    }
     console.BeforeText([] {});
   }
   console.Answer(parsed.answer);

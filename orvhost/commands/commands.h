@@ -3,6 +3,7 @@
 #define ORVHOST_COMMANDS_COMMANDS_H
 
 #include <array>
+#include <optional>
 #include <vector>
 
 #include "orvhost/commands/argument.h"
@@ -17,6 +18,7 @@ struct Command {
   std::vector<Argument> arguments;  // of its own, in the order of its help
   Outcome (*run)(const Run& run);
   bool loadsPlugin = true;  // such a run has the install path to itself; others read the host's own files only
+  std::optional<Outcome> (*answerAtOnce)(const Options& options) = nullptr;  // where no run is needed: no lock, journal
 };
 
 extern const Command kIdentifyCommand;

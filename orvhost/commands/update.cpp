@@ -1,4 +1,6 @@
 // orvhost update: checks a package and writes it to the device. What is written takes effect with "orvhost apply".
+#include <optional>
+
 #include "host/Results.h"
 #include "orvhost/commands/commands.h"
 #include "orvhost/commands/dry_run.h"
@@ -10,6 +12,7 @@
 #include "orvhost/run/failure.h"
 #include "orvhost/run/last_writer.h"
 #include "orvhost/run/machine.h"
+#include "orvhost/run/shutdown_inhibitor.h"
 #include "refhost/module_state.h"
 
 namespace orvhost {
@@ -41,6 +44,7 @@ class UpdateRoad {
   PackageCheck check_;
   std::unique_ptr<Session> session_;
   int result_ = 0;
+  std::optional<ShutdownInhibitor> awake_;
 };
 
 Outcome UpdateRoad::Go() {
@@ -163,6 +167,10 @@ bool UpdateRoad::Prepare() {
 }
 
 bool UpdateRoad::Write() {
+  awake_.emplace("The BMC's firmware is being written.");
+  if (awake_->WasRefused()) {
+    run_.journal.Notice("The machine may be shut down meanwhile: systemd-logind did not give a lock against it.");
+  }
   run_.console.Say("Writing", Version() + "; this takes minutes, keep the machine powered");
   result_ = session_->Vendor().ExecuteUpdate(kModuleKind, false);
   if (result_ == host::kSuccess || result_ == host::kUpdateTimedOut) {

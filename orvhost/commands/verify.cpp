@@ -104,19 +104,43 @@ Outcome Verify(const Run& run) {
   return outcome;
 }
 
+// With --if-waiting, for a machine that starts: most of the time there is nothing to do.
+std::optional<Outcome> NothingWaits(const Options& options) {
+  refhost::ModuleState records;
+  std::string ignored;
+  if (!options.ifWaiting || !refhost::ReadModuleState(refhost::ModuleStateFolder(), &records, &ignored) ||
+      refhost::IsWritten(records)) {
+    return {};
+  }
+  Outcome outcome;
+  outcome.phase = "verify";
+  outcome.verdict = "nothing-to-do";
+  outcome.summary = "Nothing to do: no written update waits to be verified.";
+  outcome.needsApply = false;
+  return outcome;
+}
+
 constexpr const char* kVerifyHelp = R"(Compares the version that the BMC runs with the one that the host recorded when
 it was installed, and keeps the result in the records. Run it when the machine
 is up again after "orvhost apply"; before that it says "not applied yet".
 
+With --if-waiting it does so only when a written update waits for it, as the
+records have it; otherwise it loads no plug-in, asks no BMC and leaves no
+journal. The unit orvhost-verify.service calls it so when the machine starts.
+
 Example:
   orvhost verify && echo done
 
-Exit codes: 0 the same; 3 no plug-in; 7 nothing is recorded, or the BMC does not
-answer with its version; 9 another version runs, or it is not applied yet.)";
+Exit codes: 0 the same, or nothing waits; 3 no plug-in; 7 nothing is recorded,
+or the BMC does not answer with its version; 9 another version runs, or it is
+not applied yet.)";
 
 }  // namespace
 
 const Command kVerifyCommand = {
-    "verify", "Check that the BMC runs the version that was installed", kVerifyHelp, {}, Verify};
+    "verify",    "Check that the BMC runs the version that was installed",
+    kVerifyHelp, {{"--if-waiting", &Options::ifWaiting, "Do nothing when no update waits for it"}},
+    Verify,      true,
+    NothingWaits};
 
 }  // namespace orvhost

@@ -31,6 +31,7 @@ struct Options {
   std::string outFolder = ".";
   std::string methodName;
   std::string metricsFile;  // "" for the standard output
+  bool ifWaiting = false;   // verify only what waits for it
   std::string pageFile;     // of a run as a page; "" for none
   std::string runName;      // id of a run, the beginning of one, or "last"
   std::vector<std::string> codes;

@@ -26,4 +26,12 @@ std::string MachineFolder() {
   return folder != nullptr ? folder : kUsualMachineFolder;
 }
 
+std::string SystemFile(const std::string& path) {
+  if (!IsLabMachine()) {
+    return path;
+  }
+  const char* folder = getenv("ORVHOST_LAB_SYSTEM");
+  return folder != nullptr ? folder + path : "";
+}
+
 }  // namespace orvhost

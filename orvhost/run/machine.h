@@ -21,6 +21,10 @@ namespace orvhost {
 [[nodiscard]] std::string MachineFolder();
 inline constexpr const char* kUsualMachineFolder = "/run/orvhost";
 
+// A file of the machine's service manager, such as the socket of its journal. In a laboratory it lies below the folder
+// that ORVHOST_LAB_SYSTEM names; "" where that names none, so that tests leave the machine alone that they run on.
+[[nodiscard]] std::string SystemFile(const std::string& path);
+
 // The variable's name.
 inline constexpr const char* kLockFolderVariable = "ORVHOST_LAB_LOCK_FOLDER";
 

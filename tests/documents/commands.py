@@ -56,7 +56,7 @@ RULES = [
     Rule(r"orvhost .*", SERVER),
     Rule(r"(ipmitool|modprobe|echo) .*", SERVER),
     Rule(r"tools/terminal_picture\.py", "tests/lab/roads/demo_test.py"),
-    Rule(r"systemctl enable --now [\w.-]+", "tests/orvhost/systems/units_test.py"),
+    Rule(r"systemctl enable (--now )?[\w.-]+", "tests/orvhost/systems/units_test.py"),
     Rule(r"ANSIBLE_COLLECTIONS_PATH=fleet ansible-doc [\w.]+", HERE),
     Rule(r"man orvhost", "tests/orvhost/manual_test.py"),
 ]

@@ -199,6 +199,29 @@ class Json(unittest.TestCase):
         self.assertEqual(sorted(listed), sorted(own))
 
 
+class Server(unittest.TestCase):
+    def test_the_message_ids(self):
+        """As the document says that they are made, and as a test of the program has them."""
+        made = {}
+        for verdict, number in (re.findall(r"`([^`]+)`", " ".join(row)) for row in
+                                rows(section("docs/on-a-server.md", "## Messages in the log"))[-8:]):
+            value = 0x6c62272e07bb014262b821756295c58d
+            for letter in f"orvhost {verdict}".encode():
+                value = (value ^ letter) * 0x1000000000000000000013b % (1 << 128)
+            made[verdict] = f"{value:032x}"
+            self.assertEqual(number, made[verdict], verdict)
+        pinned = dict(re.findall(r'MessageId\("([\w-]+)"\), "(\w+)"', sources("tests/orvhost/run")))
+        self.assertGreaterEqual(len(pinned), 3)
+        self.assertEqual({verdict: made.get(verdict) for verdict in pinned}, pinned)
+
+    def test_every_metric(self):
+        named = re.findall(r'Add\(\s*"(\w+)"', document("orvhost/commands/metrics.cpp"))
+        listed = [name for row in rows(section("docs/on-a-server.md", "## Metrics"))
+                  for name in re.findall(r"`orvhost_(\w+)`", row[0])]
+        self.assertGreaterEqual(len(named), 10)
+        self.assertEqual(sorted(listed), sorted(named))
+
+
 class Journal(unittest.TestCase):
     def test_every_kind_of_line(self):
         written = re.findall(r'Append\(\s*"(\w+)"', document("orvhost/journal/journal.cpp"))

@@ -25,8 +25,8 @@ def verify(text: str, name: str) -> tuple[int, str]:
 
 class Units(unittest.TestCase):
     def test_there_are_some(self):
-        self.assertEqual([unit.name for unit in UNITS if unit.name.startswith("orvhost-metrics")],
-                         ["orvhost-metrics.service", "orvhost-metrics.timer"])
+        self.assertEqual([unit.name for unit in UNITS],
+                         ["orvhost-metrics.service", "orvhost-metrics.timer", "orvhost-verify.service"])
 
     @unittest.skipIf(shutil.which("systemd-analyze") is None, "not installed: systemd-analyze")
     def test_systemd_finds_nothing_to_complain_about(self):
