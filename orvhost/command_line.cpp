@@ -52,6 +52,8 @@ Files:
   /run/orvhost                        the same for all runs of the machine
   INSTALL_PATH/tmp                    the plug-in's scratch folder
   INSTALL_PATH/MngSrv                 the management library
+  INSTALL_PATH/KV6KBMC/Yafuflash      the maker's flash tool
+  /usr/bin/ipmitool, /dev/ipmi0       how the BMC is asked
 
 Environment:
   TERM                     "dumb" for a terminal that cannot show a live line

@@ -83,7 +83,7 @@ const Command kMethodsCommand = {
     "methods",
     "Run one of the plug-in's own methods",
     kMethodsHelp,
-    {{"name", &Options::methodName, "Name of the method, e.g. SendInfoToSVP", "TEXT", true}, kDryRunFlag},
+    {{"name", &Options::methodName, "Name of the method, e.g. SendInfoToSVP", "METHOD", true}, kDryRunFlag},
     Methods};
 
 }  // namespace orvhost

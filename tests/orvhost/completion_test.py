@@ -69,6 +69,25 @@ class Completion(unittest.TestCase):
         self.assertIn("MSGID_BMC_0013_F", self.complete("explain", "MSGID_BMC_001"))
         self.assertEqual(self.complete("explain", "1618", "MSGID_BMC_0013"), ["MSGID_BMC_0013_F"])
 
+    def test_runs_are_those_of_the_install_path(self):
+        journal = self.folder / "path" / "journal"
+        journal.mkdir(parents=True)
+        runs = ["00000007-20260131T120000Z", "00000012-20260201T120000Z"]
+        for run in runs:
+            (journal / f"{run}.jsonl").touch()
+        for subcommand in ("show", "diagnose"):
+            for place in (["--install-path", "path"], ["--install-path=path"]):
+                self.assertEqual(self.complete(*place, subcommand, ""), [*runs, "last"])
+        self.assertEqual(self.complete("--install-path", "path", "show", "00000012"), runs[1:])
+        self.assertEqual(self.complete("--install-path", "folder", "show", ""), ["last"])
+
+    def test_methods_are_those_of_the_plugin(self):
+        vendor = (COMPLETION.parents[2] / "provider" / "kestrel_vendor.cpp").read_text()
+        methods = sorted(re.findall(r'if \(name == "(\w+)"\)', vendor))
+        self.assertGreaterEqual(len(methods), 2)
+        self.assertEqual(self.complete("methods", ""), methods)
+        self.assertEqual(self.complete("methods", "Send"), ["SendInfoToSVP"])
+
     def test_values_of_options(self):
         self.assertEqual(self.complete("--plugin", "bmc."), ["bmc.tar.gz", "bmc.txt", "bmc.zip"])
         self.assertEqual(self.complete("update", "--log-file", "bmc.t"), ["bmc.tar.gz", "bmc.txt"])

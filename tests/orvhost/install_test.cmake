@@ -14,7 +14,7 @@ file(REMOVE_RECURSE ${WORK})
 run(${CMAKE_COMMAND} --install ${BUILD} --component refhost --prefix ${WORK}/first)
 file(RENAME ${WORK}/first ${WORK}/moved)
 foreach(name ${LIBDIR}/orvhost/liborv_DllCommon.so ${LIBDIR}/orvhost/liborv_ProviderBase.so
-        share/man/man1/orvhost.1.gz share/man/man1/orvhost-update.1.gz lib/systemd/system/orvhost-metrics.timer
+        share/man/man8/orvhost.8.gz share/man/man8/orvhost-update.8.gz lib/systemd/system/orvhost-metrics.timer
         lib/systemd/system/orvhost-verify.service share/bash-completion/completions/orvhost)
   if(NOT EXISTS ${WORK}/moved/${name})
     message(FATAL_ERROR "${name} is not installed.")

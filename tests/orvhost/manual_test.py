@@ -14,7 +14,7 @@ TOOL = "\n".join(path.read_text() for path in sorted(SOURCES.rglob("*.*")) if pa
 
 
 def roff(name: str) -> str:
-    return gzip.decompress((PAGES / f"{name}.1.gz").read_bytes()).decode()
+    return gzip.decompress((PAGES / f"{name}.8.gz").read_bytes()).decode()
 
 
 def rendered(name: str) -> str:
@@ -36,7 +36,7 @@ class Manual(unittest.TestCase):
 
     def test_every_subcommand_has_a_page(self):
         self.assertIn("update", self.subcommands)
-        self.assertEqual(sorted(path.name for path in PAGES.iterdir()), sorted(f"{name}.1.gz" for name in self.names))
+        self.assertEqual(sorted(path.name for path in PAGES.iterdir()), sorted(f"{name}.8.gz" for name in self.names))
 
     def test_the_main_page_names_every_subcommand(self):
         stated = re.findall(r"^\.TP\n(\w+)$", section("orvhost", "SUBCOMMANDS"), re.MULTILINE)
@@ -44,7 +44,7 @@ class Manual(unittest.TestCase):
 
     def test_the_formatters_have_nothing_to_complain_about(self):
         for name in self.names:
-            with self.subTest(name), tempfile.NamedTemporaryFile("w", suffix=".1") as page:
+            with self.subTest(name), tempfile.NamedTemporaryFile("w", suffix=".8") as page:
                 page.write(roff(name))
                 page.flush()
                 groff = subprocess.run(["groff", "-man", "-Tutf8", "-ww", "-z", page.name], capture_output=True, text=True,
@@ -75,6 +75,23 @@ class Manual(unittest.TestCase):
         self.assertGreaterEqual(len(codes), 10)
         self.assertEqual(re.findall(r"^\.TP\n(\d+)$", section("orvhost", "EXIT STATUS"), re.MULTILINE), codes)
 
+    def test_exit_codes_are_a_list_on_every_page(self):
+        for subcommand in self.subcommands:
+            with self.subTest(subcommand):
+                stated = section(f"orvhost-{subcommand}", "EXIT STATUS")
+                codes = re.findall(r"^\.TP\n(\d+)(?: to \d+)?\n\S", stated, re.MULTILINE)
+                self.assertEqual(stated.count("\n.TP\n"), len(codes), stated)
+                self.assertEqual(codes[0], "0")
+                self.assertGreaterEqual(len(codes), 2)
+                self.assertEqual(codes, sorted(codes, key=int))
+                self.assertNotRegex(stated, r";\s+\d")
+
+    def test_the_files_that_a_run_meets_stand_in_the_main_page(self):
+        files = section("orvhost", "FILES").replace("\\-", "-")
+        for name in ("repository/state.json", "journal", "orvhost.lock", "orvhost.run", "/run/orvhost",
+                     "KV6KBMC/Yafuflash", "MngSrv", "/usr/bin/ipmitool"):
+            self.assertIn(name, files)
+
     def test_every_variable_of_the_environment_stands_in_the_main_page(self):
         names = {name for room in (SOURCES, SOURCES.parent / "refhost") for path in room.rglob("*.cpp")
                  for name in re.findall(r'getenv\("(\w+)"\)', path.read_text())}
@@ -86,7 +103,7 @@ class Manual(unittest.TestCase):
         page = rendered("orvhost-update")
         self.assertIn("NAME orvhost-update - Check an update package and write it to the BMC SYNOPSIS", page)
         self.assertIn("EXAMPLES $ orvhost update bmc-01-24.zip --dry-run $ orvhost update", page)
-        self.assertIn("EXIT STATUS 0 written, or nothing to do;", page)
+        self.assertIn("EXIT STATUS 0 written, or nothing to do", page)
 
 
 if __name__ == "__main__":

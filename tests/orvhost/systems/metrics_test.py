@@ -44,7 +44,7 @@ class Metrics(unittest.TestCase):
                                      "--collector.textfile", f"--collector.textfile.directory={collected}"],
                                     stdout=subprocess.DEVNULL, stderr=subprocess.PIPE, text=True)
         try:
-            for _ in range(200):
+            for _ in range(1200):
                 try:
                     with urllib.request.urlopen(f"http://127.0.0.1:{port}/metrics", timeout=5) as answer:
                         return answer.read().decode().splitlines()

@@ -61,7 +61,7 @@ class Page(unittest.TestCase):
     def chromium(self, page: Path, *options: str) -> subprocess.CompletedProcess:
         return subprocess.run(["chromium", "--headless", "--no-sandbox", "--disable-gpu", "--hide-scrollbars",
                                "--enable-logging=stderr", f"--user-data-dir={self.folder}/browser", *options, page.as_uri()],
-                              capture_output=True, check=True, timeout=60)
+                              capture_output=True, check=True, timeout=300)
 
     def console(self, page: Path) -> list[str]:
         done = self.chromium(page, "--dump-dom")
