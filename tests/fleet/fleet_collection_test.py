@@ -36,12 +36,15 @@ class Collection(unittest.TestCase):
 
     def setUp(self):
         self.place = Path(tempfile.mkdtemp(dir=self.folder))
+        self.gone = []  # names of servers at whose port nobody listens
         self.servers = {name: Played(self.place / name, boots=0) for name in ("server1", "server2", "server3")}
 
     def play(self, *options, **variables) -> subprocess.CompletedProcess:
         hosts = {name: dict({"bmc_update_orvhost": str(server.program),
                              "bmc_update_boot_id_command": f"grep -o 'boots[^,]*' '{server.folder}/state.json'"})
                  for name, server in self.servers.items()}
+        for name in self.gone:
+            hosts[name].update(ansible_connection="ssh", ansible_host="127.0.0.1", ansible_port=1)
         inventory = self.place / "inventory.json"
         inventory.write_text(json.dumps({"all": {"hosts": hosts, "vars": {
             "ansible_connection": "local", "ansible_python_interpreter": "/usr/bin/python3"}}}))
@@ -69,7 +72,7 @@ class Collection(unittest.TestCase):
         used = {name for path in [*COLLECTION.glob("roles/*/defaults/*.yml"), *COLLECTION.glob("playbooks/*.yml"),
                                   *COLLECTION.glob("roles/*/tasks/*.yml")]
                 for name in re.findall(r"\bbmc_update_[a-z_]+", path.read_text())}
-        inner = {"bmc_update_seen", "bmc_update_result", "bmc_update_servers", "bmc_update_boot_id_command"}
+        inner = {"bmc_update_seen", "bmc_update_result", "bmc_update_servers", "bmc_update_refused", "bmc_update_boot_id_command"}
         stated = set(re.findall(r"(?m)^\| `(bmc_update_\w+)`", (COLLECTION / "README.md").read_text()))
         self.assertEqual(stated, used - inner)
 
@@ -106,6 +109,14 @@ class Collection(unittest.TestCase):
         self.assertIn("No server was touched. Not ready: server3", done.stdout)
         for server in self.servers.values():
             self.assertFalse([call for call in server.calls if call not in ("check", "update --dry-run")])
+
+    def test_a_server_that_cannot_be_reached_fails_the_run_before_any_is_touched(self):
+        self.gone = ["server2"]
+        done = self.play()
+        self.assertEqual(done.returncode, 2, done.stdout)
+        self.assertIn("No server was touched. Not ready: server2", done.stdout)
+        self.assertEqual(self.verdicts(), {"server1": "not-started", "server2": "unreachable", "server3": "not-started"})
+        self.assertEqual(self.servers["server1"].calls, ["check", "update --dry-run"])
 
     def test_the_canary_is_the_one_that_is_chosen(self):
         done = self.play(bmc_update_canary="server3")
