@@ -4,7 +4,6 @@
 #include <array>
 #include <cerrno>
 #include <ctime>
-#include <ranges>
 
 #include "orvhost/journal/remains.h"
 #include "orvhost/journal/unreadable.h"
@@ -87,12 +86,9 @@ Standing ReadStanding(const std::string& folder, const JournalList& journals, co
     standing.unreadable.push_back("The journals in " + WhyUnreadable(folder, journals.error));
     return standing;
   }
-  for (const std::string& id : journals.runs | std::views::reverse) {
-    if (id != atWork) {
-      reader.Read(folder, id);
-    }
-    if (reader.HasAll()) {
-      break;
+  for (auto id = journals.runs.rbegin(); id != journals.runs.rend() && !reader.HasAll(); ++id) {
+    if (*id != atWork) {
+      reader.Read(folder, *id);
     }
   }
   if (!reader.FlashIsSettled() && records != nullptr) {

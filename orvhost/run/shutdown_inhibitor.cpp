@@ -58,6 +58,7 @@ int Start(std::string program, const std::string& why, const Pipe& life, const P
       std::move(program),  "--what=shutdown:sleep", "--who=orvhost", "--why=" + why, "--mode=block", "/bin/sh", "-c",
       "echo; exec cat >&2"};
   std::vector<char*> arguments;
+  arguments.reserve(words.size() + 1);
   for (std::string& word : words) {
     arguments.push_back(word.data());
   }
