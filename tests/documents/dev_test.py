@@ -12,7 +12,8 @@ REPOSITORY = Path(__file__).resolve().parents[2]
 
 # Found by their names, and as files of the repository.
 PROGRAMS = ("cmake ctest cpack lintian clang-format clang-tidy shellcheck pyflakes3 ansible-lint apt-get sudo").split()
-SCRIPTS = ("tools/demo", "tools/fleet", "tools/lab", "tools/check-rooms", "tools/check-style", "lab/lab", "bench/run", "fuzz/run")
+SCRIPTS = ("tools/demo", "tools/fleet", "tools/lab", "tools/check-rooms", "tools/check-style", "lab/lab", "bench/run", "fuzz/run",
+           "explore/run")
 
 BUILD = ["cmake --preset release", "cmake --build --preset release"]
 PART = {part: ["cmake --preset release", f"cmake --build --preset {part}"] for part in ("product", "demo")}
@@ -39,6 +40,13 @@ STEPS = {
     "bench --long": BUILD + ["bench/run --long"],
     "fuzz": ["cmake --preset fuzz", "cmake --build --preset fuzz", "fuzz/run 10"],
     "fuzz 600": ["cmake --preset fuzz", "cmake --build --preset fuzz", "fuzz/run 600"],
+    "explore": BUILD + ["explore/run"],
+    "explore --pairs 1000 --seed 7": BUILD + ["explore/run --pairs 1000 --seed 7"],
+    "explore --replay TEXT": BUILD + ["explore/run --replay TEXT"],
+    "explore --minimize TEXT": BUILD + ["explore/run --minimize TEXT"],
+    "explore --prove": BUILD + ["explore/run --prove"],
+    "explore --list": BUILD + ["explore/run --list"],
+    "explore --matrix docs": BUILD + ["explore/run --matrix docs"],
     "package": PART["product"] + ["cpack --config build/release/CPackConfig.cmake", "lintian --allow-root --fail-on error,warning"],
     "setup": [],
     "clean": [],

@@ -1,0 +1,29 @@
+// Plays many scenarios in several processes at once. A process that is cut off in a life keeps what that life had
+// taken, so each plays a slice and ends. One that hangs is ended, and its scenario is a finding.
+#ifndef EXPLORE_CROWD_H
+#define EXPLORE_CROWD_H
+
+#include <string>
+#include <vector>
+
+#include "explore/play.h"
+
+namespace explore {
+
+struct Result {
+  std::string verdict;
+  int exitCode = 0;
+  bool flashTouched = false;
+  bool ends = false;
+  int steps = 0;
+  std::string way;
+  std::vector<std::string> findings;
+  int unmet = 0;  // faults whose event did not come
+};
+
+// By the number of their scenario.
+[[nodiscard]] std::vector<Result> PlayAll(const std::vector<Scenario>& scenarios, int processes);
+
+}  // namespace explore
+
+#endif  // EXPLORE_CROWD_H

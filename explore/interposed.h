@@ -1,0 +1,39 @@
+// What the C library's calls that reach outside act on while the tool is on the stage. The calls themselves stand in
+// interposed.cpp: the program exports them, so that the plug-in, the host's libraries and the C++ library find these.
+#ifndef EXPLORE_INTERPOSED_H
+#define EXPLORE_INTERPOSED_H
+
+#include <string>
+
+#include "explore/disk.h"
+#include "explore/programs.h"
+
+namespace explore {
+
+struct Outside {
+  Disk* disk = nullptr;
+  Programs* programs = nullptr;
+  std::string plugin;  // the real files
+  std::string managementLibrary;
+  std::string output;  // what the tool wrote to its standard output
+  // Of seeded defects: what happens to a call that is told by its words, and what it answers then.
+  bool losesStartOfFlash = false;
+  bool losesEndOfCommands = false;
+  bool locksNothing = false;
+  bool leavesStagedPackage = false;
+  bool leaksDescriptors = false;
+};
+
+[[nodiscard]] Outside& TheOutside();
+
+// Closes what the tool left open, as the end of its process does; the number of descriptors that were open.
+int CloseWhatIsOpen();
+
+// Puts the standard streams aside, once; what is printed from here on goes through Print().
+void TakeStandardStreams();
+void Print(const std::string& text);
+void GiveBackErrorOutput();  // after a run that was cut off
+
+}  // namespace explore
+
+#endif  // EXPLORE_INTERPOSED_H

@@ -1,0 +1,90 @@
+#include "explore/operator.h"
+
+#include <array>
+
+namespace explore {
+
+namespace {
+
+using Kind = NextStep::Kind;
+
+bool Holds(const std::string& text, const char* part) {
+  return text.find(part) != std::string::npos;
+}
+
+// The subcommand of the first, or the second, "orvhost X" in quotes; "" for none.
+std::string QuotedCommand(const std::string& text, bool second) {
+  constexpr std::string_view kStart = "\"orvhost ";
+  std::size_t at = text.find(kStart);
+  if (second && at != std::string::npos) {
+    at = text.find(kStart, at + 1);
+  }
+  if (at == std::string::npos) {
+    return "";
+  }
+  const std::size_t begin = at + kStart.size();
+  return text.substr(begin, text.find_first_of(" \"", begin) - begin);
+}
+
+std::string WithArguments(const std::string& command) {
+  return command == "update" || command == "check" ? command + " PACKAGE"
+         : command == "apply"                      ? "apply --yes"
+                                                   : command;
+}
+
+// Some sentences ask for a person's work first, which is done here by the fault's being over.
+bool AsksForTheSame(const std::string& text) {
+  return Holds(text, "same command") || Holds(text, "try again") || Holds(text, "repair what the evidence names") ||
+         Holds(text, "Run it as root") || Holds(text, "Give ") || Holds(text, "Check the path");
+}
+
+NextStep AfterSuccess(const RunEnd& last, const std::string& wanted) {
+  const std::string verdict = last.Verdict();
+  if (verdict == "going-down" || last.askedToHalt || last.askedToRestart) {
+    return {Kind::kRun, "verify", false, "the machine is going down"};
+  }
+  const auto needs = last.object.find("needs_apply");
+  if (needs != last.object.end() && *needs == true) {
+    return {Kind::kRun, "apply --yes", false, "needs_apply is true"};
+  }
+  // What was only a look does not end what was set out for.
+  return last.words == wanted ? NextStep{Kind::kDone, "", false, "success"}
+                              : NextStep{Kind::kRun, wanted, false, "what was wanted comes next"};
+}
+
+}  // namespace
+
+NextStep BySentence(const std::string& text, const std::string& last, bool wasApplied) {
+  NextStep next{Kind::kRun, "", Holds(text, "Wait") || Holds(text, "wait") || Holds(text, "when it is done"), text};
+  if (Holds(text, "Shut the machine down by hand")) {
+    next.kind = Kind::kShutDown;
+  } else if (const bool second = Holds(text, "otherwise run") && wasApplied; !QuotedCommand(text, second).empty()) {
+    next.words = WithArguments(QuotedCommand(text, second));
+  } else if (AsksForTheSame(text)) {
+    next.words = last;
+  } else if (Holds(text, "Nothing to do")) {
+    next.kind = Kind::kDone;
+  } else {
+    next.kind = Kind::kLost;
+  }
+  return next;
+}
+
+NextStep AfterRun(const RunEnd& last, const std::string& wanted, bool wasApplied) {
+  if (last.WasCut() || !last.object.is_object()) {
+    return {Kind::kRun, "diagnose", false, "the run was cut off"};
+  }
+  if (last.exitCode == 0 && last.words == "diagnose") {
+    const nlohmann::json facts = last.object.value("facts", nlohmann::json::object());
+    const std::string text = facts.value("next_step", "");
+    return text.empty() ? NextStep{Kind::kRun, wanted, false, "nothing is left of the run"}
+                        : BySentence(text, wanted, wasApplied);
+  }
+  if (last.exitCode == 0) {
+    return AfterSuccess(last, wanted);
+  }
+  const nlohmann::json error = last.object.value("error", nlohmann::json::object());
+  return BySentence(error.is_object() ? error.value("next_step", "") : "", last.words, wasApplied);
+}
+
+}  // namespace explore

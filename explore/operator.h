@@ -1,0 +1,28 @@
+// An operator who reads the tool's JSON and nothing else, and does what it says comes next.
+#ifndef EXPLORE_OPERATOR_H
+#define EXPLORE_OPERATOR_H
+
+#include <string>
+
+#include "explore/life.h"
+
+namespace explore {
+
+struct NextStep {
+  enum class Kind { kRun, kShutDown, kDone, kLost };
+  Kind kind = Kind::kDone;
+  std::string words;  // what is run
+  bool waitsFirst = false;
+  std::string text;  // the sentence that it rests on
+};
+
+// What comes after the run `last`. `wanted` is what the operator set out to run; `wasApplied`: what was written was put
+// into operation already, as the operator remembers.
+[[nodiscard]] NextStep AfterRun(const RunEnd& last, const std::string& wanted, bool wasApplied);
+
+// The same by a sentence of the tool.
+[[nodiscard]] NextStep BySentence(const std::string& text, const std::string& last, bool wasApplied);
+
+}  // namespace explore
+
+#endif  // EXPLORE_OPERATOR_H

@@ -1,0 +1,21 @@
+// What must hold in every life.
+#ifndef EXPLORE_ORACLES_H
+#define EXPLORE_ORACLES_H
+
+#include <string>
+#include <vector>
+
+#include "explore/life.h"
+#include "explore/scenario.h"
+
+namespace explore {
+
+// Adds to `findings` what is wrong with a run that has ended; `faults` are all of its life.
+void JudgeRun(Life& life, const RunEnd& run, const std::vector<Fault>& faults, std::vector<std::string>* findings);
+
+// The same of what the life has left, after a run that met no fault.
+void JudgeRemains(Life& life, std::vector<std::string>* findings);
+
+}  // namespace explore
+
+#endif  // EXPLORE_ORACLES_H

@@ -1,0 +1,187 @@
+#include "explore/play.h"
+
+#include <utility>
+
+#include "explore/interposed.h"
+#include "explore/operator.h"
+#include "explore/oracles.h"
+
+namespace explore {
+
+namespace {
+
+constexpr Microseconds kPatience = 180'000'000;  // of an operator who is to wait
+constexpr int kMostWaits = 30;
+
+void Seed(Defect defect, Life& life) {
+  Outside& outside = TheOutside();
+  life.ThePrograms().liesAboutFlash = defect == Defect::kTruth;
+  outside.losesStartOfFlash = defect == Defect::kOrder;
+  outside.losesEndOfCommands = defect == Defect::kTrace;
+  outside.locksNothing = defect == Defect::kLocks;
+  outside.leavesStagedPackage = defect == Defect::kFiles;
+  outside.leaksDescriptors = defect == Defect::kBounds;
+}
+
+class Performance {
+ public:
+  Performance(const Scenario& scenario, Disk& disk, Defect defect)
+      : scenario_(scenario), road_(*FindRoad(scenario.road)), life_(road_.machine, disk), defect_(defect) {
+    Seed(defect, life_);
+  }
+
+  Played Go();
+
+ private:
+  RunEnd Run(const std::string& words);
+  void TakeRoad();
+  void Recover();
+  bool Obey(const NextStep& next);
+  void Repeat();
+  [[nodiscard]] bool IsThere();
+
+  const Scenario& scenario_;
+  const Road& road_;
+  Life life_;
+  const Defect defect_;
+  RunEnd last_;
+  std::string wanted_;
+  int waits_ = 0;
+  bool wasApplied_ = false;  // since the last update
+  Played played_;
+};
+
+Played Performance::Go() {
+  for (const std::string_view words : road_.before) {
+    (void)life_.Run(std::string(words));
+    life_.LetGoDown();
+  }
+  TakeRoad();
+  Recover();
+  if (played_.ends) {
+    JudgeRemains(life_, &played_.findings);
+  }
+  for (const std::string& line : life_.ThePrograms().unknown) {
+    played_.findings.push_back("order: a command that nobody knows: " + line);
+  }
+  return std::move(played_);
+}
+
+RunEnd Performance::Run(const std::string& words) {
+  RunEnd end = life_.Run(words);
+  JudgeRun(life_, end, scenario_.faults, &played_.findings);
+  const bool goesDown = end.askedToHalt || end.askedToRestart;
+  wasApplied_ = goesDown || (wasApplied_ && !(words.starts_with("update") && end.exitCode == 0));
+  return end;
+}
+
+// Up to the first run that fails or is cut off.
+void Performance::TakeRoad() {
+  Stage& stage = TheStage();
+  stage.Count(true);
+  for (const std::string_view words : road_.runs) {
+    wanted_ = words;
+    last_ = Run(wanted_);
+    played_.flashTouched |= last_.counts.flashStarts > 0 || last_.counts.sdrUpdates > 0;
+    if (last_.WasCut() || last_.exitCode != 0) {
+      break;
+    }
+    life_.LetGoDown();
+  }
+  stage.Count(false);
+  played_.events = stage.Events();
+  played_.kept = stage.Kept();
+  played_.verdict = last_.cutBy == FaultKind::kPower ? "power-lost" : last_.WasCut() ? "killed" : last_.Verdict();
+  played_.exitCode = last_.exitCode;
+  for (const Fault& fault : stage.Unmet()) {
+    played_.complaints.push_back("Event " + std::to_string(fault.event) + " did not come; there were " +
+                                 std::to_string(stage.Events()) + ".");
+  }
+  played_.complaints.insert(played_.complaints.end(), stage.Misfits().begin(), stage.Misfits().end());
+  stage.EmptyDisk();
+  life_.ThePrograms().Repair();
+}
+
+// The version that was wanted runs, and the last run says so.
+bool Performance::IsThere() {
+  if (!road_.writes) {
+    return last_.exitCode == 0 && last_.words == wanted_;
+  }
+  const bool says = last_.Verdict() == "verified" || (last_.Verdict() == "identified" && last_.words == "identify");
+  return says && life_.TheWorld().RunningVersion() == road_.machine.NewVersion();
+}
+
+void Performance::Recover() {
+  life_.LetGoDown();
+  while (!IsThere()) {
+    NextStep next = AfterRun(last_, wanted_, wasApplied_);
+    if (defect_ == Defect::kRecovery) {
+      next = BySentence("Ask somebody.", last_.words, false);
+    }
+    if (!Obey(next)) {
+      played_.findings.push_back("recovery: after " + played_.way + " the sentence leads nowhere: " + next.text);
+      return;
+    }
+    if (played_.steps > 2 * kMostSteps) {
+      played_.findings.push_back("recovery: it goes on for ever: " + played_.way);
+      return;
+    }
+  }
+  played_.ends = true;
+  if (played_.steps > kMostSteps + 1) {
+    played_.findings.push_back("recovery: it takes " + std::to_string(played_.steps) + " steps: " + played_.way);
+  }
+  Repeat();
+}
+
+bool Performance::Obey(const NextStep& next) {
+  if (next.waitsFirst) {
+    life_.TheWorld().Pass(kPatience);
+  }
+  if (next.kind == NextStep::Kind::kShutDown) {
+    played_.way += (played_.way.empty() ? "" : ", ") + std::string("shut down");
+    life_.ShutDownByHand();
+    ++played_.steps;
+    last_ = Run("verify");
+    played_.way += ", verify";
+    return true;
+  }
+  if (next.kind != NextStep::Kind::kRun || next.words.empty()) {
+    return false;
+  }
+  last_ = Run(next.words);
+  life_.LetGoDown();
+  const bool onlyWaits = last_.Verdict() == "busy" || last_.Verdict() == "at-work";
+  if (onlyWaits && ++waits_ <= kMostWaits) {
+    return true;
+  }
+  played_.way += (played_.way.empty() ? "" : ", ") + next.words.substr(0, next.words.find(' '));
+  played_.steps += next.words == "diagnose" ? 0 : 1;
+  return true;
+}
+
+// The same once more changes nothing.
+void Performance::Repeat() {
+  const std::string words = road_.writes ? "update PACKAGE" : wanted_;
+  life_.TheWorld().liesAboutVersion = defect_ == Defect::kIdempotence;
+  const RunEnd again = Run(words);
+  life_.TheWorld().liesAboutVersion = false;
+  const bool sends = words == "notify" || words.starts_with("methods");
+  const bool wasHit = played_.steps == 0 && !scenario_.faults.empty();  // so that its verdict may be another
+  const bool same = road_.writes ? again.Verdict() == "nothing-to-do" : wasHit || again.Verdict() == last_.Verdict();
+  if (again.exitCode != 0 || !same || (again.counts.changes > 0 && !sends)) {
+    played_.findings.push_back("idempotence: once more, " + words + " ends as " + again.Verdict() + " with " +
+                               std::to_string(again.counts.changes) + " changes");
+  }
+}
+
+}  // namespace
+
+Played Play(const Scenario& scenario, Disk& disk, bool keepsEvents, Defect defect) {
+  TheStage().Begin(scenario.faults, keepsEvents);
+  Played played = Performance(scenario, disk, defect).Go();
+  played.story = TheStage().Story();
+  return played;
+}
+
+}  // namespace explore

@@ -1,0 +1,78 @@
+// Where a life is played: it numbers the events, says which fault hits which of them, and keeps the story. There is one
+// for the process, because the calls that it watches are the C library's.
+#ifndef EXPLORE_STAGE_H
+#define EXPLORE_STAGE_H
+
+#include <functional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "explore/scenario.h"
+
+namespace explore {
+
+struct Event {
+  EventKind kind;
+  std::string what;
+};
+
+class Stage {
+ public:
+  // Empties everything; events are not counted before Count(true). With `keepsEvents` each is kept with its words.
+  void Begin(const std::vector<Fault>& faults, bool keepsEvents);
+
+  // Whether the tool is at work: only then what it calls is an event, and its paths are those of the simulated machine.
+  [[nodiscard]] bool IsOn() const { return isOn_; }
+  void Turn(bool on) { isOn_ = on; }
+
+  void Count(bool counts) { counts_ = counts; }
+
+  // An event comes; the fault that hits it. Of those that end the run nothing comes back.
+  FaultKind Meet(EventKind kind, std::string_view what, std::string_view more = "");
+
+  // A line of the story between two events.
+  void Say(const std::string& line);
+
+  // Ends the tool at once; set by who runs it, and does not return.
+  std::function<void(FaultKind)> end;
+
+  [[nodiscard]] int Events() const { return number_; }
+  [[nodiscard]] const std::vector<Event>& Kept() const { return kept_; }
+  [[nodiscard]] const std::vector<std::string>& Story() const { return story_; }
+  [[nodiscard]] const std::vector<Fault>& Unmet() const { return faults_; }  // those whose event has not come
+  [[nodiscard]] const std::vector<std::string>& Misfits() const { return misfits_; }
+  [[nodiscard]] bool DiskIsFull() const { return diskIsFull_; }
+  void EmptyDisk() { diskIsFull_ = false; }
+
+ private:
+  FaultKind FaultOf(EventKind kind);
+
+  bool isOn_ = false;
+  bool counts_ = false;
+  bool keeps_ = false;
+  bool diskIsFull_ = false;
+  int number_ = 0;
+  std::vector<Fault> faults_;
+  std::vector<std::string> misfits_;
+  std::vector<Event> kept_;
+  std::vector<std::string> story_;
+};
+
+[[nodiscard]] Stage& TheStage();
+
+// The simulation's own work while the tool waits.
+class OffStage {
+ public:
+  OffStage() : wasOn_(TheStage().IsOn()) { TheStage().Turn(false); }
+  OffStage(const OffStage&) = delete;
+  OffStage& operator=(const OffStage&) = delete;
+  ~OffStage() { TheStage().Turn(wasOn_); }
+
+ private:
+  bool wasOn_;
+};
+
+}  // namespace explore
+
+#endif  // EXPLORE_STAGE_H

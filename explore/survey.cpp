@@ -1,0 +1,153 @@
+#include "explore/survey.h"
+
+#include <zlib.h>
+
+#include <array>
+#include <cstdio>
+
+namespace explore {
+
+namespace {
+
+constexpr int kRepeating = 1000;  // a road with more events repeats itself
+constexpr int kSeenWhole = 200;
+constexpr int kSeenThen = 97;
+
+bool IsPlayed(int event, int all, int every) {
+  const bool isRepeated = all > kRepeating && event > kSeenWhole && event % kSeenThen != 0;
+  return !isRepeated && event % every == 0;
+}
+
+// Numbers that look as if they came by chance, from a seed.
+class Chance {
+ public:
+  explicit Chance(std::uint64_t seed) : state_(seed) {}
+
+  std::size_t Below(std::size_t limit) {
+    state_ += 0x9e3779b97f4a7c15U;
+    std::uint64_t mixed = state_;
+    mixed = (mixed ^ (mixed >> 30U)) * 0xbf58476d1ce4e5b9U;
+    mixed = (mixed ^ (mixed >> 27U)) * 0x94d049bb133111ebU;
+    return static_cast<std::size_t>((mixed ^ (mixed >> 31U)) % limit);
+  }
+
+ private:
+  std::uint64_t state_;
+};
+
+FaultKind AnyFaultFor(EventKind event, Chance* chance) {
+  for (;;) {
+    const FaultRow& row = AllFaults()[chance->Below(AllFaults().size())];
+    if (CanHit(row, event)) {
+      return row.kind;
+    }
+  }
+}
+
+}  // namespace
+
+std::vector<Course> Courses(const std::string& road, Disk& disk) {
+  std::vector<Course> courses;
+  for (const Road& one : AllRoads()) {
+    if (road.empty() || one.name == road) {
+      courses.push_back({&one, Play({std::string(one.name), {}}, disk, true)});
+    }
+  }
+  return courses;
+}
+
+std::vector<Scenario> Singles(const std::vector<Course>& courses, int every) {
+  std::vector<Scenario> scenarios;
+  for (const auto& [road, played] : courses) {
+    for (int event = 1; event <= played.events; ++event) {
+      if (!IsPlayed(event, played.events, every)) {
+        continue;
+      }
+      for (const FaultRow& fault : AllFaults()) {
+        if (CanHit(fault, played.kept[static_cast<std::size_t>(event - 1)].kind)) {
+          scenarios.push_back({std::string(road->name), {{event, fault.kind}}});
+        }
+      }
+    }
+  }
+  return scenarios;
+}
+
+std::vector<Scenario> Pairs(const std::vector<Course>& courses, int count, std::uint64_t seed) {
+  Chance chance(seed);
+  std::vector<Scenario> scenarios;
+  while (std::ssize(scenarios) < count) {
+    const Course& course = courses[chance.Below(courses.size())];
+    const auto all = static_cast<std::size_t>(std::min(course.played.events, kRepeating));
+    std::size_t first = chance.Below(all);
+    std::size_t second = chance.Below(all);
+    if (first == second) {
+      continue;
+    }
+    if (first > second) {
+      std::swap(first, second);
+    }
+    const FaultKind one = AnyFaultFor(course.played.kept[first].kind, &chance);
+    const FaultKind other = AnyFaultFor(course.played.kept[second].kind, &chance);
+    scenarios.push_back(
+        {std::string(course.road->name), {{static_cast<int>(first) + 1, one}, {static_cast<int>(second) + 1, other}}});
+  }
+  return scenarios;
+}
+
+std::string Fingerprint(const std::vector<Course>& courses) {
+  std::string all;
+  for (const auto& [road, played] : courses) {
+    all += std::string(road->name) + " " + played.verdict + "\n";
+    for (const Event& event : played.kept) {
+      all += std::string(NameOf(event.kind)) + " " + event.what + "\n";
+    }
+  }
+  for (const FaultRow& fault : AllFaults()) {
+    all += std::string(fault.name) + " " + std::to_string(fault.events) + "\n";
+  }
+  std::array<char, 16> text{};
+  std::snprintf(text.data(), text.size(), "%08lx",
+                crc32_z(0, reinterpret_cast<const unsigned char*>(all.data()), all.size()));
+  return text.data();
+}
+
+std::string WhyKnown(const Scenario& scenario, const Result& result, const std::string& finding) {
+  const auto holds = [&finding](const char* part) { return finding.find(part) != std::string::npos; };
+  const bool sends = scenario.road.starts_with("notify") || scenario.road == "methods-send";
+  if (sends && holds("goes on for ever")) {
+    return "A record's file is left locked, and ipmitool reports the answer 01 (locked already) as a failure: nothing "
+           "is "
+           "sent until the machine is started anew.";
+  }
+  if (holds("SDR:, and the BMC runs")) {
+    return "The version of the sensor data records counts as empty when it cannot be read; the plug-in answers that as "
+           "a "
+           "version.";
+  }
+  if (holds("and nothing was started") && result.verdict == "update-failed") {
+    return "The plug-in's own runner does not say that it could start no process; the tool takes the flash for "
+           "touched, "
+           "which is the safe side.";
+  }
+  if (holds("it takes") && holds("verify, update, apply, verify")) {
+    return "With the power the BMC loses its reboot flag, and nothing on the machine shows that: the first apply only "
+           "restarts, verify finds the old version, and the package is written once more.";
+  }
+  const FaultKind first = scenario.faults.front().kind;
+  if (holds("and the BMC runs BMC:") && (first == FaultKind::kMissing || first == FaultKind::kUnreadable)) {
+    return "Where the product name cannot be read, the plug-in asks for the BMC's version alone, as on the ordinary "
+           "model; the server type that identify shows is empty then.";
+  }
+  if (holds("the journal does not say so") && scenario.road.find("rack") != std::string::npos) {
+    return "A package's script is started by the plug-in itself, so that a journal that cannot be written does not "
+           "stop "
+           "it; the records show the update all the same.";
+  }
+  if (holds("the records do not say so") && first == FaultKind::kEmpty) {
+    return "A records file that reads as empty in the middle of a run is kept aside as damaged, and the run goes on.";
+  }
+  return "";
+}
+
+}  // namespace explore

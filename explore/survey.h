@@ -1,0 +1,37 @@
+// All single faults, pairs by seed, and what is known of their findings.
+#ifndef EXPLORE_SURVEY_H
+#define EXPLORE_SURVEY_H
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "explore/crowd.h"
+
+namespace explore {
+
+// A road as it goes when nothing fails.
+struct Course {
+  const Road* road;
+  Played played;
+};
+
+// Plays every road, or the one of that name, without faults.
+[[nodiscard]] std::vector<Course> Courses(const std::string& road, Disk& disk);
+
+// Every fault at every event that it can hit. Of the road with 300 records, whose events repeat themselves, every 97th
+// from the 200th on; with `every` above 1 only each n-th event of all roads.
+[[nodiscard]] std::vector<Scenario> Singles(const std::vector<Course>& courses, int every);
+
+// `count` scenarios with two faults each, the same for the same seed.
+[[nodiscard]] std::vector<Scenario> Pairs(const std::vector<Course>& courses, int count, std::uint64_t seed);
+
+// Why a finding is known and stays; "" for one that is not.
+[[nodiscard]] std::string WhyKnown(const Scenario& scenario, const Result& result, const std::string& finding);
+
+// What the roads are made of, as a number: other events, another number.
+[[nodiscard]] std::string Fingerprint(const std::vector<Course>& courses);
+
+}  // namespace explore
+
+#endif  // EXPLORE_SURVEY_H

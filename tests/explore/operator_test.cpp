@@ -1,0 +1,64 @@
+#include "explore/operator.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using explore::NextStep;
+using Kind = NextStep::Kind;
+
+explore::RunEnd Ended(const std::string& words, int exitCode, const nlohmann::json& object) {
+  explore::RunEnd end;
+  end.words = words;
+  end.exitCode = exitCode;
+  end.object = object;
+  return end;
+}
+
+std::string Obeys(const std::string& sentence, bool wasApplied = false) {
+  const NextStep next = explore::BySentence(sentence, "update PACKAGE", wasApplied);
+  return (next.waitsFirst ? "wait, " : "") + (next.kind == Kind::kRun        ? next.words
+                                              : next.kind == Kind::kShutDown ? "shut down"
+                                              : next.kind == Kind::kDone     ? "done"
+                                                                             : "lost");
+}
+
+TEST(Operator, ObeysTheSentenceOfAFailure) {
+  EXPECT_EQ(Obeys("Keep the machine powered and do not reboot it; run the same command again."), "update PACKAGE");
+  EXPECT_EQ(Obeys("Run \"orvhost identify\" to see what the BMC runs."), "identify");
+  EXPECT_EQ(Obeys("Run \"orvhost apply\", and when the machine is up again, \"orvhost verify\"."), "apply --yes");
+  EXPECT_EQ(Obeys("run \"orvhost update /srv/packages/bmc.tar\" again."), "update PACKAGE");
+  EXPECT_EQ(Obeys("Wait a minute in case the BMC is restarting, then run \"orvhost verify\" again."), "wait, verify");
+  EXPECT_EQ(Obeys("Shut the machine down by hand (shutdown -h now)."), "shut down");
+  EXPECT_EQ(Obeys("Nothing to do."), "done");
+  EXPECT_EQ(Obeys("Ask somebody."), "lost");
+}
+
+TEST(Operator, RemembersWhetherItHasApplied) {
+  const std::string sentence =
+      "If the new firmware was not put into operation yet, run \"orvhost apply\"; otherwise run \"orvhost update\" "
+      "again.";
+  EXPECT_EQ(Obeys(sentence, false), "apply --yes");
+  EXPECT_EQ(Obeys(sentence, true), "update PACKAGE");
+}
+
+TEST(Operator, DiagnosesARunThatWasCutOff) {
+  explore::RunEnd end;
+  end.cutBy = explore::FaultKind::kKill;
+  EXPECT_EQ(AfterRun(end, "update PACKAGE", false).words, "diagnose");
+}
+
+TEST(Operator, TakesUpWhatItSetOutFor) {
+  const auto diagnosed = Ended("diagnose", 0, {{"facts", nlohmann::json::object()}});
+  EXPECT_EQ(AfterRun(diagnosed, "update PACKAGE", false).words, "update PACKAGE");
+  const auto identified = Ended("identify", 0, {{"needs_apply", false}});
+  EXPECT_EQ(AfterRun(identified, "update PACKAGE", false).words, "update PACKAGE");
+}
+
+TEST(Operator, AppliesWhatWaitsAndThenVerifies) {
+  EXPECT_EQ(AfterRun(Ended("update PACKAGE", 0, {{"needs_apply", true}}), "update PACKAGE", false).words,
+            "apply --yes");
+  EXPECT_EQ(AfterRun(Ended("apply --yes", 0, {{"verdict", "going-down"}}), "update PACKAGE", false).words, "verify");
+}
+
+}  // namespace
