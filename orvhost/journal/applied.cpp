@@ -1,7 +1,6 @@
 #include "orvhost/journal/applied.h"
 
 #include <cerrno>
-#include <ranges>
 
 #include "orvhost/journal/journal_folder.h"
 #include "orvhost/journal/remains.h"
@@ -9,8 +8,9 @@
 namespace orvhost {
 
 std::optional<bool> WasApplied(const std::string& folder) {
-  for (const std::string& id : ListJournals(folder).runs | std::views::reverse) {
-    const RecordedRun run = ReadRun(folder, id);
+  const std::vector<std::string> runs = ListJournals(folder).runs;
+  for (auto id = runs.rbegin(); id != runs.rend(); ++id) {
+    const RecordedRun run = ReadRun(folder, *id);
     if (run.error == ENOENT) {
       continue;  // dropped meanwhile
     }
