@@ -132,12 +132,14 @@ class DocumentCommands(unittest.TestCase):
 
     def test_4_orvhost_through_an_update(self):
         lines = [line for line in LINES if line.startswith("orvhost")]
-        up = [line for line in lines if not line.startswith((HALTS, "orvhost verify"))]
+        up = [line for line in lines if not line.startswith((HALTS, "orvhost verify", "orvhost rollback"))]
         self.assertIn("orvhost update PACKAGE", up)
         management.install(self.server.run / "share" / "install" / "MngSrv", info="00ff")
         for line in up:
             with self.subTest(line):
                 self.succeed(line)
+        self.assertIn("orvhost rollback", lines)
+        self.assertEqual(self.in_guest("orvhost --install-path /srv/orv rollback").exit, 5, "no package of 01-23 is known")
         apply = next(line for line in lines if line.startswith(HALTS + " --yes"))
         self.server.guest.start(f"{PAUSES} orvhost --install-path /srv/orv {apply.removeprefix('orvhost ')}")
         self.server.guest.wait_for_new_boot(60)

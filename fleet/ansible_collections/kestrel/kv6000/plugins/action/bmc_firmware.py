@@ -6,6 +6,7 @@ from __future__ import absolute_import, division, print_function
 __metaclass__ = type
 
 import os
+import re
 import time
 
 from ansible.errors import AnsibleConnectionFailure, AnsibleError
@@ -150,8 +151,9 @@ class ActionModule(ActionBase):
         return int(self._task.args.get(name, default))
 
     def _boot_id(self):
-        """The boot that the server is in; "" when it cannot be reached."""
-        return self._ask(self._task.args.get("boot_id_command", "cat /proc/sys/kernel/random/boot_id")).strip()
+        """The boot that the server is in; "" when it cannot be reached, or prints something else as it goes down."""
+        text = self._ask(self._task.args.get("boot_id_command", "cat /proc/sys/kernel/random/boot_id")).strip()
+        return text if re.fullmatch(r"""[\w.:"-]+ ?\d*""", text) else ""
 
     def _ask(self, command):
         """What a shell command prints on the server; "" when it cannot be asked."""
