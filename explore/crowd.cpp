@@ -146,6 +146,7 @@ std::vector<Result> PlayAll(const std::vector<Scenario>& scenarios, int processe
       atWork.emplace_back(Player(scenarios, first, last), last);
     }
     std::vector<pollfd> sources;
+    sources.reserve(atWork.size());
     for (const auto& [player, last] : atWork) {
       sources.push_back({player.Pipe(), POLLIN, 0});
     }

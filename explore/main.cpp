@@ -4,7 +4,9 @@
 
 #include <CLI/CLI.hpp>
 #include <chrono>
+#include <cstdio>
 #include <cstdlib>
+#include <exception>
 #include <map>
 
 #include "explore/interposed.h"
@@ -228,5 +230,10 @@ int Main(int argc, char** argv) {
 }  // namespace explore
 
 int main(int argc, char** argv) {
-  return explore::Main(argc, argv);
+  try {
+    return explore::Main(argc, argv);
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "explore: %s\n", error.what());
+    return EXIT_FAILURE;
+  }
 }
