@@ -81,10 +81,14 @@ std::vector<HostileJournal> Types() {
           R"("command_end","result")", R"("command_end","n")", R"("trace","level")", R"("trace","text")",
           R"("record","id")", R"("notice","text")", R"("error_output","text")", R"("error_output","cut")",
           R"("end","outcome")"}) {
-      lines += Line(member + ":" + wrong);
+      lines += Line(std::string(member).append(":").append(wrong));
     }
     for (const std::string member : {"verdict", "exit_code", "error", "before", "after", "phase", "flash_touched"}) {
-      lines += Line(R"("end","outcome":{"verdict":"a","exit_code":0,")" + member + "\":" + wrong + "}");
+      lines += Line(std::string(R"("end","outcome":{"verdict":"a","exit_code":0,")")
+                        .append(member)
+                        .append("\":")
+                        .append(wrong)
+                        .append("}"));
     }
     lines += R"({"t":"x","kind":"phase","name":"a","s":)" + wrong + "}\n";
     rows.push_back(Holding("members of " + wrong, lines));

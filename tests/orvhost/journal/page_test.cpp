@@ -118,8 +118,8 @@ TEST(Page, ShowsVersionsFailureAnswersAndWhatToDo) {
        {"<h1>orvhost update, run 00000007-20260131T120000Z</h1>", "Firmware <b>01-23</b> &rarr; <b>01-24</b>",
         "&#10007; update-failed, exit code 8", "<p>It failed.</p>", "<dt>Record</dt><dd>MSGID one</dd>",
         "<b>What to do:</b> Do this.",
-        "<b>write</b> <span class=\"soft\">writes the firmware; 18.0\u00a0s, 2 shell commands, "
-        "1 failed, pauses of 10.0\u00a0s</span>",
+        ("<b>write</b> <span class=\"soft\">writes the firmware; 18.0\u00a0s, 2 shell commands, "
+         "1 failed, pauses of 10.0\u00a0s</span>"),
         "<i class=\"command failed\" style=\"left:10.000%;width:2.500%\" title=\"false, 0.500\u00a0s\">",
         "<i class=\"pause\" style=\"left:12.500%;width:50.000%\"",
         "<i class=\"flash\" style=\"left:60.000%;width:0.000%\"",
