@@ -1,6 +1,6 @@
 #include "explore/operator.h"
 
-#include <array>
+#include <sstream>
 
 namespace explore {
 
@@ -12,7 +12,13 @@ bool Holds(const std::string& text, const char* part) {
   return text.find(part) != std::string::npos;
 }
 
-// The subcommand of the first, or the second, "orvhost X" in quotes; "" for none.
+std::string WithArguments(const std::string& command) {
+  return command == "update" || command == "check" ? command + " PACKAGE"
+         : command == "apply"                      ? "apply --yes"
+                                                   : command;
+}
+
+// What the first, or the second, "orvhost X" in quotes runs, with the options that it names; "" for none.
 std::string QuotedCommand(const std::string& text, bool second) {
   constexpr std::string_view kStart = "\"orvhost ";
   std::size_t at = text.find(kStart);
@@ -22,14 +28,14 @@ std::string QuotedCommand(const std::string& text, bool second) {
   if (at == std::string::npos) {
     return "";
   }
-  const std::size_t begin = at + kStart.size();
-  return text.substr(begin, text.find_first_of(" \"", begin) - begin);
-}
-
-std::string WithArguments(const std::string& command) {
-  return command == "update" || command == "check" ? command + " PACKAGE"
-         : command == "apply"                      ? "apply --yes"
-                                                   : command;
+  std::istringstream words(text.substr(at + kStart.size(), text.find('"', at + 1) - at - kStart.size()));
+  std::string word;
+  words >> word;
+  std::string command = WithArguments(word);
+  while (words >> word) {
+    command += word.starts_with("--allow-") ? " " + word : "";
+  }
+  return command;
 }
 
 // Some sentences ask for a person's work first, which is done here by the fault's being over.
@@ -59,7 +65,7 @@ NextStep BySentence(const std::string& text, const std::string& last, bool wasAp
   if (Holds(text, "Shut the machine down by hand")) {
     next.kind = Kind::kShutDown;
   } else if (const bool second = Holds(text, "otherwise run") && wasApplied; !QuotedCommand(text, second).empty()) {
-    next.words = WithArguments(QuotedCommand(text, second));
+    next.words = QuotedCommand(text, second);
   } else if (AsksForTheSame(text)) {
     next.words = last;
   } else if (Holds(text, "Nothing to do")) {

@@ -1,6 +1,8 @@
 #include "orvhost/commands/left_update.h"
 
 #include "orvhost/commands/preflight.h"
+#include "orvhost/journal/applied.h"
+#include "orvhost/journal/journal_folder.h"
 #include "orvhost/run/last_writer.h"
 
 namespace orvhost {
@@ -16,6 +18,16 @@ std::optional<FailedEnd> UnrecordedUpdate(const refhost::ModuleState& records) {
     return {};
   }
   return NotWritten("The last update was written, but the host could not record all of it.",
+                    "Keep the machine powered and run \"orvhost update\" again before anything is put into operation.");
+}
+
+// No update is recorded at all, although the journals have one whose firmware was not put into operation.
+std::optional<FailedEnd> ForgottenUpdate(const std::string& installPath, const refhost::ModuleState& records) {
+  const bool namesNone = records.updateStatus == refhost::kNoUpdate && records.operating.info.moduleVersion.empty();
+  if (!namesNone || WasApplied(JournalFolder(installPath)) != false) {
+    return {};
+  }
+  return NotWritten("An update was begun on this machine, and the host's records of it are gone.",
                     "Keep the machine powered and run \"orvhost update\" again before anything is put into operation.");
 }
 
@@ -46,7 +58,8 @@ std::optional<FailedEnd> UnfinishedUpdate(const refhost::ModuleState& records) {
 }
 
 std::optional<FailedEnd> RestartObstacle(const Options& options, const refhost::ModuleState& records) {
-  for (const auto& obstacle : {UnfinishedUpdate(records), UnrecordedUpdate(records)}) {
+  for (const auto& obstacle :
+       {UnfinishedUpdate(records), UnrecordedUpdate(records), ForgottenUpdate(options.installPath, records)}) {
     if (obstacle) {
       return obstacle;
     }

@@ -14,7 +14,8 @@ namespace orvhost {
 [[nodiscard]] std::optional<FailedEnd> UnfinishedUpdate(const refhost::ModuleState& records);
 
 // What keeps the machine from being restarted into what these records call written: the user, an update that is
-// unfinished or not recorded completely, one of another install path. Nothing also when no update waits.
+// unfinished, not recorded completely or in the journals only, one of another install path. Nothing also when no update
+// waits.
 [[nodiscard]] std::optional<FailedEnd> RestartObstacle(const Options& options, const refhost::ModuleState& records);
 
 }  // namespace orvhost

@@ -180,6 +180,16 @@ bool PackageCheck::RefusedByPlugin(const FitWatch& seen) {
         "Have the serial number in the machine's system tables set right (\"dmidecode --type system\" shows "
         "it), then run the same command again.");
   }
+  // It asks for another kind of version when it cannot read the server type, which was read before.
+  if (const auto& running = seen.OfOtherVersion(); running && *running != outcome_->before) {
+    Fail(run_, outcome_,
+         {.exitCode = ExitCode::kPrerequisites,
+          .verdict = "server-type-unknown",
+          .cause = "The plug-in judged the package for version " + *running + ", and the BMC runs " + outcome_->before +
+                   ": this machine did not report its server type then.",
+          .nextStep = "Run the same command again; if that fails too, give the server type with --server-type."});
+    return false;
+  }
   return DoesNotFit(package + (manifest_.model.empty() ? "" : itsModel + ", ") +
                     "does not fit this machine, which runs version " + outcome_->before + ".");
 }

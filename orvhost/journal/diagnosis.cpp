@@ -228,6 +228,15 @@ void TakeOverwritten(const Situation& situation, Diagnosis* diagnosis) {
       "Keep the machine powered and run \"orvhost --install-path " + situation.overwrittenBy + " diagnose\".";
 }
 
+// A BMC that refuses its reboot flag time and again has no whole image.
+void TakeRefused(const Situation& situation, Diagnosis* diagnosis) {
+  if (situation.run.OutcomeText("verdict") == "not-applied" && diagnosis->nextStep == kApply) {
+    diagnosis->nextStep +=
+        " If the BMC refuses it again, write the package anew: \"orvhost update PACKAGE "
+        "--allow-reinstall\".";
+  }
+}
+
 }  // namespace
 
 Diagnosis Diagnose(const Situation& situation) {
@@ -241,6 +250,7 @@ Diagnosis Diagnose(const Situation& situation) {
   }
   TakeVerified(situation, &diagnosis);
   TakeOverwritten(situation, &diagnosis);
+  TakeRefused(situation, &diagnosis);
   if (!situation.recordsAreReadable) {
     diagnosis.unknown += std::string(diagnosis.unknown.empty() ? "" : " ") + "What the host recorded.";
   }

@@ -43,12 +43,24 @@ std::optional<std::string> SerialNumberIn(std::string_view text) {
   return std::string(text.substr(kStart.size(), text.size() - kStart.size() - 1));
 }
 
+std::optional<std::string> RunningVersionIn(std::string_view text) {
+  if (!text.starts_with(plugin_lines::lines::kVersionsDiffer)) {
+    return std::nullopt;
+  }
+  text.remove_prefix(plugin_lines::lines::kVersionsDiffer.size());
+  const auto running = TakeUpTo(plugin_lines::parts::kOfferedVersion, &text);
+  return running ? std::optional<std::string>(*running) : std::nullopt;
+}
+
 }  // namespace
 
 void FitWatch::Write(const refhost::TraceRecord& record) {
   if (record.level == CTraceUtility::TRACE_DBG_INFO) {
     if (auto machine = MachineIn(record.text)) {
       ofOtherModel_ = machine;
+    }
+    if (auto running = RunningVersionIn(record.text)) {
+      ofOtherVersion_ = running;
     }
   } else if (record.level == CTraceUtility::TRACE_DBG_ERROR) {
     if (auto serialNumber = SerialNumberIn(record.text)) {

@@ -25,9 +25,13 @@ class FitWatch : public refhost::TraceSink {
   // The machine's serial number as the plug-in found it ("" for none), when it said that no model follows from it.
   [[nodiscard]] const std::optional<std::string>& SerialWithoutModel() const { return serialWithoutModel_; }
 
+  // The running version as the plug-in found it, when it said that the package's does not fit it.
+  [[nodiscard]] const std::optional<std::string>& OfOtherVersion() const { return ofOtherVersion_; }
+
  private:
   std::optional<Machine> ofOtherModel_;
   std::optional<std::string> serialWithoutModel_;
+  std::optional<std::string> ofOtherVersion_;
 };
 
 }  // namespace orvhost

@@ -38,6 +38,7 @@ inline constexpr std::string_view kFailed = "Failed to";
 
 // The answer to the question whether the package fits, with what the machine is.
 inline constexpr std::string_view kFitAnswered = "Ver[";
+inline constexpr std::string_view kVersionsDiffer = "OperatingVersion:";
 inline constexpr std::string_view kSerialNumberUnusable = "Failed to get serial number [";
 
 // A record for the service processor: sending it begins, is not supported, ends.
@@ -105,6 +106,9 @@ inline constexpr std::string_view kCommandResult = "]. iret[";
 inline constexpr std::string_view kMachineSerial = "],Serial[";
 inline constexpr std::string_view kMachineModel = "],Model[";
 inline constexpr std::string_view kPackageModel = "],Rep[";
+
+// Of the versions that do not fit each other, in front of the package's.
+inline constexpr std::string_view kOfferedVersion = ",UpdateVersion:";
 
 // The BMC's answer to a request that failed: the word behind it, a colon or blank between.
 inline constexpr std::string_view kCompletionCode = "CompletionCode";

@@ -34,6 +34,14 @@ TEST(Operator, ObeysTheSentenceOfAFailure) {
   EXPECT_EQ(Obeys("Ask somebody."), "lost");
 }
 
+TEST(Operator, TakesTheOptionThatASentenceNames) {
+  EXPECT_EQ(Obeys("Run the same command again. If the BMC refuses it again, write the package anew: \"orvhost update "
+                  "PACKAGE --allow-reinstall\"."),
+            "update PACKAGE --allow-reinstall");
+  EXPECT_EQ(Obeys("Only if it is what this machine is to run, run \"orvhost update /p.tar --allow-older\"."),
+            "update PACKAGE --allow-older");
+}
+
 TEST(Operator, RemembersWhetherItHasApplied) {
   const std::string sentence =
       "If the new firmware was not put into operation yet, run \"orvhost apply\"; otherwise run \"orvhost update\" "

@@ -69,5 +69,18 @@ TEST_F(Fit, AMachineWithoutAUsableSerialNumber) {
       "The package, version 01-24, cannot be matched with this machine, because the plug-in found no serial number.");
 }
 
+TEST_F(Fit, AMachineThatDidNotReportItsTypeToThePlugInDoesNotCondemnThePackage) {
+  Ask("other-version");
+  const json object = Checked("");
+  EXPECT_EQ(object["exit_code"], 4);
+  EXPECT_EQ(object["verdict"], "server-type-unknown");
+  EXPECT_EQ(object["phase"], "fit");
+  EXPECT_EQ(object["error"]["cause"],
+            "The plug-in judged the package for version BMC:1, and the BMC runs 01-23: this machine did not report its "
+            "server type then.");
+  EXPECT_EQ(object["error"]["next_step"],
+            "Run the same command again; if that fails too, give the server type with --server-type.");
+}
+
 }  // namespace
 }  // namespace orvhost

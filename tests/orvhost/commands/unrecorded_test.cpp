@@ -66,6 +66,21 @@ TEST_F(Unrecorded, AWaitingUpdateIsNotDeniedWhenTheRecordsCannotBeRead) {
   EXPECT_GT(number, 1);
 }
 
+TEST_F(Unrecorded, AnUpdateWhoseRecordsAreGoneIsNotAppliedAndNotDenied) {
+  ASSERT_EQ(RunJson(Update(good_))["exit_code"], 0);
+  std::filesystem::remove(folder_ / "repository/state.json");
+  for (const char* subcommand : {"apply --yes", "methods Reboot --yes"}) {
+    const json object = RunJson(subcommand);
+    EXPECT_EQ(object["exit_code"], 7) << subcommand;
+    EXPECT_EQ(object["verdict"], "not-written") << subcommand;
+    EXPECT_EQ(object["error"]["cause"], "An update was begun on this machine, and the host's records of it are gone.");
+  }
+  EXPECT_EQ(RunJson(Update(good_))["verdict"], "updated");
+  EXPECT_EQ(RunJson("apply --yes")["verdict"], "going-down");
+  std::filesystem::remove(folder_ / "repository/state.json");
+  EXPECT_EQ(RunJson("apply --yes")["verdict"], "nothing-to-do");  // it was put into operation
+}
+
 TEST_F(Unrecorded, AfterAnyFailedCallAllSayTheSame) {
   for (const char* call : {"rename", "fsync", "fchmod"}) {
     int number = 1;

@@ -217,6 +217,15 @@ TEST_F(DiagnosisOf, AnApplyCutOffBeforeItsMarkerWasDeletedRunsAgain) {
   Expect("apply-incomplete", false, kApply);
 }
 
+TEST_F(DiagnosisOf, AnApplyThatTheBmcRefusedNamesTheWayToWriteThePackageAnew) {
+  Begin("apply");
+  Phases({"apply"});
+  Add({{"kind", "end"}, {"outcome", {{"verdict", "not-applied"}}}});
+  Expect("apply-incomplete", false,
+         std::string(kApply) +
+             " If the BMC refuses it again, write the package anew: \"orvhost update PACKAGE --allow-reinstall\".");
+}
+
 TEST_F(DiagnosisOf, AnApplyCutOffWithTheFlagArmedWantsAShutdownAndNoReboot) {
   Begin("apply");
   Phases({"apply"});

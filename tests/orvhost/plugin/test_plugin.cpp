@@ -453,7 +453,12 @@ class TestVendor : public CVendor {
             std::string("Failed to get serial number [") + (Asked("no-serial") ? "" : "SN01") + "]");
       return true;
     }
-    return repository->moduleVersion.compare(0, 2, running, 0, 2) != 0;
+    if (Asked("other-version") || repository->moduleVersion.compare(0, 2, running, 0, 2) != 0) {
+      Trace(CTraceUtility::TRACE_DBG_INFO, "OperatingVersion:" + (Asked("other-version") ? "BMC:1" : running) +
+                                               ",UpdateVersion:" + repository->moduleVersion);
+      return true;
+    }
+    return false;
   }
 };
 

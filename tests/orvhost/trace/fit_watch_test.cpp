@@ -42,6 +42,15 @@ TEST_F(FitLines, OtherLinesTellNoMachine) {
   EXPECT_FALSE(watch_.OfOtherModel());
 }
 
+TEST_F(FitLines, VersionsThatDoNotFitTellTheRunningOne) {
+  Line(kError, "OperatingVersion:01-23,UpdateVersion:06-01");
+  Line(kInfo, "Then OperatingVersion:01-23,UpdateVersion:06-01");
+  Line(kInfo, "OperatingVersion:01-23");  // cut off
+  EXPECT_FALSE(watch_.OfOtherVersion());
+  Line(kInfo, "OperatingVersion:01-23,UpdateVersion:BMC:01-24,SDR:A2");
+  EXPECT_EQ(watch_.OfOtherVersion(), "01-23");
+}
+
 TEST_F(FitLines, ASerialNumberThatTellsNoModel) {
   Line(kError, "Failed to get serial number [a]b]");
   EXPECT_EQ(watch_.SerialWithoutModel(), "a]b");
