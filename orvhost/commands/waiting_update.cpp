@@ -38,9 +38,8 @@ bool WaitsForApply(const Session& session, const std::string& version) {
 }
 
 bool IsRecordedAs(refhost::UpdateStatus status) {
-  refhost::ModuleState records;
-  std::string ignored;
-  return refhost::ReadModuleState(refhost::ModuleStateFolder(), &records, &ignored) && records.updateStatus == status;
+  const auto records = Records();
+  return records && records->updateStatus == status;
 }
 
 std::optional<bool> NeedsApply(const Session& session, const std::string& running) {

@@ -11,9 +11,9 @@ namespace orvhost {
 [[nodiscard]] bool BecomeLastWriter(const std::string& installPath, std::string* error);
 
 struct OtherWriter {
-  std::string
-      installPath;     // "" when it is the asked one, when nothing was begun since the machine is up, or is unknown
-  std::string unseen;  // why it is unknown, a clause
+  // "" when it is the asked one, when nothing was begun since the machine is up, or is unknown.
+  std::string installPath;
+  std::string unseen;  // why it is unknown, a clause; "" when it is known
 };
 
 [[nodiscard]] OtherWriter OtherLastWriter(const std::string& installPath);

@@ -8,6 +8,8 @@
 #include <array>
 #include <cstdio>
 #include <filesystem>
+#include <functional>
+#include <string_view>
 #include <system_error>
 
 #include "posix/file_descriptor.h"
@@ -61,16 +63,11 @@ bool IsUnchanged(const struct stat& before, const struct stat& after) {
          before.st_mtim.tv_nsec == after.st_mtim.tv_nsec;
 }
 
-// Copies `source`, which has `most` bytes, and returns its digest; the number of copied bytes in `*size`. Throws
-// ArchiveError.
-std::string CopyBytes(const posix::FileDescriptor& source, const posix::FileDescriptor& target, std::uintmax_t most,
-                      std::uintmax_t* size) {
+// Reads `source` to its end and returns its digest; each block goes to `take`. Throws ArchiveError.
+std::string DigestOf(const posix::FileDescriptor& source, const std::function<void(std::string_view)>& take) {
   Sha256 digest;
   std::array<char, 65536> block{};
   for (;;) {
-    if (MustGiveUp()) {
-      throw PlaceError("the run was asked to end");
-    }
     const ssize_t taken = read(source.Get(), block.data(), block.size());
     if (taken < 0 && errno == EINTR) {
       continue;
@@ -82,41 +79,34 @@ std::string CopyBytes(const posix::FileDescriptor& source, const posix::FileDesc
       return digest.TakeDigest();
     }
     const auto bytes = static_cast<std::size_t>(taken);
-    *size += bytes;
-    if (*size > most) {
-      throw ArchiveError(kChanged);
-    }
     digest.Add(block.data(), bytes);
-    if (!posix::WriteAll(target.Get(), block.data(), bytes)) {
-      throw PlaceError("its copy cannot be written: " + posix::LastError());
-    }
+    take({block.data(), bytes});
   }
 }
 
-// What a digest alone is wanted of is written nowhere.
-std::string DigestOf(const posix::FileDescriptor& source) {
-  Sha256 digest;
-  std::array<char, 65536> block{};
-  for (;;) {
-    const ssize_t taken = read(source.Get(), block.data(), block.size());
-    if (taken < 0 && errno == EINTR) {
-      continue;
+// Copies `source`, which has `most` bytes, and returns its digest; the number of copied bytes in `*size`. Throws
+// ArchiveError.
+std::string CopyBytes(const posix::FileDescriptor& source, const posix::FileDescriptor& target, std::uintmax_t most,
+                      std::uintmax_t* size) {
+  return DigestOf(source, [&target, most, size](std::string_view block) {
+    if (MustGiveUp()) {
+      throw PlaceError("the run was asked to end");
     }
-    if (taken < 0) {
-      throw ArchiveError("it cannot be read: " + posix::LastError());
+    *size += block.size();
+    if (*size > most) {
+      throw ArchiveError(kChanged);
     }
-    if (taken == 0) {
-      return digest.TakeDigest();
+    if (!posix::WriteAll(target.Get(), block.data(), block.size())) {
+      throw PlaceError("its copy cannot be written: " + posix::LastError());
     }
-    digest.Add(block.data(), static_cast<std::size_t>(taken));
-  }
+  });
 }
 
 }  // namespace
 
 std::string Sha256OfFile(const std::string& path, std::string* error) {
   try {
-    return DigestOf(OpenArchiveFile(path));
+    return DigestOf(OpenArchiveFile(path), [](std::string_view) {});
   } catch (const std::exception& failure) {
     *error = failure.what();
     return "";
