@@ -12,7 +12,7 @@
 #include <stdexcept>
 #include <utility>
 
-#include "explore/interposed.h"
+#include "explore/outside.h"
 
 namespace explore {
 

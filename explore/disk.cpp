@@ -1,24 +1,14 @@
 #include "explore/disk.h"
 
-#include <sys/stat.h>
-#include <sys/syscall.h>
-#include <unistd.h>
-
+#include <algorithm>
 #include <array>
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <map>
-#include <stdexcept>
 
 #include "explore/packages.h"
 
 namespace explore {
 
 namespace {
-
-namespace fs = std::filesystem;
 
 constexpr auto kOfTheMachine =
     std::to_array<std::string_view>({"/srv/", "/opt/kestrel/", "/usr/bin/ipmitool", "/proc", "/sys/class/dmi",
@@ -27,10 +17,6 @@ constexpr auto kOfTheMachine =
 constexpr auto kOfThisProcess = std::to_array<std::string_view>({"/proc/self/fd/", "/proc/self/statm"});
 
 constexpr const char* kLeftProcess = "/proc/5000";
-
-long ThisProcess() {
-  return syscall(SYS_getpid);
-}
 
 const std::string& PackageFor(const MachineKind& machine) {
   static std::map<std::string, std::string> packages;
@@ -42,33 +28,18 @@ const std::string& PackageFor(const MachineKind& machine) {
   return found->second;
 }
 
+void SyncAll(const FilePointer& file) {
+  file->Sync();
+  for (const auto& [name, inside] : file->Inside()) {
+    SyncAll(inside);
+  }
+}
+
 }  // namespace
 
-Disk::Disk() : owner_(ThisProcess()) {
-  const char* chosen = getenv("TMPDIR");
-  std::string name = (chosen != nullptr               ? chosen
-                      : access("/dev/shm", W_OK) == 0 ? "/dev/shm"
-                                                      : "/tmp") +
-                     std::string("/kestrel-explore-XXXXXX");
-  if (mkdtemp(name.data()) == nullptr) {
-    throw std::runtime_error("no folder can be made: " + name);
-  }
-  folder_ = name;
-  root_ = folder_ + "/root";
-}
-
-Disk::~Disk() {
-  if (ThisProcess() == owner_) {
-    std::error_code ignored;
-    fs::remove_all(folder_, ignored);
-  }
-}
-
 void Disk::Fill(const MachineKind& machine) {
-  std::error_code ignored;
-  fs::remove_all(root_, ignored);
-  for (const char* folder : {"",
-                             "/srv",
+  files_.Clear();
+  for (const char* folder : {"/srv",
                              "/srv/orv",
                              "/srv/orv/KV6KBMC",
                              "/srv/packages",
@@ -89,63 +60,82 @@ void Disk::Fill(const MachineKind& machine) {
                              "/dev",
                              "/run",
                              "/etc"}) {
-    mkdir((root_ + folder).c_str(), 0755);
+    (void)files_.Make(files_.Root(), folder, true, 0755);
   }
   Write(kPackagePath, PackageFor(machine));
   Write("/usr/bin/ipmitool", "tool\n");
   if (machine.hasMakersTool) {
     Write("/opt/kestrel/node_keeper/ipmi_tools/ipmicmd", "tool\n");
   }
-  Write("/srv/orv/KV6KBMC/Yafuflash", "tool\n");
-  chmod(Real("/srv/orv/KV6KBMC/Yafuflash").c_str(), 0755);
+  Write("/srv/orv/KV6KBMC/Yafuflash", "tool\n", 0755);
   Write("/sys/class/dmi/id/product_name", machine.isRack ? "KV6000RT\n" : "KV6000\n");
   Write("/dev/ipmi0", "");
   Write("/dev/console", "");
   Write("/etc/redhat-release", "Simulated Linux 1\n");
+  SyncAll(files_.Root());
 }
 
-std::string Disk::Real(const std::string& path) const {
-  for (const std::string_view own : kOfThisProcess) {
-    if (path.starts_with(own)) {
-      return "";
-    }
-  }
-  for (const std::string_view name : kOfTheMachine) {
-    if (path.starts_with(name)) {
-      return root_ + path;
-    }
-  }
-  return "";
+bool Disk::Has(std::string_view path) {
+  const auto begins = [path](std::string_view name) { return path.starts_with(name); };
+  return std::ranges::any_of(kOfTheMachine, begins) && std::ranges::none_of(kOfThisProcess, begins);
 }
 
 std::string Disk::Read(const std::string& path) const {
-  std::ifstream file(Real(path), std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
+  const FilePointer file = files_.Find(path);
+  return file ? file->Content() : "";
 }
 
-void Disk::Write(const std::string& path, const std::string& content) const {
-  std::ofstream(Real(path), std::ios::binary) << content;
+void Disk::Write(const std::string& path, std::string_view content, mode_t mode) {
+  FilePointer file = files_.Find(path);
+  file = file ? file : files_.Make(files_.Root(), path, false, mode);
+  if (file) {
+    file->Truncate(0, files_.now());
+    file->Write(0, content, files_.now());
+  }
 }
 
-bool Disk::Has(const std::string& path) const {
-  return access(Real(path).c_str(), F_OK) == 0;
+bool Disk::IsLocked(const std::string& path) const {
+  const FilePointer file = files_.Find(path);
+  return file && file->lockedBy != nullptr;
+}
+
+std::vector<std::string> Disk::Names(const std::string& folder) const {
+  std::vector<std::string> names;
+  if (const FilePointer found = files_.Find(folder)) {
+    for (const auto& [name, file] : found->Inside()) {
+      names.push_back(name);
+    }
+  }
+  return names;
+}
+
+std::vector<std::string> Disk::AllNames(const std::string& folder) const {
+  std::vector<std::string> names = Names(folder);
+  for (std::size_t count = names.size(), at = 0; at < count; ++at) {
+    const auto inside = AllNames(folder + "/" + names[at]);
+    names.insert(names.end(), inside.begin(), inside.end());
+  }
+  return names;
 }
 
 void Disk::ShowProcess(const std::string& commandLine, const std::string& mark) {
-  mkdir(Real(kLeftProcess).c_str(), 0755);
-  Write(std::string(kLeftProcess) + "/status", "Name:\tsh\nUid:\t" + std::to_string(geteuid()) + "\t0\t0\t0\n");
+  (void)files_.Make(files_.Root(), kLeftProcess, true, 0755);
+  Write(std::string(kLeftProcess) + "/status", "Name:\tsh\nUid:\t0\t0\t0\t0\n");
   Write(std::string(kLeftProcess) + "/environ", "ORVHOST_RUN=" + mark + std::string(1, '\0'));
   Write(std::string(kLeftProcess) + "/cmdline", "sh" + std::string(1, '\0') + commandLine + std::string(1, '\0'));
 }
 
 void Disk::HideProcess() {
-  std::error_code ignored;
-  fs::remove_all(Real(kLeftProcess), ignored);
+  files_.RemoveAll(kLeftProcess);
 }
 
-void Disk::GoDown() {
-  std::error_code ignored;
-  fs::remove_all(Real("/run/orvhost"), ignored);
+void Disk::GoDown(bool hasPower) {
+  if (hasPower) {
+    SyncAll(files_.Root());
+  } else {
+    files_.LosePower();
+  }
+  files_.RemoveAll("/run/orvhost");
   HideProcess();
 }
 

@@ -63,7 +63,8 @@ constexpr auto kFaults = std::to_array<FaultRow>({
     {FaultKind::kClockForward, "clock-forward", "the clock steps forward by a day", kTimes},
     {FaultKind::kKill, "kill", "the tool is killed just before", kEvery, true},
     {FaultKind::kKillDuring, "kill-during", "the tool is killed, and what it started goes on", kWriting, true},
-    {FaultKind::kPower, "power", "the power is lost just before", kEvery, true},
+    {FaultKind::kPower, "power", "the power is lost just before, and what has not reached the disk with it", kEvery,
+     true},
     {FaultKind::kPowerDuring, "power-during", "the power is lost while the flash is written", kWriting, true},
 });
 

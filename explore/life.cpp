@@ -1,21 +1,14 @@
 #include "explore/life.h"
 
 #include <cxxabi.h>
-#include <fcntl.h>
 #include <sys/mman.h>
-#include <sys/stat.h>
-#include <sys/syscall.h>
 #include <ucontext.h>
-#include <unistd.h>
 
-#include <algorithm>
 #include <cstring>
-#include <filesystem>
-#include <iterator>
 #include <sstream>
 #include <stdexcept>
 
-#include "explore/interposed.h"
+#include "explore/outside.h"
 #include "explore/simulated_machine.h"
 #include "explore/stage.h"
 #include "orvhost/program.h"
@@ -99,25 +92,18 @@ std::vector<std::string> CommandLine(const std::string& words) {
   return line;
 }
 
-bool IsLocked(const std::string& file) {
-  const int descriptor = static_cast<int>(syscall(SYS_openat, AT_FDCWD, file.c_str(), O_RDWR | O_CLOEXEC, 0));
-  if (descriptor < 0) {
-    return false;
-  }
-  struct flock lock {};
-  lock.l_type = F_WRLCK;
-  const bool answered = syscall(SYS_fcntl, descriptor, F_OFD_GETLK, &lock) == 0;
-  syscall(SYS_close, descriptor);
-  return answered && lock.l_type != F_UNLCK;
-}
-
 }  // namespace
+
+char* EndOfToolStack() {
+  return static_cast<char*>(Stack()) + kStack;
+}
 
 Life::Life(const MachineKind& machine, Disk& disk)
     : disk_(disk),
       world_(machine),
       programs_(world_, disk),
       machine_(std::make_unique<SimulatedMachine>(world_, programs_)) {
+  disk_.TheFiles().now = [this] { return world_.Now(); };
   disk_.Fill(machine);
   TheOutside().disk = &disk_;
   TheOutside().programs = &programs_;
@@ -128,16 +114,19 @@ Life::Life(const MachineKind& machine, Disk& disk)
 
 Life::~Life() {
   refhost::SetMachine(nullptr);
+  disk_.TheFiles().now = [] { return 0; };
 }
 
 RunEnd Life::Run(const std::string& words) {
   RunEnd end;
   end.words = words;
   world_.counts = {};
+  ++runs_;
   current_ = &end;
   TheOutside().output.clear();
   TheStage().Say("orvhost " + words);
   TheStage().end = CutOff;
+  TheStage().look = [this] { return Standing{runs_, world_.Now(), File::changes, File::syncs}; };
   const Microseconds start = world_.Now();
   Switch one;
   one.words = CommandLine(words);
@@ -157,7 +146,7 @@ RunEnd Life::Run(const std::string& words) {
   end.askedToRestart = world_.askedToRestart;
   if (end.cutBy == FaultKind::kPower) {
     world_.LosePower();
-    disk_.GoDown();
+    disk_.GoDown(false);
   }
   TheStage().Say(end.WasCut() ? std::string("  cut off")
                               : "  exit " + std::to_string(end.exitCode) + ", " + end.Verdict());
@@ -166,14 +155,14 @@ RunEnd Life::Run(const std::string& words) {
 
 void Life::LetGoDown() {
   if (world_.askedToHalt || world_.askedToRestart) {
-    disk_.GoDown();
+    disk_.GoDown(true);
     world_.GoDown(world_.askedToHalt);
   }
   world_.SwitchOn();
 }
 
 void Life::ShutDownByHand() {
-  disk_.GoDown();
+  disk_.GoDown(true);
   world_.GoDown(true);
   world_.SwitchOn();
 }
@@ -189,23 +178,19 @@ void Life::CheckBeforeFlash() {
     complain("order: the flash begins, and the records do not say so");
   }
   for (const char* file : {"/srv/orv/orvhost.lock", "/run/orvhost/orvhost.lock"}) {
-    if (!IsLocked(disk_.Real(file))) {
+    if (!disk_.IsLocked(file)) {
       complain(std::string("locks: the flash begins while ") + file + " is not held");
     }
   }
-  std::string journal;
-  std::error_code ignored;
-  for (const auto& entry : std::filesystem::directory_iterator(disk_.Real("/srv/orv/journal"), ignored)) {
-    journal = std::max(journal, entry.path().filename().string());  // their names sort in the order of the runs
-  }
-  journal = disk_.Read("/srv/orv/journal/" + journal);
+  const auto journals = disk_.Names("/srv/orv/journal");  // sorted, which is in the order of the runs
+  const std::string journal = journals.empty() ? "" : disk_.Read("/srv/orv/journal/" + journals.back());
   if (journal.find("Execute:") == std::string::npos && journal.find("bmcup.sh") == std::string::npos) {
     complain("order: the flash begins, and the journal does not say so");
   }
 }
 
 void Life::CheckBeforeHalt() {
-  if (current_ != nullptr && disk_.Has("/srv/orv/tmp/KV6KBMC/ExistUpdate.txt")) {
+  if (current_ != nullptr && disk_.Holds("/srv/orv/tmp/KV6KBMC/ExistUpdate.txt")) {
     current_->complaints.emplace_back("order: the machine goes down while the update marker is there");
   }
 }

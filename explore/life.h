@@ -29,6 +29,9 @@ struct RunEnd {
   [[nodiscard]] std::string Verdict() const { return object.is_object() ? object.value("verdict", "") : ""; }
 };
 
+// The high end of the stack that a run of the tool has.
+[[nodiscard]] char* EndOfToolStack();
+
 class SimulatedMachine;
 
 class Life {
@@ -58,6 +61,7 @@ class Life {
   Programs programs_;
   std::unique_ptr<SimulatedMachine> machine_;
   RunEnd* current_ = nullptr;
+  int runs_ = 0;
 };
 
 }  // namespace explore

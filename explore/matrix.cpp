@@ -7,7 +7,7 @@
 #include <set>
 #include <sstream>
 
-#include "explore/interposed.h"
+#include "explore/outside.h"
 #include "explore/step_words.h"
 
 namespace explore {
@@ -50,6 +50,10 @@ struct Total {
   }
 };
 
+// Commands and files meet other faults, so each road has a table of its own for both.
+constexpr const char* kOfCommands = ": commands and pauses";
+constexpr const char* kOfFiles = ": files";
+
 int Severity(const Result& result) {
   return (result.ends ? 0 : 100) + 10 * result.steps + (result.exitCode == 0 ? 0 : 1);
 }
@@ -64,8 +68,9 @@ std::map<std::string, Table> Tables(const std::vector<Course>& courses, const st
   std::map<const Cell*, int> worst;
   for (std::size_t at = 0; at < scenarios.size(); ++at) {
     const Fault& fault = scenarios[at].faults.front();
-    Table& table = tables[scenarios[at].road];
-    const std::string step = StepOf(roads.at(scenarios[at].road)->kept[static_cast<std::size_t>(fault.event - 1)]);
+    const Event& event = roads.at(scenarios[at].road)->kept[static_cast<std::size_t>(fault.event - 1)];
+    Table& table = tables[scenarios[at].road + (event.kind < EventKind::kRead ? kOfCommands : kOfFiles)];
+    const std::string step = StepOf(event);
     if (!table.rows.contains(step)) {
       table.steps.push_back(step);
     }
@@ -137,8 +142,8 @@ std::string Extent(int every) {
                     : "Of every road each " + std::to_string(every) + "th event was hit, not all.";
 }
 
-std::string Fingerprinted(const std::vector<Course>& courses) {
-  return "Made from roads and faults with the fingerprint `" + Fingerprint(courses) + "`.";
+std::string Fingerprinted(const std::vector<Course>& courses, const std::string& mark) {
+  return "Made from roads and faults with the fingerprint " + mark + Fingerprint(courses) + mark + ".";
 }
 
 constexpr const char* kIntroduction = R"(# Every fault at every step
@@ -152,7 +157,6 @@ constexpr const char* kNotCovered = R"(
 ## What is not covered
 
 - More than one fault: `./dev explore --pairs 1000 --seed 7` plays such, and this file does not show them.
-- What is lost of a file that was written and had not reached the disk when the power went: the simulated disk keeps it.
 - Signals that ask the tool to end, and standard streams that cannot be written.
 - What bounds the memory and the time of the process that unpacks a package: it is done in the simulation's own.
 - A BMC that says what is not so: that a flash is done which is not.
@@ -171,7 +175,7 @@ void WriteMarkdown(const std::string& path, int every, const std::vector<Course>
   }
   std::ofstream file(path);
   file << kIntroduction << '\n'
-       << Fingerprinted(courses) << ' ' << Extent(every) << "\n\n## By road\n\n| Road" << kTotalHead;
+       << Fingerprinted(courses, "`") << ' ' << Extent(every) << "\n\n## By road\n\n| Road" << kTotalHead;
   for (const Course& course : courses) {
     file << TotalRow("`" + std::string(course.road->name) + "`", byRoad[std::string(course.road->name)]);
   }
@@ -195,9 +199,9 @@ std::string Escaped(const std::string& text) {
 
 const char* ColourOf(const Cell& cell) {
   if (cell.isDeadEnd) {
-    return "dead";
+    return "d";
   }
-  return cell.worstSteps == 0 ? "good" : cell.worstSteps <= kMostSteps ? "short" : "long";
+  return cell.worstSteps == 0 ? "g" : cell.worstSteps <= kMostSteps ? "s" : "l";
 }
 
 constexpr const char* kPage = R"(<!doctype html>
@@ -207,12 +211,12 @@ body{font:14px/1.4 sans-serif;margin:1rem;color:#111;background:#fff}
 .t{overflow-x:auto;border:1px solid #ccc}
 table{border-collapse:collapse;font-size:12px}th,td{border:1px solid #ddd;padding:2px 5px;vertical-align:top}
 th{background:#eee;text-align:left}th:first-child{position:sticky;left:0;min-width:9rem}
-.good{background:#d9f2d9}.short{background:#fff3c4}.long{background:#ffd9b0}.dead{background:#f5b5b5}
+.g{background:#d9f2d9}.s{background:#fff3c4}.l{background:#ffd9b0}.d{background:#f5b5b5}
 </style></head><body><h1>Every fault at every step</h1>
 <p>A row is a step, a column a fault, a cell the verdicts of the run that it hit, with their number. Point at a cell for
 the text that replays the worst of it. <b>*</b>: the flash was touched.
-<span class="good">the road goes on to its end</span> <span class="short">up to three steps lead back</span>
-<span class="long">more steps do</span> <span class="dead">a known dead end</span></p>
+<span class=g>the road goes on to its end</span> <span class=s>up to three steps lead back</span>
+<span class=l>more steps do</span> <span class=d>a known dead end</span></p>
 )";
 
 void WriteTable(std::ofstream& file, const std::string& road, const Table& table) {
@@ -225,23 +229,23 @@ void WriteTable(std::ofstream& file, const std::string& road, const Table& table
   file << "<h2>" << road << "</h2>\n<div class=\"t\"><table><tr><th>step</th>";
   for (const FaultRow& fault : AllFaults()) {
     if (used.contains(std::string(fault.name))) {
-      file << "<th title=\"" << fault.words << "\">" << fault.name << "</th>";
+      file << "<th title=\"" << fault.words << "\">" << fault.name;
     }
   }
-  file << "</tr>\n";
+  file << "\n";
   for (const std::string& step : table.steps) {
     const Row& row = table.rows.at(step);
-    file << "<tr><th>" << Escaped(step) << "</th>";
+    file << "<tr><th>" << Escaped(step);
     for (const FaultRow& fault : AllFaults()) {
       const auto cell = row.find(std::string(fault.name));
       if (cell != row.end()) {
-        file << "<td class=\"" << ColourOf(cell->second) << "\" title=\"" << cell->second.replay << "\">"
-             << Words(cell->second) << (cell->second.touched ? " *" : "") << "</td>";
+        file << "<td class=" << ColourOf(cell->second) << " title=\"" << cell->second.replay << "\">"
+             << Words(cell->second) << (cell->second.touched ? " *" : "");
       } else if (used.contains(std::string(fault.name))) {
-        file << "<td></td>";
+        file << "<td>";
       }
     }
-    file << "</tr>\n";
+    file << "\n";
   }
   file << "</table></div>\n";
 }
@@ -252,13 +256,15 @@ void WriteMatrix(const std::string& folder, int every, const std::vector<Course>
                  const std::vector<Scenario>& scenarios, const std::vector<Result>& results) {
   WriteMarkdown(folder + "/fault-matrix.md", every, courses, scenarios, results);
   std::ofstream page(folder + "/fault-matrix.html");
-  page << kPage << "<p>" << scenarios.size() << " scenarios. " << Extent(every) << " "
-       << Escaped(Fingerprinted(courses)) << "</p>\n";
+  page << kPage << "<p>" << scenarios.size() << " scenarios. " << Extent(every) << " " << Fingerprinted(courses, "")
+       << "</p>\n";
   const auto tables = Tables(courses, scenarios, results);
   for (const Course& course : courses) {
     const std::string name(course.road->name);
-    if (tables.contains(name)) {
-      WriteTable(page, name, tables.at(name));
+    for (const char* group : {kOfCommands, kOfFiles}) {
+      if (tables.contains(name + group)) {
+        WriteTable(page, name + group, tables.at(name + group));
+      }
     }
   }
   page << "</body></html>\n";

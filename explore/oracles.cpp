@@ -1,7 +1,6 @@
 #include "explore/oracles.h"
 
 #include <algorithm>
-#include <filesystem>
 #include <sstream>
 
 #include "explore/stage.h"
@@ -9,8 +8,6 @@
 namespace explore {
 
 namespace {
-
-namespace fs = std::filesystem;
 
 constexpr Microseconds kHour = 3'600'000'000;
 constexpr Microseconds kLongestPerRecord = 1'100'000'000;  // three requests that no answer comes to, and two pauses
@@ -157,9 +154,7 @@ void JudgeRun(Life& life, const RunEnd& run, const std::vector<Fault>& faults, F
 
 void JudgeRemains(Life& life, Findings* findings) {
   const Disk& disk = life.TheDisk();
-  std::error_code ignored;
-  for (const auto& entry : fs::recursive_directory_iterator(disk.Real("/srv/orv/"), ignored)) {
-    const std::string name = entry.path().filename();
+  for (const std::string& name : disk.AllNames("/srv/orv")) {
     const bool isTemporary = name.size() > 7 && name[name.size() - 7] == '.' &&
                              std::all_of(name.end() - 6, name.end(), [](char c) { return c >= '0' && c <= '9'; });
     if (name == ".orvhost-package" || name == "unfinished" || isTemporary) {

@@ -2,9 +2,9 @@
 
 #include <utility>
 
-#include "explore/interposed.h"
 #include "explore/operator.h"
 #include "explore/oracles.h"
+#include "explore/outside.h"
 
 namespace explore {
 

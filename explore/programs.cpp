@@ -2,11 +2,9 @@
 
 #include <unistd.h>
 
-#include <algorithm>
 #include <csignal>
-#include <cstdlib>
-#include <fstream>
 
+#include "explore/program_ends.h"
 #include "explore/request_text.h"
 #include "explore/stage.h"
 #include "host/Results.h"
@@ -17,12 +15,7 @@ namespace {
 
 using How = refhost::ShellEnd::How;
 
-constexpr Microseconds kSecond = 1'000'000;
 constexpr Microseconds kProgramTime = 20'000;
-constexpr Microseconds kHangsFor = 3600 * kSecond;  // what nobody ends ends by itself, and has done nothing
-
-constexpr int kNotExecutableStatus = 126;
-constexpr int kNotFoundStatus = 127;
 
 EventKind KindOf(const std::string& line, bool wantsFirstLine) {
   if (wantsFirstLine) {
@@ -34,45 +27,8 @@ EventKind KindOf(const std::string& line, bool wantsFirstLine) {
   return ParseToolCommand(line) ? EventKind::kRequest : EventKind::kProgram;
 }
 
-// What every command does that does not get as far as its work; nothing when it does.
-std::optional<int> StatusWithoutWork(FaultKind fault) {
-  switch (fault) {
-    case FaultKind::kNotFound:
-      return kNotFoundStatus;
-    case FaultKind::kNotExecutable:
-      return kNotExecutableStatus;
-    case FaultKind::kExitOne:
-      return 1;
-    default:
-      return {};
-  }
-}
-
-int StatusWith(FaultKind fault, int status) {
-  return fault == FaultKind::kExitOneAfter ? 1 : fault == FaultKind::kExitTwoAfter ? 2 : status;
-}
-
-kv6000::Bytes BytesOf(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
-}
-
-std::string LastQuoted(const std::string& line) {
-  const std::size_t end = line.rfind('"');
-  const std::size_t begin = end == std::string::npos || end == 0 ? std::string::npos : line.rfind('"', end - 1);
-  return begin == std::string::npos ? "" : line.substr(begin + 1, end - begin - 1);
-}
-
 bool Hangs(FaultKind fault) {
   return fault == FaultKind::kHangs || fault == FaultKind::kSilent || fault == FaultKind::kSilentForGood;
-}
-
-bool StepsClock(World& world, FaultKind fault) {
-  if (fault != FaultKind::kClockBack && fault != FaultKind::kClockForward) {
-    return false;
-  }
-  world.StepClock(fault == FaultKind::kClockBack ? -3600 * kSecond : 86400 * kSecond);
-  return true;
 }
 
 }  // namespace
@@ -131,10 +87,9 @@ Programs::Output Programs::Play(const std::string& line, FaultKind fault) {
   }
   output.exitStatus = StatusWith(fault, output.exitStatus);
   if (tool) {
-    const std::string file = disk_.Real(tool->outputFile);
-    std::ofstream(file, std::ios::binary) << output.text;
+    disk_.Write(tool->outputFile, output.text);
     if (fault == FaultKind::kOutputLost) {
-      unlink(file.c_str());
+      disk_.Remove(tool->outputFile);
     }
   } else if (fault == FaultKind::kOutputLost) {
     output.text.clear();
@@ -210,48 +165,6 @@ Programs::Output Programs::Answer(const kv6000::Bytes& request, bool makersTool,
   return output;
 }
 
-Programs::Output Programs::FlashTool(const std::string& line, FaultKind fault) {
-  ++world_.counts.flashPrograms;
-  const kv6000::Bytes image = BytesOf(disk_.Real(LastQuoted(line)));
-  if (liesAboutFlash) {
-    return {};
-  }
-  const auto failed = [](int status) { return Output{status, "", "Yafuflash: failed\n"}; };
-  if (image.empty()) {
-    return failed(3);
-  }
-  if (!world_.hasDriver) {
-    return failed(4);
-  }
-  if (world_.TheBmc().CurrentState().media != kv6000::Media::kConnected) {
-    return failed(5);
-  }
-  if (fault == FaultKind::kPowerDuring) {
-    (void)world_.Flash(image, 1);
-    TheStage().end(FaultKind::kPower);
-  }
-  if (fault == FaultKind::kKillDuring) {
-    LeaveRunning(line, 60 * kSecond, [this, image] { (void)world_.Flash(image); });
-    TheStage().end(FaultKind::kKill);
-  }
-  const bool done = world_.Flash(image);
-  return done ? Output{} : failed(7);
-}
-
-void Programs::LeaveRunning(const std::string& line, Microseconds time, std::function<void()> rest) {
-  const char* mark = getenv("ORVHOST_RUN");
-  disk_.ShowProcess(line, mark != nullptr ? mark : "");
-  world_.left.push_back(line);
-  world_.At(time, [this, rest = std::move(rest)] {
-    const OffStage aside;
-    if (rest) {
-      rest();
-    }
-    disk_.HideProcess();
-    world_.left.clear();
-  });
-}
-
 int Programs::System(const std::string& line) {
   const bool isHalt = line.starts_with("shutdown ");
   if (line.starts_with("shutdown -h") && beforeHalt) {
@@ -272,82 +185,15 @@ int Programs::System(const std::string& line) {
     return *status << 8;
   }
   if (line.starts_with("touch ")) {
-    std::ofstream(disk_.Real(LastQuoted(line)), std::ios::app);
+    disk_.Write(LastQuoted(line), disk_.Read(LastQuoted(line)));
   } else if (line.starts_with("rm -f ")) {
-    unlink(disk_.Real(LastQuoted(line)).c_str());
+    disk_.Remove(LastQuoted(line));
   } else if (isHalt) {
     (line.find("-h") != std::string::npos ? world_.askedToHalt : world_.askedToRestart) = true;
   } else {
     unknown.insert(line);
   }
   return StatusWith(fault, 0) << 8;
-}
-
-bool Programs::ForkScript(FaultKind* fault) {
-  if (beforeFlash) {
-    const OffStage aside;
-    beforeFlash();
-  }
-  *fault = TheStage().Meet(EventKind::kScript, "the package's script");
-  *fault = StepsClock(world_, *fault) ? FaultKind::kNone : *fault;
-  return *fault != FaultKind::kNoProcess;
-}
-
-void Programs::StartScript(const std::string& line, FaultKind fault) {
-  const OffStage aside;
-  scriptStatus_.reset();
-  ++world_.counts.flashPrograms;
-  if (fault == FaultKind::kSignal) {
-    scriptStatus_ = SIGKILL;
-    return;
-  }
-  if (const auto status = StatusWithoutWork(fault)) {
-    scriptStatus_ = *status << 8;
-    return;
-  }
-  if (fault == FaultKind::kHangs) {
-    LeaveRunning(line, kHangsFor, {});
-    return;
-  }
-  const std::string folder = line.substr(0, line.find("/bmcup.sh"));
-  world_.At(kSecond, [this, folder] { WriteSensorRecords(folder); });
-  world_.At(2 * kSecond, [this] { (void)world_.Request(0x34, 0x8c, kv6000::Bytes{0x55, 0xaa, 0x01}); });
-  const auto rest = [this, folder, fault] {
-    WriteFirmware(folder);
-    scriptStatus_ = StatusWith(fault, *scriptStatus_) << 8;
-  };
-  if (fault == FaultKind::kKillDuring || fault == FaultKind::kPowerDuring) {
-    LeaveRunning(line, 9 * kSecond, rest);
-    world_.Pass(4 * kSecond);
-    TheStage().end(fault == FaultKind::kKillDuring ? FaultKind::kKill : FaultKind::kPower);
-  }
-  world_.At(9 * kSecond, rest);
-}
-
-void Programs::WriteSensorRecords(const std::string& folder) {
-  const OffStage aside;
-  world_.hasDriver = true;
-  kv6000::Bytes records = BytesOf(disk_.Real(folder + "/kv6000rt.sdr"));
-  bool good = world_.Request(0x0a, 0x2a, {}).front() == 0 && !records.empty();
-  for (std::size_t at = 0; good && at + 5 <= records.size(); at += 5U + records[at + 4]) {
-    const std::size_t length = std::min<std::size_t>(5U + records[at + 4], records.size() - at);
-    good = world_.Request(0x0a, 0x24, std::span(records).subspan(at, length)).front() == 0;
-  }
-  good = good && world_.Request(0x0a, 0x2b, {}).front() == 0;
-  disk_.Write(folder + "/x64sdr/sdronup.log",
-              good ? "3 records\nSDR data was successfully written!\n" : "SDR data was not written.\n");
-}
-
-void Programs::WriteFirmware(const std::string& folder) {
-  const OffStage aside;
-  const kv6000::Bytes image = BytesOf(disk_.Real(folder + "/kv6000rt.ima"));
-  (void)world_.Request(0x34, 0x2c, kv6000::Bytes{0x00});
-  const bool flashed = !image.empty() && world_.Flash(image);
-  (void)world_.Request(0x34, 0x8c, kv6000::Bytes{0x55, 0xaa, 0x00});
-  disk_.Write(folder + "/x64/BmcFlash_log.txt",
-              flashed ? "Update is successful. Reboot is required for changeover to new FW.\n" : "Update failed.\n");
-  const bool good = flashed && world_.TheBmc().Sdr().Standby().has_value();
-  scriptStatus_ = good && world_.Request(0x34, 0x5e, kv6000::Bytes{0x55, 0xaa, 0x02}).front() == 0 ? 0 : 1;
 }
 
 }  // namespace explore

@@ -28,6 +28,7 @@ class Programs {
   [[nodiscard]] int System(const std::string& line);
   [[nodiscard]] bool ForkScript(FaultKind* fault);  // false when there is no process
   void StartScript(const std::string& line, FaultKind fault);
+  void EndScript(int exitStatus) { scriptStatus_ = exitStatus << 8; }              // before it was one
   [[nodiscard]] std::optional<int> ScriptStatus() const { return scriptStatus_; }  // nothing while it runs
 
   // What was broken for good works again.

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <array>
 
-#include "explore/interposed.h"
+#include "explore/outside.h"
 #include "explore/play.h"
 
 namespace explore {

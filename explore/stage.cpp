@@ -56,7 +56,7 @@ FaultKind Stage::Meet(EventKind kind, std::string_view what, std::string_view mo
   ++number_;
   const FaultKind fault = FaultOf(kind);
   if (keeps_) {
-    kept_.push_back({kind, std::string(what)});
+    kept_.push_back({kind, std::string(what), look()});
     story_.push_back("  " + std::to_string(number_) + " " + std::string(NameOf(kind)) + " " + std::string(what) +
                      Shown(more) + (fault == FaultKind::kNone ? "" : "   <-- " + std::string(RowOf(fault).words)));
   }

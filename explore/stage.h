@@ -3,18 +3,29 @@
 #ifndef EXPLORE_STAGE_H
 #define EXPLORE_STAGE_H
 
+#include <cstdint>
 #include <functional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "explore/scenario.h"
 
 namespace explore {
 
+// Of the machine just before an event: where two are the same, so are the machines and the runs.
+struct Standing {
+  int run = 0;  // of the tool, in this life
+  std::int64_t time = 0;
+  std::uint64_t changes = 0;  // of files
+  std::uint64_t syncs = 0;
+};
+
 struct Event {
   EventKind kind;
   std::string what;
+  Standing before = {};
 };
 
 class Stage {
@@ -26,13 +37,17 @@ class Stage {
   [[nodiscard]] bool IsOn() const { return isOn_; }
   void Turn(bool on) { isOn_ = on; }
 
-  void Count(bool counts) { counts_ = counts; }
+  // Whether events are counted from here on; the answer is whether they were.
+  bool Count(bool counts) { return std::exchange(counts_, counts); }
 
   // An event comes; the fault that hits it. Of those that end the run nothing comes back.
   FaultKind Meet(EventKind kind, std::string_view what, std::string_view more = "");
 
   // A line of the story between two events.
   void Say(const std::string& line);
+
+  // How the machine stands; set by who runs the tool.
+  std::function<Standing()> look = [] { return Standing(); };
 
   // Ends the tool at once; set by who runs it, and does not return.
   std::function<void(FaultKind)> end;

@@ -23,6 +23,10 @@ struct Course {
 // from the 200th on; with `every` above 1 only each n-th event of all roads.
 [[nodiscard]] std::vector<Scenario> Singles(const std::vector<Course>& courses, int every);
 
+// Plays them all; one that meets the same machine as another gets that one's result. `*same` counts those.
+[[nodiscard]] std::vector<Result> PlayEach(const std::vector<Course>& courses, const std::vector<Scenario>& scenarios,
+                                           int processes, int* same);
+
 // `count` scenarios with two faults each, the same for the same seed.
 [[nodiscard]] std::vector<Scenario> Pairs(const std::vector<Course>& courses, int count, std::uint64_t seed);
 
