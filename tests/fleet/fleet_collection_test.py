@@ -9,8 +9,15 @@ import tempfile
 import unittest
 from pathlib import Path
 
-from fleet_support import COLLECTION, Played, write_package
+from browser import NOT_INSTALLED, Browser, Nesting
+from fleet_support import COLLECTION, REPOSITORY, Played, write_package
 
+SHOWN = REPOSITORY / "docs" / "fleet-report.html"  # KESTREL_RENEW_GOLDEN=1 makes it anew
+SHOWN_SECONDS = ("8.2", "431.7", "402.5", "2.9")
+FAILURE = {"cause": "The update failed after writing the firmware had begun.",
+           "next_step": "Keep the machine powered and do not reboot it; run the same command again.",
+           "evidence": {"command": "\"/opt/orv/KV6KBMC/Yafuflash\" -cd -preserve-config -silent \"kv6000.ima\"",
+                        "error_output": ["Yafuflash: the BMC does not report its progress"]}}
 HOSTILE = "<script>alert(1)</script> {{ 7 * 191 }} {% for x in [1] %}\u202e"
 
 
@@ -37,7 +44,11 @@ class Collection(unittest.TestCase):
     def setUp(self):
         self.place = Path(tempfile.mkdtemp(dir=self.folder))
         self.gone = []  # names of servers at whose port nobody listens
-        self.servers = {name: Played(self.place / name, boots=0) for name in ("server1", "server2", "server3")}
+        self.servers = {}
+        self.add_servers("server1", "server2", "server3")
+
+    def add_servers(self, *names: str):
+        self.servers.update((name, Played(self.place / name, boots=0)) for name in names)
 
     def play(self, *options, **variables) -> subprocess.CompletedProcess:
         hosts = {name: dict({"bmc_update_orvhost": str(server.program),
@@ -72,7 +83,8 @@ class Collection(unittest.TestCase):
         used = {name for path in [*COLLECTION.glob("roles/*/defaults/*.yml"), *COLLECTION.glob("playbooks/*.yml"),
                                   *COLLECTION.glob("roles/*/tasks/*.yml")]
                 for name in re.findall(r"\bbmc_update_[a-z_]+", path.read_text())}
-        inner = {"bmc_update_seen", "bmc_update_result", "bmc_update_servers", "bmc_update_refused", "bmc_update_boot_id_command"}
+        inner = {"bmc_update_seen", "bmc_update_result", "bmc_update_servers", "bmc_update_refused", "bmc_update_first",
+                 "bmc_update_boot_id_command"}
         stated = set(re.findall(r"(?m)^\| `(bmc_update_\w+)`", (COLLECTION / "README.md").read_text()))
         self.assertEqual(stated, used - inner)
 
@@ -91,7 +103,6 @@ class Collection(unittest.TestCase):
         self.assertNotIn("<script", page)
         self.assertIn("{{ 7 * 191 }}", page)
         self.assertIn("<h1>1 of 3 servers verified</h1>", page)
-        self.assertNotRegex(page, r"(?:src|href)=")
         self.servers["server2"].put(instead={})
         done = self.play()
         self.assertEqual(done.returncode, 0, done.stdout)
@@ -100,6 +111,46 @@ class Collection(unittest.TestCase):
                          {"server1": False, "server2": True, "server3": True})
         self.assertIn("server1                    : ok=", done.stdout)
         self.assertRegex(done.stdout, r"server1 +: ok=\d+ +changed=0 ")
+
+    def test_a_batch_goes_its_way_to_the_end_and_no_other_is_begun(self):
+        self.add_servers("server4", "server5", "server6")
+        for name in ("server2", "server4"):
+            self.servers[name].put(instead={"update": {"fails": ["update-failed", 8], "fields": {"flash_touched": True}}})
+        done = self.play(bmc_update_serial=3)
+        self.assertEqual(done.returncode, 2, done.stdout)
+        self.assertEqual(self.verdicts(), {"server1": "verified", "server2": "update-failed", "server3": "verified",
+                                           "server4": "update-failed", "server5": "not-started", "server6": "not-started"})
+        for name in ("server5", "server6"):
+            self.assertEqual(self.servers[name].calls, ["check", "update --dry-run"])
+
+    def page_of_a_failure(self) -> Path:
+        self.servers = {}
+        self.add_servers("rack1-01", "rack1-02", "rack1-03", "rack1-04")
+        self.servers["rack1-02"].put(instead={"update": {"fails": ["update-failed", 8],
+                                                         "fields": {"flash_touched": True, "error": FAILURE}}})
+        self.play(bmc_update_serial=2)
+        return self.place / "report/report.html"
+
+    def test_its_page_is_whole_and_fetches_nothing(self):
+        page = self.page_of_a_failure()
+        parser = Nesting()
+        parser.feed(page.read_text())
+        parser.close()
+        self.assertEqual((parser.complaints, parser.open, parser.sources), ([], [], ["data:,"]))
+        self.assertNotIn("script", parser.elements)
+        with self.subTest("as the documents show it"):
+            seconds = iter(SHOWN_SECONDS)
+            today = re.sub(r'(?<=class="number">)[\d.]+', lambda _: next(seconds), page.read_text())
+            today = re.sub(r"\d{4}-\d\d-\d\dT[\d:]+Z", "2026-11-22T20:15:00Z", today)
+            if os.environ.get("KESTREL_RENEW_GOLDEN"):
+                SHOWN.write_text(today)
+            self.assertEqual(today, SHOWN.read_text())
+        with self.subTest("in a browser"):
+            if NOT_INSTALLED:
+                self.skipTest("not installed: chromium")
+            browser = Browser(self.place / "browser")
+            self.assertEqual(browser.console(page), [])
+            browser.assert_drawn(self, page)
 
     def test_a_server_that_is_not_ready_fails_the_run_before_any_is_touched(self):
         self.servers["server3"].put(server_type="kv6000rt")
@@ -118,10 +169,32 @@ class Collection(unittest.TestCase):
         self.assertEqual(self.verdicts(), {"server1": "not-started", "server2": "unreachable", "server3": "not-started"})
         self.assertEqual(self.servers["server1"].calls, ["check", "update --dry-run"])
 
+    def test_servers_that_are_left_out_are_not_in_the_report(self):
+        self.servers["server3"].put(instead={"update": {"fails": ["update-failed", 8]}})
+        for expected in ("update-failed", "verified"):
+            done = self.play("--limit", "server1,server3")
+            self.assertEqual(self.verdicts(), {"server1": "verified", "server3": expected}, done.stdout)
+            self.servers["server3"].put(instead={})
+        self.assertEqual(self.servers["server2"].calls, [])
+
     def test_the_canary_is_the_one_that_is_chosen(self):
         done = self.play(bmc_update_canary="server3")
         self.assertEqual(done.returncode, 0, done.stdout)
         self.assertLess(done.stdout.index("changed: [server3]"), done.stdout.index("changed: [server1]"))
+
+    def test_the_canary_is_the_first_of_those_that_are_not_left_out(self):
+        done = self.play("--limit", "server2,server3", bmc_update_serial=10)
+        self.assertEqual(done.returncode, 0, done.stdout)
+        places = [done.stdout.find(text) for text in ("PLAY [Update the canary]", "changed: [server2]", "PLAY [Update the others]",
+                                                      "changed: [server3]")]
+        self.assertEqual(places, sorted(places), done.stdout)
+        self.assertNotIn(-1, places)
+
+    def test_a_canary_that_is_none_of_them_fails_the_run_before_any_is_asked(self):
+        done = self.play("--limit", "server2,server3", bmc_update_canary="server1")
+        self.assertEqual(done.returncode, 2, done.stdout)
+        self.assertIn("The canary server1 is none of the servers of this run.", done.stdout)
+        self.assertEqual([server.calls for server in self.servers.values()], [[], [], []])
 
     def test_a_package_that_is_not_there_fails_on_the_controller(self):
         done = self.play(bmc_update_package=str(self.folder / "none.zip"))
