@@ -64,17 +64,37 @@ class Action(unittest.TestCase):
         self.assertEqual({name: result.get(name) for name in fields}, fields, result)
 
     def test_all_steps(self):
-        result = self.run_task([GOING, VERIFIED])
+        result = self.run_task([WRITTEN, GOING, VERIFIED])
         self.assert_result(result, changed=True, verdict="verified", before="01-23", after="01-24", needs_apply=False,
                            diff={"before": "running: 01-23\nwaiting: \n", "after": "running: 01-24\nwaiting: \n"})
-        self.assertEqual(self.taken, [("verified", None), ("verified", "01-24")])
+        self.assertEqual(self.taken, [("verified", None), ("applied", None), ("verified", "01-24")])
         self.assertGreater(result["seconds"], 0)
 
     def test_only_written(self):
         self.assert_result(self.run_task([WRITTEN], state="written"), changed=True, verdict="updated", needs_apply=True)
 
     def test_only_applied(self):
-        self.assert_result(self.run_task([GOING], state="applied"), changed=True, verdict="restarted")
+        self.assert_result(self.run_task([WRITTEN, GOING], state="applied"), changed=True, verdict="restarted")
+
+    def test_what_waits_is_started_at_once(self):
+        self.assert_result(self.run_task([GOING, VERIFIED]), changed=True, verdict="verified")
+        self.assertEqual(self.taken, [("verified", None), ("verified", "01-24")])
+
+    def test_a_start_that_is_refused_after_the_writing(self):
+        result = self.run_task([WRITTEN, dict(FAILED, verdict="not-written")])
+        self.assert_result(result, failed=True, changed=True, verdict="not-written", before="01-23")
+
+    def test_a_server_that_is_lost_after_the_writing(self):
+        result = self.run_task([WRITTEN, AnsibleConnectionFailure("no route")])
+        self.assert_result(result, failed=True, changed=True, verdict="unreachable", before="01-23")
+
+    def test_a_connection_that_is_lost_while_the_package_is_removed_changes_nothing(self):
+        lost = mock.Mock(side_effect=AnsibleConnectionFailure("no route"))
+        with mock.patch.multiple(bmc_firmware.ActionModule, _find_package=lambda *_: "/p.zip", _make_tmp_path=lambda *_: "/t",
+                                 _transfer_file=mock.Mock(), _fixup_perms2=mock.Mock(), _remove_tmp_path=lost):
+            result = self.run_task([WRITTEN], remote_src=False, state="written")
+        self.assert_result(result, changed=True, verdict="updated")
+        lost.assert_called_once()
 
     def test_what_runs_is_only_verified(self):
         self.assert_result(self.run_task([VERIFIED]), changed=False, verdict="verified")
@@ -136,7 +156,10 @@ class Action(unittest.TestCase):
         self.assert_result(result, verdict="verified", changed=True)
 
     def test_a_server_that_is_unreachable_from_the_start(self):
-        self.assertRaises(AnsibleConnectionFailure, self.run_task, [AnsibleConnectionFailure("no route")])
+        with self.assertRaisesRegex(AnsibleConnectionFailure, "^no route If .* keep it powered"):
+            self.run_task([AnsibleConnectionFailure("no route")])
+        with self.assertRaisesRegex(AnsibleConnectionFailure, "^no route$"):
+            self.run_task([AnsibleConnectionFailure("no route")], check_mode=True)
 
     def test_a_server_that_is_lost_after_it_was_changed(self):
         result = self.run_task([GOING] + [AnsibleConnectionFailure("no route")] * 62)

@@ -1,12 +1,16 @@
 """The modules of the collection, against an orvhost that plays its part."""
 
 import json
+import re
 import subprocess
 import tempfile
 import unittest
 from unittest import mock
 
-from fleet_support import ModuleTest, orvhost, write_package
+import yaml
+from fleet_support import COLLECTION, REPOSITORY, ModuleTest, load_module, orvhost, write_package
+
+MODULES = ("bmc_firmware", "bmc_firmware_info", "bmc_report", "bmc_notify")
 
 WHOLE = {"schema": 2, "command": "check", "run_id": "", "verdict": "newer", "exit_code": 0, "changed": False, "before": "",
          "after": "", "needs_apply": False, "phase": "", "flash_touched": False, "summary": "", "facts": {}, "notices": [],
@@ -85,7 +89,7 @@ class Answers(ModuleTest):
 
 class Program(ModuleTest):
     def test_it_is_missing(self):
-        for name in ("bmc_firmware", "bmc_firmware_info", "bmc_report", "bmc_notify"):
+        for name in MODULES:
             result = self.module(name, executable=str(self.folder / "none"))
             self.assert_result(result, failed=True, verdict="orvhost-missing", changed=False)
             self.assertIn(str(self.folder / "none"), result["msg"])
@@ -101,6 +105,13 @@ class Program(ModuleTest):
             result = self.module("bmc_firmware", package=str(self.package), state="written", busy_time_limit=60)
         self.assert_result(result, failed=False, verdict="updated")
         self.assertEqual(self.server.calls, ["check", "check", "update"])
+
+    def test_it_finds_what_only_root_s_path_has(self):
+        for given, path in {"/usr/bin:/bin": "/usr/bin:/bin:/usr/local/sbin:/usr/sbin:/sbin",
+                            "/sbin:/bin": "/sbin:/bin:/usr/local/sbin:/usr/sbin"}.items():
+            with self.subTest(given), mock.patch.dict("os.environ", PATH=given):
+                self.module("bmc_firmware_info")
+                self.assertEqual((self.server.folder / "path").read_text(), path)
 
     def test_its_common_options_are_handed_on(self):
         self.module("bmc_firmware_info", install_path="/srv/orv", server_type="kv6000")
@@ -120,8 +131,15 @@ class Written(ModuleTest):
 
     def test_what_waits_is_not_written_again(self):
         self.write()
-        self.assert_result(self.write(), failed=False, changed=False, verdict="nothing-to-do", after="01-24", needs_apply=True)
+        waits = "running: 01-23\nwaiting: 01-24\n"
+        self.assert_result(self.write(), failed=False, changed=False, verdict="nothing-to-do", after="01-24", needs_apply=True,
+                           diff={"before": waits, "after": waits})
         self.assertEqual(self.server.calls.count("update"), 1)
+
+    def test_what_waits_is_replaced_by_another_version(self):
+        self.server.put(recorded="01-30", waiting=True)
+        self.assert_result(self.write(), failed=False, changed=True, verdict="updated",
+                           diff={"before": "running: 01-23\nwaiting: 01-30\n", "after": "running: 01-23\nwaiting: 01-24\n"})
 
     def test_what_waits_and_cannot_be_started_is_written_again(self):
         self.write()
@@ -146,19 +164,32 @@ class Written(ModuleTest):
 
     def test_an_older_package_is_refused(self):
         self.server.put(running="01-25")
-        self.assert_result(self.write(), failed=True, changed=False, verdict="older-not-allowed", before="01-25")
+        result = self.write()
+        self.assert_result(result, failed=True, changed=False, verdict="older-not-allowed", exit_code=6, before="01-25")
+        self.assertEqual(result["msg"], "It is older-not-allowed. " + result["next_step"])
+        self.assertRegex(result["next_step"], "set allow_older")
         self.assertEqual(self.server.calls, ["check"])
 
     def test_an_older_package_is_written_when_it_may_be(self):
         self.server.put(running="01-25")
         self.assert_result(self.write(allow_older=True), failed=False, changed=True, after="01-24")
-        self.assertEqual(self.server.calls, ["update --help", "check", "update"])
+        self.assertEqual(self.server.calls, ["check --allow-older", "update --allow-older"])
 
-    def test_an_orvhost_that_asks_for_it_is_said_so(self):
-        self.server.put(running="01-25")
-        (self.server.folder / "help").write_text("--dry-run --allow-older ")
-        self.write(allow_older=True)
-        self.assertEqual(self.server.calls[1:], ["check --allow-older", "update --allow-older"])
+    def test_an_older_package_that_waits_is_not_written_again(self):
+        self.server.put(running="01-25", recorded="01-24", waiting=True)
+        self.assert_result(self.write(), failed=False, changed=False, verdict="nothing-to-do", after="01-24", needs_apply=True)
+
+    def test_a_package_that_counts_as_the_version_that_runs(self):
+        self.instead(check={"fails": ["reinstall-not-allowed", 6]})
+        result = self.write()
+        self.assert_result(result, failed=True, changed=False, verdict="reinstall-not-allowed", exit_code=6)
+        self.assertRegex(result["msg"], "on the server itself")
+
+    def test_an_older_version_that_is_noticed_only_by_the_update(self):
+        self.instead(update={"fails": ["older-not-allowed", 6]})
+        result = self.write()
+        self.assert_result(result, failed=True, changed=False, verdict="older-not-allowed", flash_touched=False)
+        self.assertRegex(result["msg"], "set allow_older")
 
     def test_the_package_holds_another_version(self):
         self.assert_result(self.write(version="01-25"), failed=True, changed=False, verdict="other-version")
@@ -219,26 +250,35 @@ class AllSteps(ModuleTest):
                 self.words = []
                 return self.module("bmc_firmware", package=str(self.package), state=state, **options)
 
-    def test_it_goes_up_to_where_the_machine_goes_down(self):
+    def test_what_is_written_is_not_started_in_the_same_step(self):
         for state in ("applied", "verified"):
             with self.subTest(state):
                 self.setUp()
-                result = self.start(state)
-                self.assert_result(result, failed=False, changed=True, verdict="going-down", before="01-23", after="01-24",
-                                   diff={"before": "running: 01-23\nwaiting: \n", "after": "running: 01-24\nwaiting: \n"})
-                self.assertTrue(result["answer"])
-                self.assertEqual(self.server.calls, ["check", "update", "apply --dry-run", "identify"])
-                self.assertEqual(self.words[0][-4:], [str(self.server.program), "--json", "apply", "--yes"])
+                self.assert_result(self.start(state), failed=False, changed=True, verdict="updated", before="01-23",
+                                   after="01-24", needs_apply=True)
+                self.assertEqual((self.server.calls, self.words), (["check", "update"], []))
 
     def test_what_waits_is_started(self):
         self.server.put(recorded="01-24", waiting=True)
-        self.assert_result(self.start(), failed=False, changed=True, verdict="going-down")
-        self.assertNotIn("update", self.server.calls)
+        for state in ("applied", "verified"):
+            with self.subTest(state):
+                result = self.start(state)
+                self.assert_result(result, failed=False, changed=True, verdict="going-down", before="01-23", after="01-24",
+                                   diff={"before": "running: 01-23\nwaiting: 01-24\n", "after": "running: 01-24\nwaiting: \n"})
+                self.assertTrue(result["answer"])
+                self.assertNotIn("update", self.server.calls)
+                self.assertEqual(self.words[0][-4:], [str(self.server.program), "--json", "apply", "--yes"])
 
     def test_what_runs_is_verified(self):
         self.server.put(running="01-24", recorded="01-24")
         self.assert_result(self.start(), failed=False, changed=False, verdict="verified", after="01-24")
         self.assertEqual(self.server.calls, ["check", "identify", "verify"])
+
+    def test_what_was_started_is_not_started_again_before_it_is_verified(self):
+        self.server.put(running="01-24", recorded="01-24", waiting=True)
+        result = self.module("bmc_firmware", state="applied")
+        self.assert_result(result, failed=False, changed=False, verdict="nothing-to-do", before="01-24", after="01-24")
+        self.assertNotIn("apply --yes", self.server.calls)
 
     def test_check_mode_goes_no_further_than_the_first_change(self):
         self.assert_result(self.start(check_mode=True), failed=False, changed=True, verdict="dry-run", after="01-24")
@@ -247,9 +287,10 @@ class AllSteps(ModuleTest):
         self.assert_result(self.start(check_mode=True), failed=False, changed=True, verdict="dry-run", after="01-24")
         self.assertEqual(self.words, [])
 
-    def test_a_start_that_is_refused_after_the_writing(self):
-        self.instead(apply_dry={"fails": ["not-written", 7]})
-        self.assert_result(self.start(), failed=True, changed=True, verdict="not-written", before="01-23")
+    def test_a_start_that_is_refused(self):
+        self.server.put(recorded="01-24", waiting=True)
+        self.instead(apply_dry=[{"fields": {}}, {"fails": ["not-written", 7]}])  # the first asks whether it waits
+        self.assert_result(self.start(), failed=True, changed=False, verdict="not-written", before="01-23")
 
 
 class Others(ModuleTest):
@@ -287,6 +328,43 @@ class Others(ModuleTest):
     def test_notify_sends_nothing_in_check_mode(self):
         self.assert_result(self.module("bmc_notify", check_mode=True), failed=False, changed=False, verdict="dry-run")
         self.assertEqual(self.server.calls, ["notify --dry-run"])
+
+
+class Documented(unittest.TestCase):
+    """What ansible-doc shows of the options is what the program takes."""
+
+    def described(self, options: dict) -> dict:
+        return {name: (what.get("type", "str"), what.get("required", False), what.get("default"), what.get("choices"))
+                for name, what in options.items()}
+
+    def test_the_options_of_the_modules(self):
+        common = yaml.safe_load(load_module(COLLECTION / "plugins/doc_fragments/orvhost.py").ModuleDocFragment.DOCUMENTATION)
+        for name in MODULES:
+            with self.subTest(name), mock.patch.object(orvhost, "finish"):
+                module = load_module(COLLECTION / "plugins" / "modules" / f"{name}.py")
+                with mock.patch.object(module, "AnsibleModule") as made:
+                    module.main()
+                documented = yaml.safe_load(module.DOCUMENTATION).get("options", {})
+                self.assertEqual(self.described(dict(common["options"], **documented)),
+                                 self.described(made.call_args.kwargs["argument_spec"]))
+                self.assertTrue(made.call_args.kwargs["supports_check_mode"])
+
+    def test_the_verdicts_of_the_collection(self):
+        """Each of them stands in the document for the night on which something goes wrong."""
+        sources = "".join(path.read_text() for path in COLLECTION.glob("plugins/*/*.py"))
+        verdicts = set(re.findall(r'(?:Refusal|refusal|stays_away)\(\s*"([a-z-]+)"|return "([a-z-]+)", "', sources))
+        verdicts = {one or other for one, other in verdicts} | set(load_module(COLLECTION / "plugins/modules/bmc_firmware.py").NEXT_STEPS)
+        self.assertGreater(len(verdicts), 12)
+        text = (REPOSITORY / "docs/fleet.md").read_text()
+        self.assertEqual([verdict for verdict in sorted(verdicts) if f"`{verdict}`" not in text], [])
+
+    def test_the_variables_of_the_role(self):
+        role = COLLECTION / "roles" / "bmc_update"
+        defaults = yaml.safe_load((role / "defaults/main.yml").read_text())
+        options = yaml.safe_load((role / "meta/argument_specs.yml").read_text())["argument_specs"]["main"]["options"]
+        stated = {name: what["default"] for name, what in options.items() if "default" in what}
+        worked_out = {"bmc_update_report_folder", "bmc_update_servers"}
+        self.assertEqual(stated, {name: value for name, value in defaults.items() if name not in worked_out})
 
 
 if __name__ == "__main__":

@@ -52,6 +52,13 @@ def write_package(path: Path, version: str, server_type="kv6000") -> Path:
     return path
 
 
+def load_module(path: Path):
+    spec = importlib.util.spec_from_file_location(path.stem, path)
+    module = importlib.util.module_from_spec(spec)
+    spec.loader.exec_module(module)
+    return module
+
+
 class ModuleEnd(Exception):
     """A module ended."""
 
@@ -70,9 +77,7 @@ class ModuleTest(unittest.TestCase):
         """Runs a module in this process; its result."""
         given = dict({"executable": str(self.server.program), "busy_time_limit": 0, "_ansible_check_mode": check_mode,
                       "_ansible_tmpdir": str(self.folder)}, **options)
-        spec = importlib.util.spec_from_file_location(name, COLLECTION / "plugins" / "modules" / f"{name}.py")
-        module = importlib.util.module_from_spec(spec)
-        spec.loader.exec_module(module)
+        module = load_module(COLLECTION / "plugins" / "modules" / f"{name}.py")
         ended = []
 
         def end(_, **fields):

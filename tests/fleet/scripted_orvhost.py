@@ -1,5 +1,6 @@
 #!/usr/bin/python3 -IS
-"""Plays orvhost: what the BMC of its folder runs stands in state.json there. Every call is noted in calls.
+"""Plays orvhost: what the BMC of its folder runs stands in state.json there. Every call is noted in calls,
+and the PATH of the last one in path.
 
 state.json has `running`, `recorded`, `waiting` (a written version waits), `server_type`, and `instead`: for a subcommand,
 or one with an option ("update --dry-run"), what happens in its place: `fields` of its object, or `out` and `exit`.
@@ -45,6 +46,8 @@ def check(state: dict, words: list) -> dict:
     if server_type != state["server_type"]:
         return failure(state, "check", "does-not-fit", 6)
     verdict = "newer" if version > state["running"] else "same" if version == state["running"] else "older"
+    if verdict == "older" and "--allow-older" not in words and not (waits(state) and version == state["recorded"]):
+        return failure(state, "check", "older-not-allowed", 6)
     return answer(state, "check", verdict=verdict, facts={"package_version": version})
 
 
@@ -59,7 +62,7 @@ def update(state: dict, words: list) -> dict:
 
 
 def apply(state: dict, words: list) -> dict:
-    if not waits(state):
+    if not state["waiting"]:  # up to verify, also when it runs already
         return answer(state, "apply", verdict="nothing-to-do")
     if "--dry-run" in words:
         return answer(state, "apply", verdict="dry-run")
@@ -95,11 +98,9 @@ def history(state: dict, _) -> dict:
 
 def main() -> int:
     words = sys.argv[1:]
+    (HERE / "path").write_text(os.environ["PATH"])
     with (HERE / "calls").open("a") as calls:
         calls.write("\t".join(words) + "\n")
-    if "--help" in words:
-        print((HERE / "help").read_text() if (HERE / "help").exists() else "options: --dry-run")
-        return 0
     rest = [word for number, word in enumerate(words) if not (word == "--json" or word in OPTIONS[:2] or
                                                              (number and words[number - 1] in OPTIONS[:2]))]
     state = json.loads((HERE / "state.json").read_text())

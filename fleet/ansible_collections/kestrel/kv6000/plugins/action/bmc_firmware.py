@@ -18,6 +18,7 @@ STATES = ("written", "applied", "verified")
 # How long a BMC that has just restarted may take to answer.
 BMC_TIME_LIMIT = 120
 PAUSE = 2
+MAY_WRITE = (" If the server was at work already, it goes on: keep it powered, make it reachable, then run the same task again.")
 ALIVE = "-o ServerAliveInterval=5 -o ServerAliveCountMax=3 -o ConnectTimeout=10"
 
 
@@ -46,6 +47,8 @@ class ActionModule(ActionBase):
         boot_id = "" if self._task.check_mode or state == "written" else self._boot_id()
         # Without a package the module takes one step alone.
         result = self._with_package(state) if arguments.get("package") else self._step("applied")
+        if state != "written" and result["changed"] and "answer" not in result and not self._task.check_mode:
+            result = joined(result, self._step("applied", result))
         answer = result.pop("answer", None)
         if answer:
             self._wait_for_restart(answer, boot_id, result)
@@ -67,7 +70,15 @@ class ActionModule(ActionBase):
             self._fixup_perms2((folder, there))
             return self._step(state, package=there)
         finally:
+            self._remove_quietly(folder)
+
+    def _remove_quietly(self, folder):
+        """A connection that is lost meanwhile is no reason to forget what was brought about."""
+        try:
             self._remove_tmp_path(folder, force=True)
+        except AnsibleConnectionFailure:
+            # Or Ansible tries once more, and has that fail in the place of the task's own end.
+            self._connection._shell.tmpdir = None
 
     def _find_package(self, package):
         try:
@@ -83,9 +94,7 @@ class ActionModule(ActionBase):
         limit = time.monotonic() + (BMC_TIME_LIMIT if earlier["verdict"] == "restarted" else 0)
         while True:
             try:
-                result = self._step("verified", earlier, **wanted)
-                return dict(result, changed=earlier["changed"] or result["changed"], before=earlier["before"],
-                            diff={"before": earlier["diff"]["before"], "after": result["diff"]["after"]})
+                return joined(earlier, self._step("verified", earlier, **wanted))
             except orvhost.Refusal as refusal:
                 waits = refusal.fields["verdict"] in ("bmc-unreadable", "prerequisites-missing", "unreachable")
                 if not waits or time.monotonic() > limit:
@@ -101,9 +110,9 @@ class ActionModule(ActionBase):
         changed = bool(earlier and earlier["changed"])
         try:
             result = self._execute_module("kestrel.kv6000.bmc_firmware", arguments, task_vars=self._task_vars)
-        except AnsibleConnectionFailure:
+        except AnsibleConnectionFailure as error:
             if not changed:
-                raise
+                raise AnsibleConnectionFailure(str(error) if self._task.check_mode else str(error) + MAY_WRITE)
             raise orvhost.Refusal("unreachable", "The server cannot be reached any more.", "See what became of the server, "
                                   "then run the same task again.", changed=True, flash_touched=None, before=earlier["before"])
         result.pop("invocation", None)
@@ -174,6 +183,12 @@ class ActionModule(ActionBase):
         refusal = orvhost.failure_of(orvhost.judge(["orvhost", "apply"], report.get("exit_code"), text, "", True))
         refusal.fields.update(before=result["before"], changed=True)
         raise refusal
+
+
+def joined(earlier, result):
+    """What a further step makes of a result."""
+    return dict(result, changed=earlier["changed"] or result["changed"], before=earlier["before"],
+                diff={"before": earlier["diff"]["before"], "after": result["diff"]["after"]})
 
 
 def contradiction(arguments, state):

@@ -8,12 +8,15 @@ from __future__ import absolute_import, division, print_function
 __metaclass__ = type
 
 import json
+import os
 import time
 
 SCHEMA = 2
 BUSY = 10
 ANSWER_LOST = 12
 BUSY_PAUSE = 5
+# Where modprobe, dmidecode and shutdown are; an ordinary user who becomes root may lack them.
+SYSTEM_FOLDERS = ("/usr/local/sbin", "/usr/sbin", "/sbin")
 NO_TYPE = type(None)
 FIELDS = {
     "command": str, "run_id": str, "verdict": str, "exit_code": int, "changed": bool, "before": str, "after": str,
@@ -104,6 +107,12 @@ def failure_of(report):
                    evidence=error.get("evidence", {}), facts=report["facts"], **fields)
 
 
+def search_path():
+    """The variable PATH for orvhost."""
+    folders = [folder for folder in os.environ.get("PATH", "/usr/bin:/bin").split(":") if folder]
+    return {"PATH": ":".join(folders + [folder for folder in SYSTEM_FOLDERS if folder not in folders])}
+
+
 class Orvhost:
     """The program on this machine, with the options that every run has in common."""
 
@@ -130,7 +139,7 @@ class Orvhost:
         limit = self._clock.monotonic() + self._module.params["busy_time_limit"]
         while True:
             command = self.words(*words)
-            code, out, err = self._module.run_command(command)
+            code, out, err = self._module.run_command(command, environ_update=search_path())
             report = judge(command, code, out, err, **how)
             rest = limit - self._clock.monotonic()
             if report["exit_code"] != BUSY or rest <= 0:
@@ -143,11 +152,6 @@ class Orvhost:
         if report["exit_code"] != 0:
             raise failure_of(report)
         return report
-
-    def knows(self, subcommand, option):
-        """Whether a subcommand has an option, which an older program may lack."""
-        code, out, err = self._module.run_command([self.path, subcommand, "--help"])
-        return code == 0 and option in out.split() + err.split()
 
 
 def finish(module, work):

@@ -139,6 +139,12 @@ from ansible_collections.kestrel.kv6000.plugins.module_utils import orvhost
 
 # So that the answer of the module is sent before the machine goes down.
 APPLY_DELAY = 3
+# Where orvhost wants an option, its next step names a shell command; here it is for who writes the task.
+NEXT_STEPS = {
+    "older-not-allowed": "Get a newer package. Only if this version is what the server is to run, set allow_older.",
+    "reinstall-not-allowed": "Leave this server as it is. Only \"orvhost update PACKAGE --allow-reinstall\" on the server itself "
+                             "writes it.",
+}
 IN_BACKGROUND = 'sleep "$1"; answer=$2; shift 2; exec "$@" >"$answer" 2>"$answer.err"'
 
 
@@ -152,47 +158,50 @@ class Firmware:
 
     def write(self):
         """The package is written, or runs already."""
-        package = self._params["package"]
-        allow = ["--allow-older"] if self._params["allow_older"] and self._orvhost.knows("update", "--allow-older") else []
-        seen = self._orvhost.run("check", package, *allow)
+        seen = self._run_on_package("check")
         wanted = seen["facts"].get("package_version", "")
         if self._params["version"] not in (None, wanted):
             raise orvhost.Refusal("other-version", "The package holds version {0}, not {1}.".format(
                 wanted, self._params["version"]), "Get the package of the wanted version.", before=seen["before"])
-        if self._waits(seen, wanted):
-            return result_of(seen, False, "nothing-to-do", wanted, True)
-        if seen["before"] == wanted:
-            return result_of(seen, False, "nothing-to-do", wanted, False)
-        if seen["verdict"] != "newer" and not self._params["allow_older"]:
-            raise orvhost.Refusal("older-not-allowed", "The package holds version {0}, which is not newer than {1}, the one "
-                                  "that runs.".format(wanted, seen["before"]),
-                                  "If you want it, set allow_older.", before=seen["before"], needs_apply=seen["needs_apply"])
-        if self._check_mode:
-            report = self._orvhost.run("update", package, "--dry-run", *allow)
-            return result_of(report, report["verdict"] == "dry-run", report["verdict"], wanted, True)
-        report = self._orvhost.run("update", package, *allow, writes=True)
-        return result_of(report, report["changed"], report["verdict"], report["after"], report["needs_apply"])
-
-    def _waits(self, seen, wanted):
-        """Whether the wanted version is written and waits. Refuses to go on when another one does that cannot be replaced."""
-        if not seen["needs_apply"]:
-            return False
-        waiting = self._orvhost.run("identify")["facts"].get("recorded_version", "")
-        if waiting != wanted and seen["before"] == wanted:
+        waiting = self._waiting_version(seen)
+        if waiting and waiting != wanted and seen["before"] == wanted:
             raise orvhost.Refusal("other-version-waits", "The BMC runs version {0}, but version {1} is written and starts "
                                   "with the next restart.".format(wanted, waiting),
                                   "Decide which of them you want; ask for the one that waits to have it started.",
                                   before=wanted, after=waiting, needs_apply=True)
-        return waiting == wanted and self._orvhost.ask("apply", "--dry-run")["verdict"] == "dry-run"
+        if waiting == wanted and self._orvhost.ask("apply", "--dry-run")["verdict"] == "dry-run":
+            return result_of(seen, False, "nothing-to-do", wanted, True, waiting)
+        if seen["before"] == wanted:
+            return result_of(seen, False, "nothing-to-do", wanted, False)
+        if self._check_mode:
+            report = self._run_on_package("update", "--dry-run")
+            return result_of(report, report["verdict"] == "dry-run", report["verdict"], wanted, True, waiting)
+        report = self._run_on_package("update", writes=True)
+        return result_of(report, report["changed"], report["verdict"], report["after"], report["needs_apply"], waiting)
+
+    def _run_on_package(self, subcommand, *options, **how):
+        allowed = ["--allow-older"] if self._params["allow_older"] else []
+        report = self._orvhost.ask(subcommand, self._params["package"], *(allowed + list(options)), **how)
+        if report["exit_code"] == 0:
+            return report
+        if report["verdict"] in NEXT_STEPS:
+            report["error"]["next_step"] = NEXT_STEPS[report["verdict"]]
+        raise orvhost.failure_of(report)
+
+    def _waiting_version(self, seen):
+        """The version that is written and waits for its start; "" when none does."""
+        return self._orvhost.run("identify")["facts"].get("recorded_version", "") if seen["needs_apply"] else ""
 
     def apply(self):
         """What waits is being started when this returns with `answer`, the file that orvhost's answer appears in."""
         report = self._orvhost.run("apply", "--dry-run")
-        if report["verdict"] != "dry-run":
-            running = self._orvhost.run("identify")
-            return result_of(running, False, report["verdict"], running["before"], False)
-        waiting = self._orvhost.run("identify")["facts"].get("recorded_version", "")
-        result = result_of(report, True, "dry-run" if self._check_mode else "going-down", waiting, self._check_mode)
+        running = self._orvhost.run("identify")
+        # Once it was started it goes on standing in the records as written, until it is verified.
+        if report["verdict"] != "dry-run" or not running["needs_apply"]:
+            return result_of(running, False, "nothing-to-do", running["before"], False)
+        waiting = running["facts"].get("recorded_version", "")
+        verdict = "dry-run" if self._check_mode else "going-down"
+        result = result_of(report, True, verdict, waiting, self._check_mode, waiting)
         if not self._check_mode:
             result["answer"] = self._start_apply()
         return result
@@ -204,7 +213,8 @@ class Firmware:
         with open(os.devnull, "r+") as nowhere:
             # In a session of its own, so that it outlives the connection.
             subprocess.Popen(["/bin/sh", "-c", IN_BACKGROUND, "sh", str(APPLY_DELAY), answer] + command, stdin=nowhere,
-                             stdout=nowhere, stderr=nowhere, close_fds=True, cwd="/", start_new_session=True)
+                             stdout=nowhere, stderr=nowhere, close_fds=True, cwd="/", start_new_session=True,
+                             env=dict(os.environ, **orvhost.search_path()))
         return answer
 
     def verify(self, wanted):
@@ -223,11 +233,12 @@ class Firmware:
         return result_of(report, report["changed"], "verified", report["after"], False)
 
 
-def result_of(report, changed, verdict, after, needs_apply):
+def result_of(report, changed, verdict, after, needs_apply, waited=""):
+    """The module's result; `waited` is the version that was written before and waited."""
     before = report["before"]
     return {"changed": changed, "verdict": verdict, "before": before, "after": after, "needs_apply": needs_apply,
             "summary": report["summary"], "notices": report["notices"],
-            "diff": {"before": versions(before, ""), "after": versions(before if needs_apply else after,
+            "diff": {"before": versions(before, waited), "after": versions(before if needs_apply else after,
                                                                       after if needs_apply else "")}}
 
 
@@ -236,16 +247,18 @@ def versions(running, waiting):
 
 
 def go(module):
-    """With a package, all steps up to the state or to where the machine goes down; without one, only the state's own."""
+    """Without a package the state's own step. With one, all steps up to the state, to where firmware was written, or to where
+    the machine goes down. While it is written the controller may be lost, and without it no machine is taken down."""
     firmware = Firmware(module)
     state = module.params["state"]
     if not module.params["package"]:
         return firmware.apply() if state == "applied" else firmware.verify(module.params["version"])
     result = firmware.write()
-    ends_here = module.check_mode and result["changed"]
-    if state != "written" and result["needs_apply"] and not ends_here:
+    if state == "written" or result["changed"]:
+        return result
+    if result["needs_apply"]:
         return after(result, firmware.apply)
-    if state != "verified" or ends_here:
+    if state == "applied":
         return result
     return after(result, lambda: firmware.verify(result["after"]))
 
