@@ -27,13 +27,20 @@ ADVICE = "Install the packages that ./dev lists (./dev setup)."
 def fleet_settings(count: int, products: Sequence[str] = ("KV6000",), firmwares: Sequence[str] = ("01-23",),
                    tools: Sequence[str] = ("ipmitool",), **common) -> list:
     """Settings of so many servers. The n-th takes the n-th product, firmware and tool, from the first on again after
-    the last; each has a serial number and network settings of its own. `common` are settings that all of them have."""
+    the last; each has a serial number of its model's form and network settings of its own. `common` are settings that
+    all of them have."""
     if not 1 <= count <= MOST_SERVERS:
         raise LabError(f"A fleet has 1 to {MOST_SERVERS} servers, not {count}.")
-    return [ServerSettings(product=products[n % len(products)], firmware=firmwares[n % len(firmwares)],
-                           tool=tools[n % len(tools)], serial=f"KV6K{n + 1:06d}",
+    chosen = [products[n % len(products)] for n in range(count)]
+    return [ServerSettings(product=product, firmware=firmwares[n % len(firmwares)], tool=tools[n % len(tools)],
+                           serial=serial_number(product, n + 1),
                            lan={"mac": f"02:4b:45:53:00:{n + 1:02x}", "address": f"192.168.10.{n + 20}"}, **common)
-            for n in range(count)]
+            for n, product in enumerate(chosen)]
+
+
+def serial_number(product: str, number: int) -> str:
+    """Of a rack server it says which model of its family it is; packages are judged by that."""
+    return f"KV6KRT{number:07d}A000" if product == "KV6000RT" else f"KV6K{number:06d}"
 
 
 class Fleet:

@@ -64,7 +64,7 @@ class AFleet(unittest.TestCase):
     def test_each_server_answers_as_itself(self):
         self.assertEqual(sorted(self.runs), ["server1", "server2"])
         for name, firmware, serial in (("server1", "01-23", "KV6K000001"),
-                                       ("server2", "BMC:01-10,SDR:A1", "KV6K000002")):
+                                       ("server2", "BMC:01-10,SDR:A1", "KV6KRT0000002A000")):
             with self.subTest(name):
                 self.assertEqual(self.ssh(name, "hostname").stdout, name + "\n")
                 self.assertEqual(self.ssh(name, "dmidecode -s system-serial-number").stdout, serial + "\n")

@@ -49,7 +49,7 @@ class TheSettingsOfAServer(unittest.TestCase):
                                 install_path="/opt/orv")
         self.assertEqual([(one.product, one.firmware, one.tool, one.install_path, one.serial) for one in chosen],
                          [("KV6000", "01-23", "both", "/opt/orv", "KV6K000001"),
-                          ("KV6000RT", "06-10", "both", "/opt/orv", "KV6K000002"),
+                          ("KV6000RT", "06-10", "both", "/opt/orv", "KV6KRT0000002A000"),
                           ("KV6000", "01-23", "both", "/opt/orv", "KV6K000003")])
         for one in (chosen[0], fleet_settings(200)[-1]):
             self.assertEqual(len(one.bmc_lan()["mac"].split()), 6)
