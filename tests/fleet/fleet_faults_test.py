@@ -4,7 +4,6 @@ import json
 import unittest
 
 from fleet_servers import FleetTest
-from kv6000.packages import make_image, write_package
 
 # The machine halts without the flag that has the BMC power it on again.
 STAYS_OFF = 'case "$*" in *"apply --yes"*) exec shutdown -h now ;; esac'
@@ -14,11 +13,6 @@ class Faults(FleetTest):
     """Each test brings the whole fleet to a version of its own, so that the next one finds something to do."""
 
     count = 3
-
-    def make_package(self, version: str) -> str:
-        name = f"made-{version}"
-        write_package(self.folder / "packages" / f"{name}.zip", version, {"kv6000.ima": make_image(version)})
-        return name
 
     def setUp(self):
         for name in self.fleet.servers:
@@ -78,8 +72,12 @@ class Faults(FleetTest):
 
     def test_4_a_package_for_another_model(self):
         before = {name: self.asked(name) for name in self.fleet.servers}
-        played = self.play(package="rt-good")
-        self.assert_played(played, 2, server1="does-not-fit", server2="does-not-fit", server3="does-not-fit")
+        packages = self.folder / "packages"
+        right = f"{packages}/{self.make_package('01-33')}.zip"
+        chosen = "{{ '%s/rt-good.zip' if inventory_hostname == 'server3' else '%s' }}" % (packages, right)
+        played = self.play(bmc_update_package=chosen)
+        self.assert_played(played, 2, server1="not-started", server2="not-started", server3="does-not-fit")
+        self.assertIn("The package is made for kv6000rt, and this machine is kv6000.", played.rows["server3"]["cause"])
         self.assert_untouched(**before)
 
     def test_5_two_controllers_at_once(self):
@@ -97,7 +95,6 @@ class Faults(FleetTest):
         written = [run for run in history if run["command"] == "update" and run["after"] == "01-33"
                    and run["verdict"] == "updated"]
         self.assertEqual(len(written), 1, history)
-
 
 
 if __name__ == "__main__":

@@ -12,7 +12,7 @@ from typing import NamedTuple
 
 import product
 from kv6000.fleet import Fleet, fleet_settings
-from kv6000.packages import make_packages
+from kv6000.packages import make_image, make_packages, write_package
 from kv6000.rack_packages import make_rack_packages
 
 REPOSITORY = Path(__file__).resolve().parents[2]
@@ -41,11 +41,22 @@ class FleetTest(unittest.TestCase):
     def setUpClass(cls):
         cls.folder = Path(cls.enterClassContext(tempfile.TemporaryDirectory(prefix="kestrel-fleet-")))
         overlay = product.install(cls.folder / "overlay")
+        cls.add_to(overlay)
         make_packages(cls.folder / "packages")
         make_rack_packages(cls.folder / "packages")
         cls.fleet = cls.enterClassContext(Fleet(fleet_settings(cls.count, cls.products, overlay=overlay, install_path="/opt/orv")))
         for name in cls.fleet.servers:
             cls.put_program(name)
+
+    @classmethod
+    def add_to(cls, overlay: Path):
+        """What the servers have beside the product."""
+
+    @classmethod
+    def make_package(cls, version: str) -> str:
+        name = f"made-{version}"
+        write_package(cls.folder / "packages" / f"{name}.zip", version, {"kv6000.ima": make_image(version)})
+        return name
 
     @classmethod
     def put_program(cls, name: str, first=""):
@@ -80,6 +91,18 @@ class FleetTest(unittest.TestCase):
 
     def play(self, *options, **variables) -> Played:
         return self.finished(self.start_playbook(*options, **variables))
+
+    def run_module(self, name: str, *options, server="server1", **arguments) -> dict:
+        """Runs a module alone, by the command `ansible`; its result."""
+        given = dict({"executable": "/share/orvhost"}, **arguments)
+        done = subprocess.run(["ansible", server, "-i", self.fleet.inventory, "-m", f"kestrel.kv6000.{name}",
+                               "-a", json.dumps(given), *options], env=self.environment(), stdin=subprocess.DEVNULL,
+                              capture_output=True, text=True, check=False, timeout=400)
+        self.assertIn(" => {", done.stdout, done.stderr)
+        return dict(json.loads(done.stdout[done.stdout.index("{"):]), failed=done.returncode != 0)
+
+    def assert_fields(self, result: dict, **fields):
+        self.assertEqual({name: result.get(name) for name in fields}, fields, json.dumps(result, indent=1))
 
     def assert_played(self, played: Played, exit_code: int, **verdicts):
         self.assertEqual((played.exit, {name: row["verdict"] for name, row in played.rows.items()}), (exit_code, verdicts),
