@@ -67,7 +67,7 @@ attributes:
 notes:
   - A package is copied to the server for each task that needs it, and removed again.
   - When the connection ends while the firmware is written, C(orvhost) ends before it touches the flash, or else writes to
-    the end. Run the same task again.
+    the end. The machine is not restarted. Run the same task again.
 seealso:
   - module: kestrel.kv6000.bmc_firmware_info
 """
