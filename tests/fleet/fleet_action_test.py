@@ -27,7 +27,7 @@ APPLY_FAILED = ('{"schema": 2, "command": "apply", "run_id": "", "verdict": "not
 class Action(unittest.TestCase):
     def run_task(self, steps: list, boots=("1", "", "2"), answers=(), check_mode=False, **arguments) -> dict:
         """Runs a task. `steps` are the modules' results in their order; `boots` what the server answers, poll by poll, and
-        the last one from then on; `answers` the same for what apply prints."""
+        the last one from then on, after "raw:" the whole output; `answers` the same for what apply prints."""
         task = mock.Mock(args=dict({"remote_src": True, "package": "/p.zip"}, **arguments), check_mode=check_mode, async_val=0)
         task.args = {name: value for name, value in task.args.items() if value is not None}
         connection = mock.Mock(transport="ssh", **{"get_option.return_value": ""})
@@ -48,7 +48,8 @@ class Action(unittest.TestCase):
             boot = boots.pop(0) if len(boots) > 1 else boots[0]
             if not boot:
                 raise AnsibleConnectionFailure("gone")
-            return {"rc": 0, "stdout": boot}
+            mark = bmc_firmware.MARK
+            return {"rc": 0, "stdout": boot[4:] if boot.startswith("raw:") else f"Hello\r\n{mark}\r\n{boot}\r\n{mark}\r\n"}
 
         def sleep(seconds):
             self.slept += seconds
@@ -140,6 +141,12 @@ class Action(unittest.TestCase):
 
     def test_a_restart_that_is_over_before_it_is_looked_for(self):
         self.assert_result(self.run_task([GOING, VERIFIED], boots=["1", "2"]), verdict="verified")
+
+    def test_what_a_machine_prints_as_it_goes_down_is_no_other_boot(self):
+        noise = ["raw:Connection to server closed.", "raw:Terminated", "raw:\r\n", f"raw:{bmc_firmware.MARK}\r\n2"]
+        result = self.run_task([GOING], boots=["1", *noise, ""], up_time_limit=60)
+        self.assert_result(result, failed=True, verdict="not-back")
+        self.assert_result(self.run_task([GOING, VERIFIED], boots=["1", *noise, "1", *noise, "2"]), verdict="verified")
 
     def test_a_connection_that_is_lost_and_comes_back_without_a_restart(self):
         result = self.run_task([GOING], boots=["1", "", "1"], up_time_limit=60)

@@ -18,6 +18,8 @@ STATES = ("written", "applied", "verified")
 # How long a BMC that has just restarted may take to answer.
 BMC_TIME_LIMIT = 120
 PAUSE = 2
+# Around what a shell command prints, so that nothing else is taken for it, nor a part of it.
+MARK = "[kv6000]"
 MAY_WRITE = (" If the server was at work already, it goes on: keep it powered, make it reachable, then run the same task again.")
 ALIVE = "-o ServerAliveInterval=5 -o ServerAliveCountMax=3 -o ConnectTimeout=10"
 
@@ -159,9 +161,10 @@ class ActionModule(ActionBase):
         return int(self._task.args.get(name, default))
 
     def _boot_id(self):
-        """The boot that the server is in; "" when it cannot be reached, or prints something else as it goes down."""
-        text = self._ask(self._task.args.get("boot_id_command", "cat /proc/sys/kernel/random/boot_id")).strip()
-        return "" if text.endswith(".") else text  # such as "Connection to server closed."
+        """The boot that the server is in; "" when it cannot be reached, or not to the end of its answer."""
+        command = self._task.args.get("boot_id_command", "cat /proc/sys/kernel/random/boot_id")
+        parts = self._ask("echo '{0}' && {{ {1}\n}} && echo '{0}'".format(MARK, command)).split(MARK)
+        return parts[1].strip() if len(parts) == 3 else ""
 
     def _ask(self, command):
         """What a shell command prints on the server; "" when it cannot be asked."""
