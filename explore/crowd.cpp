@@ -7,7 +7,9 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <csignal>
+#include <cstdlib>
 #include <sstream>
 #include <stdexcept>
 #include <utility>
@@ -18,8 +20,8 @@ namespace explore {
 
 namespace {
 
-constexpr std::size_t kSlice = 300;
-constexpr int kPatienceMs = 20000;
+constexpr std::size_t kSlice = 125;
+constexpr int kLookMs = 100;
 constexpr int kBeyondTheTool = 200;  // a descriptor that no run of the tool closes
 constexpr char kBetween = '\x1f';
 
@@ -55,14 +57,15 @@ void Take(const std::string& line, std::vector<Result>* results) {
 // A child with its slice, and what it has said so far.
 class Player {
  public:
-  Player(const std::vector<Scenario>& scenarios, std::size_t first, std::size_t last) : first_(first), last_(last) {
+  Player(const std::vector<Scenario>& scenarios, std::size_t first, std::size_t last, const HowToPlay& play)
+      : first_(first), last_(last) {
     std::array<int, 2> ends{};
     if (pipe(ends.data()) != 0 || (child_ = fork()) < 0) {
       throw std::runtime_error("no process could be started");
     }
     if (child_ == 0) {
       close(ends[0]);
-      Work(scenarios, fcntl(ends[1], F_DUPFD_CLOEXEC, kBeyondTheTool));
+      Work(scenarios, play, fcntl(ends[1], F_DUPFD_CLOEXEC, kBeyondTheTool));
     }
     close(ends[1]);
     pipe_ = ends[0];
@@ -75,6 +78,7 @@ class Player {
     if (size <= 0) {
       return false;
     }
+    heardAt_ = Clock::now();
     said_.append(buffer.data(), static_cast<std::size_t>(size));
     for (std::size_t end = said_.find('\n'); end != std::string::npos; end = said_.find('\n')) {
       Take(said_.substr(0, end), results);
@@ -104,22 +108,26 @@ class Player {
   }
 
   [[nodiscard]] int Pipe() const { return pipe_; }
+  [[nodiscard]] bool IsSilentFor(std::chrono::milliseconds time) const { return Clock::now() - heardAt_ > time; }
 
  private:
-  [[noreturn]] void Work(const std::vector<Scenario>& scenarios, int pipe) const {
+  [[noreturn]] void Work(const std::vector<Scenario>& scenarios, const HowToPlay& play, int pipe) const {
     CloseWhatIsOpen();  // the other players'
     {
       Disk disk;
       for (std::size_t at = first_; at < last_; ++at) {
-        const std::string line = Line(at, Play(scenarios[at], disk, false));
+        const std::string line = Line(at, play(scenarios[at], disk));
         (void)!write(pipe, line.data(), line.size());
       }
     }
-    _exit(0);
+    std::exit(0);  // counters of a build that has them are written then
   }
+
+  using Clock = std::chrono::steady_clock;
 
   std::size_t first_;
   std::size_t last_;
+  Clock::time_point heardAt_ = Clock::now();
   std::size_t done_ = 0;
   pid_t child_ = -1;
   int pipe_ = -1;
@@ -131,7 +139,8 @@ using Slices = std::vector<std::pair<std::size_t, std::size_t>>;
 
 }  // namespace
 
-std::vector<Result> PlayAll(const std::vector<Scenario>& scenarios, int processes) {
+std::vector<Result> PlayAll(const std::vector<Scenario>& scenarios, int processes, int patienceMs,
+                            const HowToPlay& play) {
   std::vector<Result> results(scenarios.size());
   Slices waiting;
   for (std::size_t first = 0; first < scenarios.size(); first += kSlice) {
@@ -143,20 +152,22 @@ std::vector<Result> PlayAll(const std::vector<Scenario>& scenarios, int processe
     while (!waiting.empty() && atWork.size() < static_cast<std::size_t>(processes)) {
       const auto [first, last] = waiting.back();
       waiting.pop_back();
-      atWork.emplace_back(Player(scenarios, first, last), last);
+      atWork.emplace_back(Player(scenarios, first, last, play), last);
     }
     std::vector<pollfd> sources;
     sources.reserve(atWork.size());
     for (const auto& [player, last] : atWork) {
       sources.push_back({player.Pipe(), POLLIN, 0});
     }
-    const bool silent = poll(sources.data(), sources.size(), kPatienceMs) == 0;
+    (void)poll(sources.data(), sources.size(), kLookMs);
     for (std::size_t at = atWork.size(); at-- > 0;) {
       auto& [player, last] = atWork[at];
-      if (!silent && (sources[at].revents == 0 || player.Listen(&results))) {
+      const bool speaks = sources[at].revents != 0;
+      const bool hangs = !speaks && player.IsSilentFor(std::chrono::milliseconds(patienceMs));
+      if (speaks ? player.Listen(&results) : !hangs) {
         continue;
       }
-      const std::size_t next = player.End(scenarios, silent, &results);
+      const std::size_t next = player.End(scenarios, hangs, &results);
       if (next < last) {
         waiting.emplace_back(next, last);
       }

@@ -3,6 +3,7 @@
 #ifndef EXPLORE_CROWD_H
 #define EXPLORE_CROWD_H
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -21,8 +22,15 @@ struct Result {
   int unmet = 0;  // faults whose event did not come
 };
 
-// By the number of their scenario.
-[[nodiscard]] std::vector<Result> PlayAll(const std::vector<Scenario>& scenarios, int processes);
+using HowToPlay = std::function<Played(const Scenario&, Disk&)>;
+
+[[nodiscard]] inline Played PlayOnce(const Scenario& scenario, Disk& disk) {
+  return Play(scenario, disk, false);
+}
+
+// By the number of their scenario. A process that says nothing for `patienceMs` hangs.
+[[nodiscard]] std::vector<Result> PlayAll(const std::vector<Scenario>& scenarios, int processes, int patienceMs = 20000,
+                                          const HowToPlay& play = PlayOnce);
 
 }  // namespace explore
 

@@ -40,7 +40,8 @@ Programs::Output Programs::FlashTool(const std::string& line, FaultKind fault) {
     TheStage().end(FaultKind::kPower);
   }
   if (fault == FaultKind::kKillDuring) {
-    LeaveRunning(line, 60 * kSecond, [this, image] { (void)world_.Flash(image); });
+    (void)world_.Flash(image, 1);
+    LeaveRunning(line, 60 * kSecond, [this] { (void)world_.GoOnFlashing(); });
     TheStage().end(FaultKind::kKill);
   }
   const bool done = world_.Flash(image);

@@ -1,6 +1,8 @@
 // kestrel_explore: every fault at every step of every road, on a simulated machine.
 #include <dlfcn.h>
+#include <sys/resource.h>
 #include <unistd.h>
+#include <zlib.h>
 
 #include <CLI/CLI.hpp>
 #include <chrono>
@@ -13,6 +15,7 @@
 #include "explore/matrix.h"
 #include "explore/outside.h"
 #include "explore/prove.h"
+#include "explore/replay.h"
 #include "explore/survey.h"
 
 namespace explore {
@@ -34,9 +37,6 @@ struct Wishes {
   bool list = false;
 };
 
-constexpr int kExitFindings = 1;
-constexpr int kExitUsage = 2;
-
 double Seconds(std::chrono::steady_clock::time_point since) {
   return std::chrono::duration<double>(std::chrono::steady_clock::now() - since).count();
 }
@@ -50,73 +50,93 @@ void List() {
   }
 }
 
-int Replay(const std::string& text, Disk& disk) {
-  std::string error;
-  const auto scenario = ParseScenario(text, &error);
-  if (!scenario) {
-    Print(error + "\n");
-    return kExitUsage;
-  }
-  const Played played = Play(*scenario, disk, true);
-  if (!played.complaints.empty()) {
-    Print(played.complaints.front() + "\n");
-    return kExitUsage;
-  }
-  for (const std::string& line : played.story) {
-    Print(line + "\n");
-  }
-  Print("The faults end in: " + played.verdict +
-        ". What the operator does then: " + (played.way.empty() ? "nothing" : played.way) + ".\n");
-  for (const std::string& finding : played.findings) {
-    Print("finding: " + finding + "\n");
-  }
-  return played.findings.empty() ? 0 : kExitFindings;
-}
-
-int Minimize(const std::string& text, Disk& disk) {
-  std::string error;
-  auto scenario = ParseScenario(text, &error);
-  if (!scenario) {
-    Print(error + "\n");
-    return kExitUsage;
-  }
-  const auto fails = [&disk](const Scenario& one) { return !Play(one, disk, false).findings.empty(); };
-  if (!fails(*scenario)) {
-    Print("There is no finding in " + Text(*scenario) + ".\n");
-    return kExitUsage;
-  }
-  for (std::size_t at = 0; at < scenario->faults.size();) {
-    Scenario shorter = *scenario;
-    shorter.faults.erase(shorter.faults.begin() + static_cast<std::ptrdiff_t>(at));
-    if (fails(shorter)) {
-      *scenario = shorter;
-    } else {
-      ++at;
-    }
-  }
-  Print(Text(*scenario) + "\n");
-  return 0;
-}
-
-// Prints what is new and counts what is known; the number of new ones.
-int PrintFindings(const std::vector<Scenario>& scenarios, const std::vector<Result>& results) {
-  std::map<std::string, int> known;
-  int fresh = 0;
-  for (std::size_t at = 0; at < scenarios.size(); ++at) {
-    for (const std::string& finding : results[at].findings) {
-      const std::string why = WhyKnown(scenarios[at], results[at], finding);
-      if (!why.empty()) {
-        ++known[why];
-        continue;
+// What became of scenarios, told as they come and summed up at the end.
+class Account {
+ public:
+  void Add(const std::vector<Scenario>& scenarios, const std::vector<Result>& results) {
+    for (std::size_t at = 0; at < scenarios.size(); ++at) {
+      const Result& result = results[at];
+      const std::string text = Text(scenarios[at]);
+      for (const std::string& finding : result.findings) {
+        Tell(text, result, finding, WhyKnown(scenarios[at], result, finding));
       }
-      ++fresh;
-      Print(Text(scenarios[at]) + ": " + results[at].verdict + ": " + finding + "\n");
+      unmet_ += result.unmet;
+      checksum_ = Checksum(checksum_, text + result.verdict + std::to_string(result.exitCode) + result.way);
+    }
+    scenarios_ += scenarios.size();
+  }
+
+  void Print(std::size_t roads, double seconds) const {
+    std::string text;
+    for (const auto& [why, count] : known_) {
+      text += "known, " + std::to_string(count) + " times: " + why + "\n";
+    }
+    std::array<char, 128> speed{};
+    std::snprintf(speed.data(), speed.size(), "checksum %08lx\n%.1f s, %.0f scenarios a second\n", checksum_, seconds,
+                  static_cast<double>(scenarios_) / seconds);
+    explore::Print(text + std::to_string(scenarios_) + " scenarios on " + std::to_string(roads) + " roads, " +
+                   std::to_string(fresh_) + " findings, " + std::to_string(unmet_) +
+                   " faults whose event did not come or changed\n" + speed.data());
+  }
+
+  [[nodiscard]] int ExitCode() const { return fresh_ == 0 ? 0 : kExitFindings; }
+
+ private:
+  void Tell(const std::string& text, const Result& result, const std::string& finding, const std::string& why) {
+    if (!why.empty()) {
+      ++known_[why];
+      return;
+    }
+    ++fresh_;
+    explore::Print(text + ": " + result.verdict + ": " + finding + "\n");
+  }
+
+  static unsigned long Checksum(unsigned long sum, const std::string& text) {
+    return crc32_z(sum, reinterpret_cast<const unsigned char*>(text.data()), text.size());
+  }
+
+  std::map<std::string, int> known_;
+  std::size_t scenarios_ = 0;
+  int fresh_ = 0;
+  int unmet_ = 0;
+  unsigned long checksum_ = 0;
+};
+
+// Of the largest process up to now.
+void PrintMemory(std::size_t scenarios) {
+  long most = 0;
+  for (const int whose : {RUSAGE_SELF, RUSAGE_CHILDREN}) {
+    rusage usage{};
+    getrusage(whose, &usage);
+    most = std::max(most, usage.ru_maxrss);
+  }
+  Print("memory after " + std::to_string(scenarios) + " scenarios: " + std::to_string(most / 1024) + " MB at most\n");
+}
+
+// A thousand at a time, so that no more is kept in memory.
+void PlayPairs(const Wishes& wishes, const std::vector<Course>& courses, Account* account) {
+  constexpr int kAtOnce = 1000;
+  Pairs pairs(courses, wishes.seed);
+  for (int done = 0; done < wishes.pairs;) {
+    const auto scenarios = pairs.Next(std::min(kAtOnce, wishes.pairs - done));
+    account->Add(scenarios, PlayAll(scenarios, wishes.jobs));
+    const bool isFirst = done == 0;
+    done += static_cast<int>(scenarios.size());
+    if (isFirst || done == wishes.pairs) {
+      PrintMemory(static_cast<std::size_t>(done));
     }
   }
-  for (const auto& [why, count] : known) {
-    Print("known, " + std::to_string(count) + " times: " + why + "\n");
+}
+
+void PlaySingles(const Wishes& wishes, const std::vector<Course>& courses, Account* account) {
+  const auto scenarios = Singles(courses, wishes.every);
+  int same = 0;
+  const auto results = PlayEach(courses, scenarios, wishes.jobs, &same);
+  account->Add(scenarios, results);
+  Print(std::to_string(same) + " scenarios meet the same machine as another one, and were not played again\n");
+  if (!wishes.matrix.empty()) {
+    WriteMatrix(wishes.matrix, wishes.every, courses, scenarios, results);
   }
-  return fresh;
 }
 
 int Survey(const Wishes& wishes, Disk& disk) {
@@ -126,27 +146,10 @@ int Survey(const Wishes& wishes, Disk& disk) {
     Print("There is no road \"" + wishes.road + "\"; \"--list\" shows all.\n");
     return kExitUsage;
   }
-  const auto scenarios = wishes.pairs > 0 ? Pairs(courses, wishes.pairs, wishes.seed) : Singles(courses, wishes.every);
-  int same = 0;
-  const auto results = PlayEach(courses, scenarios, wishes.jobs, &same);
-  const int fresh = PrintFindings(scenarios, results);
-  int unmet = 0;
-  for (const Result& result : results) {
-    unmet += result.unmet;
-  }
-  Print(std::to_string(scenarios.size()) + " scenarios on " + std::to_string(courses.size()) + " roads, " +
-        std::to_string(fresh) + " findings, " + std::to_string(unmet) +
-        " faults whose event did not come or changed\n");
-  Print(std::to_string(same) + " of them meet the same machine as another one, and were not played again\n");
-  if (wishes.pairs == 0 && !wishes.matrix.empty()) {
-    WriteMatrix(wishes.matrix, wishes.every, courses, scenarios, results);
-  }
-  const double seconds = Seconds(start);
-  std::array<char, 128> speed{};
-  std::snprintf(speed.data(), speed.size(), "%.1f s, %.0f scenarios a second\n", seconds,
-                static_cast<double>(scenarios.size()) / seconds);
-  Print(speed.data());
-  return fresh == 0 ? 0 : kExitFindings;
+  Account account;
+  (wishes.pairs > 0 ? PlayPairs : PlaySingles)(wishes, courses, &account);
+  account.Print(courses.size(), Seconds(start));
+  return account.ExitCode();
 }
 
 // How fast whole lives are, for the figures.

@@ -1,10 +1,14 @@
 #include "explore/prove.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <array>
+#include <csignal>
+#include <functional>
 
+#include "explore/crowd.h"
 #include "explore/outside.h"
-#include "explore/play.h"
 
 namespace explore {
 
@@ -36,6 +40,24 @@ bool Sees(const std::vector<std::string>& findings, const std::string& oracle) {
   return std::ranges::any_of(findings, [&](const std::string& finding) { return finding.starts_with(oracle); });
 }
 
+// What is wrong with the simulation's own process: it is ended, its scenario named, and the next one played.
+bool SeesBrokenProcess(const char* words, const std::function<void()>& breaks) {
+  const std::vector<Scenario> scenarios = {{"identify-ipmitool", {}}, {"verify-ipmitool", {}}, {"identify-rack", {}}};
+  constexpr int kPatienceMs = 1000;
+  const auto results = PlayAll(scenarios, 1, kPatienceMs, [&](const Scenario& scenario, Disk& disk) {
+    if (scenario.road == scenarios[1].road) {
+      breaks();
+    }
+    return PlayOnce(scenario, disk);
+  });
+  const auto& findings = results[1].findings;
+  const bool seen = findings.size() == 1 && Sees(findings, "bounds:") &&
+                    findings.front().find("verify-ipmitool") != std::string::npos && results[0].findings.empty() &&
+                    results[2].verdict == "identified";
+  Print(std::string("bounds: ") + words + ": " + (seen ? "seen: " + findings.front() : "NOT SEEN") + "\n");
+  return seen;
+}
+
 }  // namespace
 
 bool Prove(Disk& disk) {
@@ -53,7 +75,9 @@ bool Prove(Disk& disk) {
           "\n");
     all = all && with && !without;
   }
-  return all;
+  const bool hang = SeesBrokenProcess("the simulation itself hangs", [] { pause(); });
+  const bool crash = SeesBrokenProcess("the simulation itself crashes", [] { raise(SIGKILL); });
+  return all && hang && crash;
 }
 
 }  // namespace explore

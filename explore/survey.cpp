@@ -2,6 +2,7 @@
 
 #include <zlib.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <map>
@@ -17,32 +18,6 @@ constexpr int kSeenThen = 97;
 bool IsPlayed(int event, int all, int every) {
   const bool isRepeated = all > kRepeating && event > kSeenWhole && event % kSeenThen != 0;
   return !isRepeated && event % every == 0;
-}
-
-// Numbers that look as if they came by chance, from a seed.
-class Chance {
- public:
-  explicit Chance(std::uint64_t seed) : state_(seed) {}
-
-  std::size_t Below(std::size_t limit) {
-    state_ += 0x9e3779b97f4a7c15U;
-    std::uint64_t mixed = state_;
-    mixed = (mixed ^ (mixed >> 30U)) * 0xbf58476d1ce4e5b9U;
-    mixed = (mixed ^ (mixed >> 27U)) * 0x94d049bb133111ebU;
-    return static_cast<std::size_t>((mixed ^ (mixed >> 31U)) % limit);
-  }
-
- private:
-  std::uint64_t state_;
-};
-
-FaultKind AnyFaultFor(EventKind event, Chance* chance) {
-  for (;;) {
-    const FaultRow& row = AllFaults()[chance->Below(AllFaults().size())];
-    if (CanHit(row, event)) {
-      return row.kind;
-    }
-  }
 }
 
 }  // namespace
@@ -126,22 +101,38 @@ std::vector<Result> PlayEach(const std::vector<Course>& courses, const std::vect
   return all;
 }
 
-std::vector<Scenario> Pairs(const std::vector<Course>& courses, int count, std::uint64_t seed) {
-  Chance chance(seed);
+std::size_t Chance::Below(std::size_t limit) {
+  state_ += 0x9e3779b97f4a7c15U;
+  std::uint64_t mixed = state_;
+  mixed = (mixed ^ (mixed >> 30U)) * 0xbf58476d1ce4e5b9U;
+  mixed = (mixed ^ (mixed >> 27U)) * 0x94d049bb133111ebU;
+  return static_cast<std::size_t>((mixed ^ (mixed >> 31U)) % limit);
+}
+
+FaultKind Pairs::AnyFaultFor(EventKind event) {
+  for (;;) {
+    const FaultRow& row = AllFaults()[chance_.Below(AllFaults().size())];
+    if (CanHit(row, event)) {
+      return row.kind;
+    }
+  }
+}
+
+std::vector<Scenario> Pairs::Next(int count) {
   std::vector<Scenario> scenarios;
   while (std::ssize(scenarios) < count) {
-    const Course& course = courses[chance.Below(courses.size())];
+    const Course& course = courses_[chance_.Below(courses_.size())];
     const auto all = static_cast<std::size_t>(std::min(course.played.events, kRepeating));
-    std::size_t first = chance.Below(all);
-    std::size_t second = chance.Below(all);
+    std::size_t first = chance_.Below(all);
+    std::size_t second = chance_.Below(all);
     if (first == second) {
       continue;
     }
     if (first > second) {
       std::swap(first, second);
     }
-    const FaultKind one = AnyFaultFor(course.played.kept[first].kind, &chance);
-    const FaultKind other = AnyFaultFor(course.played.kept[second].kind, &chance);
+    const FaultKind one = AnyFaultFor(course.played.kept[first].kind);
+    const FaultKind other = AnyFaultFor(course.played.kept[second].kind);
     scenarios.push_back(
         {std::string(course.road->name), {{static_cast<int>(first) + 1, one}, {static_cast<int>(second) + 1, other}}});
   }
@@ -187,9 +178,11 @@ std::string WhyKnown(const Scenario& scenario, const Result& result, const std::
     return "With the power the BMC loses its reboot flag, and nothing on the machine shows that: the first apply only "
            "restarts, verify finds the old version, and the package is written once more.";
   }
-  const FaultKind first = scenario.faults.front().kind;
+  const auto hits = [&scenario](FaultKind kind) {
+    return std::ranges::any_of(scenario.faults, [kind](const Fault& fault) { return fault.kind == kind; });
+  };
   if (holds("and the BMC runs BMC:") &&
-      (first == FaultKind::kMissing || first == FaultKind::kUnreadable || first == FaultKind::kEmpty)) {
+      (hits(FaultKind::kMissing) || hits(FaultKind::kUnreadable) || hits(FaultKind::kEmpty))) {
     return "Where the product name cannot be read, the plug-in asks for the BMC's version alone, as on the ordinary "
            "model; the server type that identify shows is empty then.";
   }
@@ -198,7 +191,7 @@ std::string WhyKnown(const Scenario& scenario, const Result& result, const std::
            "stop "
            "it; the records show the update all the same.";
   }
-  if (holds("the records do not say so") && first == FaultKind::kEmpty) {
+  if (holds("the records do not say so") && hits(FaultKind::kEmpty)) {
     return "A records file that reads as empty in the middle of a run is kept aside as damaged, and the run goes on.";
   }
   return "";

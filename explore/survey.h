@@ -10,6 +10,17 @@
 
 namespace explore {
 
+// Numbers that look as if they came by chance, from a seed.
+class Chance {
+ public:
+  explicit Chance(std::uint64_t seed) : state_(seed) {}
+
+  std::size_t Below(std::size_t limit);
+
+ private:
+  std::uint64_t state_;
+};
+
 // A road as it goes when nothing fails.
 struct Course {
   const Road* road;
@@ -27,8 +38,20 @@ struct Course {
 [[nodiscard]] std::vector<Result> PlayEach(const std::vector<Course>& courses, const std::vector<Scenario>& scenarios,
                                            int processes, int* same);
 
-// `count` scenarios with two faults each, the same for the same seed.
-[[nodiscard]] std::vector<Scenario> Pairs(const std::vector<Course>& courses, int count, std::uint64_t seed);
+// Scenarios with two faults each, the same for the same seed.
+class Pairs {
+ public:
+  // `courses` must outlive this.
+  Pairs(const std::vector<Course>& courses, std::uint64_t seed) : courses_(courses), chance_(seed) {}
+
+  [[nodiscard]] std::vector<Scenario> Next(int count);
+
+ private:
+  [[nodiscard]] FaultKind AnyFaultFor(EventKind event);
+
+  const std::vector<Course>& courses_;
+  Chance chance_;
+};
 
 // Why a finding is known and stays; "" for one that is not.
 [[nodiscard]] std::string WhyKnown(const Scenario& scenario, const Result& result, const std::string& finding);

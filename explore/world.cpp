@@ -62,9 +62,10 @@ bool World::Flash(const kv6000::Bytes& image, int most) {
   const auto length = static_cast<std::uint32_t>(image.size());
   const kv6000::Bytes data = {static_cast<std::uint8_t>(length), static_cast<std::uint8_t>(length >> 8U),
                               static_cast<std::uint8_t>(length >> 16U), static_cast<std::uint8_t>(length >> 24U)};
-  if (Request(0x34, 0x90, data).front() != 0) {
-    return false;
-  }
+  return Request(0x34, 0x90, data).front() == 0 && GoOnFlashing(most);
+}
+
+bool World::GoOnFlashing(int most) {
   for (int step = 0; step < most && bmc_->CurrentState().flash == kv6000::Flash::kRunning; ++step) {
     Pass(kFlashStepTime);
     bmc_->FlashStep();

@@ -29,6 +29,7 @@ class World : public kv6000::Outside {
 
   // Puts an image on the media and has the BMC flash it, as far as `most` steps. True when it is done and whole.
   bool Flash(const kv6000::Bytes& image, int most = 1 << 20);
+  bool GoOnFlashing(int most = 1 << 20);
 
   // The time passes, and what was to happen meanwhile happens.
   void Pass(Microseconds time);

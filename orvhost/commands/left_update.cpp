@@ -24,7 +24,7 @@ std::optional<FailedEnd> UnrecordedUpdate(const refhost::ModuleState& records) {
 // No update is recorded at all, although the journals have one whose firmware was not put into operation.
 std::optional<FailedEnd> ForgottenUpdate(const std::string& installPath, const refhost::ModuleState& records) {
   const bool namesNone = records.updateStatus == refhost::kNoUpdate && records.operating.info.moduleVersion.empty();
-  if (!namesNone || WasApplied(JournalFolder(installPath)) != false) {
+  if (!namesNone || !ShowsUpdateNotApplied(JournalFolder(installPath))) {
     return {};
   }
   return NotWritten("An update was begun on this machine, and the host's records of it are gone.",

@@ -7,14 +7,18 @@
 
 namespace orvhost {
 
-std::optional<bool> WasApplied(const std::string& folder) {
+namespace {
+
+enum class Unclear { kEndsSearch, kIsPassedOver };
+
+std::optional<bool> LookBack(const std::string& folder, Unclear unclear) {
   const std::vector<std::string> runs = ListJournals(folder).runs;
   for (auto id = runs.rbegin(); id != runs.rend(); ++id) {
     const RecordedRun run = ReadRun(folder, *id);
     if (run.error == ENOENT) {
       continue;  // dropped meanwhile
     }
-    if (run.error != 0 || MayHaveReachedTheDevice(run)) {
+    if (unclear == Unclear::kEndsSearch && (run.error != 0 || MayHaveReachedTheDevice(run))) {
       return {};
     }
     if (WasPutIntoOperation(run)) {
@@ -25,6 +29,16 @@ std::optional<bool> WasApplied(const std::string& folder) {
     }
   }
   return {};
+}
+
+}  // namespace
+
+std::optional<bool> WasApplied(const std::string& folder) {
+  return LookBack(folder, Unclear::kEndsSearch);
+}
+
+bool ShowsUpdateNotApplied(const std::string& folder) {
+  return LookBack(folder, Unclear::kIsPassedOver) == false;
 }
 
 }  // namespace orvhost

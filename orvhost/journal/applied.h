@@ -11,6 +11,9 @@ namespace orvhost {
 // decides cannot be read.
 [[nodiscard]] std::optional<bool> WasApplied(const std::string& folder);
 
+// True when a journal shows an update that wrote, and none a later apply. Those that do not tell are passed over.
+[[nodiscard]] bool ShowsUpdateNotApplied(const std::string& folder);
+
 }  // namespace orvhost
 
 #endif  // ORVHOST_JOURNAL_APPLIED_H

@@ -47,6 +47,7 @@ STEPS = {
     "explore --prove": BUILD + ["explore/run --prove"],
     "explore --list": BUILD + ["explore/run --list"],
     "explore --matrix docs": BUILD + ["explore/run --matrix docs"],
+    "explore --coverage --every 10": BUILD + ["explore/run --coverage --every 10"],
     "package": PART["product"] + ["cpack --config build/release/CPackConfig.cmake", "lintian --allow-root --fail-on error,warning"],
     "setup": [],
     "clean": [],

@@ -75,6 +75,9 @@ TEST_F(Unrecorded, AnUpdateWhoseRecordsAreGoneIsNotAppliedAndNotDenied) {
     EXPECT_EQ(object["verdict"], "not-written") << subcommand;
     EXPECT_EQ(object["error"]["cause"], "An update was begun on this machine, and the host's records of it are gone.");
   }
+  folder_.Write("journal/00000099-20260101T000000Z.jsonl", "a journal that tells nothing\n");
+  EXPECT_EQ(RunJson("apply --yes")["verdict"], "not-written");
+  std::filesystem::remove(folder_ / "journal/00000099-20260101T000000Z.jsonl");
   EXPECT_EQ(RunJson(Update(good_))["verdict"], "updated");
   EXPECT_EQ(RunJson("apply --yes")["verdict"], "going-down");
   std::filesystem::remove(folder_ / "repository/state.json");
