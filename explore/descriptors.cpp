@@ -9,6 +9,12 @@
 
 namespace explore {
 
+namespace {
+
+constexpr mode_t kUsualMask = 07755;
+
+}  // namespace
+
 bool OpenFile::Lock() {
   if (file->lockedBy != nullptr && file->lockedBy != this) {
     return false;
@@ -64,7 +70,7 @@ std::shared_ptr<OpenFile> OpenIn(Files& files, const FilePointer& from, const ch
     return failed(EEXIST);
   }
   if (!file && errno == ENOENT && (flags & O_CREAT) != 0) {
-    file = files.Make(from, path, false, mode & ~S_IWOTH & ~S_IWGRP);
+    file = files.Make(from, path, false, mode & kUsualMask);
   }
   if (!file) {
     return {};

@@ -52,7 +52,7 @@ int Remove(const Way& way, bool isFolder) {
 
 int MakeFolder(const Way& way, mode_t mode) {
   const bool made = !Fails(EventKind::kFolder, way.path, true) &&
-                    TheOutside().disk->TheFiles().Make(way.folder, way.path, true, mode & ~S_IWOTH);
+                    TheOutside().disk->TheFiles().Make(way.folder, way.path, true, mode & 07775U);
   return made ? 0 : -1;
 }
 

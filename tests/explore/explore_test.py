@@ -3,6 +3,8 @@
 import hashlib
 import os
 import re
+import shutil
+import struct
 import subprocess
 import tempfile
 import unittest
@@ -53,7 +55,8 @@ class Replay(unittest.TestCase):
 
 class Fidelity(unittest.TestCase):
     def test_the_table_of_what_the_virtual_server_does_too_is_as_the_simulation_is_today(self):
-        rows = re.findall(r"(?m)^\| `([\w-]+)` \| `(.+?)` \| ([\w-]+?)(?:, ([\w-]+))? \| (\w+) \| (\w+) \| the same \|$",
+        rows = re.findall(r"(?m)^\| `([\w-]+)` \| `(.+?)` \| ([\w-]+?)(?:, ([\w-]+))? \| (\w+) \| (\w+) "
+                          r"\| the same \|$",
                           (REPOSITORY / "docs" / "fault-fidelity.md").read_text())
         self.assertGreaterEqual(len({fault for fault, *_ in rows}), 30)
         for fault, text, verdict, diagnosed, code, flash in rows:
@@ -95,6 +98,33 @@ class Minimize(unittest.TestCase):
     def test_fails_in_a_sentence_where_there_is_no_finding(self):
         done = explore("--minimize", "identify-ipmitool 20:kill")
         self.assertEqual((done.returncode, done.stdout), (2, "There is no finding in identify-ipmitool 20:kill.\n"))
+
+
+@unittest.skipIf(shutil.which("chromium") is None, "not installed: chromium")
+class Page(unittest.TestCase):
+    page = REPOSITORY / "docs" / "fault-matrix.html"
+
+    def chromium(self, folder: str, *options: str) -> subprocess.CompletedProcess:
+        return subprocess.run(["chromium", "--headless", "--no-sandbox", "--disable-gpu", "--hide-scrollbars",
+                               "--enable-logging=stderr", f"--user-data-dir={folder}/browser", *options, self.page.as_uri()],
+                              capture_output=True, text=True, check=True, timeout=300)
+
+    def test_a_browser_reads_all_of_it_without_a_word(self):
+        with tempfile.TemporaryDirectory() as folder:
+            done = self.chromium(folder, "--dump-dom")
+        self.assertNotIn("CONSOLE", done.stderr)
+        written = self.page.read_text()
+        for element in ("table", "tr", "th", "td"):
+            self.assertEqual(len(re.findall(rf"<{element}\b", done.stdout)), len(re.findall(rf"<{element}\b", written)))
+
+    def test_it_is_drawn_at_two_widths_and_not_blank(self):
+        with tempfile.TemporaryDirectory() as folder:
+            for width in (1200, 480):
+                picture = Path(folder, f"{width}.png")
+                self.chromium(folder, f"--window-size={width},1000", f"--screenshot={picture}")
+                png = picture.read_bytes()
+                self.assertEqual(struct.unpack(">II", png[16:24]), (width, 1000))
+                self.assertGreater(len(png), 20000, "hardly anything is drawn")
 
 
 class Survey(unittest.TestCase):
