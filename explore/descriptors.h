@@ -33,6 +33,7 @@ class OpenFile {
 class Descriptors {
  public:
   static constexpr int kFirst = 1000;
+  static constexpr std::size_t kMost = 96;  // more than a run ever has
 
   // A new descriptor, or -1 with errno when there are too many.
   int Add(const std::shared_ptr<OpenFile>& open);
@@ -45,7 +46,7 @@ class Descriptors {
   int CloseAll();  // how many there were
 
  private:
-  std::array<std::shared_ptr<OpenFile>, 96> open_;  // more than a run ever has
+  std::array<std::shared_ptr<OpenFile>, kMost> open_;
 };
 
 // A descriptor of a file: as open(), read(), write(), lseek() do it, without an event.

@@ -4,6 +4,7 @@
 #include <fcntl.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -12,10 +13,10 @@
 
 #include "explore/calls.h"
 
+using explore::Descriptors;
 using explore::Next;
 using explore::OpenFile;
 using explore::TheOutside;
-using explore::TheStage;
 using explore::Way;
 using explore::WayTo;
 
@@ -38,8 +39,20 @@ std::vector<FolderStream*>& FolderStreams() {
   return streams;
 }
 
+// What a stream carries: where its descriptor's number stands.
+void* CookieOf(int descriptor) {
+  static std::array<int, Descriptors::kMost> numbers;
+  int& number = numbers[static_cast<std::size_t>(descriptor - Descriptors::kFirst)];
+  number = descriptor;
+  return &number;
+}
+
+int DescriptorIn(const void* cookie) {
+  return *static_cast<const int*>(cookie);
+}
+
 OpenFile* OpenOf(void* cookie) {
-  return TheOutside().descriptors[static_cast<int>(reinterpret_cast<std::intptr_t>(cookie))];
+  return TheOutside().descriptors[DescriptorIn(cookie)];
 }
 
 ssize_t ReadStream(void* cookie, char* buffer, std::size_t size) {
@@ -59,7 +72,7 @@ int SeekStream(void* cookie, off64_t* offset, int whence) {
 }
 
 int CloseStream(void* cookie) {
-  TheOutside().descriptors.Close(static_cast<int>(reinterpret_cast<std::intptr_t>(cookie)));
+  TheOutside().descriptors.Close(DescriptorIn(cookie));
   return 0;
 }
 
@@ -87,8 +100,7 @@ FILE* OpenStream(const char* path, const char* mode) {
   if (descriptor < 0) {
     return nullptr;
   }
-  FILE* stream = fopencookie(reinterpret_cast<void*>(static_cast<std::intptr_t>(descriptor)), mode,
-                             {ReadStream, WriteStream, SeekStream, CloseStream});
+  FILE* stream = fopencookie(CookieOf(descriptor), mode, {ReadStream, WriteStream, SeekStream, CloseStream});
   StreamDescriptors()[stream] = descriptor;
   return stream;
 }
