@@ -5,6 +5,9 @@
 #include <filesystem>
 #include <sstream>
 
+#include "orvhost/defaults.h"
+#include "orvhost/interface/repeated_options.h"
+#include "orvhost/unknown_word.h"
 #include "refhost/settings.h"
 
 namespace orvhost {
@@ -45,6 +48,7 @@ Exit codes:
   12  done, but the result could not be written to the standard output
 
 Files:
+  /etc/orvhost.conf                   settings; see "orvhost config --help"
   INSTALL_PATH/repository/state.json  what the host recorded
   INSTALL_PATH/journal                what every run did; see "orvhost history"
   INSTALL_PATH/orvhost.lock           held by the run that is at work
@@ -56,12 +60,16 @@ Files:
   /usr/bin/ipmitool, /dev/ipmi0       how the BMC is asked
 
 Environment:
+  ORVHOST_INSTALL_PATH     the install path, where --install-path is not given
   TERM                     "dumb" for a terminal that cannot show a live line
   ORVHOST_LAB_MACHINE      set where any user may update; laboratory only
   ORVHOST_LAB_LOCK_FOLDER  folder in the place of /run/orvhost, where the one
                            above is set; laboratory only
   ORVHOST_LAB_SYSTEM       folder with stand-ins for systemd's sockets and tool,
                            where the first is set; laboratory only
+  ORVHOST_LAB_CONFIGURATION
+                           file in the place of /etc/orvhost.conf; laboratory
+                           only
   ORVHOST_LAB_SLEEP_SCALE  factor for every wait and limit; laboratory only)";
 
 void AddGlobalOptions(CLI::App* app, Options* options) {
@@ -98,6 +106,21 @@ void AddArgument(CLI::App* subcommand, const Argument& argument, Options* option
   }
 }
 
+// Those that a command needs which follows this one: what is not given stays as it is.
+std::string Repeated(const CLI::App& app, const Options& options) {
+  std::string text;
+  if (app.count("--install-path") > 0) {
+    text += " --install-path " + ShellWord(options.installPath);
+  }
+  if (app.count("--plugin") > 0) {
+    text += " --plugin " + ShellWord(options.pluginPath);
+  }
+  if (app.count("--server-type") > 0) {
+    text += " --server-type " + ShellWord(options.serverType);
+  }
+  return text;
+}
+
 // The name of the subcommand on a command line that could not be parsed, as far as it is one.
 std::string NameOf(const CLI::App& app) {
   const auto chosen = app.get_subcommands();
@@ -117,6 +140,7 @@ ParsedCommandLine ParseCommandLine(int argc, const char* const* argv) {
   Options& options = parsed.options;
   options.pluginPath = DefaultPluginPath();
   options.installPath = refhost::Settings().installPath;
+  Defaults defaults(&options);
 
   CLI::App app("Identifies and updates a server's management controller (BMC) through a plug-in.", "orvhost");
   app.set_version_flag("--version", std::string("orvhost ") + ORVHOST_VERSION);
@@ -135,6 +159,17 @@ ParsedCommandLine ParseCommandLine(int argc, const char* const* argv) {
   try {
     app.parse(argc, argv);
     options.installPath = std::filesystem::absolute(options.installPath).string();
+    options.repeated = Repeated(app, options);
+    options.settings = defaults.Settings(app);
+    if (!defaults.Error().empty()) {
+      parsed.outcome.command = parsed.command->name;
+      parsed.outcome.phase = "command line";
+      parsed.command = nullptr;
+      Refuse(defaults.Error(), &parsed.outcome);
+      parsed.outcome.failure->nextStep =
+          "Correct that file, or move it away; \"orvhost config --help\" says what it may hold.";
+      return parsed;
+    }
     parsed.outcome.command = parsed.command->name;
   } catch (const std::filesystem::filesystem_error& error) {
     parsed.command = nullptr;
@@ -154,7 +189,10 @@ ParsedCommandLine ParseCommandLine(int argc, const char* const* argv) {
       return parsed;
     }
     options.json = std::any_of(argv, argv + argc, [](const char* word) { return std::string_view(word) == "--json"; });
-    Refuse(error.what(), &parsed.outcome);
+    const bool isUnknown = error.get_exit_code() == static_cast<int>(CLI::ExitCodes::ExtrasError) ||
+                           error.get_exit_code() == static_cast<int>(CLI::ExitCodes::RequiredError);
+    const std::string unknown = isUnknown ? UnknownWord(app, argc, argv) : "";
+    Refuse(unknown.empty() ? error.what() : unknown, &parsed.outcome);
   }
   return parsed;
 }

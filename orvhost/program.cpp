@@ -7,6 +7,7 @@
 
 #include "host/DllCommon.h"
 #include "orvhost/command_line.h"
+#include "orvhost/interface/repeated_options.h"
 #include "orvhost/run/error_output_watch.h"
 #include "orvhost/run/exclusive_run.h"
 #include "orvhost/run/failure.h"
@@ -57,13 +58,17 @@ Outcome RunToItsEnd(const Command& command, const Run& run) {
     FailInterrupted(run, &outcome);
     return outcome;
   } catch (const std::exception& error) {
+    run.journal.Notice(std::string("What was thrown: ") + error.what());  // for the maker, not for the operator
     Outcome outcome;
     outcome.phase = "unexpected";
     Fail(run, &outcome,
          {.exitCode = run.watch.FlashBegan() ? ExitCode::kFailedFlashBegun : ExitCode::kUnexpected,
           .verdict = "unexpected",
-          .cause = std::string("An unexpected error ended the run: ") + error.what(),
-          .nextStep = "Keep the log of a run with --log-file and report it."});
+          .cause = "An unexpected error, which is a fault of this program or of the plug-in, ended the run.",
+          .nextStep = run.watch.FlashBegan()
+                          ? "Keep the machine powered and do not reboot it; run the same command again. Report it with "
+                            "the run's journal."
+                          : "Run the same command again. If that ends so too, report it with the run's journal."});
     return outcome;
   }
 }
@@ -129,6 +134,7 @@ int RunProgram(int argc, const char* const* argv) {
       progress.End();
     }
     interruption.End();
+    RepeatOptions(parsed.options.repeated, &outcome);
     exclusive.End(&outcome);
     if (parsed.command->loadsPlugin) {
       SayToSystemLog(outcome, parsed.options.installPath);

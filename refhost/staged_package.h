@@ -19,6 +19,9 @@ struct StagingFailure {
   std::string reason;
 };
 
+// The reason for a file that is no archive at all.
+inline constexpr const char* kNoArchive = "it is neither a zip nor a tar archive";
+
 class REFHOST_EXPORT StagedPackage {
  public:
   // Copies the file `original` and unpacks the copy under the install path, whose only user this process must be: what

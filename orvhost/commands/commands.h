@@ -34,14 +34,15 @@ extern const Command kHistoryCommand;
 extern const Command kShowCommand;
 extern const Command kDiagnoseCommand;
 extern const Command kMetricsCommand;
+extern const Command kConfigCommand;
 extern const Command kExplainCommand;
 extern const Command kValidateCommand;
 
 // In the order of the road of an update, then what helps beside it.
-[[nodiscard]] inline std::array<const Command*, 15> AllCommands() {
-  return {&kIdentifyCommand, &kCheckCommand,    &kUpdateCommand,  &kApplyCommand,   &kVerifyCommand,
-          &kRollbackCommand, &kReportCommand,   &kNotifyCommand,  &kMethodsCommand, &kHistoryCommand,
-          &kShowCommand,     &kDiagnoseCommand, &kMetricsCommand, &kExplainCommand, &kValidateCommand};
+[[nodiscard]] inline std::array<const Command*, 16> AllCommands() {
+  return {&kIdentifyCommand, &kCheckCommand,  &kUpdateCommand,  &kApplyCommand,   &kVerifyCommand, &kRollbackCommand,
+          &kReportCommand,   &kNotifyCommand, &kMethodsCommand, &kHistoryCommand, &kShowCommand,   &kDiagnoseCommand,
+          &kMetricsCommand,  &kConfigCommand, &kExplainCommand, &kValidateCommand};
 }
 
 }  // namespace orvhost

@@ -45,8 +45,9 @@ Outcome ExplainCodes(const Run& run) {
 constexpr const char* kExplainHelp = R"(Says for each code what failed, what that means and what to do. A code is a
 message identifier, a detail code (also several run together, as a record shows
 them), or "exit" or "result" with a number: the exit code of orvhost, or what an
-operation of a plug-in answered. Without a code all of them are listed. Asks
-neither the BMC nor a plug-in.
+operation of a plug-in answered. "exit" or "result" alone lists all of them, and
+so does no code at all. "bmc_0012" stands for MSGID_BMC_0012_F, 0x1d for 1D.
+Asks neither the BMC nor a plug-in.
 
 Examples:
   orvhost explain MSGID_BMC_0013_F 161616

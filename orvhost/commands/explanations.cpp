@@ -1,6 +1,7 @@
 #include "orvhost/commands/explanations.h"
 
 #include <algorithm>
+#include <cctype>
 #include <sstream>
 
 #include "host/DllCommon.h"
@@ -49,9 +50,28 @@ bool ExplainNumber(const std::string& kind, const std::string& number, std::vect
   return true;
 }
 
+// Also without what all identifiers begin and end with.
+const refhost::Message* FindMessageBy(const std::string& code) {
+  for (const std::string& id : {code, "MSGID_" + code, "MSGID_" + code + "_F", code + "_F"}) {
+    if (const refhost::Message* message = refhost::FindMessage(id)) {
+      return message;
+    }
+  }
+  return nullptr;
+}
+
+void ExplainAllOf(const std::string& kind, std::vector<Explanation>* explanations) {
+  for (const NumberText& text : kind == "exit" ? ExitCodeTexts() : ResultTexts()) {
+    explanations->push_back(Of(kind, text));
+  }
+}
+
 bool ExplainCode(const std::string& word, std::vector<Explanation>* explanations) {
-  const std::string code = CStringUtil::StringToUpperCase(word);
-  if (const refhost::Message* message = refhost::FindMessage(code)) {
+  std::string code = CStringUtil::StringToUpperCase(word);
+  if (code.starts_with("0X")) {
+    code.erase(0, 2);
+  }
+  if (const refhost::Message* message = FindMessageBy(code)) {
     explanations->push_back(Of(*message));
     return true;
   }
@@ -84,7 +104,12 @@ std::optional<std::vector<Explanation>> Explain(const std::vector<std::string>& 
   std::vector<Explanation> explanations;
   for (std::size_t i = 0; i < separated.size(); ++i) {
     const std::string kind = CStringUtil::StringToLowerCase(separated[i]);
-    const bool counts = (kind == "exit" || kind == "result") && i + 1 < separated.size();
+    const bool isKind = kind == "exit" || kind == "result";
+    if (isKind && (i + 1 == separated.size() || std::isdigit(static_cast<unsigned char>(separated[i + 1][0])) == 0)) {
+      ExplainAllOf(kind, &explanations);
+      continue;
+    }
+    const bool counts = isKind && i + 1 < separated.size();
     if (counts ? ExplainNumber(kind, separated[i + 1], &explanations) : ExplainCode(separated[i], &explanations)) {
       i += counts ? 1 : 0;
       continue;

@@ -3,6 +3,7 @@
 #include <filesystem>
 
 #include "host/DllCommon.h"
+#include "orvhost/commands/plugin_demands.h"
 #include "orvhost/commands/preflight.h"
 #include "orvhost/commands/version_form.h"
 #include "orvhost/run/failure.h"
@@ -34,6 +35,11 @@ PackageCheck::PackageCheck(const Run& run, Outcome* outcome)
     : run_(run), outcome_(outcome), packagePath_(std::filesystem::absolute(run.options.packagePath).string()) {}
 
 bool PackageCheck::Read() {
+  if (const auto obstacle = UserObstacle()) {
+    EnterPhase(run_, outcome_, "prerequisites");
+    Fail(run_, outcome_, *obstacle);
+    return false;
+  }
   EnterPhase(run_, outcome_, "package");
   if (!StagePackage()) {
     return false;
@@ -57,6 +63,13 @@ bool PackageCheck::StagePackage() {
     run_.journal.Package(packagePath_, package_->Sha256(), package_->Size());
     return true;
   }
+  const bool isImage =
+      std::filesystem::path(packagePath_).filename().string().find(plugin_demands::kImage) != std::string::npos;
+  if (isImage && failure.reason == refhost::kNoArchive) {
+    return CannotBeUsed(
+        "it is a firmware image alone, and a package is the zip or tar archive that holds the image "
+        "with its description module.json");
+  }
   if (failure.fault == refhost::StagingFailure::Fault::kPackage) {
     return CannotBeUsed(failure.reason);
   }
@@ -71,10 +84,6 @@ bool PackageCheck::StagePackage() {
 
 bool PackageCheck::Judge(const Session& session) {
   EnterPhase(run_, outcome_, "prerequisites");
-  if (const auto obstacle = UserObstacle()) {
-    Fail(run_, outcome_, *obstacle);
-    return false;
-  }
   if (!HasPrerequisites(run_, session, outcome_)) {
     return false;
   }

@@ -40,6 +40,9 @@ class PackageCheck {
   [[nodiscard]] const std::string& PackagePath() const { return packagePath_; }
   [[nodiscard]] const refhost::PackageManifest& Manifest() const { return manifest_; }
 
+  // Only after Read() answered true.
+  [[nodiscard]] const std::string& Sha256() const { return package_->Sha256(); }
+
   // Only after Judge() answered true: how the server is updated.
   [[nodiscard]] UpdateMethod Method() const { return method_; }
 

@@ -9,10 +9,13 @@
 #include "orvhost/commands/steps.h"
 #include "orvhost/commands/waiting_update.h"
 #include "orvhost/commands/write_policy.h"
+#include "orvhost/journal/journal_folder.h"
+#include "orvhost/journal/same_failure.h"
 #include "orvhost/run/failure.h"
 #include "orvhost/run/last_writer.h"
 #include "orvhost/run/machine.h"
 #include "orvhost/run/shutdown_inhibitor.h"
+#include "orvhost/trace/remedy.h"
 #include "refhost/module_state.h"
 
 namespace orvhost {
@@ -36,6 +39,8 @@ class UpdateRoad {
   bool Prepare();
   bool Write();
   bool Record();
+  [[nodiscard]] std::string NextStepUntouched() const;
+  [[nodiscard]] std::string NextStepInTheFlash() const;
 
   const std::string& Version() const { return check_.Manifest().version; }
 
@@ -146,6 +151,23 @@ bool UpdateRoad::Register() {
   return false;
 }
 
+// What to do about a failure before the flash: what the catalogue says of the last record, where that knows more than
+// to try again.
+std::string UpdateRoad::NextStepUntouched() const {
+  const std::string remedy = RemedyFor(run_.watch);
+  if (remedy.empty()) {
+    return "Look at what the lines above name, then run the same command again.";
+  }
+  return remedy.find("again") != std::string::npos ? remedy : remedy + " Then run the same command again.";
+}
+
+std::string UpdateRoad::NextStepInTheFlash() const {
+  const std::string earlier =
+      SameFailureBefore(JournalFolder(run_.options.installPath), "", check_.Sha256(), run_.watch);
+  return earlier.empty() ? "Keep the machine powered and do not reboot it; run the same command again."
+                         : GetThePackageAnew(earlier);
+}
+
 bool UpdateRoad::Prepare() {
   if (std::string error; !BecomeLastWriter(run_.options.installPath, &error)) {
     Fail(run_, &outcome_,
@@ -162,7 +184,7 @@ bool UpdateRoad::Prepare() {
        {.exitCode = FailedExitCode(run_),
         .verdict = "not-prepared",
         .cause = "The plug-in refused to start the update.",
-        .nextStep = "Repair what the evidence names, then run the same command again."});
+        .nextStep = NextStepUntouched()});
   return false;
 }
 
@@ -182,8 +204,7 @@ bool UpdateRoad::Write() {
         .verdict = "update-failed",
         .cause = begun ? "The update failed after writing the firmware had begun."
                        : "The update failed before anything was written.",
-        .nextStep = begun ? "Keep the machine powered and do not reboot it; run the same command again."
-                          : "Repair what the evidence names, then run the same command again."});
+        .nextStep = begun ? NextStepInTheFlash() : NextStepUntouched()});
   return false;
 }
 

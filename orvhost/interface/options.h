@@ -10,6 +10,13 @@ namespace orvhost {
 // The vendor method that puts written firmware into operation.
 inline constexpr const char* kRebootMethod = "Reboot";
 
+// One setting that holds for every subcommand.
+struct Setting {
+  std::string key;
+  std::string value;
+  std::string origin;
+};
+
 struct Options {
   // Of every subcommand.
   std::string pluginPath;
@@ -20,6 +27,9 @@ struct Options {
   bool quiet = false;
   bool yes = false;
   bool json = false;
+  std::vector<Setting> settings;  // of the ones above, with where each comes from
+  // Those of the ones above that the command line gives and a next command needs too; begins with a blank, or is "".
+  std::string repeated;
 
   // Of some subcommands.
   bool dryRun = false;          // tell what would be done and change nothing

@@ -4,7 +4,9 @@
 
 #include "host/DllCommon.h"
 #include "orvhost/journal/remains.h"
+#include "orvhost/journal/same_failure.h"
 #include "orvhost/trace/plugin_lines.h"
+#include "orvhost/trace/remedy.h"
 
 namespace orvhost {
 
@@ -85,7 +87,15 @@ Diagnosis OfUpdateBeforeTheFlash(const Situation& situation) {
   if (isCutOff && situation.run.Entered("write") && !situation.machineWasRestarted) {
     diagnosis.unknown = "Whether the BMC's virtual media are connected.";
   }
-  diagnosis.nextStep = UpdateAgain(situation, !situation.unfinishedBefore.empty() || situation.beforeIsUnknown);
+  const bool isLeftInDoubt = !situation.unfinishedBefore.empty() || situation.beforeIsUnknown;
+  diagnosis.nextStep = UpdateAgain(situation, isLeftInDoubt);
+  const std::string verdict = situation.run.OutcomeText("verdict");
+  if (!isLeftInDoubt && (verdict == "update-failed" || verdict == "not-prepared")) {
+    TraceWatch watch;
+    Replay(situation.run, &watch);
+    const std::string remedy = RemedyFor(watch);
+    diagnosis.nextStep.insert(0, remedy.empty() ? "" : remedy + " ");
+  }
   return diagnosis;
 }
 
@@ -110,7 +120,8 @@ Diagnosis OfUpdateInTheFlash(const Situation& situation, const std::string& end)
   diagnosis.bmc = "runs the firmware that it ran before; the image beside it may be incomplete";
   diagnosis.marker = "not made by this run";
   diagnosis.unknown = "Whether the image in the BMC is whole.";
-  diagnosis.nextStep = UpdateAgain(situation, true);
+  diagnosis.nextStep = situation.sameFailureBefore.empty() ? UpdateAgain(situation, true)
+                                                           : GetThePackageAnew(situation.sameFailureBefore);
   return diagnosis;
 }
 

@@ -16,9 +16,10 @@ struct Situation {
   bool isAtWork = false;             // the run goes on, or something that it started does
   bool machineWasRestarted = false;  // since the run began
   std::string verifiedAs;            // verdict of the last "verify" behind it; "" for none
-  std::string unfinishedBefore;  // an earlier run that began to write the flash and that no run finished; "" for none
-  bool beforeIsUnknown = false;  // an earlier run may have, since its journal does not tell
-  std::string overwrittenBy;     // another install path whose update was begun last on this machine; "" for none
+  std::string unfinishedBefore;   // an earlier run that began to write the flash and that no run finished; "" for none
+  std::string sameFailureBefore;  // an earlier run in which the same package failed in the same way; "" for none
+  bool beforeIsUnknown = false;   // an earlier run may have, since its journal does not tell
+  std::string overwrittenBy;      // another install path whose update was begun last on this machine; "" for none
   bool recordsAreReadable = true;
   refhost::ModuleState records;
 };

@@ -6,6 +6,7 @@
 
 #include "orvhost/journal/journal_folder.h"
 #include "orvhost/journal/remains.h"
+#include "orvhost/journal/same_failure.h"
 #include "orvhost/journal/unreadable.h"
 
 namespace orvhost {
@@ -73,6 +74,14 @@ std::vector<std::string> LookAtOtherRuns(const std::string& folder, const std::v
   for (auto id = at; id != runs.begin() && !others.Earlier(*--id);) {
   }
   for (auto id = at; id != runs.end() && ++id != runs.end() && !others.Later(*id);) {
+  }
+  if (situation->run.OutcomeText("verdict") == "update-failed") {
+    TraceWatch watch;
+    Replay(situation->run, &watch);
+    const auto package = std::ranges::find(situation->run.entries, "package", &JournalEntry::kind);
+    if (package != situation->run.entries.end()) {
+      situation->sameFailureBefore = SameFailureBefore(folder, situation->run.id, package->Text("sha256"), watch);
+    }
   }
   return others.Unreadable();
 }

@@ -9,11 +9,14 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <cstring>
 #include <system_error>
 
 #include "refhost/interruption.h"
+#include "refhost/machine.h"
+#include "refhost/settings.h"
 
 namespace orvhost {
 
@@ -51,6 +54,11 @@ std::string Asking() {
     }
   }
   return "";
+}
+
+long long Now() {
+  return std::chrono::duration_cast<std::chrono::milliseconds>(refhost::CurrentMachine().SteadyNow().time_since_epoch())
+      .count();
 }
 
 // True when the first of the two becomes readable, false when the second does.
@@ -105,12 +113,26 @@ void Interruption::Hold(std::string_view what) {
   try {
     listener_ = std::thread([this] {
       if (WaitForEither(signals_.Get(), stop_.Get())) {
-        tell_("Interrupted: " + heldBy_ + "; this run goes on to its end.");
+        tell_(WhyItGoesOn());
       }
     });
   } catch (const std::system_error&) {
     return;  // a machine without room for a thread: it is said at the end only
   }
+}
+
+void Interruption::FlashStarts(unsigned long limit) {
+  flashEnds_ = Now() + static_cast<long long>(refhost::ScaledMilliseconds(limit));
+}
+
+std::string Interruption::WhyItGoesOn() const {
+  if (flashEnds_ == 0) {
+    return "Interrupted: " + heldBy_ + "; this run goes on to its end.";
+  }
+  constexpr long long kMinute = 60'000;
+  const long long minutes = std::max((flashEnds_ - Now() + kMinute - 1) / kMinute, 1LL);
+  return "The firmware is being written; this cannot be interrupted. At most " + std::to_string(minutes) +
+         " min for this attempt.";
 }
 
 void Interruption::Leaves(std::string_view sentence) {

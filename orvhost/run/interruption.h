@@ -5,6 +5,7 @@
 #ifndef ORVHOST_RUN_INTERRUPTION_H
 #define ORVHOST_RUN_INTERRUPTION_H
 
+#include <atomic>
 #include <functional>
 #include <string>
 #include <string_view>
@@ -48,6 +49,9 @@ class Interruption {
   // From here on the run goes on to its end, because of `what`, a clause. The host's services wait again. Only the
   // first call counts, and none in a child of this process.
   void Hold(std::string_view what);
+
+  // One more attempt to write the flash starts, which may take that many milliseconds: for the answer to who asks.
+  void FlashStarts(unsigned long limit);
   [[nodiscard]] bool IsHeld() const { return !heldBy_.empty(); }
 
   // Takes note of what the run leaves if it ends early, a sentence.
@@ -61,13 +65,16 @@ class Interruption {
   [[nodiscard]] std::string HowItWentOn() const;
 
  private:
+  [[nodiscard]] std::string WhyItGoesOn() const;
+
   posix::FileDescriptor signals_;
   posix::FileDescriptor stop_;
   int pid_ = 0;
   std::function<void(const std::string&)> tell_;
   std::string heldBy_;
   std::vector<std::string> left_;
-  std::thread listener_;  // of a run that is held
+  std::atomic<long long> flashEnds_ = 0;  // at the latest, in milliseconds of the steady clock; 0 without a flash
+  std::thread listener_;                  // of a run that is held
 };
 
 }  // namespace orvhost

@@ -25,6 +25,7 @@ void InterruptionWatch::Write(const refhost::TraceRecord& record) {
     return;
   }
   if (plugin_lines::FlashStartIn(record.text)) {
+    interruption_.FlashStarts(plugin_lines::kFlashTimeLimit);
     interruption_.Hold("the flash is being written");
   } else if (plugin_lines::IsGoingDown(record.text)) {
     interruption_.Hold("the machine is being taken down");

@@ -16,6 +16,20 @@ bool MayWriteFirmware() {
   return geteuid() == 0 || IsLabMachine();
 }
 
+bool MayTalkToTheBmc() {
+  if (MayWriteFirmware()) {
+    return true;
+  }
+  bool isThere = false;
+  for (const char* device : {"/dev/ipmi0", "/dev/ipmi/0", "/dev/ipmidev/0"}) {
+    isThere |= access(device, F_OK) == 0;
+    if (access(device, R_OK | W_OK) == 0) {
+      return true;
+    }
+  }
+  return !isThere;
+}
+
 std::string HostName() {
   std::array<char, HOST_NAME_MAX + 1> name{};
   return gethostname(name.data(), name.size() - 1) == 0 && name[0] != '\0' ? name.data() : "this machine";

@@ -12,6 +12,10 @@ namespace orvhost {
 // Whether this process may write firmware: it is root's, or this is a laboratory's machine.
 [[nodiscard]] bool MayWriteFirmware();
 
+// Whether this process may talk to the BMC: it is root's, this is a laboratory's machine, or a device of the kernel's
+// IPMI driver is open to it. True also where there is no such device, which is another complaint.
+[[nodiscard]] bool MayTalkToTheBmc();
+
 // What the machine calls itself on the network.
 [[nodiscard]] std::string HostName();
 

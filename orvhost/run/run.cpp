@@ -1,7 +1,10 @@
 #include "orvhost/run/run.h"
 
+#include <unistd.h>
+
 #include "host/Results.h"
 #include "orvhost/run/failure.h"
+#include "orvhost/run/machine.h"
 
 namespace orvhost {
 
@@ -33,6 +36,14 @@ void EnterPhase(const Run& run, Outcome* outcome, const std::string& phase) {
 
 std::unique_ptr<Session> OpenSession(const Run& run, DamagedRecords damaged, Outcome* outcome,
                                      refhost::ModuleState* records) {
+  if (!MayTalkToTheBmc()) {
+    Fail(run, outcome,
+         {.exitCode = ExitCode::kPrerequisites,
+          .verdict = "prerequisites-missing",
+          .cause = "Only root can talk to the BMC on this machine, and this is user " + std::to_string(geteuid()) + ".",
+          .nextStep = "Run the same command again as root (for example with sudo)."});
+    return nullptr;
+  }
   refhost::ModuleState state;
   std::string error;
   const bool leave = damaged == DamagedRecords::kLeave;

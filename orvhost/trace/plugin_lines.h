@@ -198,6 +198,9 @@ inline constexpr std::string_view kReportNotWritten = "27";
 inline constexpr std::string_view kFlashToolWords = "Writing the firmware";
 inline constexpr std::string_view kScriptWords = "Writing the firmware by the package's script";
 
+// How long the plug-in lets one attempt to write the flash take, in milliseconds.
+inline constexpr unsigned long kFlashTimeLimit = 900000;
+
 // A line with which the plug-in starts to write the flash.
 struct FlashStart {
   std::string_view command;  // part of the line

@@ -53,6 +53,26 @@ class StructureCheck {
   std::vector<std::set<std::string>> names_;  // of the objects that are open
 };
 
+// The member of that name and kind.
+const json& Member(const json& document, const std::string& name, bool (json::*isOfKind)() const noexcept,
+                   const std::string& kind) {
+  if (!document.is_object()) {
+    throw Ambiguous("it is no JSON object");
+  }
+  const auto member = document.find(name);
+  if (member == document.end()) {
+    throw Ambiguous("\"" + name + "\" is missing");
+  }
+  if (!((*member).*isOfKind)()) {
+    throw Ambiguous("\"" + name + "\" is no " + kind);
+  }
+  return *member;
+}
+
+std::string TextIn(const json& document, const std::string& name) {
+  return Member(document, name, &json::is_string, "text").get<std::string>();
+}
+
 PackageManifest Parse(const std::string& text) {
   if (text.find('\0') != std::string::npos) {
     throw Ambiguous("it holds a NUL character");  // at which the parser would stop
@@ -60,11 +80,14 @@ PackageManifest Parse(const std::string& text) {
   StructureCheck check;
   const json document = json::parse(text, std::ref(check));
   PackageManifest manifest;
-  document.at("name").get_to(manifest.name);
-  document.at("version").get_to(manifest.version);
-  manifest.model = document.value("model", "");
-  for (const auto& type : document.at("server_types").get<std::vector<std::string>>()) {
-    manifest.serverTypes.push_back(CStringUtil::StringToLowerCase(type));
+  manifest.name = TextIn(document, "name");
+  manifest.version = TextIn(document, "version");
+  manifest.model = document.contains("model") ? TextIn(document, "model") : "";
+  for (const json& type : Member(document, "server_types", &json::is_array, "list")) {
+    if (!type.is_string()) {
+      throw Ambiguous("\"server_types\" holds what is no text");
+    }
+    manifest.serverTypes.push_back(CStringUtil::StringToLowerCase(type.get<std::string>()));
   }
   return manifest;
 }
@@ -97,14 +120,28 @@ std::string Shortcoming(const PackageManifest& manifest) {
   return "";
 }
 
+// The folder below `top` in which a description lies, as in an archive that was packed with its folder; "" for none.
+std::string FolderOfManifest(const std::string& top) {
+  std::error_code failure;
+  for (std::filesystem::recursive_directory_iterator entry(top, failure), end; !failure && entry != end;
+       entry.increment(failure)) {
+    if (entry.depth() > 0 && entry->path().filename() == kManifestName && entry->is_regular_file(failure)) {
+      return entry->path().parent_path().lexically_relative(top).string();
+    }
+  }
+  return "";
+}
+
 }  // namespace
 
 bool ParsePackageManifest(const std::string& text, PackageManifest* manifest, std::string* error) {
   try {
     *manifest = Parse(text);
     *error = Shortcoming(*manifest);
-  } catch (const json::exception& failure) {
-    *error = failure.what();
+  } catch (const json::parse_error& failure) {
+    *error = "it is no JSON text, as its byte " + std::to_string(failure.byte) + " shows";
+  } catch (const json::exception&) {
+    *error = "it holds a number that is too large";
   } catch (const Ambiguous& failure) {
     *error = failure.what();
   }
@@ -124,7 +161,10 @@ bool ReadPackageManifest(const StagedPackage& package, PackageManifest* manifest
   const std::string path = package.FilesFolder() + "/" + kManifestName;
   std::error_code failure;
   if (!std::filesystem::is_regular_file(std::filesystem::symlink_status(path, failure))) {
-    *error = std::string("the archive holds no ") + kManifestName;
+    const std::string folder = FolderOfManifest(package.FilesFolder());
+    *error = folder.empty() ? std::string("the archive holds no ") + kManifestName
+                            : std::string(kManifestName) + " lies in folder " + folder +
+                                  " of the archive and not at its top: pack the content of that folder";
     return false;
   }
   const auto text = posix::ReadRegularFile(path, kLargestManifest);

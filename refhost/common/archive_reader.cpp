@@ -4,13 +4,16 @@
 #include <archive_entry.h>
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <string_view>
 
 #include "posix/last_error.h"
 #include "refhost/common/gzip_check.h"
+#include "refhost/staged_package.h"
 
 namespace refhost {
 
@@ -63,6 +66,23 @@ ArchiveMember Describe(archive_entry* entry) {
 bool IsOfTheArchive(int number) {
   constexpr std::array kErrors = {ENAMETOOLONG, ENOTDIR, EISDIR, EEXIST, ENOTEMPTY, ELOOP, EMLINK, EILSEQ, EINVAL};
   return std::ranges::find(kErrors, number) != kErrors.end();
+}
+
+// The library's texts are for its developers, so only what they say of the file is taken from them.
+std::string InOurWords(const std::string& reason, const std::string& fallback, bool beginsAsZip) {
+  const auto says = [&reason](const char* words) { return reason.find(words) != std::string::npos; };
+  const bool isUnknown = says("Unrecognized archive format");
+  // What makes a zip archive one stands at its end.
+  if (says("runcated") || says("unexpected end") || says("premature") || (isUnknown && beginsAsZip)) {
+    return "the archive ends too early, as after an incomplete download";
+  }
+  if (isUnknown) {
+    return kNoArchive;
+  }
+  if (says("CRC") || says("checksum")) {
+    return "the archive is damaged, because a checksum (CRC) in it does not match";
+  }
+  return reason.empty() ? fallback : "the archive is damaged, because " + fallback;
 }
 
 }  // namespace
@@ -168,8 +188,10 @@ void ArchiveReader::Fail(const std::string& fallback) const {
   if (archive_errno(archive_.get()) == ENOMEM) {
     throw ArchiveError("it takes too much memory");
   }
-  const std::string reason = TextOrEmpty(archive_error_string(archive_.get()));
-  throw ArchiveError(reason.empty() ? fallback : reason);
+  std::array<char, 4> start{};
+  const bool beginsAsZip = pread(file_.Get(), start.data(), start.size(), 0) == static_cast<ssize_t>(start.size()) &&
+                           std::string_view(start.data(), start.size()) == "PK\x03\x04";
+  throw ArchiveError(InOurWords(TextOrEmpty(archive_error_string(archive_.get())), fallback, beginsAsZip));
 }
 
 // A tar archive ends with records of zeros. The reader takes a file that was cut off between two members for whole.

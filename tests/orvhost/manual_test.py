@@ -95,6 +95,8 @@ class Manual(unittest.TestCase):
     def test_every_variable_of_the_environment_stands_in_the_main_page(self):
         names = {name for room in (SOURCES, SOURCES.parent / "refhost") for path in room.rglob("*.cpp")
                  for name in re.findall(r'getenv\("(\w+)"\)', path.read_text())}
+        header = (SOURCES / "interface" / "configuration.h").read_text()
+        names |= set(re.findall(r'kInstallPathVariable = "(\w+)"', header))
         self.assertIn("ORVHOST_LAB_SLEEP_SCALE", names)
         stated = set(re.findall(r"^\.TP\n(\w+)$", section("orvhost", "ENVIRONMENT"), re.MULTILINE))
         self.assertEqual(stated, names)

@@ -38,21 +38,22 @@ TEST_F(PackageFile, TheModelMayBeLeftOut) {
 
 TEST_F(PackageFile, FailsOnWhatIsMissingOrWrong) {
   const std::pair<const char*, const char*> cases[] = {
-      {R"({"version": "01-24", "server_types": ["kv6000"]})", "key 'name' not found"},
-      {R"({"name": "n", "server_types": ["kv6000"]})", "key 'version' not found"},
-      {R"({"name": "n", "version": "01-24"})", "key 'server_types' not found"},
+      {R"({"version": "01-24", "server_types": ["kv6000"]})", "\"name\" is missing"},
+      {R"({"name": "n", "server_types": ["kv6000"]})", "\"version\" is missing"},
+      {R"({"name": "n", "version": "01-24"})", "\"server_types\" is missing"},
       {R"({"name": "n", "version": "", "server_types": ["kv6000"]})", "\"version\" is empty"},
       {R"({"name": "", "version": "01-24", "server_types": ["kv6000"]})", "\"name\" is empty"},
       {R"({"name": "n", "version": "01-24", "server_types": []})", "\"server_types\" names no server type"},
-      {R"({"name": "n", "version": 124, "server_types": ["kv6000"]})", "type must be string, but is number"},
-      {R"({"name": "n", "version": "01-24", "server_types": [1]})", "type must be string, but is number"},
-      {R"({"name": "n", "version": "01-24", "server_types": ["kv6000", null]})", "type must be string, but is null"},
-      {R"({"name": "n", "version": "01-24", "server_types": "kv6000"})", "type must be array, but is string"},
-      {R"({"name": "n", "version": "01-24", "server_types": {"a": "kv6000"}})", "type must be array, but is object"},
-      {R"({"name": "n", "version": "01-24", "server_types": null})", "type must be array, but is null"},
-      {R"([])", "cannot use at() with array"},
-      {"", "unexpected end of input"},
-      {"garbage", "parse error"},
+      {R"({"name": "n", "version": 124, "server_types": ["kv6000"]})", "\"version\" is no text"},
+      {R"({"name": "n", "version": "01-24", "server_types": [1]})", "\"server_types\" holds what is no text"},
+      {R"({"name": "n", "version": "01-24", "server_types": ["kv6000", null]})",
+       "\"server_types\" holds what is no text"},
+      {R"({"name": "n", "version": "01-24", "server_types": "kv6000"})", "\"server_types\" is no list"},
+      {R"({"name": "n", "version": "01-24", "server_types": {"a": "kv6000"}})", "\"server_types\" is no list"},
+      {R"({"name": "n", "version": "01-24", "server_types": null})", "\"server_types\" is no list"},
+      {R"([])", "it is no JSON object"},
+      {"", "it is no JSON text, as its byte 1 shows"},
+      {"garbage", "it is no JSON text, as its byte 1 shows"},
       {R"({"name": "n", "version": "01-24", "server_types": [""]})", "\"server_types\" names an empty server type"},
       {R"({"name": "n", "version": "01-24", "version": "01-25", "server_types": ["kv6000"]})",
        "\"version\" stands twice in an object"},
@@ -92,7 +93,7 @@ TEST_F(PackageFile, FailsOnAnUnusableArchive) {
   EXPECT_FALSE(Read(""));
   EXPECT_EQ(error_, "the file is empty");
   EXPECT_FALSE(Read("no archive"));
-  EXPECT_EQ(error_, "Unrecognized archive format");
+  EXPECT_EQ(error_, kNoArchive);
   EXPECT_FALSE(Read(ArchiveBuilder().File("fw.ima", "x").Build(ArchiveBuilder::Format::kZip)));
   EXPECT_EQ(error_, "the archive holds no module.json");
   EXPECT_FALSE(ReadPackageManifest(folder_ / "missing", &manifest_, &error_));

@@ -107,7 +107,7 @@ TEST_F(Unzip, FailsWithTheReasonOnWhatIsNoArchive) {
   EXPECT_FALSE(Unpack(""));
   EXPECT_EQ(reason_, "the file is empty");
   EXPECT_FALSE(Unpack("this is a text and no archive\n"));
-  EXPECT_EQ(reason_, "Unrecognized archive format");
+  EXPECT_EQ(reason_, "it is neither a zip nor a tar archive");
   EXPECT_FALSE(Unpack(ArchiveBuilder().Build(Format::kTar)));
   EXPECT_EQ(reason_, "the archive is empty");
   EXPECT_FALSE(Unpack(ArchiveBuilder().Build(Format::kZip)));
@@ -137,7 +137,7 @@ TEST_F(Unzip, AZipWithAWrongChecksumIsRefused) {
   std::string bytes = ArchiveBuilder().File("a", content).Build(Format::kZip);
   bytes[bytes.size() / 2] = static_cast<char>(bytes[bytes.size() / 2] ^ 1);
   EXPECT_FALSE(Unpack(bytes));
-  EXPECT_EQ(reason_.compare(0, 11, "ZIP bad CRC"), 0) << reason_;
+  EXPECT_EQ(reason_, "the archive is damaged, because a checksum (CRC) in it does not match");
   EXPECT_EQ(Unpacked(), Lines{});
 }
 

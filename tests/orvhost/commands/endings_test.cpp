@@ -45,7 +45,7 @@ class Endings : public Orvhost {
 
   static constexpr const char* kAsked = "tool raw 0x06 0x01 > result";
   static constexpr const char* kFlash = "\"/opt/orv/KV6KBMC/Yafuflash\"  -cd  \"image.ima\"";
-  static constexpr const char* kMend = "Repair what the evidence names, then run the same command again.";
+  static constexpr const char* kRemedy = "Run the update again; if that does not help, restart the BMC.";
 };
 
 TEST_F(Endings, Success) {
@@ -124,7 +124,7 @@ TEST_F(Endings, FailedBeforeTheFlash) {
               {"after", ""},
               {"facts", Facts(good_, "01-24")},
               {"error",
-               Error("The update failed before anything was written.", kMend,
+               Error("The update failed before anything was written.", kRemedy,
                      {{"command", "tool raw 0x34 0x8c 0x55 0xaa 0x01 > result"},
                       {"completion_code", "C0"},
                       {"records",

@@ -50,7 +50,6 @@ TEST(Explanations, WhatIsNoCodeIsNamed) {
   EXPECT_EQ(Codes({"161"}), refhost::Lines{"unknown 161"});
   EXPECT_EQ(Codes({"99"}), refhost::Lines{"unknown 99"});
   EXPECT_EQ(Codes({"exit", "13"}), refhost::Lines{"unknown exit 13"});
-  EXPECT_EQ(Codes({"exit"}), refhost::Lines{"unknown exit"});
   EXPECT_EQ(Codes({"result 3"}), refhost::Lines{"unknown result 3"});
 }
 
@@ -96,6 +95,13 @@ TEST_F(ExplainCommand, NeedsNoPlugin) {
   const json object = RunJson("explain");
   EXPECT_EQ(object["exit_code"], 0);
   EXPECT_EQ(object["explanations"].size(), ExplainAll().size());
+}
+
+TEST_F(ExplainCommand, KnowsACodeAsPeopleTypeIt) {
+  EXPECT_EQ(RunJson("explain exit")["explanations"].size(), ExitCodeTexts().size());
+  EXPECT_EQ(RunJson("explain result MSGID_BMC_0012_F")["explanations"].size(), 1U + ResultTexts().size());
+  EXPECT_EQ(RunJson("explain bmc_0012")["explanations"][0]["code"], "MSGID_BMC_0012_F");
+  EXPECT_EQ(RunJson("explain 0x1d")["explanations"][0]["code"], "1D");
 }
 
 TEST_F(ExplainCommand, FailsForACodeThatIsNotThere) {

@@ -204,7 +204,15 @@ TEST_F(Orvhost, UpdateFailsForAPackageThatCannotBeUsedBeforeThePluginIsLoaded) {
   const std::pair<std::string, std::string> cases[] = {
       {folder_ / "missing.zip", "No such file or directory"},
       {folder_.Write("empty.zip", ""), "the file is empty"},
-      {folder_.Write("text.zip", "text"), "Unrecognized archive format"},
+      {folder_.Write("text.zip", "text"), "it is neither a zip nor a tar archive"},
+      {folder_.Write("kv6000_0124.ima", "image"),
+       "it is a firmware image alone, and a package is the zip or tar archive"},
+      {folder_.Write("cut.zip", refhost::Package("01-24").substr(0, 150)),
+       "the archive ends too early, as after an incomplete download"},
+      {folder_.Write(
+           "wrapped.zip",
+           refhost::ArchiveBuilder().File("bmc-01-24/module.json", "{}").Build(refhost::ArchiveBuilder::Format::kZip)),
+       "module.json lies in folder bmc-01-24 of the archive and not at its top"},
       {folder_.Write("other.zip",
                      refhost::ArchiveBuilder().File("a", "x").Build(refhost::ArchiveBuilder::Format::kZip)),
        "the archive holds no module.json"},
@@ -212,7 +220,7 @@ TEST_F(Orvhost, UpdateFailsForAPackageThatCannotBeUsedBeforeThePluginIsLoaded) {
   for (const auto& [path, reason] : cases) {
     EXPECT_EQ(Run(Update(path)), 5);
     const std::string cause = std::string("The package ").append(path).append(" cannot be used: ").append(reason);
-    EXPECT_EQ(err_.find("orvhost update: " + cause + ".\n"), 0U) << err_;
+    EXPECT_EQ(err_.find("orvhost update: " + cause), 0U) << err_;
     EXPECT_NE(err_.find("flash:           not touched by this run"), std::string::npos);
   }
 }
@@ -271,7 +279,7 @@ TEST_F(Orvhost, UpdateFailsBeforeTheFlashWithItsEvidence) {
             "  command:         tool raw 0x34 0x8c 0x55 0xaa 0x01 > result\n"
             "  completion code: C0\n"
             "  flash:           not touched by this run\n"
-            "  next step:       Repair what the evidence names, then run the same command again.\n");
+            "  next step:       Run the update again; if that does not help, restart the BMC.\n");
   EXPECT_EQ(State().updateStatus, refhost::kUpdateFailed);
   EXPECT_EQ(State().operating.info.moduleVersion, "01-23");
 }
@@ -289,7 +297,8 @@ TEST_F(Orvhost, UpdateFailsAtAnUnexpectedErrorToo) {
   Ask("throws");
   json object = RunJson(Update(good_));
   EXPECT_EQ(object["exit_code"], 1);
-  EXPECT_EQ(object["error"]["cause"], "An unexpected error ended the run: basic_string::substr");
+  EXPECT_EQ(object["error"]["cause"],
+            "An unexpected error, which is a fault of this program or of the plug-in, ended the run.");
   EXPECT_EQ(object["command"], "update");
   Ask("throws-late");
   object = RunJson(Update(good_));
@@ -450,6 +459,43 @@ TEST_F(Orvhost, FailsAtBadUsage) {
   }
 }
 
+TEST_F(Orvhost, AMistypedWordGetsTheOneThatWasMeant) {
+  const std::pair<const char*, const char*> cases[] = {
+      {"udpate p.zip", "There is no subcommand \"udpate\"; did you mean \"update\"?"},
+      {"hsitory", "There is no subcommand \"hsitory\"; did you mean \"history\"?"},
+      {"frobnicate", "There is no subcommand \"frobnicate\"."},
+      {"update p.zip --alow-older", "There is no option --alow-older; did you mean \"--allow-older\"?"},
+      {"identify --frobnicate", "There is no option --frobnicate."}};
+  for (const auto& [arguments, cause] : cases) {
+    EXPECT_EQ(RunJson(arguments)["error"]["cause"], cause) << arguments;
+  }
+}
+
+TEST_F(Orvhost, AHintCanBePastedAsItStands) {
+  keepsRepeated_ = true;
+  const json object = RunJson(Update(good_));
+  const std::string options =
+      " --install-path '" + folder_.Path() + "' --plugin " + plugin_ + " --server-type kv6000\"";
+  EXPECT_NE(object["summary"].get<std::string>().find("Run \"orvhost apply" + options + " to put"), std::string::npos)
+      << object;
+  EXPECT_NE(RunJson("diagnose")["facts"]["next_step"].get<std::string>().find("\"orvhost apply" + options),
+            std::string::npos);
+}
+
+TEST_F(Orvhost, TheSameFailureOfTheSamePackageTwiceIsThePackages) {
+  Ask("flash-fails");
+  const std::string again = "Keep the machine powered and do not reboot it; run the same command again.";
+  const json first = RunJson(Update(good_));
+  EXPECT_EQ(first["error"]["next_step"], again);
+  const json second = RunJson(Update(good_));
+  const std::string advice = "This package failed in the same way before (run " + first["run_id"].get<std::string>() +
+                             "), so it is most likely damaged. Keep the machine powered, do not reboot it, get the "
+                             "package anew, and write that with \"orvhost update PACKAGE\".";
+  EXPECT_EQ(second["error"]["next_step"], advice);
+  EXPECT_EQ(RunJson("diagnose")["facts"]["next_step"], advice);
+  EXPECT_EQ(RunJson(Update(folder_.Write("other.zip", refhost::Package("01-25"))))["error"]["next_step"], again);
+}
+
 TEST_F(Orvhost, FailsForAnInstallPathThatIsNone) {
   const std::string output = folder_ / "output";
   const int status =
@@ -472,7 +518,7 @@ TEST_F(Orvhost, HelpAndVersionAreNoErrors) {
   EXPECT_EQ(Run("update --help"), 0);
   EXPECT_NE(out_.find("package"), std::string::npos);
   for (const char* name : {"identify", "check", "update", "apply", "verify", "rollback", "report", "notify", "methods",
-                           "history", "show", "diagnose", "explain", "validate"}) {
+                           "history", "show", "diagnose", "config", "explain", "validate"}) {
     EXPECT_EQ(Run(std::string(name) + " --help"), 0);
     EXPECT_NE(out_.find("\nExample"), std::string::npos) << out_;
     EXPECT_NE(out_.find(std::string("\n  orvhost ") + name), std::string::npos) << out_;

@@ -27,7 +27,7 @@ void AddOrders(HostileRows* rows) {
   add("the description in the same folder",
       ArchiveBuilder().File("./module.json", kGoodDescription).File("./fw.ima", "x"), 0, kNewer);
   add("the description in a folder", ArchiveBuilder().File("d/module.json", kGoodDescription).File("fw.ima", "x"), 5,
-      kNoDescription);
+      "module.json lies in folder d of the archive and not at its top");
   add("the description in capitals", ArchiveBuilder().File("MODULE.JSON", kGoodDescription).File("fw.ima", "x"), 5,
       kNoDescription);
   add("the description as a folder", ArchiveBuilder().Folder("module.json").File("fw.ima", "x"), 5, kNoDescription);

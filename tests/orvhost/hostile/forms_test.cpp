@@ -55,7 +55,7 @@ void AddOtherFiles(HostileRows* rows) {
   const std::string good = GoodPackage().Build(Format::kZip);
   rows->push_back({"an empty file", "", 5, "the file is empty"});
   rows->push_back({"a byte", "x", 5, kUnusable});
-  rows->push_back({"a text", "This is no archive.\n", 5, "Unrecognized archive format"});
+  rows->push_back({"a text", "This is no archive.\n", 5, "it is neither a zip nor a tar archive"});
   rows->push_back({"zeros", std::string(100000, '\0'), 5, kUnusable});
   rows->push_back({"noise", Noise(100000), 5, kUnusable});
   rows->push_back({"the beginning of a program",
@@ -63,7 +63,7 @@ void AddOtherFiles(HostileRows* rows) {
                    "ELF" +
                        Noise(1000),
                    5, kUnusable});
-  rows->push_back({"a description alone", kGoodDescription, 5, "Unrecognized archive format"});
+  rows->push_back({"a description alone", kGoodDescription, 5, "it is neither a zip nor a tar archive"});
   rows->push_back({"a zip of nothing", ArchiveBuilder().Build(Format::kZip), 5, kUnusable});
   rows->push_back({"a tar of nothing", ArchiveBuilder().Build(Format::kTar), 5, "the archive is empty"});
   rows->push_back({"a zip in a zip", ArchiveBuilder().File("package.zip", good).Build(Format::kZip), 5,

@@ -61,7 +61,7 @@ TEST_F(JournalOfARun, OfAnUpdateHasEveryPhaseAndEndsWithTheOutcome) {
   EXPECT_EQ(lines.front()["kind"], "begin");
   EXPECT_EQ(lines.front()["options"]["package"], good_);
   EXPECT_EQ(lines.back()["kind"], "end");
-  EXPECT_EQ(lines.back()["outcome"], object);
+  EXPECT_EQ(json::parse(WithoutRepeated(lines.back()["outcome"].dump())), object);
   const bool flashed = std::ranges::any_of(lines, [](const json& line) {
     return line["kind"] == "trace" && line["text"].get<std::string>().find("Execute:") == 0;
   });

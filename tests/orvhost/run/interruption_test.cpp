@@ -15,6 +15,9 @@ std::string NameOf(int number) {
   return std::string("SIG") + sigabbrev_np(number);
 }
 
+constexpr const char* kAnswer =
+    "orvhost: The firmware is being written; this cannot be interrupted. At most 1 min for this attempt.";
+
 class Interrupted : public BackgroundOrvhost {
  protected:
   Interrupted() {
@@ -154,7 +157,7 @@ TEST_F(Interrupted, WhileTheFlashIsWrittenItGoesOnToItsEnd) {
       Reset();
       const pid_t run = Start(UpdateAgain(good_), words);
       Send(run, number);
-      EXPECT_EQ(NextLine(), "orvhost: Interrupted: the flash is being written; this run goes on to its end.");
+      EXPECT_EQ(NextLine(), kAnswer);
       for (const int again : kSignals) {
         Send(run, again);
       }
@@ -175,7 +178,7 @@ TEST_F(Interrupted, BySignalsThatSeldomAskItGoesOnToItsEndToo) {
     Reset();
     const pid_t run = Start(UpdateAgain(good_), "flashes");
     Send(run, number);
-    EXPECT_EQ(NextLine(), "orvhost: Interrupted: the flash is being written; this run goes on to its end.");
+    EXPECT_EQ(NextLine(), kAnswer);
     gate_.Close();
     EXPECT_EQ(ExitCodeOf(run), 0);
   }

@@ -13,6 +13,7 @@
 #include <nlohmann/json.hpp>
 
 #include "host/DllCommon.h"
+#include "orvhost/interface/repeated_options.h"
 #include "refhost/module_state.h"
 #include "tests/refhost/support/archive_builder.h"
 #include "tests/refhost/support/host_test.h"
@@ -56,13 +57,23 @@ class Orvhost : public refhost::HostTest {
            "\" --server-type " + serverType_ + " " + arguments;
   }
 
+  // Without the options of CommandLine(), which every command in a hint repeats.
+  std::string WithoutRepeated(std::string text) const {
+    const std::string repeated = " --install-path " + ShellWord(std::filesystem::absolute(installPath_).string()) +
+                                 " --plugin " + ShellWord(plugin_) + " --server-type " + serverType_;
+    for (std::size_t at = 0; !keepsRepeated_ && (at = text.find(repeated, at)) != std::string::npos;) {
+      text.erase(at, repeated.size());
+    }
+    return text;
+  }
+
   // Runs the tool and returns its exit code; its outputs are then in out_ and err_.
   int Run(const std::string& arguments) {
     unsigned long exitCode = 99;
     const std::string command = CommandLine(arguments) + " 2> \"" + (folder_ / "err") + "\"";
     EXPECT_EQ(CCommon_Information::ExecForeignModule(command, folder_ / "out", "", &exitCode, ~0UL), 0);
-    out_ = folder_.Read("out");
-    err_ = folder_.Read("err");
+    out_ = WithoutRepeated(folder_.Read("out"));
+    err_ = WithoutRepeated(folder_.Read("err"));
     return static_cast<int>(exitCode);
   }
 
@@ -127,6 +138,7 @@ class Orvhost : public refhost::HostTest {
   std::string installPath_ = folder_.Path();
   std::string serverType_ = "kv6000";
   std::string plugin_ = TEST_PLUGIN_PATH;
+  bool keepsRepeated_ = false;
   std::string good_;
   std::string out_;
   std::string err_;

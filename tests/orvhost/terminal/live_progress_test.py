@@ -134,10 +134,10 @@ class LiveProgress(unittest.TestCase):
                 session = self.start()
                 session.read_until(b"ipmitool for")
                 os.kill(session.process, number)
-                session.read_until(b"to its end.\r\n")
+                session.read_until(b"attempt.\r\n")
                 self.assertEqual(self.finish(session), 0)
                 self.assertEqual(session.lines()[:4], self.BEFORE + [
-                    "orvhost: Interrupted: the flash is being written; this run goes on to its end."])
+                    "orvhost: The firmware is being written; this cannot be interrupted. At most 15 m"])  # 80 columns
 
     def test_without_a_live_line(self):
         for arguments, environment in (((), {"TERM": "dumb"}), ((), {"TERM": ""}), (("--quiet",), {}),

@@ -1,0 +1,69 @@
+#include "orvhost/interface/repeated_options.h"
+
+#include <algorithm>
+#include <array>
+#include <cctype>
+
+namespace orvhost {
+
+namespace {
+
+constexpr std::string_view kCommand = "\"orvhost ";
+
+// These neither load a plug-in nor read below the install path.
+constexpr auto kWithoutOptions = std::to_array<std::string_view>({"--help", "explain"});
+
+std::string WithOptions(std::string text, const std::string& options) {
+  for (std::size_t at = text.find(kCommand); at != std::string::npos; at = text.find(kCommand, at)) {
+    at += kCommand.size();
+    const std::size_t end = text.find('"', at);
+    if (end == std::string::npos) {
+      break;
+    }
+    const std::string_view command = std::string_view(text).substr(at, end - at);
+    const bool needsNone =
+        std::ranges::any_of(kWithoutOptions, [command](std::string_view word) { return command.starts_with(word); });
+    if (needsNone || command.find("--install-path") != std::string_view::npos) {
+      at = end + 1;
+      continue;
+    }
+    text.insert(end, options);
+    at = end + options.size() + 1;
+  }
+  return text;
+}
+
+}  // namespace
+
+std::string ShellWord(std::string_view text) {
+  const bool isPlain = !text.empty() && std::ranges::all_of(text, [](unsigned char character) {
+    return std::isalnum(character) != 0 ||
+           std::string_view("/._-+@:,%=").find(static_cast<char>(character)) != std::string_view::npos;
+  });
+  if (isPlain) {
+    return std::string(text);
+  }
+  std::string word = "'";
+  for (const char character : text) {
+    word += character == '\'' ? "'\\''" : std::string(1, character);
+  }
+  return word + "'";
+}
+
+void RepeatOptions(const std::string& options, Outcome* outcome) {
+  if (options.empty()) {
+    return;
+  }
+  outcome->summary = WithOptions(outcome->summary, options);
+  for (Fact& fact : outcome->facts) {
+    if (fact.key == "next_step") {
+      fact.value = WithOptions(fact.value, options);
+    }
+  }
+  if (outcome->failure) {
+    outcome->failure->cause = WithOptions(outcome->failure->cause, options);
+    outcome->failure->nextStep = WithOptions(outcome->failure->nextStep, options);
+  }
+}
+
+}  // namespace orvhost
