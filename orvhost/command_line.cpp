@@ -28,8 +28,9 @@ a subcommand are listed by "orvhost SUBCOMMAND --help".
 Results go to the standard output and failures to the standard error: the cause,
 the evidence from the plug-in's trace, whether the flash was touched, and the
 next safe step. With --json all of it is one object on the standard output, and
-nothing is asked. At a terminal one live line shows the present step and what it
-waits for; not with --quiet, --json or -v.
+nothing is asked. At a terminal one live line shows which phase of how many it
+is, the present step and how long that may still take; without a terminal a
+plain line does after each 30 s of silence. Neither with --quiet, --json or -v.
 
 Exit codes:
   0   done, or nothing to do
@@ -62,6 +63,7 @@ Files:
 Environment:
   ORVHOST_INSTALL_PATH     the install path, where --install-path is not given
   TERM                     "dumb" for a terminal that cannot show a live line
+  NO_COLOR                 set where nothing is to be coloured
   ORVHOST_LAB_MACHINE      set where any user may update; laboratory only
   ORVHOST_LAB_LOCK_FOLDER  folder in the place of /run/orvhost, where the one
                            above is set; laboratory only
@@ -83,6 +85,10 @@ void AddGlobalOptions(CLI::App* app, Options* options) {
   app->add_flag("-v,--verbose", options->verbose, "Show the plug-in's trace while it works");
   app->add_flag("--quiet", options->quiet, "Print nothing but errors");
   app->add_flag("--yes", options->yes, "Halt the machine without asking");
+  app->add_option("--color", options->color, "Colour the verdict at a terminal: auto or never")
+      ->type_name("WHEN")
+      ->check(CLI::IsMember({"auto", "never"}))
+      ->capture_default_str();
   app->add_flag("--json", options->json, "Print one JSON object on the standard output and nothing else there");
 }
 

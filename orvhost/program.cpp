@@ -110,21 +110,22 @@ int RunProgram(int argc, const char* const* argv) {
     ErrorOutputWatch errorOutput(watch.get(), &journal, &progress, parsed.options.verbose);
     console.BeforeText([&progress] { progress.Hide(); });
     Interruption interruption;
-    if (parsed.command->loadsPlugin) {
+    if (parsed.command->LoadsPlugin()) {
       interruption.Begin([&console](const std::string& sentence) { console.Warn(sentence); });
       console.GiveUpAt(interruption.Descriptor());
     }
-    const Run run{parsed.options, console, *watch, tee, journal, interruption};
+    const Run run{parsed.options, console, *watch, tee, journal, interruption, progress};
     tee.Add(std::make_unique<ErrorOutputSink>(&errorOutput));
     tee.Add(std::move(watch));
     tee.Add(std::make_unique<InterruptionWatch>(&interruption));
     tee.Add(std::make_unique<ProgressSink>(&progress));
     ExclusiveRun exclusive(run, parsed.command->name);
-    if ((!parsed.command->loadsPlugin || exclusive.Begin(&outcome)) && AddSinks(run, &exclusive, &tee, &outcome)) {
+    if ((!parsed.command->LoadsPlugin() || exclusive.Begin(&outcome)) && AddSinks(run, &exclusive, &tee, &outcome)) {
       refhost::SetTraceSink(&tee);
       refhost::SetCommandObserver(&errorOutput);
-      if (parsed.command->loadsPlugin) {
-        progress.Begin(parsed.options);
+      if (parsed.command->LoadsPlugin()) {
+        progress.Begin(parsed.options, parsed.command->phases,
+                       [&console](const std::string& line) { console.Notice(line); });
         errorOutput.Begin();
       }
       outcome = RunCommand(*parsed.command, run);
@@ -136,7 +137,7 @@ int RunProgram(int argc, const char* const* argv) {
     interruption.End();
     RepeatOptions(parsed.options.repeated, &outcome);
     exclusive.End(&outcome);
-    if (parsed.command->loadsPlugin) {
+    if (parsed.command->LoadsPlugin()) {
       SayToSystemLog(outcome, parsed.options.installPath);
     }
     console.BeforeText([] {});

@@ -37,7 +37,7 @@ def rows(transcript: str) -> list:
         head, text = re.fullmatch(r"(\[ *[\d.]+ s\] | {10}\| ?| {10}\$ |)(.*)", line).groups()
         kind = "say" if head.startswith("[") else "command" if "$" in head else "end" if not head else "output"
         indent = " " * (len(text) - len(text.lstrip()))
-        folded = textwrap.wrap(text, COLUMNS - len(head), subsequent_indent=indent) or [""]
+        folded = textwrap.wrap(text, COLUMNS - len(head), subsequent_indent=indent, break_on_hyphens=False) or [""]
         result.append((kind, head, folded[0]))
         result += [(kind, " " * len(head), more) for more in folded[1:]]
     return result

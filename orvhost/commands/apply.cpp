@@ -76,7 +76,8 @@ root; 7 not applied, the machine stays up.)";
 
 }  // namespace
 
-const Command kApplyCommand = {
-    "apply", "Put written firmware into operation; halts the machine", kApplyHelp, {kDryRunFlag}, Apply};
+const Command kApplyCommand = {"apply",    "Put written firmware into operation; halts the machine",
+                               kApplyHelp, {kDryRunFlag},
+                               Apply,      {"plug-in", "confirm", "apply"}};
 
 }  // namespace orvhost

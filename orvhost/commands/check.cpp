@@ -90,10 +90,9 @@ version, or the host's records are damaged.)";
 
 }  // namespace
 
-const Command kCheckCommand = {"check",
-                               "Check whether a package fits, and compare its version with the running one",
-                               kCheckHelp,
-                               {kPackageArgument, kAllowOlderFlag, kAllowReinstallFlag},
-                               Check};
+const Command kCheckCommand = {
+    "check",    "Check whether a package fits, and compare its version with the running one",
+    kCheckHelp, {kPackageArgument, kAllowOlderFlag, kAllowReinstallFlag},
+    Check,      {"package", "plug-in", "prerequisites", "server type", "fit", "compare", "preflight"}};
 
 }  // namespace orvhost

@@ -34,7 +34,7 @@ constexpr auto kExitCodes = std::to_array<NumberText>({
      "the same again with --allow-reinstall."},
     {7, "The run failed before anything was written.",
      "This run did not touch the flash; the firmware that ran before still runs.",
-     "Repair what the evidence names, then run the same command again."},
+     "Do what the run gave as its next step (\"orvhost diagnose\" gives it again)."},
     {8, "The run failed after writing the flash had begun.",
      "The running firmware still runs, but what is written beside it may be incomplete.",
      "Keep the machine powered, do not reboot it, and run the same command again."},

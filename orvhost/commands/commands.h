@@ -17,8 +17,12 @@ struct Command {
   const char* help;         // what stands below the options in its help: what it does and changes, examples, results
   std::vector<Argument> arguments;  // of its own, in the order of its help
   Outcome (*run)(const Run& run);
-  bool loadsPlugin = true;  // such a run has the install path to itself; others read the host's own files only
+  // The phases of its road, in their order. Such a run loads a plug-in and has the install path to itself; one of a
+  // command without phases reads the host's own files only.
+  std::vector<const char*> phases = {};
   std::optional<Outcome> (*answerAtOnce)(const Options& options) = nullptr;  // where no run is needed: no lock, journal
+
+  [[nodiscard]] bool LoadsPlugin() const { return !phases.empty(); }
 };
 
 extern const Command kIdentifyCommand;

@@ -37,7 +37,7 @@ Exit codes: 0 shown; 2 the file cannot be used.)";
 
 }  // namespace
 
-const Command kConfigCommand = {"config", "Show which settings hold, and where they come from", kConfigHelp, {}, Config,
-                                false};
+const Command kConfigCommand = {
+    "config", "Show which settings hold, and where they come from", kConfigHelp, {}, Config};
 
 }  // namespace orvhost

@@ -272,7 +272,6 @@ const Command kDiagnoseCommand = {
     "Say how a run ended and the safe next step",
     kDiagnoseHelp,
     {{"run", &Options::runName, "A run: its id, its number, a beginning, or \"last\"", "RUN"}},
-    [](const Run& run) { return DiagnoseRoad(run).Go(); },
-    false};
+    [](const Run& run) { return DiagnoseRoad(run).Go(); }};
 
 }  // namespace orvhost

@@ -57,8 +57,10 @@ Exit codes: 0 explained; 2 there is no such code.)";
 
 }  // namespace
 
-const Command kExplainCommand = {"explain",    "Explain a message, detail, exit or result code",
-                                 kExplainHelp, {{"codes", &Options::codes, "Codes to explain (default: all)", "CODE"}},
-                                 ExplainCodes, false};
+const Command kExplainCommand = {"explain",
+                                 "Explain a message, detail, exit or result code",
+                                 kExplainHelp,
+                                 {{"codes", &Options::codes, "Codes to explain (default: all)", "CODE"}},
+                                 ExplainCodes};
 
 }  // namespace orvhost

@@ -18,7 +18,16 @@ namespace orvhost {
 
 namespace {
 
-using Row = std::array<std::string, 7>;
+struct Row {
+  std::string id;
+  std::string seconds;
+  std::string command;
+  std::string package;
+  std::string versions;
+  std::string verdict;
+  std::string exitCode;
+  std::string started;
+};
 
 std::string Seconds(double seconds) {
   std::array<char, 32> text{};
@@ -62,30 +71,63 @@ Row RowOf(const RecordedRun& run, const RunningRun& running) {
   return {run.id,
           Seconds(run.Seconds()),
           command,
-          package + (package.empty() || Versions(run).empty() ? "" : " ") + Versions(run),
+          package,
+          Versions(run),
           VerdictOf(run, running),
           exitCode.is_number_unsigned() ? exitCode.dump() : "",
           run.Begin("t")};
 }
 
-// Columns as wide as their widest text, two blanks apart.
-std::vector<std::string> Table(const std::vector<Row>& rows) {
-  constexpr std::size_t kColumns = 6;  // the id tells the time already
-  constexpr std::size_t kWidest = 80;
-  std::array<std::size_t, kColumns> widths{};
-  for (const Row& row : rows) {
-    for (std::size_t i = 0; i < kColumns; ++i) {
-      widths[i] = std::max(widths[i], CharactersIn(Printable(row[i], kWidest)));
+using Cells = std::vector<std::string>;
+
+// Columns as wide as their widest cell, two blanks apart.
+std::vector<std::string> Table(const std::vector<Cells>& rows) {
+  std::vector<std::size_t> widths(rows.front().size());
+  for (const Cells& row : rows) {
+    for (std::size_t i = 0; i < row.size(); ++i) {
+      widths[i] = std::max(widths[i], CharactersIn(row[i]));
     }
   }
   std::vector<std::string> lines;
-  for (const Row& row : rows) {
+  for (const Cells& row : rows) {
     std::string line;
-    for (std::size_t i = 0; i < kColumns; ++i) {
-      const std::string cell = Printable(row[i], kWidest);
-      line += cell + std::string(widths[i] + 2 - CharactersIn(cell), ' ');
+    for (std::size_t i = 0; i < row.size(); ++i) {
+      line += row[i] + std::string(widths[i] + 2 - CharactersIn(row[i]), ' ');
     }
     lines.push_back(line.substr(0, line.find_last_not_of(' ') + 1));
+  }
+  return lines;
+}
+
+// What is left out of a table that is to be narrow: the packages' names, then the seconds, then all of an id but its
+// number, with which "orvhost show" finds the run too.
+enum class Narrow { kNot, kVersionsOnly, kNoSeconds, kNumberOnly };
+
+Cells CellsOf(const Row& row, Narrow narrow) {
+  constexpr std::size_t kWidest = 80;
+  const std::string name = narrow == Narrow::kNot ? row.package : "";
+  Cells cells = {narrow == Narrow::kNumberOnly ? row.id.substr(0, row.id.find('-')) : row.id};
+  if (narrow < Narrow::kNoSeconds) {
+    cells.push_back(row.seconds);
+  }
+  for (const std::string& text : {row.command, name + (name.empty() || row.versions.empty() ? "" : " ") + row.versions,
+                                  row.verdict, row.exitCode}) {
+    cells.push_back(Printable(text, kWidest));
+  }
+  return cells;
+}
+
+std::vector<std::string> Table(const std::vector<Row>& rows, std::size_t columns) {
+  std::vector<std::string> lines;
+  for (const Narrow narrow : {Narrow::kNot, Narrow::kVersionsOnly, Narrow::kNoSeconds, Narrow::kNumberOnly}) {
+    std::vector<Cells> cells;
+    for (const Row& row : rows) {
+      cells.push_back(CellsOf(row, narrow));
+    }
+    lines = Table(cells);
+    if (std::ranges::all_of(lines, [columns](const std::string& line) { return CharactersIn(line) <= columns; })) {
+      break;
+    }
   }
   return lines;
 }
@@ -109,7 +151,7 @@ class HistoryRoad {
   const std::string folder_;
   const JournalList journals_;
   const RunningRun running_;
-  std::vector<Row> rows_ = {{"RUN", "SECONDS", "COMMAND", "PACKAGE, VERSION", "VERDICT", "EXIT", ""}};
+  std::vector<Row> rows_ = {{"RUN", "SECONDS", "COMMAND", "PACKAGE,", "VERSION", "VERDICT", "EXIT", ""}};
   std::vector<std::string> unreadable_;  // why, one sentence each, without a full stop
   Outcome outcome_;
 };
@@ -137,15 +179,15 @@ Outcome HistoryRoad::Go() {
 void HistoryRoad::Add(const RecordedRun& recorded) {
   const Row row = RowOf(recorded, running_);
   rows_.push_back(row);
-  outcome_.listing.entries.push_back({{"run_id", row[0]},
-                                      {"started", row[6]},
-                                      {"seconds", row[1]},
-                                      {"command", row[2]},
+  outcome_.listing.entries.push_back({{"run_id", row.id},
+                                      {"started", row.started},
+                                      {"seconds", row.seconds},
+                                      {"command", row.command},
                                       {"package", recorded.Option("package")},
                                       {"before", recorded.OutcomeText("before")},
                                       {"after", recorded.OutcomeText("after")},
-                                      {"verdict", row[4]},
-                                      {"exit_code", row[5]}});
+                                      {"verdict", row.verdict},
+                                      {"exit_code", row.exitCode}});
   if (recorded.error != 0) {
     unreadable_.push_back("The journal " + WhyUnreadable(JournalPath(folder_, recorded.id), recorded.error));
     return;
@@ -160,7 +202,7 @@ void HistoryRoad::Conclude() {
   outcome_.verdict = hasRuns ? "listed" : "no-runs";
   if (!unreadable_.empty()) {
     if (hasRuns) {
-      run_.console.Show(Table(rows_));
+      run_.console.Show(Table(rows_, run_.console.Columns()));
     }
     const std::size_t others = unreadable_.size() - 1;
     Fail(run_, &outcome_,
@@ -169,7 +211,7 @@ void HistoryRoad::Conclude() {
     return;
   }
   if (hasRuns) {
-    outcome_.lines = Table(rows_);
+    outcome_.lines = Table(rows_, run_.console.Columns());
   } else {
     outcome_.summary = "No run has left a journal in " + folder_ + ".";
   }
@@ -197,7 +239,9 @@ be read.)";
 
 }  // namespace
 
-const Command kHistoryCommand = {"history", "List the runs that were made, one line each",        kHistoryHelp,
-                                 {},        [](const Run& run) { return HistoryRoad(run).Go(); }, false};
+const Command kHistoryCommand = {
+    "history", "List the runs that were made, one line each", kHistoryHelp, {}, [](const Run& run) {
+      return HistoryRoad(run).Go();
+    }};
 
 }  // namespace orvhost

@@ -57,7 +57,8 @@ Exit codes: 0 identified; 3 no plug-in; 4 something is missing on this machine;
 
 }  // namespace
 
-const Command kIdentifyCommand = {
-    "identify", "Show which device this is and which firmware it runs", kIdentifyHelp, {}, Identify};
+const Command kIdentifyCommand = {"identify",    "Show which device this is and which firmware it runs",
+                                  kIdentifyHelp, {},
+                                  Identify,      {"plug-in", "prerequisites", "identify"}};
 
 }  // namespace orvhost

@@ -6,6 +6,7 @@
 #include "orvhost/commands/dry_run.h"
 #include "orvhost/commands/left_update.h"
 #include "orvhost/run/failure.h"
+#include "orvhost/trace/remedy.h"
 
 namespace orvhost {
 
@@ -22,7 +23,9 @@ void RunMethod(const Run& run, const Session& session, Outcome* outcome) {
          {.exitCode = FailedExitCode(run),
           .verdict = "method-failed",
           .cause = "The plug-in does not know the method or it failed: " + name + ".",
-          .nextStep = "Check the name (it is case-sensitive) and repair what the evidence names."});
+          .nextStep = RemedyFor(run.watch).empty()
+                          ? "Check the name, which is case-sensitive, and what the lines above name."
+                          : RemedyThenAgain(run.watch)});
     return;
   }
   outcome->verdict = "done";
@@ -84,6 +87,7 @@ const Command kMethodsCommand = {
     "Run one of the plug-in's own methods",
     kMethodsHelp,
     {{"name", &Options::methodName, "Name of the method, e.g. SendInfoToSVP", "METHOD", true}, kDryRunFlag},
-    Methods};
+    Methods,
+    {"confirm", "plug-in", "method"}};
 
 }  // namespace orvhost

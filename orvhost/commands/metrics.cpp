@@ -173,7 +173,6 @@ const Command kMetricsCommand = {
     "Print how the machine stands as metrics for Prometheus",
     kMetricsHelp,
     {{"--out", &Options::metricsFile, "Write them to this file instead, as a whole", "FILE"}},
-    [](const Run& run) { return MetricsRoad(run).Go(); },
-    false};
+    [](const Run& run) { return MetricsRoad(run).Go(); }};
 
 }  // namespace orvhost

@@ -5,6 +5,7 @@
 #include "orvhost/commands/commands.h"
 #include "orvhost/commands/dry_run.h"
 #include "orvhost/run/failure.h"
+#include "orvhost/trace/remedy.h"
 #include "orvhost/trace/send_watch.h"
 
 namespace orvhost {
@@ -56,7 +57,7 @@ void Send(const Run& run, const Session& session, Outcome* outcome) {
        {.exitCode = FailedExitCode(run),
         .verdict = "not-sent",
         .cause = "Not everything was sent." + inWords,
-        .nextStep = "Repair what the evidence names, then run the same command again; it sends everything anew."});
+        .nextStep = RemedyThenAgain(run.watch) + " It sends everything anew."});
 }
 
 Outcome Notify(const Run& run) {
@@ -101,7 +102,8 @@ this machine; 7 at least one record failed.)";
 
 }  // namespace
 
-const Command kNotifyCommand = {
-    "notify", "Send operating system and disk records to the service processor", kNotifyHelp, {kDryRunFlag}, Notify};
+const Command kNotifyCommand = {"notify",    "Send operating system and disk records to the service processor",
+                                kNotifyHelp, {kDryRunFlag},
+                                Notify,      {"plug-in", "prerequisites", "send"}};
 
 }  // namespace orvhost

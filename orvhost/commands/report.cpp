@@ -9,6 +9,7 @@
 #include "orvhost/commands/report_file.h"
 #include "orvhost/run/failure.h"
 #include "orvhost/trace/plugin_lines.h"
+#include "orvhost/trace/remedy.h"
 
 namespace orvhost {
 
@@ -46,14 +47,13 @@ void ExplainFailure(const Run& run, const std::string& path, Outcome* outcome) {
          {.exitCode = FailedExitCode(run),
           .verdict = "report-not-written",
           .cause = "The report could not be written to " + path + "." + old,
-          .nextStep = "Make room and repair what else the evidence names, then run the same "
-                      "command again."});
+          .nextStep = RemedyThenAgain(run.watch)});
   } else {
     Fail(run, outcome,
          {.exitCode = FailedExitCode(run),
           .verdict = "report-failed",
           .cause = "The report could not be made." + old,
-          .nextStep = "Repair what the evidence names, then run the same command again."});
+          .nextStep = RemedyThenAgain(run.watch)});
   }
 }
 
@@ -157,10 +157,8 @@ or not written.)";
 }  // namespace
 
 const Command kReportCommand = {
-    "report",
-    "Write the device configuration report and show it",
-    kReportHelp,
-    {{"--out", &Options::outFolder, "Folder for the report", "DIR", false, true, RefuseNoName}},
-    Report};
+    "report",    "Write the device configuration report and show it",
+    kReportHelp, {{"--out", &Options::outFolder, "Folder for the report", "DIR", false, true, RefuseNoName}},
+    Report,      {"folder", "plug-in", "prerequisites", "report"}};
 
 }  // namespace orvhost

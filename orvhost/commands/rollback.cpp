@@ -1,5 +1,6 @@
 // orvhost rollback: how to get back to the version before the last update. Only offers it; "orvhost update" writes.
 #include "orvhost/commands/commands.h"
+#include "orvhost/interface/repeated_options.h"
 #include "orvhost/run/failure.h"
 #include "refhost/module_state.h"
 #include "refhost/staged_package.h"
@@ -52,7 +53,8 @@ void Offer(const Run& run, const refhost::ModuleState& records, Outcome* outcome
   outcome->verdict = "offered";
   outcome->facts.push_back({"package", "Package", previous.packagePath});
   outcome->summary = "The package of the previous version " + version + " is still there. Run \"orvhost update " +
-                     previous.packagePath + " " + OptionFor(records) + "\" to write it, then \"orvhost apply\".";
+                     ShellWord(previous.packagePath) + " " + OptionFor(records) +
+                     "\" to write it, then \"orvhost apply\".";
 }
 
 Outcome Rollback(const Run& run) {
@@ -100,6 +102,6 @@ read.)";
 }  // namespace
 
 const Command kRollbackCommand = {
-    "rollback", "Say how to get back to the previous version", kRollbackHelp, {}, Rollback, false};
+    "rollback", "Say how to get back to the previous version", kRollbackHelp, {}, Rollback};
 
 }  // namespace orvhost

@@ -83,7 +83,6 @@ const Command kShowCommand = {
     kShowHelp,
     {{"run", &Options::runName, "A run: its id, its number, a beginning, or \"last\"", "RUN", true},
      {"--html", &Options::pageFile, "Write a page for a browser to this new file", "FILE"}},
-    Show,
-    false};
+    Show};
 
 }  // namespace orvhost

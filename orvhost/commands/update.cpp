@@ -39,7 +39,6 @@ class UpdateRoad {
   bool Prepare();
   bool Write();
   bool Record();
-  [[nodiscard]] std::string NextStepUntouched() const;
   [[nodiscard]] std::string NextStepInTheFlash() const;
 
   const std::string& Version() const { return check_.Manifest().version; }
@@ -151,16 +150,6 @@ bool UpdateRoad::Register() {
   return false;
 }
 
-// What to do about a failure before the flash: what the catalogue says of the last record, where that knows more than
-// to try again.
-std::string UpdateRoad::NextStepUntouched() const {
-  const std::string remedy = RemedyFor(run_.watch);
-  if (remedy.empty()) {
-    return "Look at what the lines above name, then run the same command again.";
-  }
-  return remedy.find("again") != std::string::npos ? remedy : remedy + " Then run the same command again.";
-}
-
 std::string UpdateRoad::NextStepInTheFlash() const {
   const std::string earlier =
       SameFailureBefore(JournalFolder(run_.options.installPath), "", check_.Sha256(), run_.watch);
@@ -184,7 +173,7 @@ bool UpdateRoad::Prepare() {
        {.exitCode = FailedExitCode(run_),
         .verdict = "not-prepared",
         .cause = "The plug-in refused to start the update.",
-        .nextStep = NextStepUntouched()});
+        .nextStep = RemedyThenAgain(run_.watch)});
   return false;
 }
 
@@ -204,7 +193,7 @@ bool UpdateRoad::Write() {
         .verdict = "update-failed",
         .cause = begun ? "The update failed after writing the firmware had begun."
                        : "The update failed before anything was written.",
-        .nextStep = begun ? NextStepInTheFlash() : NextStepUntouched()});
+        .nextStep = begun ? NextStepInTheFlash() : RemedyThenAgain(run_.watch)});
   return false;
 }
 
@@ -259,6 +248,8 @@ const Command kUpdateCommand = {"update",
                                 "Check an update package and write it to the BMC",
                                 kUpdateHelp,
                                 {kPackageArgument, kAllowOlderFlag, kAllowReinstallFlag, kDryRunFlag},
-                                [](const Run& run) { return UpdateRoad(run).Go(); }};
+                                [](const Run& run) { return UpdateRoad(run).Go(); },
+                                {"package", "plug-in", "prerequisites", "server type", "fit", "compare", "preflight",
+                                 "register", "prepare", "write", "record"}};
 
 }  // namespace orvhost

@@ -176,7 +176,6 @@ const Command kValidateCommand = {
     kValidateHelp,
     {{"file", &Options::pluginPath, "Plug-in to judge, instead of the one of --plugin", "PLUGIN.so"},
      {"--time-limit", &Options::timeLimit, "Seconds that each check may take", "SECONDS", false, true, RefuseOddTime}},
-    Validate,
-    false};
+    Validate};
 
 }  // namespace orvhost

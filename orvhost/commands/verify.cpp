@@ -100,7 +100,7 @@ Outcome Verify(const Run& run) {
     return outcome;
   }
   outcome.verdict = "verified";
-  outcome.summary = "The BMC runs version " + recorded + ", the one that was installed.";
+  outcome.summary = "Verified: the BMC runs version " + recorded + ", the one that was installed.";
   return outcome;
 }
 
@@ -140,7 +140,7 @@ not applied yet.)";
 const Command kVerifyCommand = {
     "verify",    "Check that the BMC runs the version that was installed",
     kVerifyHelp, {{"--if-waiting", &Options::ifWaiting, "Do nothing when no update waits for it"}},
-    Verify,      true,
+    Verify,      {"plug-in", "verify"},
     NothingWaits};
 
 }  // namespace orvhost

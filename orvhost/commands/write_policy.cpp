@@ -3,6 +3,7 @@
 #include <list>
 #include <utility>
 
+#include "orvhost/interface/repeated_options.h"
 #include "orvhost/run/failure.h"
 #include "orvhost/run/machine.h"
 
@@ -50,8 +51,8 @@ void Refuse(const Run& run, const PackageCheck& check, const Comparison& compari
         .verdict = objection.verdict,
         .cause = comparison.sentence + " It is not written without " + objection.option + ".",
         .nextStep = "Get a newer package. Only if version " + check.Manifest().version +
-                    " is what this machine is to run, run \"orvhost update " + run.options.packagePath + " " +
-                    objection.option + "\"."});
+                    " is what this machine is to run, run \"orvhost update " + ShellWord(run.options.packagePath) +
+                    " " + objection.option + "\"."});
 }
 
 bool MayWrite(const Run& run, const Session& session, const PackageCheck& check, const Comparison& comparison,

@@ -27,6 +27,7 @@ struct Options {
   bool quiet = false;
   bool yes = false;
   bool json = false;
+  std::string color = "auto";     // or "never"
   std::vector<Setting> settings;  // of the ones above, with where each comes from
   // Those of the ones above that the command line gives and a next command needs too; begins with a blank, or is "".
   std::string repeated;

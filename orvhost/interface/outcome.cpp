@@ -62,6 +62,11 @@ std::string AboutTheProgram(const Outcome& outcome) {
   return "orvhost" + (outcome.command.empty() ? "" : " " + outcome.command) + ": ";
 }
 
+std::string VerdictAndExitCode(const Outcome& outcome) {
+  const std::string exitCode = "exit code " + std::to_string(static_cast<int>(outcome.exitCode));
+  return outcome.verdict.empty() ? exitCode : outcome.verdict + ", " + exitCode;
+}
+
 // Of the flash these know what earlier runs did, if that; that they did nothing themselves might be taken for it.
 bool LooksBack(std::string_view command) {
   return command == "history" || command == "show" || command == "diagnose" || command == "metrics";
@@ -137,6 +142,7 @@ std::string ToErrorText(const Outcome& outcome) {
   constexpr std::size_t kWidth = 15;  // of "completion code"
   const Failure failure = outcome.failure.value_or(Failure{});
   std::string text = AboutTheProgram(outcome) + Printable(failure.cause) + "\n";
+  AppendItem(&text, "verdict", VerdictAndExitCode(outcome), kWidth);
   for (const std::string& record : failure.evidence.records) {
     AppendItem(&text, "record", record, kWidth);
   }
@@ -161,8 +167,7 @@ std::string ToUndeliveredText(const Outcome& outcome, const std::string& reason)
   std::string text =
       AboutTheProgram(outcome) + "The result could not be written to the standard output (" + reason + ").\n";
   if (!outcome.verdict.empty()) {
-    AppendItem(&text, "the run itself",
-               outcome.verdict + ", exit code " + std::to_string(static_cast<int>(outcome.exitCode)), kWidth);
+    AppendItem(&text, "the run itself", VerdictAndExitCode(outcome), kWidth);
   }
   const bool leavesSomething = outcome.changed || outcome.flashTouched;
   AppendItem(&text, "next step",

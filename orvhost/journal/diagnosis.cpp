@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "host/DllCommon.h"
+#include "orvhost/interface/repeated_options.h"
 #include "orvhost/journal/remains.h"
 #include "orvhost/journal/same_failure.h"
 #include "orvhost/trace/plugin_lines.h"
@@ -67,6 +68,7 @@ std::string RunUpdate(const std::string& package) {
 std::string UpdateAgain(const Situation& situation, bool flashTouched) {
   std::string package = situation.run.Option("package");
   if (!package.empty()) {
+    package = ShellWord(package);
     package += situation.run.HasOption("allow_older") ? " --allow-older" : "";
     package += situation.run.HasOption("allow_reinstall") ? " --allow-reinstall" : "";
   }

@@ -32,6 +32,7 @@ void EnterPhase(const Run& run, Outcome* outcome, const std::string& phase) {
   EndIfAsked(run, *outcome);
   outcome->phase = phase;
   run.journal.Phase(phase);
+  run.progress.Enter(phase);
 }
 
 std::unique_ptr<Session> OpenSession(const Run& run, DamagedRecords damaged, Outcome* outcome,

@@ -12,6 +12,7 @@
 #include "orvhost/plugin/session.h"
 #include "orvhost/run/interruption.h"
 #include "orvhost/terminal/console.h"
+#include "orvhost/terminal/live_progress.h"
 #include "orvhost/trace/line_sink.h"
 #include "orvhost/trace/trace_watch.h"
 #include "refhost/module_state.h"
@@ -25,6 +26,7 @@ struct Run {
   TeeSink& trace;  // for a subcommand that reads more of the plug-in's trace than the watch keeps
   Journal& journal;
   Interruption& interruption;
+  LiveProgress& progress;
 };
 
 // Throws EndedEarly when the run must end because it is asked to.

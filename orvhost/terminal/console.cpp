@@ -6,12 +6,16 @@
 
 #include <algorithm>
 #include <array>
+#include <cctype>
 #include <cerrno>
 #include <climits>
+#include <cstdlib>
 #include <iostream>
 #include <string_view>
 
 #include "orvhost/interface/printable.h"
+#include "orvhost/interface/wrapped.h"
+#include "orvhost/terminal/terminal.h"
 #include "posix/last_error.h"
 #include "refhost/settings.h"
 
@@ -54,30 +58,55 @@ bool WriteWhileRead(int descriptor, std::string_view text, int giveUp) {
   return true;
 }
 
+constexpr const char* kRed = "\033[31m";
+constexpr const char* kGreen = "\033[32m";
+constexpr const char* kPlain = "\033[0m";
+
+// NO_COLOR is what people set for all their programs (no-color.org).
+bool MayColour(const Options& options) {
+  const char* unwanted = getenv("NO_COLOR");
+  return options.color == "auto" && (unwanted == nullptr || *unwanted == '\0');
+}
+
+// Colours the first place where the word stands, in letters of either case.
+std::string Emphasized(std::string text, const Emphasis& emphasis) {
+  const auto found = std::ranges::search(text, emphasis.word, [](unsigned char first, unsigned char second) {
+    return std::tolower(first) == std::tolower(second);
+  });
+  if (emphasis.word.empty() || found.empty()) {
+    return text;
+  }
+  const auto at = static_cast<std::size_t>(found.begin() - text.begin());
+  text.insert(at + emphasis.word.size(), kPlain);
+  text.insert(at, emphasis.colour);
+  return text;
+}
+
 }  // namespace
 
 Console::Console(const Options& options)
     : errors_(fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1)),
       json_(options.json),
-      quiet_(options.quiet || options.json) {}
+      quiet_(options.quiet || options.json),
+      colour_(MayColour(options)) {}
 
 void Console::Say(const std::string& step, const std::string& text) const {
   prepare_();
   if (!quiet_) {
-    Write(Printable(step + ": " + text) + "\n");
+    Print(Printable(step + ": " + text) + "\n");
   }
 }
 
 void Console::Notice(const std::string& sentence) const {
   prepare_();
   if (!quiet_) {
-    WriteError("orvhost: " + Printable(sentence) + "\n");
+    PrintError("orvhost: " + Printable(sentence) + "\n");
   }
 }
 
 void Console::Warn(const std::string& sentence) const {
   prepare_();
-  WriteError("orvhost: " + Printable(sentence) + "\n");
+  PrintError("orvhost: " + Printable(sentence) + "\n");
 }
 
 void Console::Show(const std::vector<std::string>& lines) const {
@@ -89,11 +118,15 @@ void Console::Show(const std::vector<std::string>& lines) const {
   for (const std::string& line : lines) {
     text += Printable(line) + "\n";
   }
-  Write(text);
+  Print(text);
 }
 
 bool Console::IsTerminal() const {
   return !quiet_ && isatty(STDOUT_FILENO) != 0;
+}
+
+std::size_t Console::Columns() const {
+  return isatty(STDOUT_FILENO) != 0 ? WidthOf(STDOUT_FILENO) : std::string::npos;
 }
 
 bool Console::CanAsk() const {
@@ -102,7 +135,7 @@ bool Console::CanAsk() const {
 
 bool Console::Ask(const std::string& question) const {
   prepare_();
-  Write(Printable(question) + " [y/N] ");
+  Print(Printable(question) + " [y/N] ");
   if (!CanRead(STDIN_FILENO, giveUp_)) {
     Write("\n");
     return false;
@@ -121,9 +154,9 @@ ExitCode Console::Report(const Outcome& outcome) const {
   if (json_) {
     Write(ToJson(outcome));
   } else if (outcome.failure) {
-    WriteError(ToErrorText(outcome));
+    PrintError(ToErrorText(outcome), {outcome.verdict, kRed});
   } else if (!quiet_) {
-    Write(ToText(outcome));
+    Print(ToText(outcome), {outcome.verdict, kGreen});
   }
   return Conclude(outcome);
 }
@@ -134,10 +167,26 @@ ExitCode Console::Conclude(const Outcome& outcome) const {
     return outcome.exitCode;
   }
   if (outcome.failure) {
-    WriteError(ToErrorText(outcome));
+    PrintError(ToErrorText(outcome), {outcome.verdict, kRed});
   }
-  WriteError(ToUndeliveredText(outcome, posix::ErrorText(outputError_)));
+  PrintError(ToUndeliveredText(outcome, posix::ErrorText(outputError_)));
   return outcome.failure ? outcome.exitCode : ExitCode::kNotDelivered;
+}
+
+std::string Console::For(int descriptor, const std::string& text, const Emphasis& emphasis) const {
+  if (isatty(descriptor) == 0) {
+    return text;
+  }
+  const std::string wrapped = Wrapped(text, WidthOf(descriptor));
+  return colour_ && ObeysSequences(descriptor) ? Emphasized(wrapped, emphasis) : wrapped;
+}
+
+void Console::Print(const std::string& text, const Emphasis& emphasis) const {
+  Write(For(STDOUT_FILENO, text, emphasis));
+}
+
+void Console::PrintError(const std::string& text, const Emphasis& emphasis) const {
+  WriteError(For(errors_.Get(), text, emphasis));
 }
 
 void Console::Write(const std::string& text) const {

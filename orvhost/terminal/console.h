@@ -3,6 +3,7 @@
 #ifndef ORVHOST_TERMINAL_CONSOLE_H
 #define ORVHOST_TERMINAL_CONSOLE_H
 
+#include <cstddef>
 #include <functional>
 #include <string>
 #include <vector>
@@ -12,6 +13,12 @@
 #include "posix/file_descriptor.h"
 
 namespace orvhost {
+
+// The one word of a text that is coloured at a terminal. It says the same without its colour.
+struct Emphasis {
+  std::string word;              // "" for none
+  const char* colour = nullptr;  // a control sequence
+};
 
 class Console {
  public:
@@ -40,6 +47,9 @@ class Console {
   // True when a person reads the standard output at a terminal.
   [[nodiscard]] bool IsTerminal() const;
 
+  // The width of that terminal; without one there is no limit.
+  [[nodiscard]] std::size_t Columns() const;
+
   // True when a question can be asked: somebody sits at a terminal and did not ask for quiet or JSON.
   [[nodiscard]] bool CanAsk() const;
 
@@ -57,6 +67,12 @@ class Console {
   [[nodiscard]] ExitCode Conclude(const Outcome& outcome) const;
 
  private:
+  // For people: as lines of the terminal's width where the stream is one.
+  void Print(const std::string& text, const Emphasis& emphasis = {}) const;
+  void PrintError(const std::string& text, const Emphasis& emphasis = {}) const;
+  [[nodiscard]] std::string For(int descriptor, const std::string& text, const Emphasis& emphasis) const;
+
+  // As it is.
   void Write(const std::string& text) const;
   void WriteError(const std::string& text) const;
 
@@ -66,6 +82,7 @@ class Console {
   mutable int outputError_ = 0;  // of the first text that could not be written; nothing is written after it
   bool json_;
   bool quiet_;
+  bool colour_;
 };
 
 }  // namespace orvhost

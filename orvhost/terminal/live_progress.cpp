@@ -1,16 +1,18 @@
 #include "orvhost/terminal/live_progress.h"
 
 #include <fcntl.h>
-#include <sys/ioctl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <csignal>
 #include <cstdlib>
-#include <cstring>
+#include <utility>
 
 #include "host/Results.h"
+#include "orvhost/interface/printable.h"
+#include "orvhost/terminal/terminal.h"
 #include "refhost/settings.h"
 
 namespace orvhost {
@@ -19,7 +21,6 @@ namespace {
 
 // To the end of the screen: a terminal that became narrower has wrapped what was drawn, and nothing stands below it.
 constexpr std::string_view kClear = "\r\033[J";
-constexpr std::size_t kUsualWidth = 80;
 
 // For the end of the program by an exit that somebody else calls: where a line may stand.
 std::atomic<int> lineDescriptor{-1};
@@ -43,37 +44,25 @@ posix::FileDescriptor OpenTerminal() {
   return posix::FileDescriptor(open(name.data(), O_WRONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
 }
 
-bool CanShowALiveLine(const Options& options) {
-  if (options.quiet || options.json || options.verbose || isatty(STDOUT_FILENO) == 0) {
-    return false;
-  }
-  const char* kind = getenv("TERM");
-  return kind != nullptr && *kind != '\0' && strcmp(kind, "dumb") != 0;
-}
-
-// One column stays free, so that no terminal wraps.
-std::size_t WidthOf(const posix::FileDescriptor& terminal) {
-  winsize size{};
-  const bool isKnown = ioctl(terminal.Get(), TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
-  return (isKnown ? size.ws_col : kUsualWidth) - 1;
-}
-
 std::chrono::milliseconds Scaled(unsigned long milliseconds) {
   return std::chrono::milliseconds(refhost::ScaledMilliseconds(milliseconds));
 }
 
 }  // namespace
 
-void LiveProgress::Begin(const Options& options) {
-  if (!CanShowALiveLine(options)) {
+void LiveProgress::Begin(const Options& options, const std::vector<const char*>& phases,
+                         std::function<void(const std::string&)> say) {
+  if (options.quiet || options.json || options.verbose) {
     return;
   }
-  terminal_ = OpenTerminal();
-  if (!terminal_.IsOpen()) {
-    return;
+  if (ObeysSequences(STDOUT_FILENO)) {
+    terminal_ = OpenTerminal();
   }
+  phases_ = phases;
+  say_ = std::move(say);
   owner_ = getpid();
   start_ = Clock::now();
+  lastText_ = start_;
   lineOwner = owner_;
   std::atexit(ClearLineOfThisProcess);
   // The clock gets no signals: they are for the thread that does the work.
@@ -89,12 +78,24 @@ bool LiveProgress::IsMine() const {
   return owner_ != 0 && owner_ == getpid();
 }
 
+void LiveProgress::Enter(const std::string& phase) {
+  if (!IsMine()) {
+    return;
+  }
+  const std::scoped_lock lock(mutex_);
+  const auto place = std::ranges::find(phases_, phase);
+  if (place != phases_.end()) {
+    phase_ = std::max(phase_, static_cast<std::size_t>(place - phases_.begin()) + 1);
+  }
+}
+
 void LiveProgress::Hide() {
   if (!IsMine()) {
     return;
   }
   const std::scoped_lock lock(mutex_);
   hidden_ = true;
+  lastText_ = Clock::now();
   if (!shown_) {
     return;
   }
@@ -164,24 +165,39 @@ void LiveProgress::WaitFor(const ProgressWait& wait) {
 void LiveProgress::Tick() {
   std::unique_lock lock(mutex_);
   while (!ended_) {
-    changed_.wait_for(lock, std::chrono::seconds(1));
+    changed_.wait_for(lock, std::min<Clock::duration>(silence_, std::chrono::seconds(1)));
     if (!ended_) {
       Draw();
+      BreakSilence(&lock);
     }
   }
 }
 
-void LiveProgress::Draw() {
-  using std::chrono::duration_cast;
-  using std::chrono::milliseconds;
-  if (hidden_ || steps_.Current().words.empty()) {
+void LiveProgress::BreakSilence(std::unique_lock<std::mutex>* lock) {
+  if (terminal_.IsOpen() || Clock::now() - lastText_ < silence_ || steps_.Current().words.empty()) {
     return;
   }
+  const std::string line = Line(kLongestPrinted);
+  lock->unlock();
+  say_(line);  // which calls Hide, as every text does
+  lock->lock();
+}
+
+std::string LiveProgress::Line(std::size_t width) const {
+  using std::chrono::duration_cast;
+  using std::chrono::milliseconds;
   const auto now = Clock::now();
   ProgressWait wait = wait_;
   wait.alreadyFor = duration_cast<milliseconds>(now - waitStart_);
-  const std::string line =
-      ProgressLine(steps_.Current(), wait, duration_cast<milliseconds>(now - start_), WidthOf(terminal_));
+  return ProgressLine({phase_, phases_.size(), duration_cast<milliseconds>(now - start_)}, steps_.Current(), wait,
+                      width);
+}
+
+void LiveProgress::Draw() {
+  if (!terminal_.IsOpen() || hidden_ || steps_.Current().words.empty()) {
+    return;
+  }
+  const std::string line = Line(WidthOf(terminal_.Get()) - 1);  // one column stays free, so that no terminal wraps
   if (shown_ && line == drawn_) {
     return;
   }

@@ -1,7 +1,6 @@
 #include "orvhost/terminal/progress_line.h"
 
 #include <algorithm>
-#include <vector>
 
 #include "orvhost/interface/printable.h"
 
@@ -18,17 +17,20 @@ std::string MinutesAndSeconds(std::chrono::milliseconds time) {
   return std::to_string(seconds / 60) + (rest.size() == 1 ? ":0" : ":") + rest;
 }
 
-// Appends what is waited for, part by part.
-void AppendWait(const ProgressWait& wait, std::vector<std::string>* parts) {
-  if (wait.kind == ProgressWait::Kind::kPause) {
-    parts->push_back(": a pause of " + MinutesAndSeconds(wait.limit));
-    parts->push_back(", " + MinutesAndSeconds(wait.limit - std::min(wait.limit, wait.alreadyFor)) + " left");
-  } else if (wait.kind == ProgressWait::Kind::kCommand) {
-    parts->push_back(": " + wait.program + " for " + MinutesAndSeconds(wait.alreadyFor));
-    if (wait.limit.count() > 0) {
-      parts->push_back(", " + MinutesAndSeconds(wait.limit) + " at most");
-    }
+// "[10 of 11, 1:05] "
+std::string Beginning(const ProgressPlace& place) {
+  const std::string phase =
+      place.phase == 0 ? "" : std::to_string(place.phase) + " of " + std::to_string(place.phases) + ", ";
+  return "[" + phase + MinutesAndSeconds(place.elapsed) + "] ";
+}
+
+// How long it may still take; "" when that is not known.
+std::string TimeLeft(const ProgressWait& wait) {
+  if (wait.kind == ProgressWait::Kind::kNothing || wait.limit.count() == 0) {
+    return "";
   }
+  const std::string left = MinutesAndSeconds(wait.limit - std::min(wait.limit, wait.alreadyFor));
+  return wait.kind == ProgressWait::Kind::kPause ? "a pause, " + left + " more" : "at most " + left + " more";
 }
 
 }  // namespace
@@ -43,19 +45,19 @@ std::string ProgramOf(std::string_view commandLine) {
   return Printable(word.substr(word.rfind('/') + 1), kLongestProgram);
 }
 
-std::string ProgressLine(const ProgressStep& step, const ProgressWait& wait, std::chrono::milliseconds elapsed,
+std::string ProgressLine(const ProgressPlace& place, const ProgressStep& step, const ProgressWait& wait,
                          std::size_t width) {
-  std::string line = "[" + MinutesAndSeconds(elapsed) + "] " + std::string(step.words);
-  std::vector<std::string> parts;
-  if (step.attempt > 1) {
-    parts.push_back(" (" + std::to_string(step.attempt) + " of " + std::to_string(step.attempts) + ")");
-  }
-  AppendWait(wait, &parts);
-  for (const std::string& part : parts) {
-    if (line.size() + part.size() > width) {
-      break;
+  const std::string line = Beginning(place) + std::string(step.words);
+  const std::string attempt =
+      step.attempt > 1 ? "try " + std::to_string(step.attempt) + " of " + std::to_string(step.attempts) : "";
+  const std::string left = TimeLeft(wait);
+  const std::string both = attempt + (attempt.empty() || left.empty() ? "" : ", ") + left;
+  const auto bracketed = [&line](const std::string& text) { return line + (text.empty() ? "" : " (" + text + ")"); };
+  const std::string program = wait.program.empty() ? "" : ": " + wait.program;
+  for (const std::string& fitting : {bracketed(both) + program, bracketed(both), bracketed(attempt)}) {
+    if (fitting.size() <= width) {
+      return fitting;
     }
-    line += part;
   }
   return line.substr(0, width);
 }

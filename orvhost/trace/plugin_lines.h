@@ -196,7 +196,7 @@ inline constexpr std::string_view kReportNotWritten = "27";
 
 // The words for the time in which the flash tool, or the package's script, writes the flash.
 inline constexpr std::string_view kFlashToolWords = "Writing the firmware";
-inline constexpr std::string_view kScriptWords = "Writing the firmware by the package's script";
+inline constexpr std::string_view kScriptWords = "Writing the firmware by its script";
 
 // How long the plug-in lets one attempt to write the flash take, in milliseconds.
 inline constexpr unsigned long kFlashTimeLimit = 900000;

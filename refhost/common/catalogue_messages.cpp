@@ -32,7 +32,8 @@ constexpr auto kMessages = std::to_array<Message>({
      "Repair what the detail code names, keep the machine powered, and run the same command again."},
     {"MSGID_BMC_0011_F", 1, "The update was stopped because the BMC does not report its firmware version (%1).",
      "The BMC did not answer three times before anything was written. The flash was not touched.",
-     "Wait a minute in case the BMC is restarting, check with \"orvhost identify\", then run the update again."},
+     "Wait a minute in case the BMC is restarting, check with \"orvhost identify\", then run \"orvhost update\" "
+     "again."},
     {"MSGID_BMC_0012_F", 1, "The BMC did not carry out a command that the update needs (%1).",
      "The BMC refused or did not complete a step in front of a flash run. The flash was not touched in this attempt, "
      "but codes 16 or 1E in the detail are of earlier runs that had begun.",
@@ -53,10 +54,11 @@ constexpr auto kMessages = std::to_array<Message>({
      "Install the package ipmitool, then run the same command again."},
     {"MSGID_BMC_0018_F", 1, "The device configuration report could not be made (%1).",
      "No report of this run is there. A report changes nothing on the device.",
-     "Repair what the detail code and the error lines beside it name, then run the report again."},
+     "Repair what the detail code and the error lines beside it name, then run \"orvhost report\" again."},
     {"MSGID_BMC_0019_F", 1, "The device configuration report cannot be started (%1).",
      "The BMC did not answer three times, so there is nothing to report. Nothing was changed.",
-     "Wait a minute in case the BMC is restarting, check with \"orvhost identify\", then run the report again."},
+     "Wait a minute in case the BMC is restarting, check with \"orvhost identify\", then run \"orvhost report\" "
+     "again."},
     {"MSGID_BMC_0020_F", 1, "The update package does not hold what the update needs (%1).",
      "The archive could be unpacked, but it is for another kind of server or not an update of the BMC. The flash was "
      "not touched.",

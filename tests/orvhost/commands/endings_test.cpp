@@ -45,7 +45,7 @@ class Endings : public Orvhost {
 
   static constexpr const char* kAsked = "tool raw 0x06 0x01 > result";
   static constexpr const char* kFlash = "\"/opt/orv/KV6KBMC/Yafuflash\"  -cd  \"image.ima\"";
-  static constexpr const char* kRemedy = "Run the update again; if that does not help, restart the BMC.";
+  static constexpr const char* kRemedy = "Run \"orvhost update\" again; if that does not help, restart the BMC.";
 };
 
 TEST_F(Endings, Success) {

@@ -109,6 +109,7 @@ TEST_F(ExplainCommand, FailsForACodeThatIsNotThere) {
   EXPECT_EQ(out_, "");
   EXPECT_EQ(err_,
             "orvhost explain: There is no code \"7F\".\n"
+            "  verdict:         unknown-code, exit code 2\n"
             "  next step:       Run \"orvhost explain\" to see every code.\n");
 }
 

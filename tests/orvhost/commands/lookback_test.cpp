@@ -202,7 +202,7 @@ TEST_F(Lookback, DiagnoseOfAKilledUpdateTellsThatTheFlashHadBegun) {
                 "  Records:       cut off while it was written\n"
                 "  Unknown:       Whether the image in the BMC is whole.\n"
                 "  Next step:     Keep the machine powered, do not reboot it, and run \"orvhost update " +
-                good_ + "\" again.\n");
+                ShellWord(good_) + "\" again.\n");
   EXPECT_EQ(Look("diagnose")["flash_touched"], true);
   // Neither questions nor a run that did not come that far displace it.
   ASSERT_EQ(Run("identify"), 0);

@@ -45,14 +45,14 @@ TEST_F(Notify, AFailureNamesTheStepAndWhatWasSentAllTheSame) {
   EXPECT_EQ(
       err_,
       "orvhost notify: Not everything was sent. Operating system: sent. Disks: failed at locking the file.\n"
+      "  verdict:         not-sent, exit code 7\n"
       "  record:          MSGID_BMC_0021_F The information could not be sent to the service processor (29: a step "
       "of the transfer to the service processor failed).\n"
       "  trace:           Failed to execute IPMI command(OEM Lock Server Config File) CompletionCode:81\n"
       "  trace:           Failed to execute IPMI command(OEM Lock Server Config File) CompletionCode:81\n"
       "  completion code: 81\n"
       "  flash:           not touched by this run\n"
-      "  next step:       Repair what the evidence names, then run the same command again; it sends everything "
-      "anew.\n");
+      "  next step:       Run \"orvhost notify\" again; its text names the step. It sends everything anew.\n");
   const json object = RunJson("notify");
   EXPECT_EQ(object["verdict"], "not-sent");
   EXPECT_EQ(object["changed"], true);

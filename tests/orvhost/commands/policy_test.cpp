@@ -115,14 +115,14 @@ TEST_F(Policy, AtATerminalAnOlderVersionIsAskedAbout) {
   ASSERT_EQ(gethostname(host.data(), host.size() - 1), 0);
   EXPECT_EQ(RunAtTerminal(Update(older), "n\n"), 6);
   EXPECT_NE(
-      screen_.find("The package is older: it holds version 01-22, and the BMC runs 01-23. Write the OLDER version "
-                   "to " +
-                   std::string(host.data()) + " (serial number 0123456789ABC)? [y/N]"),
+      Screen().find("The package is older: it holds version 01-22, and the BMC runs 01-23. Write the OLDER version "
+                    "to " +
+                    std::string(host.data()) + " (serial number 0123456789ABC)? [y/N]"),
       std::string::npos)
       << screen_;
   EXPECT_EQ(State().updateStatus, refhost::kNoUpdate);
   EXPECT_EQ(RunAtTerminal(Update(older) + " --dry-run", ""), 6);
-  EXPECT_EQ(screen_.find("[y/N]"), std::string::npos) << screen_;
+  EXPECT_EQ(Screen().find("[y/N]"), std::string::npos) << screen_;
   EXPECT_EQ(RunAtTerminal(Update(older), "y\n"), 0);
   EXPECT_EQ(State().updateStatus, refhost::kUpdateWritten);
 }

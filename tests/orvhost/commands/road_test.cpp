@@ -35,6 +35,7 @@ TEST_F(Orvhost, IdentifyFailsWhenTheBmcDoesNotAnswer) {
   EXPECT_EQ(
       err_,
       "orvhost identify: The BMC does not report its firmware version.\n"
+      "  verdict:         bmc-unreadable, exit code 7\n"
       "  trace:           Failed to execute ipmi command(GetDeviceID) CompletionCode:C3\n"
       "  command:         tool raw 0x06 0x01 > result\n"
       "  completion code: C3\n"
@@ -273,13 +274,14 @@ TEST_F(Orvhost, UpdateFailsBeforeTheFlashWithItsEvidence) {
   EXPECT_EQ(Run(Update(good_)), 7);
   EXPECT_EQ(err_,
             "orvhost update: The update failed before anything was written.\n"
+            "  verdict:         update-failed, exit code 7\n"
             "  record:          MSGID_BMC_0012_F The BMC did not carry out a command that the update needs (14: the "
             "BMC did not connect its virtual media).\n"
             "  trace:           Failed to execute ipmi command (Connect to virtual media) CompletionCode:C0\n"
             "  command:         tool raw 0x34 0x8c 0x55 0xaa 0x01 > result\n"
             "  completion code: C0\n"
             "  flash:           not touched by this run\n"
-            "  next step:       Run the update again; if that does not help, restart the BMC.\n");
+            "  next step:       Run \"orvhost update\" again; if that does not help, restart the BMC.\n");
   EXPECT_EQ(State().updateStatus, refhost::kUpdateFailed);
   EXPECT_EQ(State().operating.info.moduleVersion, "01-23");
 }
@@ -375,7 +377,7 @@ TEST_F(Orvhost, VerifyComparesWithTheRecord) {
   ASSERT_EQ(Run(Update(good_)), 0);
   setenv("TEST_PLUGIN_VERSION", "01-24", 1);
   EXPECT_EQ(Run("verify"), 0);
-  EXPECT_EQ(out_, "The BMC runs version 01-24, the one that was installed.\n  Recorded version: 01-24\n");
+  EXPECT_EQ(out_, "Verified: the BMC runs version 01-24, the one that was installed.\n  Recorded version: 01-24\n");
   EXPECT_EQ(State().updateStatus, refhost::kUpdateVerified);
 }
 
@@ -578,20 +580,20 @@ TEST_F(OrvhostAtATerminal, ApplyAsksBeforeItHaltsTheMachine) {
   EXPECT_EQ(RunAtTerminal("apply", "\n"), 2);
   std::array<char, 256> host{};
   ASSERT_EQ(gethostname(host.data(), host.size() - 1), 0);
-  EXPECT_NE(screen_.find("Version 01-24 is to take the place of 01-23 on " + std::string(host.data()) +
-                         ". The BMC powers the machine on again by itself. The machine " + host.data() +
-                         " goes down now. Go on? [y/N]"),
+  EXPECT_NE(Screen().find("Version 01-24 is to take the place of 01-23 on " + std::string(host.data()) +
+                          ". The BMC powers the machine on again by itself. The machine " + host.data() +
+                          " goes down now. Go on? [y/N]"),
             std::string::npos)
       << screen_;
   EXPECT_EQ(RunAtTerminal("apply", "y\n"), 0);
-  EXPECT_NE(screen_.find("The machine is going down."), std::string::npos) << screen_;
+  EXPECT_NE(Screen().find("The machine is going down."), std::string::npos) << screen_;
 }
 
 TEST_F(OrvhostAtATerminal, ThereIsNoQuestionWithJsonOrQuiet) {
   ASSERT_EQ(Run(Update(good_)), 0);
   EXPECT_EQ(RunAtTerminal("apply --json", ""), 2);
   EXPECT_EQ(RunAtTerminal("apply --quiet", ""), 2);
-  EXPECT_EQ(screen_.find("[y/N]"), std::string::npos) << screen_;
+  EXPECT_EQ(Screen().find("[y/N]"), std::string::npos) << screen_;
 }
 
 }  // namespace

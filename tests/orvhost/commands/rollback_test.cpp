@@ -34,7 +34,7 @@ TEST_F(Rollback, OffersThePackageOfThePreviousVersion) {
   EXPECT_EQ(object["facts"]["previous_version"], "01-23");
   EXPECT_EQ(object["summary"].get<std::string>().find("The package of the previous version 01-23 is still there. Run "
                                                       "\"orvhost update " +
-                                                      first_ + " --allow-older"),
+                                                      ShellWord(first_) + " --allow-older"),
             0U)
       << object;
   EXPECT_EQ(RunJson(Update(first_) + " --allow-older")["verdict"], "updated");

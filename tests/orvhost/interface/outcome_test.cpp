@@ -21,6 +21,7 @@ Outcome Failed() {
 TEST(OutcomeText, AFailureTellsCauseEvidenceFlashAndNextStep) {
   EXPECT_EQ(ToErrorText(Failed()),
             "orvhost update: It failed.\n"
+            "  verdict:         update-failed, exit code 8\n"
             "  record:          record\n"
             "  trace:           one\n"
             "  trace:           two\n"
@@ -39,9 +40,11 @@ TEST(OutcomeText, WithoutASubcommandTheProgramSpeaksForItself) {
 
 TEST(OutcomeText, BadUsageSaysNothingOfTheFlash) {
   Outcome outcome;
+  outcome.verdict = "usage";
   outcome.exitCode = ExitCode::kUsage;
   outcome.failure = Failure{"A subcommand is required", {}, "Do this."};
-  EXPECT_EQ(ToErrorText(outcome), "orvhost: A subcommand is required\n  next step:       Do this.\n");
+  EXPECT_EQ(ToErrorText(outcome),
+            "orvhost: A subcommand is required\n  verdict:         usage, exit code 2\n  next step:       Do this.\n");
 }
 
 TEST(OutcomeText, ASuccessTellsItsFacts) {

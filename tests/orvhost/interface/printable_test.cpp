@@ -89,7 +89,7 @@ TEST(PrintableOutcome, AFailureKeepsEveryValueOnItsLine) {
   outcome.exitCode = ExitCode::kFailedFlashBegun;
   outcome.failure = Failure{kForged, {kForged, kForged, {kForged}, {kForged}, {kForged}}, kForged};
   const std::string text = ToErrorText(outcome);
-  EXPECT_EQ(std::ranges::count(text, '\n'), 8) << text;
+  EXPECT_EQ(std::ranges::count(text, '\n'), 9) << text;
   EXPECT_EQ(text.find('\x1b'), std::string::npos);
 }
 

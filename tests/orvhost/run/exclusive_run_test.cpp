@@ -68,7 +68,7 @@ TEST_F(Lock, ASecondRunIsRefusedAndNamesTheFirst) {
   EXPECT_EQ(Note(), note);
   EXPECT_EQ(Run("identify"), 10);
   EXPECT_EQ(err_, "orvhost identify: " + cause +
-                      "\n  flash:           not touched by this run\n"
+                      "\n  verdict:         busy, exit code 10\n  flash:           not touched by this run\n"
                       "  next step:       Wait until it ends, then run the same command again.\n");
   OpenTheGate();
   plugin_ = TEST_PLUGIN_PATH;

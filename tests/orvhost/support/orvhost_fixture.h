@@ -11,9 +11,13 @@
 #include <cstdio>
 #include <map>
 #include <nlohmann/json.hpp>
+#include <sstream>
 
 #include "host/DllCommon.h"
+#include "orvhost/commands/commands.h"
 #include "orvhost/interface/repeated_options.h"
+#include "orvhost/journal/journal_folder.h"
+#include "orvhost/journal/recorded_run.h"
 #include "refhost/module_state.h"
 #include "tests/refhost/support/archive_builder.h"
 #include "tests/refhost/support/host_test.h"
@@ -46,10 +50,27 @@ class Orvhost : public refhost::HostTest {
     setenv(kLockFolder, (machine_ / "runs").c_str(), 1);
   }
   ~Orvhost() override {
+    ExpectPhasesOfTheirRoads();
     unsetenv("TEST_PLUGIN");
     unsetenv("TEST_PLUGIN_VERSION");
     unsetenv(kLabMachine);
     unsetenv(kLockFolder);
+  }
+
+  // The live line counts the phases of a road, so that a run must enter no other one.
+  void ExpectPhasesOfTheirRoads() const {
+    const std::string folder = JournalFolder(installPath_);
+    for (const std::string& id : ListJournals(folder).runs) {
+      const RecordedRun run = ReadRun(folder, id);
+      for (const Command* command : AllCommands()) {
+        for (const JournalEntry& entry : run.entries) {
+          if (command->name == run.Begin("command") && entry.kind == "phase" && entry.Text("name") != "journal") {
+            EXPECT_NE(std::ranges::find(command->phases, entry.Text("name")), command->phases.end())
+                << entry.Text("name") << " of " << command->name;
+          }
+        }
+      }
+    }
   }
 
   std::string CommandLine(const std::string& arguments) const {
@@ -151,7 +172,7 @@ class OrvhostAtATerminal : public Orvhost {
     int terminal = -1;
     const pid_t pid = forkpty(&terminal, nullptr, nullptr, nullptr);
     if (pid == 0) {
-      setenv("TERM", "dumb", 1);  // without the live line, which live_progress_test.py looks at
+      setenv("TERM", "dumb", 1);  // without the live line, which screen_test.py looks at
       execl("/bin/sh", "sh", "-c", CommandLine(arguments).c_str(), nullptr);
       _exit(99);
     }
@@ -170,6 +191,16 @@ class OrvhostAtATerminal : public Orvhost {
     int status = 0;
     waitpid(pid, &status, 0);
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  }
+
+  // What the terminal shows, without the places where its lines end.
+  std::string Screen() const {
+    std::istringstream words(screen_);
+    std::string text;
+    for (std::string word; words >> word;) {
+      text += (text.empty() ? "" : " ") + word;
+    }
+    return text;
   }
 
   std::string screen_;

@@ -95,7 +95,7 @@ TEST_F(Steps, OfAWholeUpdateByScript) {
                                                             "Reading the sensor records' version",
                                                             "Preparing the update",
                                                             "Preparing the update script",
-                                                            "Writing the firmware by the package's script",
+                                                            "Writing the firmware by its script",
                                                             "Ending the plug-in",
                                                             "== apply",
                                                             "Starting the plug-in",
@@ -176,7 +176,7 @@ TEST_F(Steps, OfAnUpdateByScript) {
   Line(kInfo, "[chmod +x -R /opt/orv/tmp/KV6KBMC/BMC_FW/*]");
   EXPECT_EQ(Current(), "Preparing the update script 1/1");
   Line(kInfo, "[/opt/orv/tmp/KV6KBMC/BMC_FW/bmcup.sh < /opt/orv/tmp/KV6KBMC/BMC_FW/Yes]");
-  EXPECT_EQ(Current(), "Writing the firmware by the package's script 1/1");
+  EXPECT_EQ(Current(), "Writing the firmware by its script 1/1");
 }
 
 TEST_F(Steps, OfSendingAndReporting) {

@@ -188,6 +188,7 @@ TEST_F(Validate, PeopleGetATable) {
       << out_;
   EXPECT_EQ(err_, "orvhost validate: The plug-in " TEST_PLUGIN_VARIANT
                   "extra_export.so fails these of the 26 checks: exports.\n"
+                  "  verdict:         not-valid, exit code 3\n"
                   "  flash:           not touched by this run\n"
                   "  next step:       Do not use this plug-in before its maker has corrected what the failed checks "
                   "name.\n");
