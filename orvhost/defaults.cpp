@@ -19,7 +19,7 @@ std::string ConfigurationPath() {
 
 Defaults::Defaults(Options* options) : options_(options), path_(ConfigurationPath()) {
   if (std::string reason; !ReadConfiguration(path_, &configuration_, &reason)) {
-    error_ = path_ + " cannot be used: " + reason + ".";
+    error_ = path_ + " cannot be used: " + reason + (reason.ends_with('?') ? "" : ".");
   }
   Take("install_path", "--install-path", &options->installPath);
   if (const char* path = getenv(kInstallPathVariable); path != nullptr && *path != '\0') {

@@ -4,6 +4,7 @@
 #include "orvhost/commands/preflight.h"
 #include "orvhost/commands/waiting_update.h"
 #include "orvhost/commands/write_policy.h"
+#include "orvhost/interface/repeated_options.h"
 
 namespace orvhost {
 
@@ -28,7 +29,7 @@ bool Conclude(const Run& run, const Session& session, const PackageCheck& check,
   } else if (isDone) {
     outcome->summary += " There is nothing to update.";
   } else {
-    outcome->summary += " Run \"orvhost update\" to write it.";
+    outcome->summary += " Run \"orvhost update " + ShellWord(run.options.packagePath) + "\" to write it.";
   }
   return true;
 }

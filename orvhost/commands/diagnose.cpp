@@ -226,7 +226,7 @@ void DiagnoseRoad::Tell(const Diagnosis& diagnosis) {
   const RecordedRun& run = situation_.run;
   outcome_.verdict = diagnosis.verdict;
   outcome_.flashTouched = diagnosis.flashTouched;
-  outcome_.summary = "Of run " + run.id + " (orvhost " + CommandOf(run) + ", started " + run.Begin("t") + ") is known:";
+  outcome_.summary = "About run " + run.id + " (orvhost " + CommandOf(run) + ", started " + run.Begin("t") + "):";
   outcome_.facts = {
       {"run", "Run", run.id},
       {"end", "End", End(run, situation_.isAtWork)},

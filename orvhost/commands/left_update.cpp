@@ -17,8 +17,9 @@ std::optional<FailedEnd> UnrecordedUpdate(const refhost::ModuleState& records) {
   if (refhost::StatusOfDevice(records) != refhost::kUpdateWritten || refhost::IsWritten(records)) {
     return {};
   }
-  return NotWritten("The last update was written, but the host could not record all of it.",
-                    "Keep the machine powered and run \"orvhost update\" again before anything is put into operation.");
+  return NotWritten(
+      "The last update was written, but the host could not record all of it.",
+      "Keep the machine powered and run \"orvhost update PACKAGE\" again before anything is put into operation.");
 }
 
 // No update is recorded at all, although the journals have one whose firmware was not put into operation.
@@ -27,8 +28,9 @@ std::optional<FailedEnd> ForgottenUpdate(const std::string& installPath, const r
   if (!namesNone || !ShowsUpdateNotApplied(JournalFolder(installPath))) {
     return {};
   }
-  return NotWritten("An update was begun on this machine, and the host's records of it are gone.",
-                    "Keep the machine powered and run \"orvhost update\" again before anything is put into operation.");
+  return NotWritten(
+      "An update was begun on this machine, and the host's records of it are gone.",
+      "Keep the machine powered and run \"orvhost update PACKAGE\" again before anything is put into operation.");
 }
 
 std::optional<FailedEnd> OverwrittenUpdate(const std::string& installPath) {
@@ -41,7 +43,7 @@ std::optional<FailedEnd> OverwrittenUpdate(const std::string& installPath) {
     return NotWritten("Since this update was written, another one was begun under the install path " +
                           other.installPath + "; the BMC may have what that one left.",
                       "Keep the machine powered and run \"orvhost --install-path " + other.installPath +
-                          " diagnose\"; to have this update, run \"orvhost update\" again.");
+                          " diagnose\"; to have this update, run \"orvhost update PACKAGE\" again.");
   }
   return {};
 }
@@ -54,7 +56,7 @@ std::optional<FailedEnd> UnfinishedUpdate(const refhost::ModuleState& records) {
   }
   const bool failed = refhost::StatusOfDevice(records) == refhost::kUpdateFailed;
   return NotWritten(failed ? "The last update failed." : "The last update was cut off while it was written.",
-                    "Run \"orvhost update\" again before anything is put into operation.");
+                    "Run \"orvhost update PACKAGE\" again before anything is put into operation.");
 }
 
 std::optional<FailedEnd> RestartObstacle(const Options& options, const refhost::ModuleState& records) {

@@ -1,5 +1,8 @@
 #include "orvhost/commands/package_check.h"
 
+#include <unistd.h>
+
+#include <cerrno>
 #include <filesystem>
 
 #include "host/DllCommon.h"
@@ -63,12 +66,14 @@ bool PackageCheck::StagePackage() {
     run_.journal.Package(packagePath_, package_->Sha256(), package_->Size());
     return true;
   }
+  if (access(packagePath_.c_str(), F_OK) != 0 && errno == ENOENT) {
+    return CannotBeUsed("there is no such file", "Check the path and give that of a package.");
+  }
   const bool isImage =
       std::filesystem::path(packagePath_).filename().string().find(plugin_demands::kImage) != std::string::npos;
   if (isImage && failure.reason == refhost::kNoArchive) {
-    return CannotBeUsed(
-        "it is a firmware image alone, and a package is the zip or tar archive that holds the image "
-        "with its description module.json");
+    return CannotBeUsed("it is a firmware image alone, without its description module.json",
+                        "Give the package itself, the zip or tar archive that holds the image and module.json.");
   }
   if (failure.fault == refhost::StagingFailure::Fault::kPackage) {
     return CannotBeUsed(failure.reason);
@@ -203,12 +208,12 @@ bool PackageCheck::RefusedByPlugin(const FitWatch& seen) {
                     "does not fit this machine, which runs version " + outcome_->before + ".");
 }
 
-bool PackageCheck::CannotBeUsed(const std::string& reason) {
+bool PackageCheck::CannotBeUsed(const std::string& reason, const std::string& nextStep) {
   Fail(run_, outcome_,
        {.exitCode = ExitCode::kPackageUnusable,
         .verdict = "package-unusable",
         .cause = "The package " + packagePath_ + " cannot be used: " + reason + ".",
-        .nextStep = "Get a new copy of the package and try again."});
+        .nextStep = nextStep});
   return false;
 }
 

@@ -53,7 +53,8 @@ class PackageCheck {
   [[nodiscard]] bool CheckFit(const Session& session);
   [[nodiscard]] bool RefusedByPlugin(const FitWatch& seen);
   [[nodiscard]] bool HasNoObstacle();
-  [[nodiscard]] bool CannotBeUsed(const std::string& reason);
+  [[nodiscard]] bool CannotBeUsed(const std::string& reason,
+                                  const std::string& nextStep = "Get a new copy of the package and try again.");
   [[nodiscard]] bool DoesNotFit(const std::string& cause, const std::string& nextStep = kOtherPackage);
 
   static constexpr const char* kOtherPackage = "Get the package that is made for this machine.";

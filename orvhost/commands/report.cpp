@@ -1,6 +1,8 @@
 // orvhost report: has the plug-in write its device configuration report, and tells where it is and what it says.
 #include <unistd.h>
 
+#include <algorithm>
+#include <cerrno>
 #include <filesystem>
 
 #include "host/DllCommon.h"
@@ -10,6 +12,7 @@
 #include "orvhost/run/failure.h"
 #include "orvhost/trace/plugin_lines.h"
 #include "orvhost/trace/remedy.h"
+#include "posix/last_error.h"
 
 namespace orvhost {
 
@@ -38,6 +41,11 @@ std::string FindFolder(const Run& run, Outcome* outcome) {
   return "";
 }
 
+bool IsDiskFull(const Run& run) {
+  const std::vector<std::string> lines = run.watch.Gathered().trace;
+  return std::ranges::any_of(lines, [](const std::string& line) { return line.ends_with(posix::ErrorText(ENOSPC)); });
+}
+
 void ExplainFailure(const Run& run, const std::string& path, Outcome* outcome) {
   const bool isFile =
       run.watch.LastMessageId() == records::kReportFailed && run.watch.LastDetail() == records::kReportNotWritten;
@@ -46,7 +54,8 @@ void ExplainFailure(const Run& run, const std::string& path, Outcome* outcome) {
     Fail(run, outcome,
          {.exitCode = FailedExitCode(run),
           .verdict = "report-not-written",
-          .cause = "The report could not be written to " + path + "." + old,
+          .cause = "The report could not be written to " + path +
+                   (IsDiskFull(run) ? ", because the disk is full." : ".") + old,
           .nextStep = RemedyThenAgain(run.watch)});
   } else {
     Fail(run, outcome,

@@ -26,7 +26,7 @@ void Explain(const Run& run, const std::string& recorded, Outcome* outcome) {
         .verdict = "version-not-expected",
         .cause = "The BMC runs version " + outcome->before + ", but version " + recorded + " was installed.",
         .nextStep = "If the new firmware was not put into operation yet, run \"orvhost apply\"; otherwise run "
-                    "\"orvhost update\" again."});
+                    "\"orvhost update PACKAGE\" again."});
 }
 
 // True, with a complete outcome, when what is written was never put into operation: that the BMC runs another version

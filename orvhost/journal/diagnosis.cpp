@@ -225,7 +225,7 @@ void TakeVerified(const Situation& situation, Diagnosis* diagnosis) {
     diagnosis->unknown = "";
     diagnosis->nextStep = diagnosis->marker == "kept" || diagnosis->marker == "made"
                               ? kApply
-                              : "Run \"orvhost update\" with the package again, then \"orvhost apply\".";
+                              : "Run \"orvhost update PACKAGE\" again, then \"orvhost apply\".";
   }
 }
 

@@ -9,6 +9,10 @@ namespace orvhost {
 std::unique_ptr<Plugin> Plugin::Load(const std::string& path, std::string* error) {
   // Without a separator dlopen would look through the library path instead.
   const std::string absolute = std::filesystem::absolute(path).string();
+  if (std::error_code ignored; !std::filesystem::exists(absolute, ignored)) {
+    *error = "there is no file " + absolute;
+    return nullptr;
+  }
   void* library = dlopen(absolute.c_str(), RTLD_NOW | RTLD_LOCAL);
   if (library == nullptr) {
     *error = dlerror();

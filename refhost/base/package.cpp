@@ -164,7 +164,7 @@ bool ReadPackageManifest(const StagedPackage& package, PackageManifest* manifest
     const std::string folder = FolderOfManifest(package.FilesFolder());
     *error = folder.empty() ? std::string("the archive holds no ") + kManifestName
                             : std::string(kManifestName) + " lies in folder " + folder +
-                                  " of the archive and not at its top: pack the content of that folder";
+                                  " of the archive and not at its top, where only the content of that folder belongs";
     return false;
   }
   const auto text = posix::ReadRegularFile(path, kLargestManifest);

@@ -18,7 +18,7 @@ constexpr auto kMessages = std::to_array<Message>({
     {"MSGID_BMC_0003_F", 1, "The BMC did not take the reboot flag, so the new firmware was not activated (%1).",
      "The written firmware stays in place and waits. The BMC goes on running the old one, also after a reboot.",
      "Run \"orvhost apply\" again. If it is refused again, the image in the BMC may not be whole: keep the "
-     "machine powered and run \"orvhost update\" again."},
+     "machine powered and run \"orvhost update PACKAGE\" again."},
     {"MSGID_BMC_0004_F", 1, "The machine could not be shut down to activate the new firmware (%1).",
      "The machine is still up, so the BMC has not changed its firmware.",
      "Repair what the detail code names. With 19 the BMC is ready, so shut the machine down by hand (shutdown -h now). "
@@ -32,7 +32,8 @@ constexpr auto kMessages = std::to_array<Message>({
      "Repair what the detail code names, keep the machine powered, and run the same command again."},
     {"MSGID_BMC_0011_F", 1, "The update was stopped because the BMC does not report its firmware version (%1).",
      "The BMC did not answer three times before anything was written. The flash was not touched.",
-     "Wait a minute in case the BMC is restarting, check with \"orvhost identify\", then run \"orvhost update\" "
+     "Wait a minute in case the BMC is restarting, check with \"orvhost identify\", then run \"orvhost update "
+     "PACKAGE\" "
      "again."},
     {"MSGID_BMC_0012_F", 1, "The BMC did not carry out a command that the update needs (%1).",
      "The BMC refused or did not complete a step in front of a flash run. The flash was not touched in this attempt, "
@@ -54,7 +55,7 @@ constexpr auto kMessages = std::to_array<Message>({
      "Install the package ipmitool, then run the same command again."},
     {"MSGID_BMC_0018_F", 1, "The device configuration report could not be made (%1).",
      "No report of this run is there. A report changes nothing on the device.",
-     "Repair what the detail code and the error lines beside it name, then run \"orvhost report\" again."},
+     "Repair what the detail code and the error lines beside it name, then run the same command again."},
     {"MSGID_BMC_0019_F", 1, "The device configuration report cannot be started (%1).",
      "The BMC did not answer three times, so there is nothing to report. Nothing was changed.",
      "Wait a minute in case the BMC is restarting, check with \"orvhost identify\", then run \"orvhost report\" "

@@ -173,7 +173,7 @@ bool StagedPackage::Copy(StagingFailure* failure) {
       throw ArchiveError("the file holds more than 1 GiB");
     }
     if (said > Room(folder_)) {
-      throw PlaceError("there is no room for a copy of its " + std::to_string(said / kMiB + 1) + " MiB");
+      throw PlaceError("the disk is too full for a copy of its " + std::to_string(said / kMiB + 1) + " MiB");
     }
     const posix::FileDescriptor target(
         open(CopyPath().c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, kFileMode));

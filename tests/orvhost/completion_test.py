@@ -47,10 +47,11 @@ class Completion(unittest.TestCase):
         self.assertEqual(self.complete("--json", "ver"), ["verify"])
 
     def test_options_of_every_subcommand(self):
-        self.assertEqual(self.complete("--"), ["--help", "--install-path", "--json", "--log-file", "--plugin", "--quiet",
-                                               "--server-type", "--verbose", "--version", "--yes"])
+        self.assertEqual(self.complete("--"), ["--color", "--help", "--install-path", "--json", "--log-file", "--plugin",
+                                               "--quiet", "--server-type", "--verbose", "--version", "--yes"])
 
     def test_a_subcommand_adds_its_own_options(self):
+        self.assertEqual(self.complete("--color", ""), ["auto", "never"])
         self.assertEqual(self.complete("--dr"), [])
         self.assertEqual(self.complete("update", "--dr"), ["--dry-run"])
         self.assertEqual(self.complete("report", "--o"), ["--out"])

@@ -51,7 +51,7 @@ class AServerAndItsPackages(Road):
         self.assert_bmc(running=running, standby=older, whole=True)
 
     def test_a_package_that_cannot_be_read_fails_before_the_plug_in_is_loaded(self):
-        for name, reason in (("missing.zip", "No such file or directory"), ("empty.zip", "the file is empty"),
+        for name, reason in (("missing.zip", "there is no such file"), ("empty.zip", "the file is empty"),
                              ("not-an-archive.zip", "."), ("truncated.zip", "."), ("corrupt.zip", "CRC")):
             with self.subTest(name):
                 done = self.update(name)

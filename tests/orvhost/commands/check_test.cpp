@@ -28,8 +28,10 @@ TEST_F(Check, TellsEverythingThatItFound) {
       out_,
       "Package: KV6000 BMC firmware 01-24\n"
       "Running: 01-23\n"
-      "The package is newer: it holds version 01-24, and the BMC runs 01-23. Run \"orvhost update\" to write it.\n"
-      "  Package:         " +
+      "The package is newer: it holds version 01-24, and the BMC runs 01-23. Run \"orvhost update " +
+          ShellWord(good_) +
+          "\" to write it.\n"
+          "  Package:         " +
           good_ +
           "\n"
           "  Package name:    KV6000 BMC firmware\n"

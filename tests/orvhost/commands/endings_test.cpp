@@ -45,7 +45,7 @@ class Endings : public Orvhost {
 
   static constexpr const char* kAsked = "tool raw 0x06 0x01 > result";
   static constexpr const char* kFlash = "\"/opt/orv/KV6KBMC/Yafuflash\"  -cd  \"image.ima\"";
-  static constexpr const char* kRemedy = "Run \"orvhost update\" again; if that does not help, restart the BMC.";
+  static constexpr const char* kRemedy = "Run the same command again; if that does not help, restart the BMC.";
 };
 
 TEST_F(Endings, Success) {
@@ -182,7 +182,7 @@ TEST_F(Endings, VersionNotAsExpected) {
                     {"facts", {{"recorded_version", "01-24"}}},
                     {"error", Error(cause,
                                     "If the new firmware was not put into operation yet, run \"orvhost apply\"; "
-                                    "otherwise run \"orvhost update\" again.",
+                                    "otherwise run \"orvhost update PACKAGE\" again.",
                                     {{"command", kAsked}, {"records", {record}}})}}));
 }
 

@@ -229,7 +229,7 @@ TEST_F(SmallFileSystem, FailsInThePlaceOfTheInstallPath) {
   const std::string start = "The package " + package + " cannot be copied and unpacked below " + installPath_ + ": ";
   Mount(installPath_, "4m");
   IsFoundByAllThree(package,
-                    {4, "prerequisites-missing", start + "there is no room for a copy of its 1 MiB.", "package"});
+                    {4, "prerequisites-missing", start + "the disk is too full for a copy of its 1 MiB.", "package"});
   Mount(installPath_, "16m");
   IsFoundByAllThree(package,
                     {4, "prerequisites-missing", start + "there is no room for what it unpacks to.", "package"});

@@ -203,11 +203,10 @@ TEST_F(Orvhost, AFailedUpdateLeavesNothingToApply) {
 TEST_F(Orvhost, UpdateFailsForAPackageThatCannotBeUsedBeforeThePluginIsLoaded) {
   plugin_ = "/missing.so";
   const std::pair<std::string, std::string> cases[] = {
-      {folder_ / "missing.zip", "No such file or directory"},
+      {folder_ / "missing.zip", "there is no such file"},
       {folder_.Write("empty.zip", ""), "the file is empty"},
       {folder_.Write("text.zip", "text"), "it is neither a zip nor a tar archive"},
-      {folder_.Write("kv6000_0124.ima", "image"),
-       "it is a firmware image alone, and a package is the zip or tar archive"},
+      {folder_.Write("kv6000_0124.ima", "image"), "it is a firmware image alone, without its description module.json"},
       {folder_.Write("cut.zip", refhost::Package("01-24").substr(0, 150)),
        "the archive ends too early, as after an incomplete download"},
       {folder_.Write(
@@ -281,7 +280,7 @@ TEST_F(Orvhost, UpdateFailsBeforeTheFlashWithItsEvidence) {
             "  command:         tool raw 0x34 0x8c 0x55 0xaa 0x01 > result\n"
             "  completion code: C0\n"
             "  flash:           not touched by this run\n"
-            "  next step:       Run \"orvhost update\" again; if that does not help, restart the BMC.\n");
+            "  next step:       Run the same command again; if that does not help, restart the BMC.\n");
   EXPECT_EQ(State().updateStatus, refhost::kUpdateFailed);
   EXPECT_EQ(State().operating.info.moduleVersion, "01-23");
 }
@@ -417,7 +416,7 @@ TEST_F(Orvhost, TheMethodRebootMustBeConfirmed) {
 
 TEST_F(Orvhost, FailsWhenThePluginCannotBeLoaded) {
   const std::pair<std::string, std::string> cases[] = {
-      {folder_ / "missing.so", "cannot open shared object file: No such file or directory"},
+      {folder_ / "missing.so", "there is no file " + (folder_ / "missing.so")},
       {folder_.Write("text.so", "no library"), "file too short"},
       {NO_PLUGIN_PATH, NO_PLUGIN_PATH " has no entry point GetVendorFactory"},
       {TEST_PLUGIN_WITHOUT_RELEASE_PATH, TEST_PLUGIN_WITHOUT_RELEASE_PATH " has no entry point ReleaseVendor"}};

@@ -103,7 +103,7 @@ TEST_F(Unreadable, AnEarlierJournalLeavesTheDoubtThatItWasLeftInTheFlash) {
   Ask("unprepared");
   ASSERT_EQ(Run(Update(good_)), 7);
   EXPECT_EQ(Look("diagnose")["facts"]["next_step"],
-            "Install the package ipmitool. Run \"orvhost update " + good_ + "\" again.");
+            "Install the package ipmitool. Run \"orvhost update " + ShellWord(good_) + "\" again.");
   fs::permissions(Journal(0), fs::perms(0));
   const json object = Look("diagnose");
   EXPECT_EQ(object["verdict"], "flash-untouched");

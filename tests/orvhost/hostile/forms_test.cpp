@@ -125,8 +125,8 @@ TEST_F(HostilePackages, ThatAreNoFiles) {
   EXPECT_EQ(mkfifo((folder_ / "pipe").c_str(), 0600), 0);
   fs::create_symlink("circle", folder_ / "circle");
   fs::create_symlink("nowhere", folder_ / "dangling");
-  const std::pair<std::string, std::string> files[] = {{folder_ / "missing", "No such file or directory"},
-                                                       {folder_ / "dangling", "No such file or directory"},
+  const std::pair<std::string, std::string> files[] = {{folder_ / "missing", "there is no such file"},
+                                                       {folder_ / "dangling", "there is no such file"},
                                                        {folder_ / "circle", "Too many levels of symbolic links"},
                                                        {folder_ / "folder", "it is not a file"},
                                                        {folder_ / "pipe", "it is not a file"},

@@ -98,7 +98,10 @@ std::vector<HostileJournal> Types() {
 
 class HostileJournals : public Orvhost {
  protected:
-  HostileJournals() { prefix_ = "timeout 20 "; }
+  HostileJournals() {
+    prefix_ = "timeout 20 ";
+    wroteItsJournals_ = false;
+  }
 
   // The journal of an update, the hostile one, and so many behind them that the next run drops some.
   void Arrange(const HostileJournal& row) const {

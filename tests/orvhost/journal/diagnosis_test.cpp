@@ -238,7 +238,7 @@ TEST_F(DiagnosisOf, AnApplyCutOffWithTheFlagArmedWantsAShutdownAndNoReboot) {
   situation_.machineWasRestarted = true;
   Expect("going-down", false, kVerify);
   situation_.verifiedAs = "version-not-expected";
-  Expect("going-down", false, "Run \"orvhost update\" with the package again, then \"orvhost apply\".");
+  Expect("going-down", false, "Run \"orvhost update PACKAGE\" again, then \"orvhost apply\".");
 }
 
 TEST_F(DiagnosisOf, AnApplyWithoutAMarkerOnlyRestarted) {

@@ -50,7 +50,9 @@ class Orvhost : public refhost::HostTest {
     setenv(kLockFolder, (machine_ / "runs").c_str(), 1);
   }
   ~Orvhost() override {
-    ExpectPhasesOfTheirRoads();
+    if (wroteItsJournals_) {
+      ExpectPhasesOfTheirRoads();
+    }
     unsetenv("TEST_PLUGIN");
     unsetenv("TEST_PLUGIN_VERSION");
     unsetenv(kLabMachine);
@@ -163,6 +165,7 @@ class Orvhost : public refhost::HostTest {
   std::string good_;
   std::string out_;
   std::string err_;
+  bool wroteItsJournals_ = true;  // or else the test wrote some by itself
 };
 
 // Runs the tool at a terminal and types `answer`.
