@@ -1,7 +1,5 @@
 #include "orvhost/commands/package_check.h"
 
-#include <unistd.h>
-
 #include <cerrno>
 #include <filesystem>
 
@@ -11,6 +9,7 @@
 #include "orvhost/commands/version_form.h"
 #include "orvhost/run/failure.h"
 #include "orvhost/trace/plugin_lines.h"
+#include "posix/last_error.h"
 
 namespace orvhost {
 
@@ -66,7 +65,7 @@ bool PackageCheck::StagePackage() {
     run_.journal.Package(packagePath_, package_->Sha256(), package_->Size());
     return true;
   }
-  if (access(packagePath_.c_str(), F_OK) != 0 && errno == ENOENT) {
+  if (failure.reason == posix::ErrorText(ENOENT)) {
     return CannotBeUsed("there is no such file", "Check the path and give that of a package.");
   }
   const bool isImage =

@@ -36,17 +36,20 @@ std::size_t NextPiece(std::string_view text) {
 }
 
 void AppendWrapped(std::string_view line, std::size_t width, std::string* text) {
-  const std::string indentation(Hanging(line, width), ' ');
+  const std::size_t hanging = Hanging(line, width);
+  const std::size_t least = BlanksBefore(line) + 2;
   std::size_t used = 0;
   bool isFirst = true;
   while (!line.empty()) {
     const std::string_view piece = line.substr(0, NextPiece(line));
     const std::size_t characters = CharactersIn(piece);
     if (!isFirst && used + characters > width) {
-      *text += "\n" + indentation;
       const std::string_view word = piece.substr(BlanksBefore(piece));
+      const std::size_t length = CharactersIn(word);
+      const std::size_t indentation = hanging + length > width ? least : hanging;
+      *text += "\n" + std::string(indentation, ' ');
       *text += word;
-      used = indentation.size() + CharactersIn(word);
+      used = indentation + length;
     } else {
       *text += piece;
       used += characters;

@@ -9,13 +9,11 @@ namespace orvhost {
 std::unique_ptr<Plugin> Plugin::Load(const std::string& path, std::string* error) {
   // Without a separator dlopen would look through the library path instead.
   const std::string absolute = std::filesystem::absolute(path).string();
-  if (std::error_code ignored; !std::filesystem::exists(absolute, ignored)) {
-    *error = "there is no file " + absolute;
-    return nullptr;
-  }
   void* library = dlopen(absolute.c_str(), RTLD_NOW | RTLD_LOCAL);
   if (library == nullptr) {
-    *error = dlerror();
+    std::error_code ignored;
+    const bool isThere = std::filesystem::exists(absolute, ignored);
+    *error = isThere ? dlerror() : "there is no file " + absolute;
     return nullptr;
   }
   std::unique_ptr<Plugin> plugin(new Plugin(library));

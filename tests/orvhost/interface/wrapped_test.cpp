@@ -29,6 +29,12 @@ TEST(Wrapped, InANarrowTerminalAnItemGoesOnTwoColumnsFurtherIn) {
             "  next step:\n    Run the same\n    command.\n");
 }
 
+TEST(Wrapped, AWordThatIsTooLongToStandBelowTheValueStandsFurtherOut) {
+  EXPECT_EQ(Wrapped("  next step:       Take 0123456789012345678901234567890123456789 now.\n", 50),
+            "  next step:       Take\n"
+            "    0123456789012345678901234567890123456789 now.\n");
+}
+
 TEST(Wrapped, ACommandToBePastedStaysWhole) {
   EXPECT_EQ(Wrapped("Now run \"orvhost apply --install-path /srv/orv\", please.\n", 30),
             "Now run\n  \"orvhost apply --install-path /srv/orv\",\n  please.\n");
