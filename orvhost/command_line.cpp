@@ -3,6 +3,7 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <filesystem>
+#include <span>
 #include <sstream>
 
 #include "orvhost/defaults.h"
@@ -127,6 +128,24 @@ std::string Repeated(const CLI::App& app, const Options& options) {
   return text;
 }
 
+// On a command line that could not be parsed.
+bool AsksForNoColour(int argc, const char* const* argv) {
+  const std::span<const char* const> words(argv, static_cast<std::size_t>(argc));
+  return std::ranges::adjacent_find(words,
+                                    [](std::string_view first, std::string_view second) {
+                                      return first == "--color" && second == "never";
+                                    }) != words.end() ||
+         std::ranges::any_of(words, [](std::string_view word) { return word == "--color=never"; });
+}
+
+std::string AsTyped(int argc, const char* const* argv) {
+  std::string text = "orvhost";
+  for (int at = 1; at < argc; ++at) {
+    text += " " + ShellWord(argv[at]);
+  }
+  return text;
+}
+
 // The name of the subcommand on a command line that could not be parsed, as far as it is one.
 std::string NameOf(const CLI::App& app) {
   const auto chosen = app.get_subcommands();
@@ -165,6 +184,7 @@ ParsedCommandLine ParseCommandLine(int argc, const char* const* argv) {
   try {
     app.parse(argc, argv);
     options.installPath = std::filesystem::absolute(options.installPath).string();
+    options.commandLine = AsTyped(argc, argv);
     options.repeated = Repeated(app, options);
     options.settings = defaults.Settings(app);
     if (!defaults.Error().empty()) {
@@ -194,6 +214,7 @@ ParsedCommandLine ParseCommandLine(int argc, const char* const* argv) {
       parsed.answer = answer.str();
       return parsed;
     }
+    options.color = AsksForNoColour(argc, argv) ? "never" : options.color;
     options.json = std::any_of(argv, argv + argc, [](const char* word) { return std::string_view(word) == "--json"; });
     const bool isUnknown = error.get_exit_code() == static_cast<int>(CLI::ExitCodes::ExtrasError) ||
                            error.get_exit_code() == static_cast<int>(CLI::ExitCodes::RequiredError);

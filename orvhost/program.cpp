@@ -135,6 +135,7 @@ int RunProgram(int argc, const char* const* argv) {
       progress.End();
     }
     interruption.End();
+    outcome.commandLine = parsed.options.commandLine;
     RepeatOptions(parsed.options.repeated, &outcome);
     exclusive.End(&outcome);
     if (parsed.command->LoadsPlugin()) {

@@ -1,4 +1,6 @@
 // orvhost check: whether a package is for this machine and how its version stands to the running one. Changes nothing.
+#include <filesystem>
+
 #include "orvhost/commands/commands.h"
 #include "orvhost/commands/package_check.h"
 #include "orvhost/commands/preflight.h"
@@ -29,7 +31,8 @@ bool Conclude(const Run& run, const Session& session, const PackageCheck& check,
   } else if (isDone) {
     outcome->summary += " There is nothing to update.";
   } else {
-    outcome->summary += " Run \"orvhost update " + ShellWord(run.options.packagePath) + "\" to write it.";
+    outcome->summary += " Run \"orvhost update " +
+                        ShellWord(std::filesystem::absolute(run.options.packagePath).string()) + "\" to write it.";
   }
   return true;
 }

@@ -1,6 +1,7 @@
 #include "orvhost/commands/left_update.h"
 
 #include "orvhost/commands/preflight.h"
+#include "orvhost/interface/repeated_options.h"
 #include "orvhost/journal/applied.h"
 #include "orvhost/journal/journal_folder.h"
 #include "orvhost/run/last_writer.h"
@@ -42,7 +43,7 @@ std::optional<FailedEnd> OverwrittenUpdate(const std::string& installPath) {
   if (!other.installPath.empty()) {
     return NotWritten("Since this update was written, another one was begun under the install path " +
                           other.installPath + "; the BMC may have what that one left.",
-                      "Keep the machine powered and run \"orvhost --install-path " + other.installPath +
+                      "Keep the machine powered and run \"orvhost --install-path " + ShellWord(other.installPath) +
                           " diagnose\"; to have this update, run \"orvhost update PACKAGE\" again.");
   }
   return {};
@@ -56,7 +57,8 @@ std::optional<FailedEnd> UnfinishedUpdate(const refhost::ModuleState& records) {
   }
   const bool failed = refhost::StatusOfDevice(records) == refhost::kUpdateFailed;
   return NotWritten(failed ? "The last update failed." : "The last update was cut off while it was written.",
-                    "Run \"orvhost update PACKAGE\" again before anything is put into operation.");
+                    "Keep the machine powered and do not reboot it, since the flash may be written by half; run "
+                    "\"orvhost update PACKAGE\" again before anything is put into operation.");
 }
 
 std::optional<FailedEnd> RestartObstacle(const Options& options, const refhost::ModuleState& records) {

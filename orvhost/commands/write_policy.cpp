@@ -1,5 +1,6 @@
 #include "orvhost/commands/write_policy.h"
 
+#include <filesystem>
 #include <list>
 #include <utility>
 
@@ -51,8 +52,9 @@ void Refuse(const Run& run, const PackageCheck& check, const Comparison& compari
         .verdict = objection.verdict,
         .cause = comparison.sentence + " It is not written without " + objection.option + ".",
         .nextStep = "Get a newer package. Only if version " + check.Manifest().version +
-                    " is what this machine is to run, run \"orvhost update " + ShellWord(run.options.packagePath) +
-                    " " + objection.option + "\"."});
+                    " is what this machine is to run, run \"orvhost update " +
+                    ShellWord(std::filesystem::absolute(run.options.packagePath).string()) + " " + objection.option +
+                    "\"."});
 }
 
 bool MayWrite(const Run& run, const Session& session, const PackageCheck& check, const Comparison& comparison,

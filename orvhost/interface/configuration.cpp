@@ -3,7 +3,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
+#include <cctype>
 #include <cerrno>
 #include <vector>
 
@@ -39,6 +41,12 @@ std::string Complaint(const Key& key, std::string_view value) {
   const std::string name = key.name;
   if (value.empty()) {
     return name + " has no value";
+  }
+  if (std::ranges::any_of(value, [](unsigned char character) { return std::iscntrl(character) != 0; })) {
+    return name + " holds a control character";
+  }
+  if (value.find(" #") != std::string_view::npos) {
+    return name + " goes on with \"#\", and a comment needs a line of its own";
   }
   if (key.kind == Kind::kPath && value.front() != '/') {
     return name + " must be a path that begins with /";
@@ -102,7 +110,12 @@ bool ReadConfiguration(const std::string& path, Configuration* configuration, st
   struct stat status {};
   if (stat(path.c_str(), &status) != 0) {
     *error = posix::LastError();
-    return errno == ENOENT;
+    struct stat link {};
+    const bool leadsNowhere = errno == ENOENT && lstat(path.c_str(), &link) == 0;
+    if (leadsNowhere) {
+      *error = "it is a symbolic link to what is not there";
+    }
+    return errno == ENOENT && !leadsNowhere;
   }
   if ((status.st_mode & (S_IWGRP | S_IWOTH)) != 0) {
     *error = "others than its owner may write it; take that away with \"chmod go-w " + path + "\"";

@@ -29,6 +29,7 @@ struct Options {
   bool json = false;
   std::string color = "auto";     // or "never"
   std::vector<Setting> settings;  // of the ones above, with where each comes from
+  std::string commandLine;        // as it is to be typed to run the same again
   // Those of the ones above that the command line gives and a next command needs too; begins with a blank, or is "".
   std::string repeated;
 

@@ -42,20 +42,22 @@ ordered_json ToJson(const std::vector<Fact>& facts) {
 }
 
 constexpr std::size_t kLongestName = 40;
+constexpr std::size_t kLongestHint = 16384;  // with several paths, each as long as one can be
 
 std::string PrintableName(const std::string& name) {
   return Printable(name, kLongestName);
 }
 
 // "  name:     value" with the values of a block below each other.
-void AppendItem(std::string* text, const std::string& name, const std::string& value, std::size_t width) {
+void AppendItem(std::string* text, const std::string& name, const std::string& value, std::size_t width,
+                std::size_t longest = kLongestPrinted) {
   if (value.empty()) {
     return;
   }
   const std::string shown = PrintableName(name);
   const std::size_t characters = CharactersIn(shown);
   const std::string padding(std::max(width, characters) - characters, ' ');
-  *text += "  " + shown + ": " + padding + Printable(value) + "\n";
+  *text += "  " + shown + ": " + padding + Printable(value, longest) + "\n";
 }
 
 std::string AboutTheProgram(const Outcome& outcome) {
@@ -128,7 +130,7 @@ std::string ToText(const Outcome& outcome) {
   for (const Fact& fact : outcome.facts) {
     width = std::max(width, CharactersIn(PrintableName(fact.name)));
   }
-  std::string text = outcome.summary.empty() ? "" : Printable(outcome.summary) + "\n";
+  std::string text = outcome.summary.empty() ? "" : Printable(outcome.summary, kLongestHint) + "\n";
   for (const std::string& line : outcome.lines) {
     text += Printable(line) + "\n";
   }
@@ -149,7 +151,7 @@ std::string ToErrorText(const Outcome& outcome) {
   for (const std::string& line : failure.evidence.trace) {
     AppendItem(&text, "trace", line, kWidth);
   }
-  AppendItem(&text, "command", failure.evidence.command, kWidth);
+  AppendItem(&text, "shell command", failure.evidence.command, kWidth);
   for (const std::string& line : failure.evidence.errorOutput) {
     AppendItem(&text, "error output", line, kWidth);
   }
@@ -158,7 +160,10 @@ std::string ToErrorText(const Outcome& outcome) {
   if (workBegan && !LooksBack(outcome.command)) {
     AppendItem(&text, "flash", outcome.flashTouched ? "writing it had begun" : "not touched by this run", kWidth);
   }
-  AppendItem(&text, "next step", failure.nextStep, kWidth);
+  AppendItem(&text, "next step", failure.nextStep, kWidth, kLongestHint);
+  if (failure.nextStep.find("same command") != std::string::npos) {
+    AppendItem(&text, "same command", outcome.commandLine, kWidth, kLongestHint);
+  }
   return text;
 }
 
@@ -171,9 +176,9 @@ std::string ToUndeliveredText(const Outcome& outcome, const std::string& reason)
   }
   const bool leavesSomething = outcome.changed || outcome.flashTouched;
   AppendItem(&text, "next step",
-             leavesSomething
-                 ? "What was done stays done. Run \"orvhost show " + outcome.runId + "\" to see how the run ended."
-                 : "Run the same command again with a standard output that can be written.",
+             leavesSomething ? "What was done stays done. Run \"orvhost show " + outcome.runId +
+                                   outcome.repeatedOptions + "\" to see how the run ended."
+                             : "Run the same command again with a standard output that can be written.",
              kWidth);
   return text;
 }

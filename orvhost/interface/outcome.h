@@ -62,6 +62,8 @@ struct Listing {
 struct Outcome {
   ExitCode exitCode = ExitCode::kOk;
   std::string command;             // the subcommand
+  std::string commandLine;         // as it is to be typed to run the same again; for people only
+  std::string repeatedOptions;     // that the next command needs too; begins with a blank, or is ""
   std::string runId;               // "" for a run that is not kept apart from others
   std::string phase;               // step that the run ended in
   std::string verdict;             // one word for programs, e.g. "updated"

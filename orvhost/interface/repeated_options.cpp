@@ -43,14 +43,30 @@ std::string ShellWord(std::string_view text) {
   if (isPlain) {
     return std::string(text);
   }
-  std::string word = "'";
+  const bool isSimple = std::ranges::none_of(text, [](unsigned char character) {
+    return std::iscntrl(character) != 0 ||
+           std::string_view("'\"\\").find(static_cast<char>(character)) != std::string_view::npos;
+  });
+  if (isSimple) {
+    return "'" + std::string(text) + "'";
+  }
+  // With the escapes of a POSIX shell's dollar-single-quotes, so that no quote of a hint and no line ends in it.
+  std::string word = "$'";
   for (const char character : text) {
-    word += character == '\'' ? "'\\''" : std::string(1, character);
+    const auto byte = static_cast<unsigned char>(character);
+    if (character == '\'' || character == '\\') {
+      word += std::string("\\") + character;
+    } else if (character == '"' || std::iscntrl(byte) != 0) {
+      word += {'\\', 'x', "0123456789abcdef"[byte >> 4U], "0123456789abcdef"[byte & 0xfU]};
+    } else {
+      word += character;
+    }
   }
   return word + "'";
 }
 
 void RepeatOptions(const std::string& options, Outcome* outcome) {
+  outcome->repeatedOptions = options;
   if (options.empty()) {
     return;
   }

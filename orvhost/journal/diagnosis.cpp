@@ -66,7 +66,8 @@ std::string RunUpdate(const std::string& package) {
 }
 
 std::string UpdateAgain(const Situation& situation, bool flashTouched) {
-  std::string package = situation.run.Option("package");
+  const auto copied = std::ranges::find(situation.run.entries, "package", &JournalEntry::kind);
+  std::string package = copied != situation.run.entries.end() ? copied->Text("path") : situation.run.Option("package");
   if (!package.empty()) {
     package = ShellWord(package);
     package += situation.run.HasOption("allow_older") ? " --allow-older" : "";
@@ -237,8 +238,8 @@ void TakeOverwritten(const Situation& situation, Diagnosis* diagnosis) {
   diagnosis->verdict = "flash-unknown";
   diagnosis->bmc = "may have what an update under the install path " + situation.overwrittenBy + " left, begun since";
   diagnosis->unknown = "Which image the BMC has.";
-  diagnosis->nextStep =
-      "Keep the machine powered and run \"orvhost --install-path " + situation.overwrittenBy + " diagnose\".";
+  diagnosis->nextStep = "Keep the machine powered and run \"orvhost --install-path " +
+                        ShellWord(situation.overwrittenBy) + " diagnose\".";
 }
 
 // A BMC that refuses its reboot flag time and again has no whole image.

@@ -68,17 +68,20 @@ bool MayColour(const Options& options) {
   return options.color == "auto" && (unwanted == nullptr || *unwanted == '\0');
 }
 
-// Colours the first place where the word stands, in letters of either case.
+// Colours the word at the beginning of the text, in letters of either case, or behind "verdict:".
 std::string Emphasized(std::string text, const Emphasis& emphasis) {
-  const auto found = std::ranges::search(text, emphasis.word, [](unsigned char first, unsigned char second) {
-    return std::tolower(first) == std::tolower(second);
-  });
-  if (emphasis.word.empty() || found.empty()) {
-    return text;
+  constexpr std::string_view kLabel = "\n  verdict:";
+  const std::size_t label = text.find(kLabel);
+  const std::size_t at = label == std::string::npos ? 0 : text.find_first_not_of(" \n", label + kLabel.size());
+  const bool isThere = at <= text.size() && !emphasis.word.empty() &&
+                       std::ranges::equal(text.substr(at, emphasis.word.size()), emphasis.word,
+                                          [](unsigned char first, unsigned char second) {
+                                            return std::tolower(first) == std::tolower(second);
+                                          });
+  if (isThere) {
+    text.insert(at + emphasis.word.size(), kPlain);
+    text.insert(at, emphasis.colour);
   }
-  const auto at = static_cast<std::size_t>(found.begin() - text.begin());
-  text.insert(at + emphasis.word.size(), kPlain);
-  text.insert(at, emphasis.colour);
   return text;
 }
 

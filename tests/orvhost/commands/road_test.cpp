@@ -37,7 +37,7 @@ TEST_F(Orvhost, IdentifyFailsWhenTheBmcDoesNotAnswer) {
       "orvhost identify: The BMC does not report its firmware version.\n"
       "  verdict:         bmc-unreadable, exit code 7\n"
       "  trace:           Failed to execute ipmi command(GetDeviceID) CompletionCode:C3\n"
-      "  command:         tool raw 0x06 0x01 > result\n"
+      "  shell command:   tool raw 0x06 0x01 > result\n"
       "  completion code: C3\n"
       "  flash:           not touched by this run\n"
       "  next step:       Wait a minute in case the BMC is restarting, then run \"orvhost identify\". If that fails "
@@ -277,10 +277,12 @@ TEST_F(Orvhost, UpdateFailsBeforeTheFlashWithItsEvidence) {
             "  record:          MSGID_BMC_0012_F The BMC did not carry out a command that the update needs (14: the "
             "BMC did not connect its virtual media).\n"
             "  trace:           Failed to execute ipmi command (Connect to virtual media) CompletionCode:C0\n"
-            "  command:         tool raw 0x34 0x8c 0x55 0xaa 0x01 > result\n"
+            "  shell command:   tool raw 0x34 0x8c 0x55 0xaa 0x01 > result\n"
             "  completion code: C0\n"
             "  flash:           not touched by this run\n"
-            "  next step:       Run the same command again; if that does not help, restart the BMC.\n");
+            "  next step:       Run the same command again; if that does not help, restart the BMC.\n"
+            "  same command:    orvhost update " +
+                ShellWord(good_) + "\n");
   EXPECT_EQ(State().updateStatus, refhost::kUpdateFailed);
   EXPECT_EQ(State().operating.info.moduleVersion, "01-23");
 }

@@ -34,7 +34,7 @@ TEST_F(Undelivered, ASuccessWhoseResultNobodyGetsIsNone) {
 
 TEST_F(Undelivered, TheReasonAndTheEndOfTheRunStandOnTheStandardError) {
   EXPECT_EQ(RunInto("> /dev/full", Update(good_) + " --json"), kNotDelivered);
-  const std::string printed = err_;
+  const std::string printed = WithoutRepeated(err_);
   const std::string id = RunJson("history")["runs"][0]["run_id"];
   EXPECT_EQ(printed,
             "orvhost update: The result could not be written to the standard output (No space left on device).\n"

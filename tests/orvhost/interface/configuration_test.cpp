@@ -19,7 +19,7 @@ TEST(ConfigurationText, IsKeysWithTheirValues) {
 }
 
 TEST(ConfigurationText, FailsWithTheLine) {
-  const std::pair<const char*, const char*> cases[] = {
+  const std::pair<std::string_view, const char*> cases[] = {
       {"quiet = no\ninstal_path = /srv", "line 2: there is no key \"instal_path\"; did you mean \"install_path\"?"},
       {"colour = red", "line 1: there is no key \"colour\""},
       {"quiet = maybe", "line 1: quiet must be yes or no"},
@@ -27,6 +27,10 @@ TEST(ConfigurationText, FailsWithTheLine) {
       {"server_type = a b", "line 1: server_type must be one word"},
       {"plugin =", "line 1: plugin has no value"},
       {"quiet", "line 1: it has not the form \"key = value\""},
+      {std::string_view("install_path = /a\0b", 18), "line 1: install_path holds a control character"},
+      {"server_type = \v", "line 1: server_type holds a control character"},
+      {"log_file = /var/log/orv.log # all",
+       "line 1: log_file goes on with \"#\", and a comment needs a line of its own"},
       {"quiet = no\nquiet = no", "line 2: quiet stands there twice"}};
   for (const auto& [text, complaint] : cases) {
     Configuration configuration;
@@ -54,7 +58,8 @@ TEST(RepeatedOptions, StandInEveryCommandBetweenQuotes) {
             "Run \"orvhost apply --plugin x\", then \"orvhost verify --plugin x\"; see \"orvhost --help\" and "
             "\"dmidecode\".");
   EXPECT_EQ(outcome.failure->nextStep, "Run \"orvhost update p.zip");
-  EXPECT_EQ(ShellWord("/a b/it's"), "'/a b/it'\\''s'");
+  EXPECT_EQ(ShellWord("/a b/it's"), "$'/a b/it\\'s'");
+  EXPECT_EQ(ShellWord("a b\"c\n"), "$'a b\\x22c\\x0a'");
   EXPECT_EQ(ShellWord("/opt/orv"), "/opt/orv");
   EXPECT_EQ(ShellWord(""), "''");
 }
@@ -92,6 +97,12 @@ TEST_F(ConfigurationFile, HoldsWhereNothingElseSaysOtherwise) {
   setenv("ORVHOST_INSTALL_PATH", "/srv/environment", 1);
   EXPECT_EQ(Ask("config")["facts"]["install_path"], "/srv/environment (environment, ORVHOST_INSTALL_PATH)");
   EXPECT_EQ(Ask("config --install-path /srv/line")["facts"]["install_path"], "/srv/line (command line)");
+}
+
+TEST_F(ConfigurationFile, FailsForALinkToWhatIsNotThere) {
+  std::filesystem::create_symlink(folder_ / "missing.conf", folder_ / "orvhost.conf");
+  EXPECT_EQ(Ask("config")["error"]["cause"],
+            (folder_ / "orvhost.conf") + " cannot be used: it is a symbolic link to what is not there.");
 }
 
 TEST_F(ConfigurationFile, FailsBeforeAnythingElse) {

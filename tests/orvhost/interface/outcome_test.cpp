@@ -25,7 +25,7 @@ TEST(OutcomeText, AFailureTellsCauseEvidenceFlashAndNextStep) {
             "  record:          record\n"
             "  trace:           one\n"
             "  trace:           two\n"
-            "  command:         cmd\n"
+            "  shell command:   cmd\n"
             "  error output:    busy\n"
             "  completion code: C0\n"
             "  flash:           writing it had begun\n"

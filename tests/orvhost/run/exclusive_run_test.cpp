@@ -69,7 +69,8 @@ TEST_F(Lock, ASecondRunIsRefusedAndNamesTheFirst) {
   EXPECT_EQ(Run("identify"), 10);
   EXPECT_EQ(err_, "orvhost identify: " + cause +
                       "\n  verdict:         busy, exit code 10\n  flash:           not touched by this run\n"
-                      "  next step:       Wait until it ends, then run the same command again.\n");
+                      "  next step:       Wait until it ends, then run the same command again.\n"
+                      "  same command:    orvhost identify\n");
   OpenTheGate();
   plugin_ = TEST_PLUGIN_PATH;
   EXPECT_EQ(Run("identify"), 0) << err_;
@@ -368,7 +369,7 @@ TEST_F(Lock, WhatAnotherInstallPathsUpdateMayHaveOverwrittenIsNotApplied) {
   const json diagnosed = RunJson("diagnose");
   EXPECT_EQ(diagnosed["verdict"], "flash-unknown");
   EXPECT_EQ(diagnosed["facts"]["next_step"],
-            "Keep the machine powered and run \"orvhost --install-path " + second + " diagnose\".");
+            "Keep the machine powered and run \"orvhost --install-path " + ShellWord(second) + " diagnose\".");
   std::filesystem::remove(machine_ / "runs/orvhost.writer");
   std::filesystem::create_directory(machine_ / "runs/orvhost.writer");
   EXPECT_EQ(RunJson("apply --yes")["error"]["cause"].get<std::string>().find(

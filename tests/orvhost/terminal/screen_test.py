@@ -30,8 +30,8 @@ class Session:
         self._stream = pyte.ByteStream(self.screen)
         self.process, self.terminal = pty.fork()
         if self.process == 0:
+            fcntl.ioctl(0, termios.TIOCSWINSZ, struct.pack("HHHH", ROWS, columns, 0, 0))
             os.execve(ORVHOST, ["orvhost", *arguments], environment)
-        self.resize(columns)
 
     def resize(self, columns: int):
         fcntl.ioctl(self.terminal, termios.TIOCSWINSZ, struct.pack("HHHH", ROWS, columns, 0, 0))
@@ -169,6 +169,17 @@ class LiveProgress(unittest.TestCase):
         session = self.start(*arguments, TEST_PLUGIN="connect-fails", **environment)
         self.assertEqual(session.end(), 7)
         return session.output
+
+    def test_no_other_word_is_coloured(self):
+        session = Session(["explain", "update-failed"], 80, {"PATH": os.environ["PATH"], "TERM": "xterm"})
+        self.assertEqual(session.end(), 2)
+        self.assertEqual(re.findall(rb"\x1b\[31m(.*?)\x1b", session.output), [b"unknown-code"])
+
+    def test_a_command_line_that_is_wrong_may_ask_for_no_colour_too(self):
+        for words in (["--color", "never"], ["--color=never"]):
+            session = Session([*words, "history", "--log-file"], 80, {"PATH": os.environ["PATH"], "TERM": "xterm"})
+            self.assertEqual(session.end(), 2)
+            self.assertNotIn(b"\x1b", session.output)
 
     def test_the_verdict_is_red_in_a_failure(self):
         self.assertIn(b"verdict:         \x1b[31mupdate-failed\x1b[0m, exit code 7\r\n", self.failing())
