@@ -13,7 +13,7 @@ namespace {
 // The first word that is neither an option nor an option's value; "" for none.
 std::string FirstWord(const CLI::App& app, int argc, const char* const* argv) {
   for (int at = 1; at < argc; ++at) {
-    const std::string word = argv[at];
+    std::string word = argv[at];
     if (!word.starts_with("-")) {
       return word;
     }

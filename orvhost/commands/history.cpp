@@ -121,6 +121,7 @@ std::vector<std::string> Table(const std::vector<Row>& rows, std::size_t columns
   std::vector<std::string> lines;
   for (const Narrow narrow : {Narrow::kNot, Narrow::kVersionsOnly, Narrow::kNoSeconds, Narrow::kNumberOnly}) {
     std::vector<Cells> cells;
+    cells.reserve(rows.size());
     for (const Row& row : rows) {
       cells.push_back(CellsOf(row, narrow));
     }

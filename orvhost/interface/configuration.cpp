@@ -62,6 +62,7 @@ std::string Complaint(const Key& key, std::string_view value) {
 
 std::string UnknownKey(const std::string& name) {
   std::vector<std::string> names;
+  names.reserve(kKeys.size());
   for (const Key& key : kKeys) {
     names.emplace_back(key.name);
   }
