@@ -3,9 +3,9 @@
 #include <string>
 
 #include "host/DllCommon.h"
-#include "host/ProviderBase.h"
+#include "host/EntryPoints.h"
 
-extern "C" CVendor* GetVendorFactory(const char*, const char*) {
+CVendor* GetVendorFactory(const char*, const char*) {
   const std::string pattern = CFileUtility::GetInstallPath(0) + "/tmp/KV6KBMC/IPMIResult*";
   if (std::system(("rm -f \"" + pattern + "\"").c_str()) != 0) {
     std::abort();

@@ -8,7 +8,7 @@
 
 #include "bench/measure.h"
 #include "host/DllCommon.h"
-#include "host/ProviderBase.h"
+#include "host/EntryPoints.h"
 #include "refhost/settings.h"
 #include "refhost/trace_sink.h"
 
@@ -37,8 +37,7 @@ int main(int count, char** arguments) {
     std::fprintf(stderr, "%s\n", dlerror());
     return 1;
   }
-  using Factory = CVendor* (*)(const char*, const char*);
-  const auto factory = reinterpret_cast<Factory>(dlsym(library, "GetVendorFactory"));
+  const auto factory = reinterpret_cast<host::VendorFactory>(dlsym(library, "GetVendorFactory"));
   if (factory == nullptr) {
     return 1;
   }

@@ -1,9 +1,9 @@
-#include "provider/entry_points.h"
-
+// The two functions that the library exports, and nothing else.
 #include "host/DllCommon.h"
+#include "host/EntryPoints.h"
 #include "provider/kestrel_vendor.h"
 
-CVendor* GetVendorFactory(const char* className, const char* provider) {
+extern "C" CVendor* GetVendorFactory(const char* className, const char* provider) {
   ShowMessage(L"WINAPI GetVendorFactory", className);
   if (className == nullptr || provider == nullptr) {
     ShowMessage(L"GetFactory NULL");
@@ -16,7 +16,7 @@ CVendor* GetVendorFactory(const char* className, const char* provider) {
   return new CBMC_KESTREL_Vendor(provider);
 }
 
-void ReleaseVendor(CVendor* vendor) {
+extern "C" void ReleaseVendor(CVendor* vendor) {
   if (vendor != nullptr && vendor->GetVendorClassName() == CBMC_KESTREL_Vendor::className) {
     delete vendor;
   }

@@ -17,8 +17,8 @@ std::unique_ptr<Plugin> Plugin::Load(const std::string& path, std::string* error
     return nullptr;
   }
   std::unique_ptr<Plugin> plugin(new Plugin(library));
-  plugin->factory_ = reinterpret_cast<Factory>(dlsym(library, "GetVendorFactory"));
-  plugin->releaser_ = reinterpret_cast<Releaser>(dlsym(library, "ReleaseVendor"));
+  plugin->factory_ = reinterpret_cast<host::VendorFactory>(dlsym(library, "GetVendorFactory"));
+  plugin->releaser_ = reinterpret_cast<host::VendorReleaser>(dlsym(library, "ReleaseVendor"));
   if (plugin->factory_ != nullptr && plugin->releaser_ != nullptr) {
     return plugin;
   }

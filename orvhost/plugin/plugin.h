@@ -5,7 +5,7 @@
 #include <memory>
 #include <string>
 
-#include "host/ProviderBase.h"
+#include "host/EntryPoints.h"
 
 namespace orvhost {
 
@@ -23,14 +23,11 @@ class Plugin {
   void Release(CVendor* vendor) const;
 
  private:
-  using Factory = CVendor* (*)(const char* className, const char* provider);
-  using Releaser = void (*)(CVendor* vendor);
-
   explicit Plugin(void* library) : library_(library) {}
 
   void* library_;
-  Factory factory_ = nullptr;
-  Releaser releaser_ = nullptr;
+  host::VendorFactory factory_ = nullptr;
+  host::VendorReleaser releaser_ = nullptr;
 };
 
 }  // namespace orvhost

@@ -1,5 +1,5 @@
 // The exported functions: who gets a vendor object, and whose object is deleted.
-#include "provider/entry_points.h"
+#include "host/EntryPoints.h"
 
 #include <gtest/gtest.h>
 

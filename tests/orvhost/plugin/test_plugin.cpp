@@ -18,7 +18,7 @@
 #include <stdexcept>
 
 #include "host/DllCommon.h"
-#include "host/ProviderBase.h"
+#include "host/EntryPoints.h"
 
 namespace {
 
@@ -504,8 +504,7 @@ bool IsWanted(const char* className, const char* provider) {
 
 }  // namespace
 
-extern "C" __attribute__((visibility("default"))) CVendor* GetVendorFactory(const char* className,
-                                                                            const char* provider) {
+CVendor* GetVendorFactory(const char* className, const char* provider) {
   SwapAt("load");
   if (Asked("no-vendor") || !IsWanted(className, provider)) {
     return nullptr;
@@ -515,7 +514,7 @@ extern "C" __attribute__((visibility("default"))) CVendor* GetVendorFactory(cons
 }
 
 #ifndef TEST_PLUGIN_WITHOUT_RELEASE
-extern "C" __attribute__((visibility("default"))) void ReleaseVendor(CVendor* vendor) {
+void ReleaseVendor(CVendor* vendor) {
   Trace(CTraceUtility::TRACE_DBG_FLOW, "ReleaseVendor");
   if (vendor == nullptr && Asked("releases-null")) {
     std::abort();
