@@ -1,6 +1,6 @@
 // The two functions by which a host reaches a plug-in. They are all that a plug-in exports; a host finds them by their
-// names, which are unmangled, with dlsym. A plug-in defines them with extern "C", so that its compiler compares them with
-// these, and is linked with a version script, so that nothing else is seen.
+// names, which are unmangled, with dlsym. A plug-in defines them with extern "C", so that its compiler compares them
+// with these, and is linked with a version script, so that nothing else is seen.
 #ifndef HOST_ENTRY_POINTS_H
 #define HOST_ENTRY_POINTS_H
 

@@ -57,9 +57,12 @@ const char* InWord(Status status) {
 // The validation of one plug-in.
 class Validation {
  public:
-  explicit Validation(const Options& options)
-      : pluginPath_(fs::absolute(options.pluginPath).lexically_normal().string()),
-        limit_(static_cast<long>(std::ceil(options.timeLimit * 1000))) {}
+  explicit Validation(const Options& options) : limit_(static_cast<long>(std::ceil(options.timeLimit * 1000))) {
+    candidate_.path = fs::absolute(options.pluginPath).lexically_normal().string();
+    if (!options.className.empty()) {
+      candidate_.className = options.className;
+    }
+  }
 
   void Go() {
     for (const auto checks : {FileChecks(), LoadingChecks(), ObjectChecks()}) {
@@ -82,7 +85,8 @@ class Validation {
       }
     }
     const ScratchFolder folder;
-    const Candidate candidate{pluginPath_, folder.Path()};
+    Candidate candidate = candidate_;
+    candidate.folder = folder.Path();
     return RunIsolated([&] { return check.run(candidate); }, limit_);
   }
 
@@ -103,7 +107,7 @@ class Validation {
     }
   }
 
-  std::string pluginPath_;
+  Candidate candidate_;
   std::chrono::milliseconds limit_;
   std::map<std::string, Status> results_;
   std::vector<std::string> failed_;
@@ -157,6 +161,9 @@ plug-in wants to run through the host are refused and listed, and its install
 path is an empty folder. Commands that a plug-in runs without the host are not
 stopped, so do not validate a file that you would not load.
 
+A plug-in for another device has a vendor class of another name: give it with
+--class.
+
 Each check has a process of its own, so a crash, an exit or a hang is its result
 and the others go on. A check ends in "pass", "fail" or, when one before it that
 it needs did not pass, "skip".
@@ -164,6 +171,7 @@ it needs did not pass, "skip".
 Examples:
   orvhost validate
   orvhost validate ./liborvp_KESTREL_BMC.so --json
+  orvhost validate ./mine.so --class MINE_Vendor
 
 Exit codes: 0 all checks pass; 2 there is no folder to check in; 3 a check
 failed.)";
@@ -175,6 +183,7 @@ const Command kValidateCommand = {
     "Check a plug-in against the host's contract",
     kValidateHelp,
     {{"file", &Options::pluginPath, "Plug-in to judge, instead of the one of --plugin", "PLUGIN.so"},
+     {"--class", &Options::className, "Vendor class to ask it for, instead of CBMC_KESTREL_Vendor", "NAME"},
      {"--time-limit", &Options::timeLimit, "Seconds that each check may take", "SECONDS", false, true, RefuseOddTime}},
     Validate};
 

@@ -48,6 +48,7 @@ struct Options {
   std::string runName;      // id of a run, the beginning of one, or "last"
   std::vector<std::string> codes;
   double timeLimit = 20.0;  // seconds for each check of a plug-in
+  std::string className;    // vendor class to validate; "" for the one that this tool works with
 };
 
 }  // namespace orvhost

@@ -38,12 +38,12 @@ CheckResult CheckNullClass(const Candidate& candidate) {
 }
 
 CheckResult CheckNullProvider(const Candidate& candidate) {
-  return NoObjectFor(candidate, kVendorClassName, nullptr);
+  return NoObjectFor(candidate, candidate.className.c_str(), nullptr);
 }
 
 CheckResult CheckOtherClass(const Candidate& candidate) {
-  return WithPlugin(candidate, [](const Plugin& plugin) {
-    const std::string right = kVendorClassName;
+  return WithPlugin(candidate, [&candidate](const Plugin& plugin) {
+    const std::string& right = candidate.className;
     for (const std::string& name : {std::string(), right + "2", right + " ", right.substr(1), std::string("CVendor")}) {
       if (plugin.Create(name.c_str(), kProvider) != nullptr) {
         return CheckResult::Fail("it gives an object for the class \"" + name + "\"");

@@ -23,24 +23,24 @@ CheckResult CheckObject(const Candidate& candidate) {
 }
 
 CheckResult CheckEmptyProvider(const Candidate& candidate) {
-  return WithPlugin(candidate, [](const Plugin& plugin) {
-    CVendor* vendor = plugin.Create(kVendorClassName, "");
+  return WithPlugin(candidate, [&candidate](const Plugin& plugin) {
+    CVendor* vendor = plugin.Create(candidate.className.c_str(), "");
     plugin.Release(vendor);
     return vendor != nullptr ? CheckResult::Pass() : CheckResult::Fail("it gives no object");
   });
 }
 
 CheckResult CheckClassName(const Candidate& candidate) {
-  return WithVendor(candidate, [](CVendor& vendor) {
+  return WithVendor(candidate, [&candidate](CVendor& vendor) {
     const std::string name = vendor.GetVendorClassName();
-    return name == kVendorClassName ? CheckResult::Pass() : CheckResult::Fail("the object reports \"" + name + "\"");
+    return name == candidate.className ? CheckResult::Pass() : CheckResult::Fail("the object reports \"" + name + "\"");
   });
 }
 
 CheckResult CheckRelease(const Candidate& candidate) {
-  return WithPlugin(candidate, [](const Plugin& plugin) {
+  return WithPlugin(candidate, [&candidate](const Plugin& plugin) {
     for (const bool isLinked : {false, true}) {
-      CVendor* vendor = plugin.Create(kVendorClassName, kProvider);
+      CVendor* vendor = plugin.Create(candidate.className.c_str(), kProvider);
       if (isLinked) {
         vendor->LinkDevice();
       }
@@ -58,11 +58,12 @@ CheckResult CheckRelease(const Candidate& candidate) {
 }
 
 CheckResult CheckLifeCycle(const Candidate& candidate) {
-  return WithPlugin(candidate, [](const Plugin& plugin) {
-    plugin.Release(plugin.Create(kVendorClassName, kProvider));  // what the first object opens for good is left out
+  return WithPlugin(candidate, [&candidate](const Plugin& plugin) {
+    plugin.Release(
+        plugin.Create(candidate.className.c_str(), kProvider));  // what the first object opens for good is left out
     const Holdings before;
     for (int i = 0; i < kManyTimes; ++i) {
-      CVendor* vendor = plugin.Create(kVendorClassName, kProvider);
+      CVendor* vendor = plugin.Create(candidate.className.c_str(), kProvider);
       if (vendor == nullptr) {
         return CheckResult::Fail("after " + std::to_string(i + 1) + " objects it gave none");
       }

@@ -7,7 +7,6 @@
 #include <vector>
 
 #include "orvhost/plugin/plugin.h"
-#include "orvhost/plugin/session.h"
 #include "orvhost/validation/validation.h"
 
 namespace orvhost {
@@ -31,10 +30,10 @@ template <typename Judge>
 // The same with a vendor object, which is released afterwards: `judge(vendor)`.
 template <typename Judge>
 [[nodiscard]] CheckResult WithVendor(const Candidate& candidate, Judge judge) {
-  return WithPlugin(candidate, [&judge](const Plugin& plugin) {
-    CVendor* vendor = plugin.Create(kVendorClassName, kProvider);
+  return WithPlugin(candidate, [&candidate, &judge](const Plugin& plugin) {
+    CVendor* vendor = plugin.Create(candidate.className.c_str(), kProvider);
     if (vendor == nullptr) {
-      return CheckResult::Fail(std::string("there is no object of the class ") + kVendorClassName);
+      return CheckResult::Fail("there is no object of the class " + candidate.className);
     }
     CheckResult result = judge(*vendor);
     plugin.Release(vendor);

@@ -7,13 +7,15 @@
 #include <string>
 #include <vector>
 
+#include "orvhost/plugin/session.h"
 #include "orvhost/validation/isolated_check.h"
 
 namespace orvhost {
 
-// What a check gets: the plug-in, and an empty folder of this check's own.
+// What a check gets: the plug-in, its vendor class, and an empty folder of this check's own.
 struct Candidate {
   std::string path;
+  std::string className = kVendorClassName;
   std::string folder;
 };
 

@@ -15,6 +15,7 @@ import unittest
 from pathlib import Path
 
 import commands
+from debian import begin_database, dependencies, field, output_of
 from kv6000 import Server, ServerSettings
 from kv6000.packages import make_packages
 from kv6000.paths import REPOSITORY, build_folder
@@ -25,26 +26,9 @@ DPKG = ("/usr/bin/dpkg", "/usr/bin/dpkg-deb", "/usr/bin/dpkg-query", "/usr/bin/d
 PAUSES = "ORVHOST_LAB_SLEEP_SCALE=0.1"  # leaves a second for the virtual media to appear
 
 
-def output_of(*command) -> str:
-    return subprocess.run([str(word) for word in command], check=True, capture_output=True, text=True).stdout
-
-
-def field(package: Path, name: str) -> str:
-    return output_of("dpkg-deb", "-f", package, name).strip()
-
-
-def dependencies(packages) -> list:
-    """The names of the Debian packages that these depend on."""
-    return sorted({re.match(r"[\w.+-]+", entry.strip()).group()
-                   for package in packages for entry in field(package, "Depends").split(",") if entry.strip()})
-
-
 def stage_dpkg(tree: Path, depends: list):
     """Fills a tree for the guest's root with dpkg and with the named packages: their libraries, and that they are there."""
-    for folder in ("updates", "info", "parts", "triggers", "alternatives"):
-        (tree / "var/lib/dpkg" / folder).mkdir(parents=True)
-    (tree / "var/lib/dpkg/status").write_text(output_of("dpkg-query", "-s", *depends))
-    (tree / "var/lib/dpkg/available").touch()
+    begin_database(tree, depends)
     programs = [Path(name).resolve() for name in DPKG]
     libraries = [Path(name) for name in output_of("dpkg-query", "-L", *depends).splitlines()
                  if re.fullmatch(r"(/usr)?/lib/[^/]*-linux-gnu/[^/]*\.so[^/]*", name)]
@@ -108,19 +92,8 @@ class DebianPackages(unittest.TestCase):
         for name in ("orvhost", "orv-plugin-kestrel-bmc"):  # what the documents say comes with them
             self.assertIn("ipmitool", field(self.packages[name], "Recommends"))
 
-    def test_a_plugin_is_built_with_the_headers_of_the_package(self):
-        headers = self.unpacked("orv-dev")
-        project = self.folder / "project"
-        project.mkdir()
-        (project / "CMakeLists.txt").write_text("cmake_minimum_required(VERSION 3.25)\nproject(mine LANGUAGES CXX)\n"
-                                                "find_package(orv 1.0 REQUIRED)\nadd_library(mine SHARED mine.cpp)\n"
-                                                "target_link_libraries(mine PRIVATE orv::host_headers)\n")
-        (project / "mine.cpp").write_text('#include "host/DllCommon.h"\n#include "host/ProviderBase.h"\n'
-                                          "bool Mine() { return CFileUtility::IsFileExist(\"/\"); }\n")
-        output_of("cmake", "-G", "Ninja", "-S", project, "-B", project / "build",
-                  f"-DCMAKE_PREFIX_PATH={headers}/usr")
-        output_of("cmake", "--build", project / "build")
-        self.assertTrue((project / "build/libmine.so").exists())
+    def test_the_kit_depends_on_the_libraries_of_the_same_build(self):
+        self.assertEqual(field(self.packages["orv-dev"], "Depends"), f"orvhost (= {field(self.packages['orvhost'], 'Version')})")
 
     def test_a_whole_update_through_the_installed_packages(self):
         chosen = [self.packages["orvhost"], self.packages["orv-plugin-kestrel-bmc"]]

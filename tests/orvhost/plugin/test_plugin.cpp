@@ -33,6 +33,10 @@ bool Asked(const std::string& wanted) {
   return false;
 }
 
+std::string VendorClass() {
+  return Asked("class-MINE_Vendor") ? "MINE_Vendor" : "CBMC_KESTREL_Vendor";
+}
+
 std::string CommandAsked() {
   const char* command = getenv("TEST_PLUGIN_COMMAND");
   return command != nullptr ? command : "";
@@ -368,7 +372,7 @@ bool IsOfOtherModel(const std::string& running, const std::string& serialNumber,
 class TestVendor : public CVendor {
  public:
   explicit TestVendor(const std::string& providerText) : CVendor(providerText) {
-    vendorClassName = Asked("other-name") ? "CVendor" : "CBMC_KESTREL_Vendor";
+    vendorClassName = Asked("other-name") ? "CVendor" : VendorClass();
     deviceName = "KV6KBmc";
   }
   ~TestVendor() override {
@@ -499,7 +503,7 @@ bool IsWanted(const char* className, const char* provider) {
   if (className == nullptr) {
     return Asked("null-class");
   }
-  return Asked("any-class") || std::string(className) == "CBMC_KESTREL_Vendor";
+  return Asked("any-class") || VendorClass() == className;
 }
 
 }  // namespace

@@ -132,6 +132,15 @@ TEST_F(Validate, FailsForAFactoryThatDoesNotGiveAnObjectForItsClassAlone) {
   EXPECT_EQ(FailuresOf("any-provider"), refhost::Lines{"null-provider: it gives an object all the same"});
 }
 
+TEST_F(Validate, TheVendorClassMayHaveAnotherName) {
+  EXPECT_EQ(FailuresOf("class-MINE_Vendor", "--class MINE_Vendor"), refhost::Lines{});
+  EXPECT_EQ(Ending("skip"), refhost::Lines{});
+  EXPECT_EQ(FailuresOf("class-MINE_Vendor"),
+            refhost::Lines{"object: there is no object of the class CBMC_KESTREL_Vendor"});
+  EXPECT_EQ(FailuresOf("", "--class MINE_Vendor"),
+            refhost::Lines{"object: there is no object of the class MINE_Vendor"});
+}
+
 TEST_F(Validate, FailsForAnObjectThatDoesNotKeepToTheContract) {
   EXPECT_EQ(FailuresOf("other-name"), refhost::Lines{"class-name: the object reports \"CVendor\""});
   EXPECT_EQ(FailuresOf("no-handler"), refhost::Lines{"link-device: there is no firmware handler afterwards"});
