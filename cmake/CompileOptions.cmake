@@ -15,8 +15,18 @@ add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wformat=2 -W
                     -Werror)
 add_link_options(-Wl,-z,defs -Wl,-z,relro -Wl,-z,now)
 
+# KESTREL_STRING_ABI is the std::string ABI that everything is built with, 0 or 1.
 if(NOT KESTREL_CXX11_ABI STREQUAL "")
   add_compile_definitions(_GLIBCXX_USE_CXX11_ABI=${KESTREL_CXX11_ABI})
+  set(KESTREL_STRING_ABI ${KESTREL_CXX11_ABI})
+else()
+  include(CheckCXXSourceCompiles)
+  check_cxx_source_compiles("#include <string>\n#if !_GLIBCXX_USE_CXX11_ABI\n#error old\n#endif\nint main() {}"
+                            KESTREL_COMPILER_HAS_CXX11_ABI)
+  set(KESTREL_STRING_ABI 0)
+  if(KESTREL_COMPILER_HAS_CXX11_ABI)
+    set(KESTREL_STRING_ABI 1)
+  endif()
 endif()
 
 if(KESTREL_FUZZ)

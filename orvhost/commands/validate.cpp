@@ -1,6 +1,9 @@
 // orvhost validate: judges a plug-in against the host's contract, without a device.
 #include <algorithm>
+#include <array>
+#include <chrono>
 #include <cmath>
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <map>
@@ -8,7 +11,11 @@
 
 #include "orvhost/commands/commands.h"
 #include "orvhost/run/failure.h"
+#include "orvhost/validation/host_libraries.h"
+#include "orvhost/validation/library_file.h"
 #include "orvhost/validation/validation.h"
+#include "refhost/staged_package.h"
+#include "refhost/trace_sink.h"
 
 namespace orvhost {
 
@@ -54,6 +61,12 @@ const char* InWord(Status status) {
   }
 }
 
+std::string InSeconds(std::chrono::duration<double> time) {
+  std::array<char, 32> text{};
+  snprintf(text.data(), text.size(), "%.3f", time.count());
+  return text.data();
+}
+
 // The validation of one plug-in.
 class Validation {
  public:
@@ -65,13 +78,16 @@ class Validation {
   }
 
   void Go() {
-    for (const auto checks : {FileChecks(), LoadingChecks(), ObjectChecks()}) {
+    for (const auto checks : {FileChecks(), LoadingChecks(), ObjectChecks(), HostChecks()}) {
       for (const ValidationCheck& check : checks) {
-        Take(check, ResultOf(check));
+        const auto start = std::chrono::steady_clock::now();
+        const CheckResult result = ResultOf(check);
+        Take(check, result, std::chrono::steady_clock::now() - start);
       }
     }
   }
 
+  const Candidate& Judged() const { return candidate_; }
   const std::vector<std::string>& Table() const { return table_; }
   const Listing& Entries() const { return listing_; }
   const std::vector<std::string>& Failed() const { return failed_; }
@@ -90,7 +106,7 @@ class Validation {
     return RunIsolated([&] { return check.run(candidate); }, limit_);
   }
 
-  void Take(const ValidationCheck& check, const CheckResult& result) {
+  void Take(const ValidationCheck& check, const CheckResult& result, std::chrono::duration<double> time) {
     constexpr std::size_t kNameWidth = 14;  // of "unknown-method"
     results_[check.name] = result.status;
     if (result.status == Status::kFail) {
@@ -99,7 +115,9 @@ class Validation {
     listing_.entries.push_back({{"name", check.name},
                                 {"description", check.description},
                                 {"result", InWord(result.status)},
-                                {"reason", result.reason}});
+                                {"reason", result.reason},
+                                {"evidence", result.evidence},
+                                {"seconds", InSeconds(time)}});
     const std::string padding(kNameWidth - std::min(kNameWidth, check.name.size()) + 2, ' ');
     table_.push_back(std::string(InWord(result.status)) + "  " + check.name + padding + check.description);
     if (!result.reason.empty()) {
@@ -114,6 +132,28 @@ class Validation {
   Listing listing_{"checks", {}};
   std::vector<std::string> table_;
 };
+
+// What was judged, with what, and when: whoever reads the report can tell whether it is about the file before him.
+std::vector<Fact> FactsOf(const Options& options, const Candidate& candidate) {
+  std::string error;
+  std::vector<Fact> facts = {{"plugin", "Plug-in", options.pluginPath}};
+  if (const std::string digest = refhost::Sha256OfFile(candidate.path, &error); !digest.empty()) {
+    facts.push_back({"plugin_sha256", "Its SHA-256", digest});
+  }
+  if (const auto file = ReadLibraryFile(candidate.path, &error); file && file->stringAbi) {
+    facts.push_back({"plugin_string_abi", "Its std::string ABI", std::to_string(*file->stringAbi)});
+  }
+  facts.push_back({"vendor_class", "Vendor class", candidate.className});
+  facts.push_back({"validated", "Validated", refhost::UtcNow()});
+  facts.push_back({"host", "Host", "orvhost " ORVHOST_VERSION});
+  facts.push_back({"host_string_abi", "Host's std::string ABI", std::to_string(kHostStringAbi)});
+  for (const HostLibrary& library : LoadedHostLibraries()) {
+    const std::string key = FactKey(library.name);
+    facts.push_back({key, library.name, library.path});
+    facts.push_back({key + "_sha256", "Its SHA-256", library.sha256});
+  }
+  return facts;
+}
 
 Outcome Validate(const Run& run) {
   Outcome outcome;
@@ -130,7 +170,7 @@ Outcome Validate(const Run& run) {
     return outcome;
   }
   outcome.listing = validation.Entries();
-  outcome.facts = {{"plugin", "Plug-in", run.options.pluginPath}};
+  outcome.facts = FactsOf(run.options, validation.Judged());
   run.console.Show(validation.Table());
   if (validation.Failed().empty()) {
     outcome.verdict = "valid";
@@ -155,10 +195,11 @@ std::string RefuseOddTime(const std::string& text) {
   return seconds >= 0.001 && seconds <= 3600 ? "" : "it must be between 0.001 and 3600 seconds";
 }
 
-constexpr const char* kValidateHelp = R"(Checks a plug-in's file, its loading, its entry points and the life of its
-objects against the host's contract. No device is touched: commands that the
-plug-in wants to run through the host are refused and listed, and its install
-path is an empty folder. Commands that a plug-in runs without the host are not
+constexpr const char* kValidateHelp = R"(Checks a plug-in's file, its loading, its entry points, the life of its objects,
+and what a host meets where no device answers, against the host's contract. No
+device is touched: commands that the plug-in wants to run through the host are
+refused and listed, pauses that it asks for are not made, and its install path
+is an empty folder. Commands that a plug-in runs without the host are not
 stopped, so do not validate a file that you would not load.
 
 A plug-in for another device has a vendor class of another name: give it with

@@ -3,6 +3,7 @@
 #include <array>
 #include <filesystem>
 
+#include "orvhost/validation/host_libraries.h"
 #include "orvhost/validation/library_file.h"
 #include "orvhost/validation/run_path.h"
 #include "orvhost/validation/validation.h"
@@ -25,13 +26,13 @@ bool Holds(const Names& names, const std::string& name) {
 }
 
 std::string Joined(const std::vector<std::string>& names) {
-  constexpr std::size_t kTold = 5;
+  constexpr std::size_t kShown = 8;
   std::string text;
-  for (std::size_t i = 0; i < names.size() && i < kTold; ++i) {
+  for (std::size_t i = 0; i < names.size() && i < kShown; ++i) {
     text += (i == 0 ? "" : ", ") + names[i];
   }
-  if (names.size() > kTold) {
-    text += " and " + std::to_string(names.size() - kTold) + " more";
+  if (names.size() > kShown) {
+    text += " and " + std::to_string(names.size() - kShown) + " more";
   }
   return text;
 }
@@ -52,7 +53,21 @@ CheckResult CheckFile(const Candidate& candidate) {
     if (!file.isForThisMachine) {
       return CheckResult::Fail("it is made for another kind of machine");
     }
-    return CheckResult::Pass();
+    return CheckResult::Pass(std::to_string(file.size) + " bytes");
+  });
+}
+
+// Else its texts are not the host's, and its symbols have other names.
+CheckResult CheckHostStringAbi(const Candidate& candidate) {
+  return OfFile(candidate, [](const LibraryFile& file) {
+    if (!file.stringAbi) {
+      return CheckResult::Pass("it makes no vendor object of the host's");
+    }
+    const std::string abi = std::to_string(*file.stringAbi);
+    return *file.stringAbi == kHostStringAbi
+               ? CheckResult::Pass("_GLIBCXX_USE_CXX11_ABI=" + abi)
+               : CheckResult::Fail("it is built with _GLIBCXX_USE_CXX11_ABI=" + abi +
+                                   " and the host's libraries with " + std::to_string(kHostStringAbi));
   });
 }
 
@@ -64,7 +79,8 @@ CheckResult CheckEntryPoints(const Candidate& candidate) {
         missing.push_back(name);
       }
     }
-    return missing.empty() ? CheckResult::Pass() : CheckResult::Fail("it does not export " + Joined(missing));
+    return missing.empty() ? CheckResult::Pass(Joined({std::begin(kEntryPoints), std::end(kEntryPoints)}))
+                           : CheckResult::Fail("it does not export " + Joined(missing), Joined(file.exports));
   });
 }
 
@@ -76,7 +92,8 @@ CheckResult CheckExports(const Candidate& candidate) {
         others.push_back(name);
       }
     }
-    return others.empty() ? CheckResult::Pass() : CheckResult::Fail("it also exports " + Joined(others));
+    return others.empty() ? CheckResult::Pass(Joined(file.exports))
+                          : CheckResult::Fail("it also exports " + Joined(others));
   });
 }
 
@@ -88,7 +105,8 @@ CheckResult CheckLibraries(const Candidate& candidate) {
         others.push_back(name);
       }
     }
-    return others.empty() ? CheckResult::Pass() : CheckResult::Fail("it also needs " + Joined(others));
+    return others.empty() ? CheckResult::Pass(Joined(file.needed))
+                          : CheckResult::Fail("it also needs " + Joined(others), Joined(file.needed));
   });
 }
 
@@ -101,27 +119,28 @@ CheckResult CheckHostLibraries(const Candidate& candidate) {
         missing.push_back(name);
       }
     }
-    return missing.empty() ? CheckResult::Pass()
-                           : CheckResult::Fail("it does not say that it needs " + Joined(missing));
+    return missing.empty() ? CheckResult::Pass(Joined(file.needed))
+                           : CheckResult::Fail("it does not say that it needs " + Joined(missing), Joined(file.needed));
   });
 }
 
 CheckResult CheckRunPath(const Candidate& candidate) {
   return OfFile(candidate, [&candidate](const LibraryFile& file) {
     if (!file.runPath) {
-      return CheckResult::Pass();
+      return CheckResult::Pass("it has no run path");
     }
     const std::string origin = std::filesystem::path(candidate.path).parent_path().string();
     const std::vector<std::string> open = OpenFolders(*file.runPath, origin);
     return open.empty()
-               ? CheckResult::Pass()
+               ? CheckResult::Pass(*file.runPath)
                : CheckResult::Fail("it looks for libraries in folders that anybody can write to: " + Joined(open));
   });
 }
 
 CheckResult CheckStack(const Candidate& candidate) {
   return OfFile(candidate, [](const LibraryFile& file) {
-    return file.hasExecutableStack ? CheckResult::Fail("it makes the stack executable") : CheckResult::Pass();
+    return file.hasExecutableStack ? CheckResult::Fail("it makes the stack executable")
+                                   : CheckResult::Pass("it asks for a stack without execution");
   });
 }
 
@@ -133,15 +152,16 @@ CheckResult CheckHardening(const Candidate& candidate) {
     if (!file.hasRelro || !file.bindsNow) {
       return CheckResult::Fail("its relocations stay writable (no full RELRO)");
     }
-    return CheckResult::Pass();
+    return CheckResult::Pass("full RELRO, bound when it is loaded");
   });
 }
 
 }  // namespace
 
 std::span<const ValidationCheck> FileChecks() {
-  static const std::array<ValidationCheck, 8> kChecks{{
+  static const std::array<ValidationCheck, 9> kChecks{{
       {"file", "It is an ELF shared library for this kind of machine.", {}, CheckFile},
+      {"string-abi", "It is built with the std::string ABI of the host's libraries.", {"file"}, CheckHostStringAbi},
       {"entry-points", "It exports GetVendorFactory and ReleaseVendor.", {"file"}, CheckEntryPoints},
       {"exports", "It exports nothing else.", {"file"}, CheckExports},
       {"libraries", "It needs the host's libraries and the C and C++ runtime only.", {"file"}, CheckLibraries},

@@ -22,7 +22,9 @@ CheckResult NothingIsLeftSince(const Holdings& before) {
     return CheckResult::Fail("it leaves " + std::to_string(now.descriptors - before.descriptors) +
                              " file descriptors open");
   }
-  return now.threads > before.threads ? CheckResult::Fail("it leaves a thread running") : CheckResult::Pass();
+  return now.threads > before.threads ? CheckResult::Fail("it leaves a thread running")
+                                      : CheckResult::Pass(std::to_string(now.descriptors) + " file descriptors and " +
+                                                          std::to_string(now.threads) + " thread in use as before");
 }
 
 }  // namespace orvhost

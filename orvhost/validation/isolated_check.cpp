@@ -23,8 +23,10 @@ namespace {
 
 using Status = CheckResult::Status;
 
-// A result goes through the pipe in one piece that always fits: a byte for the status, then the reason.
+// A result goes through the pipe in one piece that always fits: a byte for the status, the reason, a null byte, and the
+// evidence.
 constexpr std::size_t kLongestResult = 4096;
+constexpr std::size_t kLongestText = kLongestResult / 2 - 1;
 
 CheckResult Guarded(const std::function<CheckResult()>& check) {
   try {
@@ -48,7 +50,9 @@ CheckResult Guarded(const std::function<CheckResult()>& check) {
   close(nothing);
   const CheckResult result = Guarded(check);
   std::string message(1, static_cast<char>('0' + static_cast<int>(result.status)));
-  message += result.reason.substr(0, kLongestResult - 1);
+  message += result.reason.substr(0, kLongestText);
+  message += '\0';
+  message += result.evidence.substr(0, kLongestText);
   (void)posix::WriteAll(pipeEnd, message.data(), message.size());  // the parent sees what is missing
   _exit(0);
 }
@@ -115,7 +119,9 @@ CheckResult RunIsolated(const std::function<CheckResult()>& check, std::chrono::
   if (size < 1) {
     return CheckResult::Fail(HowItEnded(info));
   }
-  return {static_cast<Status>(buffer[0] - '0'), std::string(buffer.data() + 1, static_cast<std::size_t>(size) - 1)};
+  const std::string_view texts(buffer.data() + 1, static_cast<std::size_t>(size) - 1);
+  const std::size_t end = texts.find('\0');
+  return {static_cast<Status>(buffer[0] - '0'), std::string(texts.substr(0, end)), std::string(texts.substr(end + 1))};
 }
 
 }  // namespace orvhost

@@ -12,11 +12,14 @@ namespace orvhost {
 struct CheckResult {
   enum class Status { kPass, kFail, kSkip };
   Status status = Status::kPass;
-  std::string reason;  // clause without its full stop; "" of a pass
+  std::string reason;    // clause without its full stop; "" of a pass
+  std::string evidence;  // what was seen, of a pass too; may be ""
 
-  [[nodiscard]] static CheckResult Pass() { return {}; }
-  [[nodiscard]] static CheckResult Fail(const std::string& reason) { return {Status::kFail, reason}; }
-  [[nodiscard]] static CheckResult Skip(const std::string& reason) { return {Status::kSkip, reason}; }
+  [[nodiscard]] static CheckResult Pass(const std::string& evidence = "") { return {Status::kPass, "", evidence}; }
+  [[nodiscard]] static CheckResult Fail(const std::string& reason, const std::string& evidence = "") {
+    return {Status::kFail, reason, evidence};
+  }
+  [[nodiscard]] static CheckResult Skip(const std::string& reason) { return {Status::kSkip, reason, ""}; }
 };
 
 // Forks, lets the child call `check` and tells what came of it: the check's own result; a failure when the child threw,

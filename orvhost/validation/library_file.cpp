@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <memory>
+#include <string_view>
 
 #include "posix/file_descriptor.h"
 #include "posix/last_error.h"
@@ -28,12 +29,24 @@ bool IsVisible(const GElf_Sym& symbol) {
          (visibility == STV_DEFAULT || visibility == STV_PROTECTED);
 }
 
+// Every vendor object hands a string to the constructor of its base class.
+std::optional<int> StringAbiOf(std::string_view name) {
+  if (!name.starts_with("_ZN7CVendorC")) {
+    return {};
+  }
+  return name.find("__cxx11") != std::string_view::npos ? 1 : 0;
+}
+
 void ReadSymbols(Elf* elf, Elf_Scn* section, const GElf_Shdr& header, LibraryFile* file) {
   Elf_Data* data = elf_getdata(section, nullptr);
   GElf_Sym symbol;
   for (int i = 0; data != nullptr && gelf_getsym(data, i, &symbol) != nullptr; ++i) {
+    const std::string name = TextAt(elf, header.sh_link, symbol.st_name);
     if (IsVisible(symbol)) {
-      file->exports.push_back(TextAt(elf, header.sh_link, symbol.st_name));
+      file->exports.push_back(name);
+    }
+    if (const auto abi = StringAbiOf(name)) {
+      file->stringAbi = abi;
     }
   }
   std::ranges::sort(file->exports);
@@ -136,6 +149,7 @@ std::optional<LibraryFile> ReadLibraryFile(const std::string& path, std::string*
     }
   }
   ReadSegments(elf.get(), &file);
+  elf_rawfile(elf.get(), &file.size);
   file.isSharedLibrary = header.e_type == ET_DYN && !isProgram;
   file.isForThisMachine = IsForSameMachine(header);
   return file;

@@ -9,8 +9,10 @@
 namespace orvhost {
 
 struct LibraryFile {
+  std::size_t size = 0;                // bytes
   bool isSharedLibrary = false;        // and not a program
   bool isForThisMachine = false;       // class, byte order and processor are this program's
+  std::optional<int> stringAbi;        // that of the strings which it hands to the host's CVendor: 0 or 1
   std::vector<std::string> exports;    // names that it defines for others, sorted
   std::vector<std::string> needed;     // libraries that it needs, in the order of the file
   std::optional<std::string> runPath;  // where they are looked for by its own wish, separated by colons

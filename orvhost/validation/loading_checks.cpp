@@ -11,8 +11,9 @@ namespace {
 
 CheckResult CheckLoad(const Candidate& candidate) {
   PrepareTrial(candidate);
-  return dlopen(candidate.path.c_str(), RTLD_NOW | RTLD_LOCAL) != nullptr ? CheckResult::Pass()
-                                                                          : CheckResult::Fail(dlerror());
+  return dlopen(candidate.path.c_str(), RTLD_NOW | RTLD_LOCAL) != nullptr
+             ? CheckResult::Pass("loaded with RTLD_NOW and RTLD_LOCAL")
+             : CheckResult::Fail(dlerror());
 }
 
 CheckResult CheckUnload(const Candidate& candidate) {
@@ -28,7 +29,7 @@ CheckResult CheckUnload(const Candidate& candidate) {
 // Asks for an object that must not exist.
 CheckResult NoObjectFor(const Candidate& candidate, const char* className, const char* provider) {
   return WithPlugin(candidate, [&](const Plugin& plugin) {
-    return plugin.Create(className, provider) == nullptr ? CheckResult::Pass()
+    return plugin.Create(className, provider) == nullptr ? CheckResult::Pass("it gives none")
                                                          : CheckResult::Fail("it gives an object all the same");
   });
 }
@@ -49,14 +50,14 @@ CheckResult CheckOtherClass(const Candidate& candidate) {
         return CheckResult::Fail("it gives an object for the class \"" + name + "\"");
       }
     }
-    return CheckResult::Pass();
+    return CheckResult::Pass("none for 5 other names");
   });
 }
 
 CheckResult CheckReleaseOfNull(const Candidate& candidate) {
   return WithPlugin(candidate, [](const Plugin& plugin) {
     plugin.Release(nullptr);
-    return CheckResult::Pass();
+    return CheckResult::Pass("it came back");
   });
 }
 

@@ -17,7 +17,7 @@ constexpr int kManyTimes = 50;
 CheckResult CheckObject(const Candidate& candidate) {
   return WithVendor(candidate, [](CVendor& vendor) {
     return vendor.GetFirmwareHandler() == nullptr
-               ? CheckResult::Pass()
+               ? CheckResult::Pass("it has no firmware handler yet")
                : CheckResult::Fail("it has a firmware handler before it is linked to the device");
   });
 }
@@ -26,14 +26,15 @@ CheckResult CheckEmptyProvider(const Candidate& candidate) {
   return WithPlugin(candidate, [&candidate](const Plugin& plugin) {
     CVendor* vendor = plugin.Create(candidate.className.c_str(), "");
     plugin.Release(vendor);
-    return vendor != nullptr ? CheckResult::Pass() : CheckResult::Fail("it gives no object");
+    return vendor != nullptr ? CheckResult::Pass("it gives one") : CheckResult::Fail("it gives no object");
   });
 }
 
 CheckResult CheckClassName(const Candidate& candidate) {
   return WithVendor(candidate, [&candidate](CVendor& vendor) {
     const std::string name = vendor.GetVendorClassName();
-    return name == candidate.className ? CheckResult::Pass() : CheckResult::Fail("the object reports \"" + name + "\"");
+    return name == candidate.className ? CheckResult::Pass(name)
+                                       : CheckResult::Fail("the object reports \"" + name + "\"");
   });
 }
 
@@ -53,7 +54,7 @@ CheckResult CheckRelease(const Candidate& candidate) {
         return CheckResult::Fail("the firmware handler lives on after the release of its object");
       }
     }
-    return CheckResult::Pass();
+    return CheckResult::Pass("0 objects and 0 firmware handlers are left");
   });
 }
 
@@ -83,7 +84,7 @@ CheckResult CheckTwoObjects(const Candidate& candidate) {
     if (second.status != CheckResult::Status::kPass) {
       return second;
     }
-    return first.GetVendorClassName() == name ? CheckResult::Pass()
+    return first.GetVendorClassName() == name ? CheckResult::Pass("the first lives on after the second")
                                               : CheckResult::Fail("releasing one object damages the other");
   });
 }
@@ -91,7 +92,7 @@ CheckResult CheckTwoObjects(const Candidate& candidate) {
 CheckResult CheckLinkDevice(const Candidate& candidate) {
   return WithVendor(candidate, [](CVendor& vendor) {
     vendor.LinkDevice();
-    return vendor.GetFirmwareHandler() != nullptr ? CheckResult::Pass()
+    return vendor.GetFirmwareHandler() != nullptr ? CheckResult::Pass("it has a firmware handler")
                                                   : CheckResult::Fail("there is no firmware handler afterwards");
   });
 }
@@ -112,7 +113,7 @@ CheckResult CheckAnswers(const Candidate& candidate) {
     if (vendor.EndOutputDeviceConfigInfo(candidate.folder + "/work/", nullptr) != 0) {
       return CheckResult::Fail("ending a report does not answer 0");
     }
-    return CheckResult::Pass();
+    return CheckResult::Pass("hardware version \"" + hardware + "\", no failed update, report ended");
   });
 }
 
@@ -129,7 +130,8 @@ CheckResult CheckLists(const Candidate& candidate) {
     if (applications.empty() || applications.front().name != "kept") {
       return CheckResult::Fail("the list of linked applications is cleared");
     }
-    return CheckResult::Pass();
+    return CheckResult::Pass(std::to_string(missing.size() - 1) + " and " + std::to_string(applications.size() - 1) +
+                             " entries appended to two lists of one");
   });
 }
 
@@ -142,7 +144,7 @@ CheckResult CheckUnknownMethod(const Candidate& candidate) {
         return CheckResult::Fail("the method \"" + name + "\" answers " + std::to_string(result) + " and not -1");
       }
     }
-    return CheckResult::Pass();
+    return CheckResult::Pass("-1 for two names");
   });
 }
 
@@ -159,7 +161,7 @@ CheckResult CheckNoCommands(const Candidate& candidate) {
   CheckResult life = WithVendor(candidate, [](CVendor& vendor) {
     vendor.LinkDevice();
     vendor.GetHardwareVersion();
-    return CheckResult::Pass();
+    return CheckResult::Pass("none was asked for");
   });
   if (life.status != CheckResult::Status::kPass || RefusedCommands().empty()) {
     return life;
@@ -172,6 +174,7 @@ CheckResult CheckNoWrites(const Candidate& candidate) {
   if (life.status != CheckResult::Status::kPass) {
     return life;
   }
+  std::string written;
   for (const auto& entry : fs::recursive_directory_iterator(candidate.folder)) {
     const std::string name = entry.path().lexically_relative(candidate.folder).string();
     const bool allowed =
@@ -179,8 +182,11 @@ CheckResult CheckNoWrites(const Candidate& candidate) {
     if (!allowed) {
       return CheckResult::Fail("it writes " + name);
     }
+    if (name.starts_with("install/")) {
+      written += (written.empty() ? "" : ", ") + name;
+    }
   }
-  return CheckResult::Pass();
+  return CheckResult::Pass(written.empty() ? "nothing is written" : "it writes " + written);
 }
 
 }  // namespace

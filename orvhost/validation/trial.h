@@ -1,5 +1,5 @@
 // A plug-in on trial: loaded under an install path that is an empty folder, with a host that refuses to run commands
-// and remembers what it was asked to run. For the process of one check, which ends afterwards.
+// and makes no pauses, and remembers what it was asked for. For the process of one check, which ends afterwards.
 #ifndef ORVHOST_VALIDATION_TRIAL_H
 #define ORVHOST_VALIDATION_TRIAL_H
 
@@ -11,12 +11,16 @@
 
 namespace orvhost {
 
-// Configures this process for a trial in the folder of `candidate`: install path "install", and "work" as the current,
-// home and temporary folder.
+// Configures this process for a trial in the folder of `candidate`: install path kInstallFolder below it, and "work" as
+// the current, home and temporary folder.
+inline constexpr const char* kInstallFolder = "/install";
 void PrepareTrial(const Candidate& candidate);
 
 // The commands that were refused in this process.
 [[nodiscard]] const std::vector<std::string>& RefusedCommands();
+
+// The pauses that were asked for in this process, in milliseconds; none of them was made.
+[[nodiscard]] unsigned long PausesAskedFor();
 
 // Prepares a trial, loads the plug-in, and returns what `judge(plugin)` finds; a failure when it cannot be loaded.
 template <typename Judge>

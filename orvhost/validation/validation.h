@@ -35,6 +35,9 @@ struct ValidationCheck {
 // Of its objects.
 [[nodiscard]] std::span<const ValidationCheck> ObjectChecks();
 
+// Of what a host meets on a machine where nothing is prepared for the device.
+[[nodiscard]] std::span<const ValidationCheck> HostChecks();
+
 }  // namespace orvhost
 
 #endif  // ORVHOST_VALIDATION_VALIDATION_H

@@ -217,7 +217,7 @@ class InstalledPackages(Kit, unittest.TestCase):
     def install(cls):
         with open(BUILD / "host/orv.pc") as file:
             cls.abi = int(re.search(r"cxx11_abi=([01])", file.read()).group(1))
-        output_of("cpack", "--config", BUILD / "CPackConfig.cmake", "-B", cls.folder / "packages")
+        output_of("cpack", "-G", "DEB", "--config", BUILD / "CPackConfig.cmake", "-B", cls.folder / "packages")
         packages = sorted((cls.folder / "packages").glob("*.deb"))
         begin_database(cls.root, [name for name in dependencies(packages) if name != "orvhost"])
         (cls.root / "etc").mkdir()

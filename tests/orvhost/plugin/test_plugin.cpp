@@ -33,6 +33,9 @@ bool Asked(const std::string& wanted) {
   return false;
 }
 
+// The thread that loaded the plug-in.
+const unsigned long kLoader = GetCurrentThreadId();
+
 std::string VendorClass() {
   return Asked("class-MINE_Vendor") ? "MINE_Vendor" : "CBMC_KESTREL_Vendor";
 }
@@ -178,6 +181,12 @@ class TestFirmware : public CFirmware {
       Trace(CTraceUtility::TRACE_DBG_ERROR, "Failed to execute ipmi command(GetDeviceID) CompletionCode:C3");
       return "abnormal";
     }
+    if (Asked("invents-version")) {
+      CCommon_Information::GetResultLine("ipmitool raw 0x06 0x01");
+    }
+    if (Asked("empty-version")) {
+      return "";
+    }
     const char* version = getenv("TEST_PLUGIN_VERSION");
     return version != nullptr ? version : "01-23";
   }
@@ -186,6 +195,9 @@ class TestFirmware : public CFirmware {
     Trace(CTraceUtility::TRACE_DBG_FLOW, "CheckVendorVersion [" + first + "] [" + second + "]");
     if (Asked("no-difference")) {
       return 0;
+    }
+    if (Asked("orders-all")) {
+      return 1;
     }
     const auto isGood = [](const std::string& text) { return text.size() == 5 || text.starts_with("BMC:"); };
     const bool secondIsGood = isGood(second) && !Asked("finds-malformed");
@@ -204,7 +216,7 @@ class TestFirmware : public CFirmware {
       (void)!std::system(CommandAsked().c_str());
     }
     if (!Asked("unprepared")) {
-      return 0;
+      return Asked("odd-gate") ? 5 : 0;
     }
     CTraceUtility::WriteTrace("bmc", "MSGID_BMC_0016_F", "0B");
     return 1;
@@ -392,6 +404,12 @@ class TestVendor : public CVendor {
       (void)RunAtTheGate();
     }
     Trace(CTraceUtility::TRACE_DBG_FLOW, "LinkDevice [START]");
+    if (Asked("links-late")) {
+      Sleep(6000);
+    }
+    if (Asked("makes-install-path")) {
+      _mkdir(CFileUtility::GetInstallPath(0).c_str());
+    }
     if (!Asked("no-handler")) {
       firmwareHandler = new TestFirmware(provider);
     }
@@ -510,7 +528,8 @@ bool IsWanted(const char* className, const char* provider) {
 
 CVendor* GetVendorFactory(const char* className, const char* provider) {
   SwapAt("load");
-  if (Asked("no-vendor") || !IsWanted(className, provider)) {
+  if ((Asked("one-thread") && GetCurrentThreadId() != kLoader) || Asked("no-vendor") ||
+      !IsWanted(className, provider)) {
     return nullptr;
   }
   Misbehave();

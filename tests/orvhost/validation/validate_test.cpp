@@ -20,11 +20,21 @@ class Validate : public Orvhost {
     return lines;
   }
 
+  // That member of the check with that name.
+  std::string Of(const std::string& name, const std::string& member) const {
+    for (const json& check : object_["checks"]) {
+      if (check["name"] == name) {
+        return check[member].get<std::string>();
+      }
+    }
+    return "";
+  }
+
   // Validates the plug-in and returns what failed.
   refhost::Lines Failures(const std::string& plugin, const std::string& options = "") {
     object_ = RunJson("validate \"" + plugin + "\" " + options);
     refhost::Lines failures = Ending("fail");
-    EXPECT_EQ(object_["checks"].size(), 26U);
+    EXPECT_EQ(object_["checks"].size(), 33U);
     EXPECT_EQ(object_["exit_code"], failures.empty() ? 0 : 3);
     EXPECT_EQ(object_["verdict"], failures.empty() ? "valid" : "not-valid");
     EXPECT_EQ(object_["changed"], false);
@@ -57,8 +67,8 @@ TEST_F(Validate, WhatIsNoFileOrNoLibraryFailsAndTheRestIsSkipped) {
       {ORVHOST_PROGRAM, "file: it is an ELF file, but no shared library"}};
   for (const auto& [path, reason] : cases) {
     EXPECT_EQ(Failures(path), refhost::Lines{reason});
-    EXPECT_EQ(Ending("skip").size(), 25U);
-    EXPECT_EQ(Ending("skip")[0], "entry-points: it needs \"file\"");
+    EXPECT_EQ(Ending("skip").size(), 32U);
+    EXPECT_EQ(Ending("skip")[0], "string-abi: it needs \"file\"");
   }
 }
 
@@ -114,8 +124,8 @@ TEST_F(Validate, FailsForALibraryThatStaysInMemory) {
 
 TEST_F(Validate, FailsForACrashAnExitOrAnExceptionInTheFactory) {
   EXPECT_EQ(FailuresOf("crashes"), refhost::Lines{"object: it was ended by signal 11 (Segmentation fault)"});
-  EXPECT_EQ(Ending("skip").size(), 11U);
-  EXPECT_EQ(Ending("pass").size(), 14U);
+  EXPECT_EQ(Ending("skip").size(), 17U);
+  EXPECT_EQ(Ending("pass").size(), 15U);
   EXPECT_EQ(FailuresOf("exits"), refhost::Lines{"object: it ended the process with exit status 5"});
   EXPECT_EQ(FailuresOf("throws-in-factory"), refhost::Lines{"object: an exception left it: basic_string::substr"});
   EXPECT_EQ(FailuresOf("releases-null"), refhost::Lines{"release-null: it was ended by signal 6 (Aborted)"});
@@ -148,6 +158,67 @@ TEST_F(Validate, FailsForAnObjectThatDoesNotKeepToTheContract) {
   EXPECT_EQ(FailuresOf("incompatible"), refhost::Lines{"answers: the hardware version is not compatible with itself"});
   EXPECT_EQ(FailuresOf("clears-list"), refhost::Lines{"lists: the list of missing prerequisites is cleared"});
   EXPECT_EQ(FailuresOf("any-method"), refhost::Lines{"unknown-method: the method \"\" answers 0 and not -1"});
+}
+
+TEST_F(Validate, FailsForTheOtherStringAbi) {
+  const refhost::Lines failures = Failures(TEST_PLUGIN_VARIANT "other_string_abi.so");
+  ASSERT_EQ(failures.size(), 2U);
+  const int own = _GLIBCXX_USE_CXX11_ABI;
+  EXPECT_EQ(failures[0], "string-abi: it is built with _GLIBCXX_USE_CXX11_ABI=" + std::to_string(1 - own) +
+                             " and the host's libraries with " + std::to_string(own));
+  EXPECT_NE(failures[1].find("undefined symbol: "), std::string::npos) << failures[1];
+  EXPECT_EQ(object_["facts"]["plugin_string_abi"], std::to_string(1 - own));
+  EXPECT_EQ(object_["facts"]["host_string_abi"], std::to_string(own));
+}
+
+TEST_F(Validate, FailsForWhatAHostCannotLiveWith) {
+  const refhost::Lines late = FailuresOf("links-late");
+  ASSERT_EQ(late.size(), 1U);
+  EXPECT_TRUE(late[0].starts_with("link-time: it takes 6.0")) << late[0];
+  EXPECT_TRUE(Of("link-time", "evidence").ends_with(" s, 0 commands and pauses of 6000 ms asked for"));
+  EXPECT_EQ(FailuresOf("makes-install-path"),
+            refhost::Lines{"no-install: it makes the install path, which is the host's"});
+  EXPECT_EQ(FailuresOf("one-thread"),
+            refhost::Lines{"other-thread: it gives no object on another thread than the one that loads it"});
+  EXPECT_EQ(FailuresOf("orders-all"), refhost::Lines{"version-order: comparing \"\" with \"\" answers 1 and not 0"});
+  EXPECT_EQ(FailuresOf("odd-gate"), refhost::Lines{"pre-update: it answers 5 and neither 0 nor 1"});
+  EXPECT_EQ(FailuresOf("empty-version"), refhost::Lines{"no-device: it answers an empty text"});
+  EXPECT_EQ(FailuresOf("invents-version"),
+            refhost::Lines{"no-device: it answers \"01-23\" although no command was run"});
+}
+
+TEST_F(Validate, SaysWhatItSawOfThePlugin) {
+  EXPECT_EQ(Failures(REAL_PLUGIN_PATH), refhost::Lines{});
+  EXPECT_EQ(Of("entry-points", "evidence"), "GetVendorFactory, ReleaseVendor");
+  EXPECT_EQ(Of("class-name", "evidence"), "CBMC_KESTREL_Vendor");
+  EXPECT_EQ(Of("no-install", "evidence"), "it makes its firmware handler all the same");
+  EXPECT_TRUE(Of("link-time", "evidence").ends_with(" s, 0 commands and pauses of 0 ms asked for"));
+  // With an IPMI tool on this machine it asks three times; without one it knows at once.
+  const bool hasTool = Of("pre-update", "evidence") == "it answers 0";
+  EXPECT_EQ(Of("no-device", "evidence"), hasTool
+                                             ? "it answers \"abnormal\", 3 commands and pauses of 20000 ms asked for"
+                                             : "it answers \"abnormal\", 0 commands and pauses of 0 ms asked for");
+  for (const json& check : object_["checks"]) {
+    EXPECT_LT(std::stod(check["seconds"].get<std::string>()), 20) << check;
+    EXPECT_NE(check["evidence"], "") << check;
+  }
+}
+
+TEST_F(Validate, SaysWhatWasJudgedWithWhat) {
+  EXPECT_EQ(Failures(REAL_PLUGIN_PATH), refhost::Lines{});
+  const json& facts = object_["facts"];
+  EXPECT_EQ(facts["plugin"], REAL_PLUGIN_PATH);
+  EXPECT_EQ(facts["plugin_sha256"], Sha256Of(REAL_PLUGIN_PATH));
+  EXPECT_EQ(facts["plugin_string_abi"], facts["host_string_abi"]);
+  EXPECT_EQ(facts["vendor_class"], "CBMC_KESTREL_Vendor");
+  EXPECT_TRUE(facts["validated"].get<std::string>().ends_with("Z")) << facts;
+  EXPECT_TRUE(facts["host"].get<std::string>().starts_with("orvhost "));
+  for (const std::string key : {"liborv_dllcommon_so", "liborv_providerbase_so"}) {
+    EXPECT_EQ(facts[key + "_sha256"], Sha256Of(facts[key]));
+  }
+  Failures(folder_ / "missing.so");
+  EXPECT_FALSE(object_["facts"].contains("plugin_sha256"));
+  EXPECT_FALSE(object_["facts"].contains("plugin_string_abi"));
 }
 
 TEST_F(Validate, FailsForWhatLivesOnAfterItsRelease) {
@@ -189,14 +260,14 @@ TEST_F(Validate, NoCommandIsRunAndNothingIsWrittenBesideTheScratchFolder) {
 TEST_F(Validate, PeopleGetATable) {
   EXPECT_EQ(Run("validate \"" REAL_PLUGIN_PATH "\""), 0);
   EXPECT_EQ(out_.find("pass  file            It is an ELF shared library for this kind of machine.\n"), 0U) << out_;
-  EXPECT_NE(out_.find("\nThe plug-in passes all 26 checks.\n"), std::string::npos) << out_;
+  EXPECT_NE(out_.find("\nThe plug-in passes all 33 checks.\n"), std::string::npos) << out_;
   EXPECT_EQ(Run("validate \"" TEST_PLUGIN_VARIANT "extra_export.so\""), 3);
   EXPECT_NE(out_.find("\nfail  exports         It exports nothing else.\n"
                       "                      -> it also exports SomethingElse\n"),
             std::string::npos)
       << out_;
   EXPECT_EQ(err_, "orvhost validate: The plug-in " TEST_PLUGIN_VARIANT
-                  "extra_export.so fails these of the 26 checks: exports.\n"
+                  "extra_export.so fails these of the 33 checks: exports.\n"
                   "  verdict:         not-valid, exit code 3\n"
                   "  flash:           not touched by this run\n"
                   "  next step:       Do not use this plug-in before its maker has corrected what the failed checks "
