@@ -10,6 +10,8 @@
 #include <system_error>
 
 #include "orvhost/commands/commands.h"
+#include "orvhost/commands/output_file.h"
+#include "orvhost/commands/validation_page.h"
 #include "orvhost/run/failure.h"
 #include "orvhost/validation/host_libraries.h"
 #include "orvhost/validation/library_file.h"
@@ -155,7 +157,7 @@ std::vector<Fact> FactsOf(const Options& options, const Candidate& candidate) {
   return facts;
 }
 
-Outcome Validate(const Run& run) {
+Outcome Judge(const Run& run) {
   Outcome outcome;
   outcome.phase = "validate";
   Validation validation(run.options);
@@ -190,12 +192,28 @@ Outcome Validate(const Run& run) {
   return outcome;
 }
 
+Outcome Validate(const Run& run) {
+  Outcome outcome = Judge(run);
+  const std::string& page = run.options.pageFile;
+  if (page.empty() || outcome.listing.entries.empty()) {
+    return outcome;
+  }
+  Outcome unwritten;
+  unwritten.phase = outcome.phase;
+  if (!WriteOutputFile(run, "--html", page, ToValidationPage(outcome), OutputFile::kMustBeNew, &unwritten)) {
+    return unwritten;
+  }
+  outcome.facts.push_back({"page", "Page", page});
+  return outcome;
+}
+
 std::string RefuseOddTime(const std::string& text) {
   const double seconds = std::strtod(text.c_str(), nullptr);
   return seconds >= 0.001 && seconds <= 3600 ? "" : "it must be between 0.001 and 3600 seconds";
 }
 
-constexpr const char* kValidateHelp = R"(Checks a plug-in's file, its loading, its entry points, the life of its objects,
+constexpr const char* kValidateHelp =
+    R"(Checks a plug-in's file, its loading, its entry points, the life of its objects,
 and what a host meets where no device answers, against the host's contract. No
 device is touched: commands that the plug-in wants to run through the host are
 refused and listed, pauses that it asks for are not made, and its install path
@@ -205,6 +223,11 @@ stopped, so do not validate a file that you would not load.
 A plug-in for another device has a vendor class of another name: give it with
 --class.
 
+With --html the report is also written as a page for a browser: the plug-in and
+the host libraries with their SHA-256, each check with its result and what was
+seen. The page has no script, fetches nothing, and prints well. FILE must not be
+there yet.
+
 Each check has a process of its own, so a crash, an exit or a hang is its result
 and the others go on. A check ends in "pass", "fail" or, when one before it that
 it needs did not pass, "skip".
@@ -212,10 +235,10 @@ it needs did not pass, "skip".
 Examples:
   orvhost validate
   orvhost validate ./liborvp_KESTREL_BMC.so --json
-  orvhost validate ./mine.so --class MINE_Vendor
+  orvhost validate ./mine.so --class MINE_Vendor --html validation.html
 
-Exit codes: 0 all checks pass; 2 there is no folder to check in; 3 a check
-failed.)";
+Exit codes: 0 all checks pass; 2 there is no folder to check in, or FILE cannot
+be made; 3 a check failed; 7 FILE was not written.)";
 
 }  // namespace
 
@@ -225,6 +248,7 @@ const Command kValidateCommand = {
     kValidateHelp,
     {{"file", &Options::pluginPath, "Plug-in to judge, instead of the one of --plugin", "PLUGIN.so"},
      {"--class", &Options::className, "Vendor class to ask it for, instead of CBMC_KESTREL_Vendor", "NAME"},
+     {"--html", &Options::pageFile, "Write the report as a page for a browser to this new file", "FILE"},
      {"--time-limit", &Options::timeLimit, "Seconds that each check may take", "SECONDS", false, true, RefuseOddTime}},
     Validate};
 

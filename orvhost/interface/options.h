@@ -44,7 +44,7 @@ struct Options {
   std::string methodName;
   std::string metricsFile;  // "" for the standard output
   bool ifWaiting = false;   // verify only what waits for it
-  std::string pageFile;     // of a run as a page; "" for none
+  std::string pageFile;     // of a run, or a validation, as a page; "" for none
   std::string runName;      // id of a run, the beginning of one, or "last"
   std::vector<std::string> codes;
   double timeLimit = 20.0;  // seconds for each check of a plug-in

@@ -5,9 +5,8 @@
 #include <cstdio>
 #include <map>
 
-#include "orvhost/interface/printable.h"
 #include "orvhost/journal/journal_line.h"
-#include "orvhost/journal/page_style.h"
+#include "orvhost/journal/page_frame.h"
 #include "orvhost/journal/story.h"
 #include "orvhost/journal/time_line.h"
 #include "orvhost/trace/error_text.h"
@@ -44,7 +43,6 @@ class Page {
   std::string Whole();
 
  private:
-  void Head();
   void Result();
   void Evidence(const nlohmann::json& error);
   void Facts();
@@ -66,24 +64,13 @@ class Page {
 };
 
 std::string Page::Whole() {
-  Head();
+  html_ = PageHead(Title());
   Result();
   Facts();
   Drawing();
   Events();
-  html_ += "<footer>Made by orvhost " ORVHOST_VERSION " from " + Html(journal_) +
-           ", which has more: every line of the trace.</footer>\n</body>\n</html>\n";
+  html_ += PageFoot("from " + journal_ + ", which has more: every line of the trace.");
   return std::move(html_);
-}
-
-void Page::Head() {
-  html_ =
-      "<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n"
-      "<meta http-equiv=\"Content-Security-Policy\" content=\"default-src 'none'; style-src 'unsafe-inline'; "
-      "img-src data:\">\n"
-      "<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\">\n<link rel=\"icon\" href=\"data:,\">\n"
-      "<title>" +
-      Html(Title()) + "</title>\n<style>" + kPageStyle + "</style>\n</head>\n<body>\n<h1>" + Html(Title()) + "</h1>\n";
 }
 
 void Page::Result() {
@@ -103,9 +90,8 @@ void Page::Result() {
     return;
   }
   const bool failed = outcome->value("exit_code", nlohmann::json()) != 0;
-  html_ += std::string("<p class=\"verdict ") + (failed ? "bad\">&#10007; " : "good\">&#10003; ") +
-           Html(run_.OutcomeText("verdict")) + ", exit code " +
-           Html(outcome->value("exit_code", nlohmann::json()).dump()) + "</p>\n";
+  html_ += PageVerdict(
+      !failed, run_.OutcomeText("verdict") + ", exit code " + outcome->value("exit_code", nlohmann::json()).dump());
   const nlohmann::json error = outcome->value("error", nlohmann::json());
   if (error.is_object()) {
     html_ += "<div class=\"todo\"><p>" + Html(TextIn(error, "cause")) + "</p>\n";
@@ -149,9 +135,7 @@ void Page::Facts() {
 }
 
 void Page::Item(const std::string& name, const std::string& value) {
-  if (!value.empty()) {
-    html_ += "<dt>" + Html(name) + "</dt><dd>" + Html(value) + "</dd>\n";
-  }
+  html_ += PageItem(name, value);
 }
 
 void Page::Drawing() {
@@ -244,32 +228,6 @@ void Page::Event(const StoryLine& line) {
 }
 
 }  // namespace
-
-std::string Html(std::string_view text) {
-  std::string html;
-  for (const char letter : Printable(text)) {
-    switch (letter) {
-      case '&':
-        html += "&amp;";
-        break;
-      case '<':
-        html += "&lt;";
-        break;
-      case '>':
-        html += "&gt;";
-        break;
-      case '"':
-        html += "&quot;";
-        break;
-      case '\'':
-        html += "&#39;";
-        break;
-      default:
-        html += letter;
-    }
-  }
-  return html;
-}
 
 std::string ToPage(const RecordedRun& run, const std::string& journal) {
   return Page(run, journal).Whole();

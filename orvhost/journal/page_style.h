@@ -1,4 +1,4 @@
-// What the page of a run looks like: at a screen of any width, light or dark, and on paper.
+// What the pages look like: at a screen of any width, light or dark, and on paper.
 #ifndef ORVHOST_JOURNAL_PAGE_STYLE_H
 #define ORVHOST_JOURNAL_PAGE_STYLE_H
 
@@ -51,10 +51,14 @@ td.at { text-align: right; white-space: nowrap; color: var(--soft); font-variant
 td.text { overflow-wrap: anywhere; white-space: pre-wrap; }
 tr.phase td { font-weight: 600; border-top-width: 2px; }
 tr.failure td.text { color: var(--bad); font-weight: 600; }
+td.result { white-space: nowrap; font-weight: 600; }
 .answer { display: block; color: var(--soft); padding-left: 2ch; }
 footer { margin-top: 2rem; font-size: .85rem; color: var(--soft); overflow-wrap: anywhere; }
 @media (max-width: 45rem) {
   .row { grid-template-columns: 1fr; }
+  table.checks tr { display: block; border-top: 1px solid var(--line); padding: .35rem 0; }
+  table.checks td { display: block; border: 0; text-align: left; } table.checks thead { display: none; }
+  table.checks td.at::after { content: " s"; }
   dl { grid-template-columns: 1fr; } dd { margin-bottom: .35rem; }
 }
 @media print {

@@ -221,6 +221,22 @@ TEST_F(Validate, SaysWhatWasJudgedWithWhat) {
   EXPECT_FALSE(object_["facts"].contains("plugin_string_abi"));
 }
 
+TEST_F(Validate, ThePageIsANewFileOrNoneIsWritten) {
+  const std::string page = folder_ / "page.html";
+  EXPECT_EQ(FailuresOf("odd-gate", "--html \"" + page + "\""),
+            refhost::Lines{"pre-update: it answers 5 and neither 0 nor 1"});
+  EXPECT_EQ(object_["facts"]["page"], page);
+  const std::string written = folder_.Read("page.html");
+  EXPECT_NE(written.find("it answers 5 and neither 0 nor 1"), std::string::npos) << written;
+  EXPECT_NE(written.find("not-valid, exit code 3"), std::string::npos) << written;
+  for (const std::string& path : {page, folder_.Path(), folder_ / "none/page.html"}) {
+    object_ = RunJson("validate --html \"" + path + "\"");
+    EXPECT_EQ(object_["verdict"], "file-unusable");
+    EXPECT_EQ(object_["exit_code"], 2);
+  }
+  EXPECT_EQ(folder_.Read("page.html"), written);
+}
+
 TEST_F(Validate, FailsForWhatLivesOnAfterItsRelease) {
   EXPECT_EQ(FailuresOf("keeps-vendor"), refhost::Lines{"release: the object lives on after its release"});
   EXPECT_EQ(FailuresOf("keeps-handler"),
