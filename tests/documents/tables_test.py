@@ -87,6 +87,18 @@ class HostContract(unittest.TestCase):
             self.assertIn(f"{name}(", headers)
 
 
+    def test_every_special_value(self):
+        built = re.findall(r"(?m)^inline constexpr .*?\b(k[A-Z]\w+) = ([^;]+);", document("host/Results.h"))
+        self.assertGreaterEqual(len(built), 14)
+        table = " ".join(row[0] for row in rows(section("docs/host-contract.md", "## Special values")))
+        for name, value in built:
+            with self.subTest(name):
+                value = {"~0UL": "all bits set"}.get(value, value)
+                shown = f"`{value}`" if value.startswith('"') else value
+                self.assertIn(f"`{name}` {shown}", table)
+        self.assertEqual(sorted(re.findall(r"`(k\w+)`", table)), sorted(name for name, _ in built))
+
+
 class VirtualServer(unittest.TestCase):
     def test_every_command_of_the_bmc(self):
         built = {f"{netfn} {command}" for netfn, command in
