@@ -61,7 +61,7 @@ class ExampleFirmware : public CFirmware {
 
 class ExampleVendor : public CVendor {
  public:
-  explicit ExampleVendor(std::string provider) : CVendor(provider) {
+  explicit ExampleVendor(const std::string& provider) : CVendor(provider) {
     vendorId = "example";
     deviceName = "Example";
     vendorClassName = kClass;
