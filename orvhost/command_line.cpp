@@ -39,7 +39,7 @@ Exit codes:
   2   bad usage, a confirmation is missing, or a folder or log file cannot be used
   3   the plug-in could not be loaded, or fails a check of "orvhost validate"
   4   something is missing on this machine
-  5   the package cannot be read
+  5   the package cannot be read, or is not trusted
   6   the package, or the report, is not for this machine, or the package is not
       newer and may be written only with --allow-older or --allow-reinstall
   7   failed; this run did not touch the flash
@@ -51,6 +51,7 @@ Exit codes:
 
 Files:
   /etc/orvhost.conf                   settings; see "orvhost config --help"
+  /etc/orvhost/keys.d                 keys of those whose packages are taken
   INSTALL_PATH/repository/state.json  what the host recorded
   INSTALL_PATH/journal                what every run did; see "orvhost history"
   INSTALL_PATH/orvhost.lock           held by the run that is at work
@@ -63,6 +64,7 @@ Files:
 
 Environment:
   ORVHOST_INSTALL_PATH     the install path, where --install-path is not given
+  SOURCE_DATE_EPOCH        the time of a signature; see "orvhost sign-package"
   TERM                     "dumb" for a terminal that cannot show a live line
   NO_COLOR                 set where nothing is to be coloured
   ORVHOST_LAB_MACHINE      set where any user may update; laboratory only
@@ -105,6 +107,9 @@ void AddArgument(CLI::App* subcommand, const Argument& argument, Options* option
   };
   CLI::Option* option = std::visit(add, argument.value);
   option->required(argument.isRequired);
+  if (argument.name[0] == '-') {
+    option->allow_extra_args(false);  // of several values each has the option's name before it
+  }
   if (argument.complaint != nullptr) {
     option->check(argument.complaint);
   }

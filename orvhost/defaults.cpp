@@ -3,6 +3,8 @@
 #include <cstdlib>
 #include <string_view>
 
+#include "orvhost/trust/key_folder.h"
+
 namespace orvhost {
 
 namespace {
@@ -29,6 +31,9 @@ Defaults::Defaults(Options* options) : options_(options), path_(ConfigurationPat
   Take("plugin", "--plugin", &options->pluginPath);
   Take("server_type", "--server-type", &options->serverType);
   Take("log_file", "--log-file", &options->logFile);
+  options->keyFolder = kKeyFolder;
+  Take("signatures", nullptr, &options->signatures);
+  Take("key_folder", nullptr, &options->keyFolder);
   std::string quiet = "no";
   Take(kQuiet, "--quiet", &quiet);
   options->quiet = quiet == "yes";
@@ -47,8 +52,8 @@ std::vector<Setting> Defaults::Settings(const CLI::App& app) const {
   std::vector<Setting> settings;
   for (const Source& source : sources_) {
     const std::string value = source.text != nullptr ? *source.text : options_->quiet ? "yes" : "no";
-    settings.push_back(
-        {source.key, value.empty() ? "none" : value, app.count(source.option) > 0 ? "command line" : source.origin});
+    const bool isGiven = source.option != nullptr && app.count(source.option) > 0;
+    settings.push_back({source.key, value.empty() ? "none" : value, isGiven ? "command line" : source.origin});
   }
   return settings;
 }

@@ -25,7 +25,7 @@ class Defaults {
  private:
   struct Source {
     const char* key;
-    const char* option;
+    const char* option;       // null for one that only the configuration file has
     const std::string* text;  // null for the one that is yes or no
     std::string origin;
   };

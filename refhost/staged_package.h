@@ -1,6 +1,7 @@
 // The update package of a run. Whoever owns the file that an operator names can replace it at any moment, so it is
 // copied once into a folder that nobody else can reach, and unpacked there by a process with limits, before anything
-// is done with it. What is judged, registered and written is this copy; its original's path is only for people.
+// is done with it. Between the two a signature of the copy can be looked at. What is judged, registered and written is
+// this copy; its original's path is only for people.
 #ifndef REFHOST_STAGED_PACKAGE_H
 #define REFHOST_STAGED_PACKAGE_H
 
@@ -24,10 +25,13 @@ inline constexpr const char* kNoArchive = "it is neither a zip nor a tar archive
 
 class REFHOST_EXPORT StagedPackage {
  public:
-  // Copies the file `original` and unpacks the copy under the install path, whose only user this process must be: what
-  // a killed run left there is removed first. Null, with `*failure`, when either fails; nothing is left behind then.
-  // There is one staged package at most.
+  // Copies the file `original` below the install path, whose only user this process must be: what a killed run left
+  // there is removed first. Null, with `*failure`, when that fails; nothing is left behind then. There is one staged
+  // package at most.
   [[nodiscard]] static std::unique_ptr<StagedPackage> Stage(const std::string& original, StagingFailure* failure);
+
+  // Unpacks the copy, once. False, with `*failure`, when that fails.
+  [[nodiscard]] bool Unpack(StagingFailure* failure) const;
 
   // True for a file in the folder that a run has for its package, and empties.
   [[nodiscard]] static bool IsInItsFolder(const std::string& path);
@@ -43,8 +47,9 @@ class REFHOST_EXPORT StagedPackage {
   ~StagedPackage();  // removes everything
 
   [[nodiscard]] const std::string& Original() const { return original_; }
+  [[nodiscard]] const std::string& Folder() const { return folder_; }  // for what else belongs to the package
   [[nodiscard]] std::string CopyPath() const;
-  [[nodiscard]] std::string FilesFolder() const;  // where it lies unpacked, until it is moved
+  [[nodiscard]] std::string FilesFolder() const;  // where it lies once it is unpacked, until it is moved
   [[nodiscard]] const std::string& Sha256() const { return sha256_; }
   [[nodiscard]] std::uintmax_t Size() const { return size_; }
 
@@ -56,13 +61,17 @@ class REFHOST_EXPORT StagedPackage {
   StagedPackage(std::string folder, std::string original);
 
   [[nodiscard]] bool Copy(StagingFailure* failure);
-  [[nodiscard]] bool Unpack(StagingFailure* failure) const;
 
   const std::string folder_;
   const std::string original_;
   std::string sha256_;
   std::uintmax_t size_ = 0;
 };
+
+// Unpacks an archive into `folder`, which must exist and be empty, by a process with limits; at most `room` bytes.
+// False, with `*failure`, when that fails; a part may then be unpacked.
+[[nodiscard]] REFHOST_EXPORT bool UnpackPackage(const std::string& archive, const std::string& folder,
+                                                std::uintmax_t room, StagingFailure* failure);
 
 // SHA-256 of a regular file's content as StagedPackage::Sha256 has it; "" with the reason in `*error` when it cannot be
 // read.

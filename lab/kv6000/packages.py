@@ -3,6 +3,7 @@
 A package is a zip archive with `module.json` and a firmware image `*.ima`; both are described in docs/lab.md.
 """
 
+import hashlib
 import json
 import random
 import struct
@@ -21,9 +22,12 @@ def make_image(version: str, payload_size: int = PAYLOAD_SIZE) -> bytes:
     return struct.pack("<8sBBHII12x", MAGIC, major, minor, 0, len(payload), zlib.crc32(payload)) + payload
 
 
-def module_json(version: str, model: str, server_types) -> str:
+def module_json(version: str, model: str, server_types, files: dict) -> str:
+    contents = {name: content.encode() if isinstance(content, str) else content for name, content in files.items()}
     return json.dumps({"name": "KV6000 BMC firmware", "version": version, "model": model,
-                       "server_types": list(server_types)}, indent=2) + "\n"
+                       "server_types": list(server_types),
+                       "files": {name: {"size": len(content), "sha256": hashlib.sha256(content).hexdigest()}
+                                 for name, content in contents.items()}}, indent=2) + "\n"
 
 
 def write_package(path: Path, version: str, files: dict, model="", server_types=("kv6000",),
@@ -31,7 +35,7 @@ def write_package(path: Path, version: str, files: dict, model="", server_types=
     """A package with its module.json and `files` (name in the archive: content), names taken as they are; those that
     `executable` names have that permission."""
     with zipfile.ZipFile(path, "w", zipfile.ZIP_DEFLATED) as archive:
-        for name, content in {"module.json": module_json(version, model, server_types), **files}.items():
+        for name, content in {"module.json": module_json(version, model, server_types, files), **files}.items():
             # A fixed date keeps the same package the same bytes.
             entry = zipfile.ZipInfo(name)
             entry.external_attr = (0o100755 if name in executable else 0o100644) << 16

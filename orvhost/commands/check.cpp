@@ -66,7 +66,8 @@ Outcome Check(const Run& run) {
   return outcome;
 }
 
-constexpr const char* kCheckHelp = R"(Checks a package in the order of an update: can it be read, is anything missing
+constexpr const char* kCheckHelp = R"(Checks a package in the order of an update: is it signed by a key of this
+machine (/etc/orvhost/keys.d), can it be read, is anything missing
 on this machine, is the package made for this server type, does the plug-in
 accept it for this hardware, how does its version compare with the running one,
 and would an update succeed: does the package hold what it needs, is the flash

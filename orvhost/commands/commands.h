@@ -41,12 +41,15 @@ extern const Command kMetricsCommand;
 extern const Command kConfigCommand;
 extern const Command kExplainCommand;
 extern const Command kValidateCommand;
+extern const Command kMakePackageCommand;
+extern const Command kSignPackageCommand;
 
-// In the order of the road of an update, then what helps beside it.
-[[nodiscard]] inline std::array<const Command*, 16> AllCommands() {
-  return {&kIdentifyCommand, &kCheckCommand,  &kUpdateCommand,  &kApplyCommand,   &kVerifyCommand, &kRollbackCommand,
-          &kReportCommand,   &kNotifyCommand, &kMethodsCommand, &kHistoryCommand, &kShowCommand,   &kDiagnoseCommand,
-          &kMetricsCommand,  &kConfigCommand, &kExplainCommand, &kValidateCommand};
+// In the order of the road of an update, then what helps beside it, then what makers of packages need.
+[[nodiscard]] inline std::array<const Command*, 18> AllCommands() {
+  return {&kIdentifyCommand, &kCheckCommand,       &kUpdateCommand,     &kApplyCommand,   &kVerifyCommand,
+          &kRollbackCommand, &kReportCommand,      &kNotifyCommand,     &kMethodsCommand, &kHistoryCommand,
+          &kShowCommand,     &kDiagnoseCommand,    &kMetricsCommand,    &kConfigCommand,  &kExplainCommand,
+          &kValidateCommand, &kMakePackageCommand, &kSignPackageCommand};
 }
 
 }  // namespace orvhost

@@ -26,6 +26,10 @@ The file has lines "key = value", and "#" before what is not meant:
   plugin = /srv/plugin.so      a path, as of --plugin
   server_type = kv6000         a word, as of --server-type
   log_file = /var/log/orv.log  a path, as of --log-file
+  signatures = required        or warn, or off: what becomes of a package that
+                               none of the installed keys signed; where nothing
+                               is said, "required" with a key, else "warn"
+  key_folder = /srv/keys.d     a path; /etc/orvhost/keys.d holds the keys else
   quiet = no                   yes or no, as of --quiet
 It must belong to root and be writable by nobody else. With an unknown key, a
 value of another type or such permissions no subcommand runs.

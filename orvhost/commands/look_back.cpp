@@ -14,14 +14,6 @@ FailedEnd JournalUnreadable(const std::string& cause) {
               "again as a user who can read it. What is no journal may be moved away."};
 }
 
-void Note(const Run& run, Outcome* outcome, const std::string& sentence) {
-  if (sentence.empty()) {
-    return;
-  }
-  outcome->notices.push_back(sentence);
-  run.console.Notice(sentence);
-}
-
 std::optional<RecordedRun> ReadRunNamed(const Run& run, const JournalList& journals, const std::string& name,
                                         Outcome* outcome) {
   const std::string folder = JournalFolder(run.options.installPath);

@@ -15,9 +15,6 @@ namespace orvhost {
 // A journal cannot be read; `cause` says which, why, and who can.
 [[nodiscard]] FailedEnd JournalUnreadable(const std::string& cause);
 
-// Adds the sentence to the notices, and says it; nothing for "".
-void Note(const Run& run, Outcome* outcome, const std::string& sentence);
-
 // The run that `name` stands for, as FindRun has it. Nothing, with the failure in `*outcome`, when there is no such run
 // or its journal cannot be read.
 [[nodiscard]] std::optional<RecordedRun> ReadRunNamed(const Run& run, const JournalList& journals,

@@ -4,6 +4,7 @@
 #include <filesystem>
 
 #include "host/DllCommon.h"
+#include "orvhost/commands/package_signature.h"
 #include "orvhost/commands/plugin_demands.h"
 #include "orvhost/commands/preflight.h"
 #include "orvhost/commands/version_form.h"
@@ -47,13 +48,18 @@ bool PackageCheck::Read() {
     return false;
   }
   std::string error;
-  if (!refhost::ReadPackageManifest(*package_, &manifest_, &error)) {
+  if (!refhost::ReadUnpackedManifest(package_->FilesFolder(), &manifest_, &error)) {
     return CannotBeUsed(error);
   }
-  outcome_->facts = {{"package", "Package", packagePath_},
-                     {"package_name", "Package name", manifest_.name},
-                     {"package_version", "Package version", manifest_.version},
-                     {"package_sha256", "Package SHA-256", package_->Sha256()}};
+  if (const std::string difference = refhost::DifferenceFromList(manifest_, package_->FilesFolder());
+      !difference.empty()) {
+    return CannotBeUsed(difference);
+  }
+  outcome_->facts.insert(outcome_->facts.begin() + 1, {{"package_name", "Package name", manifest_.name},
+                                                       {"package_version", "Package version", manifest_.version}});
+  if (!manifest_.listsFiles) {
+    Note(run_, outcome_, "The package is an older one, whose description lists no checksums of its files.");
+  }
   run_.console.Say("Package", manifest_.name + " " + manifest_.version);
   return true;
 }
@@ -61,8 +67,10 @@ bool PackageCheck::Read() {
 bool PackageCheck::StagePackage() {
   refhost::StagingFailure failure;
   package_ = refhost::StagedPackage::Stage(packagePath_, &failure);
-  if (package_) {
-    run_.journal.Package(packagePath_, package_->Sha256(), package_->Size());
+  if (package_ && !IsTrusted(run_, *package_, outcome_)) {
+    return false;
+  }
+  if (package_ && package_->Unpack(&failure)) {
     return true;
   }
   if (failure.reason == posix::ErrorText(ENOENT)) {

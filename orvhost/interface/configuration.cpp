@@ -19,7 +19,7 @@ namespace {
 
 constexpr std::size_t kLargest = 64UL * 1024UL;
 
-enum class Kind { kPath, kWord, kYesOrNo };
+enum class Kind { kPath, kWord, kYesOrNo, kPolicy };
 
 struct Key {
   const char* name;
@@ -29,6 +29,8 @@ constexpr auto kKeys = std::to_array<Key>({{"install_path", Kind::kPath},
                                            {"plugin", Kind::kPath},
                                            {"server_type", Kind::kWord},
                                            {"log_file", Kind::kPath},
+                                           {"signatures", Kind::kPolicy},
+                                           {"key_folder", Kind::kPath},
                                            {"quiet", Kind::kYesOrNo}});
 
 std::string_view Trimmed(std::string_view text) {
@@ -56,6 +58,9 @@ std::string Complaint(const Key& key, std::string_view value) {
   }
   if (key.kind == Kind::kYesOrNo && value != "yes" && value != "no") {
     return name + " must be yes or no";
+  }
+  if (key.kind == Kind::kPolicy && value != "required" && value != "warn" && value != "off") {
+    return name + " must be required, warn or off";
   }
   return "";
 }

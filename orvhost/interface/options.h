@@ -23,6 +23,8 @@ struct Options {
   std::string installPath;
   std::string serverType;  // "" for the one that the machine tells
   std::string logFile;     // "" for none
+  std::string signatures;  // "required", "warn" or "off"; "" for what the folder of keys makes of it
+  std::string keyFolder;
   bool verbose = false;
   bool quiet = false;
   bool yes = false;
@@ -47,6 +49,13 @@ struct Options {
   std::string pageFile;     // of a run, or a validation, as a page; "" for none
   std::string runName;      // id of a run, the beginning of one, or "last"
   std::vector<std::string> codes;
+  std::string source;   // of a package that is to be made: an image or a folder
+  std::string outFile;  // where that package is to stand
+  std::string firmwareVersion;
+  std::string packageName;
+  std::string packageModel;
+  std::vector<std::string> forTypes;  // server types
+  std::string signingKey;
   double timeLimit = 20.0;  // seconds for each check of a plug-in
   std::string className;    // vendor class to validate; "" for the one that this tool works with
 };

@@ -139,8 +139,15 @@ void Journal::Notice(const std::string& sentence) {
   Append("notice", {{"text", sentence}}, Durable::kNo);
 }
 
-void Journal::Package(const std::string& path, const std::string& sha256, std::uintmax_t size) {
-  Append("package", {{"path", path}, {"sha256", sha256}, {"size", size}}, Durable::kYes);
+void Journal::Package(const TakenPackage& package) {
+  Append("package",
+         {{"path", package.path},
+          {"sha256", package.sha256},
+          {"size", package.size},
+          {"signature", package.signature},
+          {"signed_by", package.signedBy},
+          {"signing_key", package.signingKey}},
+         Durable::kYes);
 }
 
 void Journal::Trace(const refhost::TraceRecord& record, const TraceWatch& watch) {

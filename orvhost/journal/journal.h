@@ -28,6 +28,16 @@ namespace orvhost {
 // A response of more bytes is cut.
 inline constexpr std::size_t kLongestResponse = 4096;
 
+// What the journal keeps of the package that a run is about.
+struct TakenPackage {
+  std::string path;  // that it had when it was read
+  std::string sha256;
+  std::uintmax_t size;
+  std::string signature;   // what came of it, a word
+  std::string signedBy;    // "" where that is not known, as in the next
+  std::string signingKey;  // a fingerprint
+};
+
 class Journal : public refhost::CommandObserver {
  public:
   // Until it is begun nothing is kept.
@@ -43,8 +53,8 @@ class Journal : public refhost::CommandObserver {
   void Phase(const std::string& name);
   void Notice(const std::string& sentence);
 
-  // The package that the run is about, by the path that it had when it was read.
-  void Package(const std::string& path, const std::string& sha256, std::uintmax_t size);
+  // The package that the run is about.
+  void Package(const TakenPackage& package);
 
   // `watch` has seen the record already: what it recognises is brought to the disk.
   void Trace(const refhost::TraceRecord& record, const TraceWatch& watch);

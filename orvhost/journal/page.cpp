@@ -126,6 +126,9 @@ void Page::Facts() {
     if (entry.kind == "package") {
       Item("Package", entry.Text("path"));
       Item("SHA-256", entry.Text("sha256"));
+      if (const std::string signature = SignatureInWords(entry); !signature.empty()) {
+        Item("Signature", signature);
+      }
     }
   }
   for (const std::string& sentence : Damage(run_)) {

@@ -126,7 +126,9 @@ std::string InWords(const CommandEnds& ends, const JournalEntry& entry, bool isT
     return "  reports " + entry.Text("text");
   }
   if (entry.kind == "package") {
-    return "  takes " + entry.Text("path") + ", SHA-256 " + entry.Text("sha256");
+    const std::string signature = SignatureInWords(entry);
+    return "  takes " + entry.Text("path") + ", SHA-256 " + entry.Text("sha256") +
+           (signature.empty() ? "" : "; " + signature);
   }
   if (entry.kind == "error_output") {
     return "  error output: " + InOneLine(entry);
@@ -151,6 +153,18 @@ std::string InWords(const CommandEnds& ends, const JournalEntry& entry, bool isT
 std::string PhaseInWords(const std::string& phase) {
   const auto* found = std::ranges::find_if(kPhases, [&](const auto& each) { return each.first == phase; });
   return found != kPhases.end() ? std::string(found->second) : phase;
+}
+
+std::string SignatureInWords(const JournalEntry& package) {
+  const std::string state = package.Text("signature");
+  if (state == "good") {
+    return "signed by " + package.Text("signed_by") + " (key " + package.Text("signing_key") + ")";
+  }
+  return state.empty()            ? ""
+         : state == "not-checked" ? "signature not looked at"
+         : state == "missing"     ? "not signed"
+         : state == "unknown-key" ? "signed by a key that is not installed"
+                                  : "signature refused: " + state;
 }
 
 std::vector<StoryLine> TellStory(const RecordedRun& run) {

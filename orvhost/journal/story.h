@@ -17,6 +17,9 @@ struct StoryLine {
   bool isTurningPoint = false;          // the flash or the shutdown begins
 };
 
+// What came of the signature of a package, by its entry; "" for one of a version that looked for none.
+[[nodiscard]] std::string SignatureInWords(const JournalEntry& package);
+
 // What a phase does, e.g. "writes the firmware".
 [[nodiscard]] std::string PhaseInWords(const std::string& phase);
 

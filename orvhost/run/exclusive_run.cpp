@@ -69,9 +69,11 @@ void ExclusiveRun::End(Outcome* outcome) {
     Notice(sentence);
   }
   outcome->runId = runId_;
-  outcome->notices = notices_;
+  const std::vector<std::string> ofTheSubcommand = outcome->notices;
+  outcome->notices.insert(outcome->notices.begin(), notices_.begin(), notices_.end());
   run_.journal.End(*outcome);
   outcome->notices = notices_;  // the journal's own end may have added one
+  outcome->notices.insert(outcome->notices.end(), ofTheSubcommand.begin(), ofTheSubcommand.end());
   lock_.Release();
   machineLock_.Release();
 }

@@ -35,6 +35,15 @@ void EnterPhase(const Run& run, Outcome* outcome, const std::string& phase) {
   run.progress.Enter(phase);
 }
 
+void Note(const Run& run, Outcome* outcome, const std::string& sentence) {
+  if (sentence.empty()) {
+    return;
+  }
+  outcome->notices.push_back(sentence);
+  run.journal.Notice(sentence);
+  run.console.Notice(sentence);
+}
+
 std::unique_ptr<Session> OpenSession(const Run& run, DamagedRecords damaged, Outcome* outcome,
                                      refhost::ModuleState* records) {
   if (!MayTalkToTheBmc()) {

@@ -36,6 +36,9 @@ void EndIfAsked(const Run& run, const Outcome& outcome);
 // that is asked to end does so instead.
 void EnterPhase(const Run& run, Outcome* outcome, const std::string& phase);
 
+// Adds the sentence to the notices and to the journal of the run, and says it; nothing for "".
+void Note(const Run& run, Outcome* outcome, const std::string& sentence);
+
 // What becomes of kept records that cannot be understood, which is a failure either way.
 enum class DamagedRecords { kKeepAside, kLeave };
 

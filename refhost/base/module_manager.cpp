@@ -83,7 +83,7 @@ bool ReadPackage(const std::string& path, refhost::PackageManifest* manifest, re
     return refhost::ReadPackageManifest(path, manifest, error);
   }
   record->packageSha256 = staged->Sha256();
-  return refhost::ReadPackageManifest(*staged, manifest, error);
+  return refhost::ReadUnpackedManifest(staged->FilesFolder(), manifest, error);
 }
 
 // The file that a plug-in is to read. The record's path is no key to it: a path that is not UTF-8 is not kept as it is.

@@ -13,6 +13,7 @@
 #include "posix/last_error.h"
 #include "posix/regular_file.h"
 #include "refhost/archive_member.h"
+#include "refhost/staged_package.h"
 
 namespace refhost {
 
@@ -20,11 +21,11 @@ namespace {
 
 using nlohmann::json;
 
-constexpr const char* kManifestName = "module.json";
-constexpr std::size_t kLargestManifest = 64UL * 1024UL;
+constexpr std::size_t kLargestManifest = 1024UL * 1024UL;
 constexpr std::size_t kLongestText = 255;
 constexpr std::size_t kMostServerTypes = 64;
 constexpr int kDeepest = 8;
+constexpr std::size_t kDigestLength = 64;
 
 // What is valid JSON and still no description that two readers would understand alike.
 class Ambiguous : public std::runtime_error {
@@ -73,6 +74,20 @@ std::string TextIn(const json& document, const std::string& name) {
   return Member(document, name, &json::is_string, "text").get<std::string>();
 }
 
+StatedFile StatedIn(const std::string& name, const json& entry) {
+  const std::string of = "\"files\", " + name + ": ";
+  try {
+    const json& size = Member(entry, "size", &json::is_number_unsigned, "number of bytes");
+    const std::string digest = CStringUtil::StringToLowerCase(TextIn(entry, "sha256"));
+    if (digest.size() != kDigestLength || digest.find_first_not_of("0123456789abcdef") != std::string::npos) {
+      throw Ambiguous("\"sha256\" is not 64 hexadecimal digits");
+    }
+    return {digest, size.get<std::uintmax_t>()};
+  } catch (const Ambiguous& failure) {
+    throw Ambiguous(of + failure.what());
+  }
+}
+
 PackageManifest Parse(const std::string& text) {
   if (text.find('\0') != std::string::npos) {
     throw Ambiguous("it holds a NUL character");  // at which the parser would stop
@@ -88,6 +103,12 @@ PackageManifest Parse(const std::string& text) {
       throw Ambiguous("\"server_types\" holds what is no text");
     }
     manifest.serverTypes.push_back(CStringUtil::StringToLowerCase(type.get<std::string>()));
+  }
+  manifest.listsFiles = document.contains("files");
+  if (manifest.listsFiles) {
+    for (const auto& [name, entry] : Member(document, "files", &json::is_object, "object").items()) {
+      manifest.files[name] = StatedIn(name, entry);
+    }
   }
   return manifest;
 }
@@ -113,11 +134,44 @@ std::string Shortcoming(const PackageManifest& manifest) {
   if (manifest.serverTypes.size() > kMostServerTypes) {
     return "\"server_types\" names more than " + std::to_string(kMostServerTypes) + " server types";
   }
+  if (manifest.files.contains(kManifestName)) {
+    return "\"files\" lists the description itself";
+  }
   if (IsTooLong(manifest.name) || IsTooLong(manifest.version) || IsTooLong(manifest.model) ||
       std::ranges::any_of(manifest.serverTypes, IsTooLong)) {
     return "a text is longer than " + std::to_string(kLongestText) + " bytes";
   }
   return "";
+}
+
+// The paths of everything below the folder that is no folder itself; without the description.
+std::set<std::string> FilesBelow(const std::string& folder) {
+  std::set<std::string> names;
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(folder)) {
+    if (entry.is_symlink() || !entry.is_directory()) {
+      names.insert(entry.path().lexically_relative(folder).string());
+    }
+  }
+  names.erase(kManifestName);
+  return names;
+}
+
+// How a file differs from what is stated of it; "" when it does not.
+std::string Difference(const std::string& path, const StatedFile& stated) {
+  std::error_code failure;
+  const std::uintmax_t size = std::filesystem::file_size(path, failure);
+  if (failure) {
+    return "cannot be read: " + failure.message();
+  }
+  if (size != stated.size) {
+    return "has " + std::to_string(size) + " bytes, and its description states " + std::to_string(stated.size);
+  }
+  std::string error;
+  const std::string digest = Sha256OfFile(path, &error);
+  if (digest.empty()) {
+    return "cannot be read: " + error;
+  }
+  return digest == stated.sha256 ? "" : "is not the one that its description states, as its SHA-256 shows";
 }
 
 // The folder below `top` in which a description lies, as in an archive that was packed with its folder; "" for none.
@@ -157,23 +211,47 @@ bool ReadPackageManifest(const std::string& packagePath, PackageManifest* manife
   return ReadArchiveMember(packagePath, kManifestName, &text, error) && ParsePackageManifest(text, manifest, error);
 }
 
-bool ReadPackageManifest(const StagedPackage& package, PackageManifest* manifest, std::string* error) {
-  const std::string path = package.FilesFolder() + "/" + kManifestName;
+bool ReadUnpackedManifest(const std::string& folder, PackageManifest* manifest, std::string* error) {
+  const std::string path = folder + "/" + kManifestName;
   std::error_code failure;
   if (!std::filesystem::is_regular_file(std::filesystem::symlink_status(path, failure))) {
-    const std::string folder = FolderOfManifest(package.FilesFolder());
-    *error = folder.empty() ? std::string("the archive holds no ") + kManifestName
-                            : std::string(kManifestName) + " lies in folder " + folder +
-                                  " of the archive and not at its top, where only the content of that folder belongs";
+    const std::string lower = FolderOfManifest(folder);
+    *error = lower.empty() ? std::string("the archive holds no ") + kManifestName
+                           : std::string(kManifestName) + " lies in folder " + lower +
+                                 " of the archive and not at its top, where only the content of that folder belongs";
     return false;
   }
   const auto text = posix::ReadRegularFile(path, kLargestManifest);
   if (!text) {
     *error = std::string(kManifestName) +
-             (errno == EFBIG ? " is larger than 64 KiB" : " cannot be read: " + posix::LastError());
+             (errno == EFBIG ? " is larger than 1 MiB" : " cannot be read: " + posix::LastError());
     return false;
   }
   return ParsePackageManifest(*text, manifest, error);
+}
+
+std::string DifferenceFromList(const PackageManifest& manifest, const std::string& folder) {
+  if (!manifest.listsFiles) {
+    return "";
+  }
+  try {
+    const std::set<std::string> found = FilesBelow(folder);
+    for (const std::string& name : found) {
+      if (!manifest.files.contains(name)) {
+        return "it holds " + name + ", which its description does not list";
+      }
+    }
+    for (const auto& [name, stated] : manifest.files) {
+      const std::string difference =
+          found.contains(name) ? Difference(folder + "/" + name, stated) : "is listed and not in it";
+      if (!difference.empty()) {
+        return "its file " + name + " " + difference;
+      }
+    }
+  } catch (const std::filesystem::filesystem_error& failure) {
+    return "its files cannot be read: " + failure.code().message();
+  }
+  return "";
 }
 
 bool IsMadeFor(const PackageManifest& manifest, const std::string& serverType) {

@@ -96,7 +96,7 @@ void ThrowLastError(const std::string& what) {
   throw PlaceError(sentence);
 }
 
-posix::FileDescriptor OpenArchiveFile(const std::string& path) {
+posix::FileDescriptor OpenPlainFile(const std::string& path) {
   posix::FileDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
   struct stat status {};
   if (!file.IsOpen() || fstat(file.Get(), &status) != 0) {
@@ -105,7 +105,13 @@ posix::FileDescriptor OpenArchiveFile(const std::string& path) {
   if (!S_ISREG(status.st_mode)) {
     throw ArchiveError("it is not a file");
   }
-  if (status.st_size == 0) {
+  return file;
+}
+
+posix::FileDescriptor OpenArchiveFile(const std::string& path) {
+  posix::FileDescriptor file = OpenPlainFile(path);
+  struct stat status {};
+  if (fstat(file.Get(), &status) == 0 && status.st_size == 0) {
     throw ArchiveError("the file is empty");
   }
   return file;

@@ -35,7 +35,10 @@ class PlaceError : public ArchiveError {
 inline constexpr std::uintmax_t kMostUnpackedBytes = 1024UL * 1024UL * 1024UL;
 inline constexpr std::size_t kMostMembers = 10000;
 
-// Opens the file of an archive for reading; a pipe, a folder or an empty file is an ArchiveError.
+// Opens a file for reading; a pipe or a folder is an ArchiveError.
+[[nodiscard]] posix::FileDescriptor OpenPlainFile(const std::string& path);
+
+// The same of an archive's file, which must not be empty.
 [[nodiscard]] posix::FileDescriptor OpenArchiveFile(const std::string& path);
 
 struct ArchiveMember {

@@ -41,7 +41,7 @@ constexpr char kBadPlace = 'p';
 
 StagedPackage* current = nullptr;
 
-std::string Folder() {
+std::string StagingFolder() {
   return CurrentSettings().installPath + "/.orvhost-package";
 }
 
@@ -106,7 +106,7 @@ std::string CopyBytes(const posix::FileDescriptor& source, const posix::FileDesc
 
 std::string Sha256OfFile(const std::string& path, std::string* error) {
   try {
-    return DigestOf(OpenArchiveFile(path), [](std::string_view) {});
+    return DigestOf(OpenPlainFile(path), [](std::string_view) {});
   } catch (const std::exception& failure) {
     *error = failure.what();
     return "";
@@ -124,25 +124,25 @@ StagedPackage::~StagedPackage() {
 }
 
 std::unique_ptr<StagedPackage> StagedPackage::Stage(const std::string& original, StagingFailure* failure) {
-  const std::string folder = Folder();
+  const std::string folder = StagingFolder();
   Remove(folder);
   failure->fault = Fault::kPlace;
   if (!posix::MakePrivateFolder(folder, &failure->reason)) {
     return nullptr;
   }
   std::unique_ptr<StagedPackage> package(new StagedPackage(folder, original));
-  return package->Copy(failure) && package->Unpack(failure) ? std::move(package) : nullptr;
+  return package->Copy(failure) ? std::move(package) : nullptr;
 }
 
 bool StagedPackage::IsInItsFolder(const std::string& path) {
   std::error_code ignored;
-  const fs::path folder = fs::weakly_canonical(Folder(), ignored);
+  const fs::path folder = fs::weakly_canonical(StagingFolder(), ignored);
   const fs::path file = fs::weakly_canonical(path, ignored);
   return !folder.empty() && std::ranges::mismatch(folder, file).in1 == folder.end();
 }
 
 void StagedPackage::RemoveLeftovers() {
-  Remove(Folder());
+  Remove(StagingFolder());
 }
 
 StagedPackage* StagedPackage::Current() {
@@ -198,10 +198,14 @@ bool StagedPackage::Unpack(StagingFailure* failure) const {
   if (!posix::MakePrivateFolder(FilesFolder(), &failure->reason)) {
     return false;
   }
-  const std::uintmax_t room = Room(folder_);
+  return UnpackPackage(CopyPath(), FilesFolder(), Room(folder_), failure);
+}
+
+bool UnpackPackage(const std::string& archive, const std::string& folder, std::uintmax_t room,
+                   StagingFailure* failure) {
   const auto unpack = [&]() -> WorkResult {
     try {
-      UnpackAtOnce(CopyPath(), FilesFolder(), room);
+      UnpackAtOnce(archive, folder, room);
       return {kUnpacked, ""};
     } catch (const PlaceError& error) {
       return {kBadPlace, error.what()};

@@ -53,6 +53,7 @@ RULES = [
          "{build}/orvhost/orvhost metrics --install-path {folder} --out {folder}/orvhost.prom"),
     Rule(r"orvhost validate (\[?PLUGIN.so\]?|--class NAME)", HERE,
          "{build}/orvhost/orvhost validate {build}/provider/liborvp_KESTREL_BMC.so --class CBMC_KESTREL_Vendor"),
+    Rule(r"orvhost (make|sign)-package .*|gpg --export .*|install -d .*", "tests/orvhost/trust/signed_packages_test.py"),
     Rule(r"orvhost .*", SERVER),
     Rule(r"(ipmitool|modprobe|echo) .*", SERVER),
     Rule(r"tools/terminal_picture\.py", "tests/lab/roads/demo_test.py"),

@@ -122,9 +122,9 @@ class Orvhost(unittest.TestCase):
         self.assertEqual(stated, codes)
 
     def test_every_subcommand(self):
-        built = re.findall(r'"([a-z]+)"', re.search(r'"command": \{\s*"enum": \[(.*?)\]', document(SCHEMA), re.DOTALL)[1])
+        built = re.findall(r'"([a-z-]+)"', re.search(r'"command": \{\s*"enum": \[(.*?)\]', document(SCHEMA), re.DOTALL)[1])
         table = section("orvhost/README.md", "### Subcommands")
-        self.assertEqual(re.findall(r"(?m)^    orvhost (\w+)", table), built)
+        self.assertEqual(re.findall(r"(?m)^    orvhost ([\w-]+)", table), built)
 
     def test_the_flash_tool_is_where_the_plugin_looks(self):
         install_path = re.search(r'installPath = "(.+?)"', document("refhost/settings.h"))[1]
@@ -181,7 +181,7 @@ class Json(unittest.TestCase):
                 self.assertIn(f"`{member}`", table[name])
 
     def test_every_verdict_of_every_subcommand(self):
-        titles = re.findall(r"(?m)^### (\w+)$", document("docs/orvhost-json.md"))
+        titles = re.findall(r"(?m)^### ([\w-]+)$", document("docs/orvhost-json.md"))
         self.assertEqual(titles, self.commands)
         common = {verdict for verdicts, _ in verdict_rows(self.common) for verdict in verdicts}
         with_plugin = {verdict for verdicts, _ in verdict_rows(self.with_plugin) for verdict in verdicts}

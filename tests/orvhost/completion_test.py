@@ -38,7 +38,7 @@ class Completion(unittest.TestCase):
 
     def test_the_subcommands_are_those_of_the_help(self):
         stated = subprocess.run([PROGRAM, "--help"], check=True, capture_output=True, text=True).stdout
-        names = re.findall(r"^  ([a-z]+) ", stated.partition("Subcommands:")[2].partition("\n\n")[0], re.MULTILINE)
+        names = re.findall(r"^  ([a-z-]+) ", stated.partition("Subcommands:")[2].partition("\n\n")[0], re.MULTILINE)
         self.assertIn("update", names)
         self.assertEqual(self.complete(""), sorted(names))
 

@@ -54,7 +54,8 @@ std::string WithDictionary(std::string archive, char size) {
 TEST_F(MemoryLimit, APackageThatTakesMoreIsRefused) {
   const std::string archive = ArchiveBuilder().File("a", "b").Build(ArchiveBuilder::Format::kTarXz);
   const auto stage = [&](char dictionary, StagingFailure* failure) {
-    return StagedPackage::Stage(folder_.Write("p", WithDictionary(archive, dictionary)), failure) != nullptr;
+    const auto package = StagedPackage::Stage(folder_.Write("p", WithDictionary(archive, dictionary)), failure);
+    return package && package->Unpack(failure);
   };
   StagingFailure failure;
   EXPECT_TRUE(stage(28, &failure)) << failure.reason;  // 64 MiB, the most that xz takes by itself

@@ -43,7 +43,7 @@ TEST_F(ModuleManager, AStagedPackageIsRegisteredAndHandedOnHoweverItsOriginalCha
   const std::string path = folder_.Write("pack\xff.zip", Package("01-24"));
   StagingFailure failure;
   const auto staged = StagedPackage::Stage(path, &failure);
-  ASSERT_NE(staged, nullptr) << failure.reason;
+  ASSERT_TRUE(staged && staged->Unpack(&failure)) << failure.reason;
   folder_.Write("pack\xff.zip", Package("01-30", "long/ssd"));
   EXPECT_EQ(firmware_.RegistUpdateModule("kestrel", path), 0);
   EXPECT_EQ(firmware_.GetUpdateModuleInfo().moduleVersion, "01-24");

@@ -36,6 +36,72 @@ TEST_F(PackageFile, TheModelMayBeLeftOut) {
   EXPECT_EQ(manifest_.model, "");
 }
 
+constexpr const char* kDigest = "6105d6cc76af400325e94d588ce511be5bfdbb73b437dc51eca43917d7a43e3d";  // of "image"
+
+std::string WithFiles(const std::string& files) {
+  return R"({"name": "n", "version": "01-24", "server_types": ["kv6000"], "files": )" + files + "}";
+}
+
+TEST_F(PackageFile, StatesSizeAndDigestOfItsFiles) {
+  ASSERT_TRUE(ReadManifest(WithFiles(R"({"a/b.ima": {"size": 5, "sha256": ")" + std::string(64, 'A') + "\"}}")))
+      << error_;
+  EXPECT_TRUE(manifest_.listsFiles);
+  ASSERT_EQ(manifest_.files.size(), 1U);
+  EXPECT_EQ(manifest_.files["a/b.ima"].size, 5U);
+  EXPECT_EQ(manifest_.files["a/b.ima"].sha256, std::string(64, 'a'));
+  ASSERT_TRUE(ReadManifest(R"({"name": "n", "version": "01-24", "server_types": ["kv6000"]})")) << error_;
+  EXPECT_FALSE(manifest_.listsFiles);
+  EXPECT_TRUE(manifest_.files.empty());
+}
+
+TEST_F(PackageFile, FailsOnAListThatSaysTooLittle) {
+  const std::string digest = "\"sha256\": \"" + std::string(kDigest) + "\"";
+  const std::pair<std::string, const char*> cases[] = {
+      {"[]", "\"files\" is no object"},
+      {"null", "\"files\" is no object"},
+      {R"({"a": 5})", "\"files\", a: it is no JSON object"},
+      {"{\"a\": {" + digest + "}}", "\"files\", a: \"size\" is missing"},
+      {"{\"a\": {\"size\": -1, " + digest + "}}", "\"files\", a: \"size\" is no number of bytes"},
+      {"{\"a\": {\"size\": 1.5, " + digest + "}}", "\"files\", a: \"size\" is no number of bytes"},
+      {R"({"a": {"size": 1}})", "\"files\", a: \"sha256\" is missing"},
+      {R"({"a": {"size": 1, "sha256": "12"}})", "\"files\", a: \"sha256\" is not 64 hexadecimal digits"},
+      {R"({"a": {"size": 1, "sha256": ")" + std::string(64, 'g') + "\"}}",
+       "\"files\", a: \"sha256\" is not 64 hexadecimal digits"},
+      {"{\"module.json\": {\"size\": 1, " + digest + "}}", "\"files\" lists the description itself"}};
+  for (const auto& [files, reason] : cases) {
+    EXPECT_FALSE(ReadManifest(WithFiles(files))) << files;
+    EXPECT_EQ(error_, std::string("module.json is not valid: ") + reason);
+  }
+}
+
+TEST_F(PackageFile, IsComparedWithWhatItsFolderHolds) {
+  folder_.Write("p/module.json", "{}");
+  folder_.Write("p/fw.ima", "image");
+  folder_.Write("p/sub/empty", "");
+  const StatedFile image{kDigest, 5};
+  const StatedFile empty{"e3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495991b7852b855", 0};
+  const auto difference = [this](bool lists, const std::map<std::string, StatedFile>& files) {
+    PackageManifest manifest;
+    manifest.listsFiles = lists;
+    manifest.files = files;
+    return DifferenceFromList(manifest, folder_ / "p");
+  };
+  EXPECT_EQ(difference(false, {}), "");
+  EXPECT_EQ(difference(true, {{"fw.ima", image}, {"sub/empty", empty}}), "");
+  EXPECT_EQ(difference(true, {{"fw.ima", image}}), "it holds sub/empty, which its description does not list");
+  EXPECT_EQ(difference(true, {}), "it holds fw.ima, which its description does not list");
+  EXPECT_EQ(difference(true, {{"fw.ima", image}, {"sub/empty", empty}, {"more", empty}}),
+            "its file more is listed and not in it");
+  EXPECT_EQ(difference(true, {{"fw.ima", {kDigest, 6}}, {"sub/empty", empty}}),
+            "its file fw.ima has 5 bytes, and its description states 6");
+  EXPECT_EQ(difference(true, {{"fw.ima", {empty.sha256, 5}}, {"sub/empty", empty}}),
+            "its file fw.ima is not the one that its description states, as its SHA-256 shows");
+  std::filesystem::create_symlink("fw.ima", folder_ / "p/link");
+  EXPECT_EQ(difference(true, {{"fw.ima", image}, {"sub/empty", empty}}),
+            "it holds link, which its description does not list");
+  EXPECT_EQ(difference(true, {{"fw.ima", image}, {"sub/empty", empty}, {"link", image}}), "");
+}
+
 TEST_F(PackageFile, FailsOnWhatIsMissingOrWrong) {
   const std::pair<const char*, const char*> cases[] = {
       {R"({"version": "01-24", "server_types": ["kv6000"]})", "\"name\" is missing"},
@@ -101,7 +167,8 @@ TEST_F(PackageFile, FailsOnAnUnusableArchive) {
 }
 
 TEST_F(PackageFile, IsMadeForTheServerTypesThatItLists) {
-  const PackageManifest manifest{"n", "01-24", "", {"kv6000", "mx4000"}};
+  PackageManifest manifest;
+  manifest.serverTypes = {"kv6000", "mx4000"};
   for (const char* type : {"kv6000", "mx4000", "kv6000-2", "kv6000 rev b"}) {
     EXPECT_TRUE(IsMadeFor(manifest, type)) << type;
   }

@@ -33,6 +33,9 @@ class Staged : public HostTest {
   std::unique_ptr<StagedPackage> Stage(const std::string& path) {
     failure_ = {};
     auto package = StagedPackage::Stage(path, &failure_);
+    if (package && !package->Unpack(&failure_)) {
+      package = nullptr;
+    }
     EXPECT_EQ(package == nullptr, !failure_.reason.empty()) << failure_.reason;
     EXPECT_EQ(package == nullptr, !folder_.Has(kFolder)) << "nothing is left of a failure";
     return package;
@@ -169,7 +172,8 @@ TEST_F(Staged, ARunThatIsAskedToEndStagesNothing) {
   if (child == 0) {
     SetInterruptDescriptor(eventfd(1, EFD_CLOEXEC));
     StagingFailure failure;
-    const bool staged = StagedPackage::Stage(path, &failure) != nullptr;
+    const auto package = StagedPackage::Stage(path, &failure);
+    const bool staged = package && package->Unpack(&failure);
     _exit(!staged && WasInterrupted() && failure.fault == Fault::kPlace ? 0 : 1);
   }
   int status = 0;

@@ -39,6 +39,7 @@ TEST_F(Check, TellsEverythingThatItFound) {
           "  Package SHA-256: " +
           Sha256Of(good_) +
           "\n"
+          "  Signature:       not-checked\n"
           "  Server type:     kv6000\n"
           "  Prerequisites:   complete\n"
           "  Fit:             the package is for this machine\n"

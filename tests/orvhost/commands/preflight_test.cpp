@@ -173,7 +173,7 @@ TEST_F(Preflight, APluginWithoutThePhraseIsFoundForFirmwareThatNeedsIt) {
   unsetenv(kLabMachine);
   refhost::StagingFailure failure;
   const auto package = refhost::StagedPackage::Stage(good_, &failure);
-  ASSERT_NE(package, nullptr) << failure.reason;
+  ASSERT_TRUE(package && package->Unpack(&failure)) << failure.reason;
   Options options;
   options.installPath = installPath_;
   for (const std::string major : {"06", "16"}) {

@@ -60,6 +60,7 @@ TEST_F(Orvhost, UpdateTellsEveryStepAndRecordsTheNewVersion) {
                 "  Package SHA-256: " +
                 Sha256Of(good_) +
                 "\n"
+                "  Signature:       not-checked\n"
                 "  Server type:     kv6000\n");
   const refhost::ModuleState state = State();
   EXPECT_EQ(state.operating.info.moduleVersion, "01-24");

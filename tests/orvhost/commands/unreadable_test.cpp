@@ -15,6 +15,7 @@ constexpr const char* kDenied = " cannot be read: Permission denied; its owner";
 
 class Unreadable : public BackgroundOrvhost {
  protected:
+  Unreadable() { unsetenv(kConfiguration); }  // which the other user could not read either
   ~Unreadable() override {
     for (const char* folder : {"journal", "repository"}) {
       std::error_code ignored;

@@ -89,8 +89,8 @@ std::vector<DescriptionCase> TextCases() {
       {"a long server type", With("server_types", "[\"" + std::string(256, 'k') + "\"]"), "longer than 255 bytes"},
       {"65 server types", With("server_types", "[" + Repeated("\"kv6000\", ", 64) + "\"kv6000\"]"),
        "more than 64 server types"},
-      {"more than 64 KiB", good + std::string(65536, ' '), "module.json is larger than 64 KiB"},
-      {"2 MiB", good + std::string(2U << 20U, ' '), "module.json is larger than 64 KiB"}};
+      {"more than 1 MiB", good + std::string(1U << 20U, ' '), "module.json is larger than 1 MiB"},
+      {"2 MiB", good + std::string(2U << 20U, ' '), "module.json is larger than 1 MiB"}};
 }
 
 }  // namespace

@@ -65,7 +65,7 @@ class OutputSchema(unittest.TestCase):
         self.need_all()
         table = (SOURCES / "docs" / "orvhost-json.md").read_text().split("\n## Facts\n")[1].strip().split("\n\n")[0]
         documented = {(command, key) for row in table.splitlines()[2:]
-                      for command in re.findall(r"`(\w+)`", row.split("|")[1])
+                      for command in re.findall(r"`([\w-]+)`", row.split("|")[1])
                       for key in re.findall(r"`(\w+)`", row.split("|")[2])}
         seen = {(output["command"], key) for output in self.outputs.values() for key in output["facts"]}
         of_the_report = {("report", key) for command, key in seen if command == "report"} - {("report", "file")}

@@ -48,6 +48,8 @@ class Orvhost : public refhost::HostTest {
     std::filesystem::permissions(folder_.Write(kFlashTool, "#!/bin/sh\n"), std::filesystem::perms(0755));
     setenv(kLabMachine, "1", 1);
     setenv(kLockFolder, (machine_ / "runs").c_str(), 1);
+    // Whose packages are to be signed says so.
+    setenv(kConfiguration, machine_.Write("orvhost.conf", "signatures = off\n").c_str(), 1);
   }
   ~Orvhost() override {
     if (wroteItsJournals_) {
@@ -57,6 +59,7 @@ class Orvhost : public refhost::HostTest {
     unsetenv("TEST_PLUGIN_VERSION");
     unsetenv(kLabMachine);
     unsetenv(kLockFolder);
+    unsetenv(kConfiguration);
   }
 
   // The live line counts the phases of a road, so that a run must enter no other one.
@@ -155,6 +158,8 @@ class Orvhost : public refhost::HostTest {
   static constexpr const char* kLabMachine = "ORVHOST_LAB_MACHINE";
   // Makes each test a machine of its own.
   static constexpr const char* kLockFolder = "ORVHOST_LAB_LOCK_FOLDER";
+  // Has it take its settings from another file.
+  static constexpr const char* kConfiguration = "ORVHOST_LAB_CONFIGURATION";
 
   refhost::TemporaryFolder machine_;
   std::string prefix_;  // of the command line: what runs the program in another way

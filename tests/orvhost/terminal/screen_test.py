@@ -18,7 +18,8 @@ import pyte
 ORVHOST = os.environ["ORVHOST"]
 PLUGIN = os.environ["TEST_PLUGIN_PATH"]
 ROWS = 24
-MODULE = '{"name": "KV6000 BMC firmware", "version": "01-24", "server_types": ["kv6000"]}'
+MODULE = ('{"name": "KV6000 BMC firmware", "version": "01-24", "server_types": ["kv6000"], "files": {"kv6000.ima": '
+          '{"size": 5, "sha256": "6105d6cc76af400325e94d588ce511be5bfdbb73b437dc51eca43917d7a43e3d"}}}')
 
 
 class Session:
@@ -71,6 +72,7 @@ class LiveProgress(unittest.TestCase):
         with zipfile.ZipFile(self.folder / "p.zip", "w") as package:
             package.writestr("module.json", MODULE)
             package.writestr("kv6000.ima", "image")
+        (self.folder / "orvhost.conf").write_text("signatures = off\n")
 
     def start(self, *arguments: str, columns: int = 80, **environment: str) -> Session:
         flash_tool = self.folder / "path" / "KV6KBMC" / "Yafuflash"
@@ -81,6 +83,7 @@ class LiveProgress(unittest.TestCase):
                         PLUGIN, "--server-type", "kv6000", *arguments], columns,
                        {"PATH": os.environ["PATH"], "TERM": "xterm", "TEST_PLUGIN": "connects-slowly",
                         "TEST_PLUGIN_GATE": str(self.folder / "gate"), "ORVHOST_LAB_MACHINE": "1",
+                        "ORVHOST_LAB_CONFIGURATION": str(self.folder / "orvhost.conf"),
                         "ORVHOST_LAB_LOCK_FOLDER": str(self.folder / "runs"), **environment})
 
     def finish(self, session: Session) -> int:
@@ -207,6 +210,7 @@ class History(unittest.TestCase):
         with zipfile.ZipFile(self.folder / "a-rather-long-name-of-a-package.zip", "w") as package:
             package.writestr("module.json", MODULE)
             package.writestr("kv6000.ima", "image")
+        (self.folder / "orvhost.conf").write_text("signatures = off\n")
         self.run_tool("identify")
         self.run_tool("check", str(self.folder / "a-rather-long-name-of-a-package.zip"))
 
@@ -214,7 +218,8 @@ class History(unittest.TestCase):
         session = Session([*arguments, "--install-path", str(self.folder / "path"), "--plugin", PLUGIN,
                            "--server-type", "kv6000"], columns,
                           {"PATH": os.environ["PATH"], "TERM": "xterm", "ORVHOST_LAB_MACHINE": "1",
-                           "ORVHOST_LAB_LOCK_FOLDER": str(self.folder / "runs")})
+                           "ORVHOST_LAB_CONFIGURATION": str(self.folder / "orvhost.conf"),
+                        "ORVHOST_LAB_LOCK_FOLDER": str(self.folder / "runs")})
         session.end()
         return [re.sub(r"\d{8}T\d{6}Z", "TIME", re.sub(r"\b\d+\.\d\b", "S.S", line)) for line in session.lines()]
 

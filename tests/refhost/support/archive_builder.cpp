@@ -110,7 +110,9 @@ std::string ArchiveBuilder::Build(Format format) const {
 
 std::string Package(const std::string& version, const std::string& model, const std::string& serverTypes) {
   const std::string manifest = R"({"name": "KV6000 BMC firmware", "version": ")" + version + R"(", "model": ")" +
-                               model + R"(", "server_types": )" + serverTypes + "}";
+                               model + R"(", "server_types": )" + serverTypes +
+                               R"(, "files": {"fw.ima": {"size": 5, "sha256": ")" +
+                               "6105d6cc76af400325e94d588ce511be5bfdbb73b437dc51eca43917d7a43e3d" + "\"}}}";
   return ArchiveBuilder().File("module.json", manifest).File("fw.ima", "image").Build(ArchiveBuilder::Format::kZip);
 }
 

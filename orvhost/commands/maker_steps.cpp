@@ -1,0 +1,118 @@
+#include "orvhost/commands/maker_steps.h"
+
+#include <filesystem>
+#include <system_error>
+
+#include "orvhost/commands/package_contents.h"
+#include "orvhost/commands/version_form.h"
+#include "orvhost/maker/finished_package.h"
+#include "orvhost/maker/signing.h"
+#include "orvhost/run/failure.h"
+
+namespace orvhost {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+// What an update of a server of one of its types would refuse; "" for nothing.
+std::string Complaint(const refhost::PackageManifest& manifest, const std::string& folder) {
+  for (const std::string& type : manifest.serverTypes) {
+    if (const std::string complaint = VersionComplaint(manifest.version, type); !complaint.empty()) {
+      return "its version \"" + manifest.version + "\" is malformed for " + type + ", because " + complaint;
+    }
+    if (const std::string complaint = ContentsComplaint(MethodFor(type), folder); !complaint.empty()) {
+      return complaint + " (for " + type + ")";
+    }
+  }
+  return "";
+}
+
+}  // namespace
+
+std::string FolderOf(const std::string& path) {
+  return fs::absolute(path).parent_path().string();
+}
+
+bool CanBeMade(const Run& run, const std::string& path, Outcome* outcome) {
+  std::error_code error;
+  const bool isThere = fs::exists(fs::symlink_status(path, error));
+  if (!isThere && fs::is_directory(FolderOf(path), error)) {
+    return true;
+  }
+  Fail(run, outcome,
+       {.exitCode = ExitCode::kUsage,
+        .verdict = "file-unusable",
+        .cause = "The file cannot be made: " +
+                 (isThere ? path + " is there already" : FolderOf(path) + " is no folder") + ".",
+        .nextStep =
+            isThere ? "Give another name, or remove what stands there." : "Give one in a folder that is there."});
+  return false;
+}
+
+bool IsUsable(const Run& run, const std::string& path, const std::string& folder, refhost::PackageManifest* manifest,
+              Outcome* outcome) {
+  const std::string unpacked = folder + "/unpacked";
+  std::string complaint = UnpackFinished(path, unpacked, manifest);
+  if (complaint.empty()) {
+    complaint = Complaint(*manifest, unpacked);
+  }
+  if (!complaint.empty()) {
+    RefuseToMake(run, "The package would be refused: " + complaint + ".", outcome);
+  }
+  return complaint.empty();
+}
+
+bool Sign(const Run& run, const std::string& package, const std::string& signature, const std::string& folder,
+          Outcome* outcome) {
+  SignatureAnswer answer;
+  SigningFailure failure;
+  if (SignPackage(package, run.options.signingKey, signature, folder, &answer, &failure)) {
+    outcome->facts.push_back({"signed_by", "Signed by", answer.owner});
+    outcome->facts.push_back({"signing_key", "Signing key", answer.key});
+    return true;
+  }
+  if (failure.isMissing) {
+    Fail(run, outcome,
+         {.exitCode = ExitCode::kPrerequisites,
+          .verdict = "prerequisites-missing",
+          .cause = "The package cannot be signed: " + failure.reason + ".",
+          .nextStep = "Install GnuPG (Debian's package gnupg), then run the same command again."});
+    return false;
+  }
+  Fail(run, outcome,
+       {.exitCode = ExitCode::kFailedUntouched,
+        .verdict = "not-signed",
+        .cause = "The package could not be signed: " + failure.reason + ".",
+        .nextStep = "Run \"gpg --list-secret-keys\" to see which keys can sign, then run the same command again."});
+  return false;
+}
+
+void RefuseToMake(const Run& run, const std::string& cause, Outcome* outcome) {
+  Fail(run, outcome,
+       {.exitCode = ExitCode::kPackageUnusable,
+        .verdict = "package-unusable",
+        .cause = cause,
+        .nextStep = "Correct that, then run the same command again."});
+}
+
+void CouldNotWrite(const Run& run, const std::string& reason, Outcome* outcome) {
+  Fail(run, outcome,
+       {.exitCode = ExitCode::kFailedUntouched,
+        .verdict = "file-not-written",
+        .cause = "The file was not written: " + reason + ".",
+        .nextStep = "Make room, or give a path that can be written, then run the same command again."});
+}
+
+void AddFacts(const refhost::PackageManifest& manifest, Outcome* outcome) {
+  std::string types;
+  for (const std::string& type : manifest.serverTypes) {
+    types += (types.empty() ? "" : ", ") + type;
+  }
+  outcome->facts.insert(outcome->facts.end(), {{"package_name", "Package name", manifest.name},
+                                               {"package_version", "Package version", manifest.version},
+                                               {"server_types", "Server types", types},
+                                               {"files", "Files", std::to_string(manifest.files.size())}});
+}
+
+}  // namespace orvhost

@@ -1,0 +1,99 @@
+#include "orvhost/trust/gpgv_answer.h"
+
+#include <algorithm>
+#include <array>
+#include <sstream>
+#include <utility>
+
+namespace orvhost {
+
+namespace {
+
+using State = SignatureState;
+
+constexpr std::string_view kStatus = "[GNUPG:] ";
+
+// Words that settle a signature's state and go on with the key's id and its owner.
+constexpr auto kVerdicts = std::to_array<std::pair<std::string_view, State>>({{"GOODSIG", State::kGood},
+                                                                              {"BADSIG", State::kBad},
+                                                                              {"EXPSIG", State::kExpiredSignature},
+                                                                              {"EXPKEYSIG", State::kExpiredKey},
+                                                                              {"REVKEYSIG", State::kRevokedKey}});
+
+// Reasons in a line ERRSIG, its sixth word.
+constexpr std::string_view kUnsupportedAlgorithm = "4";
+constexpr std::string_view kWeakDigest = "5";
+constexpr std::string_view kNoPublicKey = "9";
+
+// gpgv has no status line for a key that was made later than now.
+constexpr std::string_view kOfTheFuture = " in the future ";
+
+State StateOfError(std::string_view reason) {
+  if (reason == kNoPublicKey) {
+    return State::kUnknownKey;
+  }
+  return reason == kWeakDigest || reason == kUnsupportedAlgorithm ? State::kWeakDigest : State::kUnusableKey;
+}
+
+// One status line behind its mark.
+void TakeStatus(const std::string& line, SignatureAnswer* answer) {
+  std::istringstream words(line);
+  std::string word;
+  words >> word;
+  const auto* verdict = std::ranges::find_if(kVerdicts, [&](const auto& each) { return each.first == word; });
+  if (verdict != kVerdicts.end()) {
+    answer->state = verdict->second;
+    std::string id;
+    words >> id >> std::ws;
+    std::getline(words, answer->owner);
+    answer->key = answer->key.empty() ? id : answer->key;
+  } else if (word == "KEY_CONSIDERED") {
+    words >> answer->key;  // its fingerprint, where the verdict has only an id
+  } else if (word == "VALIDSIG") {
+    // The tenth of its words is the fingerprint of the primary key, where a subkey made the signature.
+    for (std::string next; words >> next;) {
+      answer->key = next;
+    }
+  } else if (word == "ERRSIG") {
+    std::array<std::string, 7> fields;  // key id, algorithms, class, time, reason, fingerprint
+    for (std::string& field : fields) {
+      words >> field;
+    }
+    answer->state = StateOfError(fields[5]);
+    answer->key = fields[6].empty() || fields[6] == "-" ? fields[0] : fields[6];
+  }
+}
+
+}  // namespace
+
+std::optional<std::vector<SignatureAnswer>> ReadGpgvAnswer(std::string_view output) {
+  std::vector<SignatureAnswer> answers;
+  std::istringstream lines{std::string(output)};
+  bool isOfTheFuture = false;
+  for (std::string line; std::getline(lines, line);) {
+    if (!line.starts_with(kStatus)) {
+      isOfTheFuture = isOfTheFuture || line.find(kOfTheFuture) != std::string::npos;
+      continue;
+    }
+    line.erase(0, kStatus.size());
+    if (line.starts_with("NODATA")) {
+      return {};
+    }
+    if (line.starts_with("NEWSIG")) {
+      answers.emplace_back();
+    } else if (!answers.empty()) {
+      TakeStatus(line, &answers.back());
+    }
+  }
+  if (answers.empty()) {
+    return {};
+  }
+  for (SignatureAnswer& answer : answers) {
+    if (isOfTheFuture && answer.state == State::kUnusableKey) {
+      answer.state = State::kKeyOfTheFuture;
+    }
+  }
+  return answers;
+}
+
+}  // namespace orvhost

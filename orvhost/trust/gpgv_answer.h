@@ -1,0 +1,36 @@
+// What gpgv says of a package's signatures, by its status lines. Pure.
+#ifndef ORVHOST_TRUST_GPGV_ANSWER_H
+#define ORVHOST_TRUST_GPGV_ANSWER_H
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace orvhost {
+
+enum class SignatureState {
+  kGood,
+  kUnknownKey,
+  kBad,               // it does not belong to these bytes
+  kExpiredSignature,  // or key, in the next; the bytes are the signed ones
+  kExpiredKey,
+  kRevokedKey,
+  kWeakDigest,
+  kKeyOfTheFuture,  // the machine's clock stands before the key's creation
+  kUnusableKey,     // the file that holds the key is damaged, or holds a private one
+};
+
+struct SignatureAnswer {
+  SignatureState state = SignatureState::kUnusableKey;
+  std::string key;    // the fingerprint, or the shorter id where that is all that is known
+  std::string owner;  // "" where it is not known
+};
+
+// Takes what "gpgv --status-fd 1" printed, its messages for people included. One answer for each signature, in their
+// order; nothing when the signature file holds none or is damaged.
+[[nodiscard]] std::optional<std::vector<SignatureAnswer>> ReadGpgvAnswer(std::string_view output);
+
+}  // namespace orvhost
+
+#endif  // ORVHOST_TRUST_GPGV_ANSWER_H

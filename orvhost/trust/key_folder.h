@@ -1,0 +1,26 @@
+// The public keys of those whose packages may be written: files in a folder that only root may change.
+#ifndef ORVHOST_TRUST_KEY_FOLDER_H
+#define ORVHOST_TRUST_KEY_FOLDER_H
+
+#include <string>
+#include <vector>
+
+namespace orvhost {
+
+inline constexpr const char* kKeyFolder = "/etc/orvhost/keys.d";
+
+// What is wrong with a folder of keys or with one of its files.
+struct KeyFault {
+  std::string cause;     // a sentence; "" for nothing
+  std::string nextStep;  // a sentence
+};
+
+// Puts the paths of the key files in `folder` into `*files`, in the order of their names; none for a folder that is not
+// there. Names that begin with a full stop are passed over. Every other one must be a regular file with a public key in
+// OpenPGP's binary form (RFC 4880, 4.2) that, like the folder, belongs to root or the user of this process and can be
+// written by nobody else; the first that is not is returned.
+[[nodiscard]] KeyFault ReadKeyFolder(const std::string& folder, std::vector<std::string>* files);
+
+}  // namespace orvhost
+
+#endif  // ORVHOST_TRUST_KEY_FOLDER_H
