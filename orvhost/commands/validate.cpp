@@ -247,8 +247,8 @@ const Command kValidateCommand = {
     "Check a plug-in against the host's contract",
     kValidateHelp,
     {{"file", &Options::pluginPath, "Plug-in to judge, instead of the one of --plugin", "PLUGIN.so"},
-     {"--class", &Options::className, "Vendor class to ask it for, instead of CBMC_KESTREL_Vendor", "NAME"},
-     {"--html", &Options::pageFile, "Write the report as a page for a browser to this new file", "FILE"},
+     {"--class", &Options::className, "Vendor class instead of CBMC_KESTREL_Vendor", "NAME"},
+     {"--html", &Options::pageFile, "Write the report as a page to this new file", "FILE"},
      {"--time-limit", &Options::timeLimit, "Seconds that each check may take", "SECONDS", false, true, RefuseOddTime}},
     Validate};
 
