@@ -1,8 +1,7 @@
 // The exported functions: who gets a vendor object, and whose object is deleted.
-#include "host/EntryPoints.h"
-
 #include <gtest/gtest.h>
 
+#include "host/EntryPoints.h"
 #include "provider/kestrel_vendor.h"
 #include "tests/support/scripted_host.h"
 
