@@ -1,7 +1,9 @@
 """The part of bmc_firmware that runs on the controller, with steps that answer as each test asks and a clock that nobody
 waits for."""
 
+import os
 import sys
+import tempfile
 import unittest
 from unittest import mock
 
@@ -96,6 +98,21 @@ class Action(unittest.TestCase):
             result = self.run_task([WRITTEN], remote_src=False, state="written")
         self.assert_result(result, changed=True, verdict="updated")
         lost.assert_called_once()
+
+    def copied(self, package: str) -> list:
+        """The names of the files that a task with this package copies to the server."""
+        copy = mock.Mock()
+        with mock.patch.multiple(bmc_firmware.ActionModule, _find_package=lambda *_: package, _make_tmp_path=lambda *_: "/t",
+                                 _transfer_file=copy, _fixup_perms2=mock.Mock(), _remove_tmp_path=mock.Mock()):
+            self.run_task([WRITTEN], remote_src=False, state="written")
+        return [call.args[0] for call in copy.call_args_list]
+
+    def test_a_signature_goes_with_its_package(self):
+        folder = self.enterContext(tempfile.TemporaryDirectory())
+        package = os.path.join(folder, "p.zip")
+        self.assertEqual(self.copied(package), [package])
+        with open(package + ".sig", "wb"):
+            self.assertEqual(self.copied(package), [package, package + ".sig"])
 
     def test_what_runs_is_only_verified(self):
         self.assert_result(self.run_task([VERIFIED]), changed=False, verdict="verified")

@@ -18,6 +18,8 @@ STATES = ("written", "applied", "verified")
 # How long a BMC that has just restarted may take to answer.
 BMC_TIME_LIMIT = 120
 PAUSE = 2
+# A package's signature has its name with this behind it.
+SIGNATURE = ".sig"
 # Around what a shell command prints, so that nothing else is taken for it, nor a part of it.
 MARK = "[kv6000]"
 MAY_WRITE = (" If the server was at work already, it goes on: keep it powered, make it reachable, then run the same task again.")
@@ -67,10 +69,12 @@ class ActionModule(ActionBase):
         folder = self._make_tmp_path()
         try:
             # It keeps its ending, which says what kind of archive it is.
-            there = self._connection._shell.join_path(folder, "package-" + os.path.basename(found))
-            self._transfer_file(found, there)
-            self._fixup_perms2((folder, there))
-            return self._step(state, package=there)
+            copies = [self._connection._shell.join_path(folder, "package-" + os.path.basename(found) + ending)
+                      for ending in ("", SIGNATURE) if not ending or os.path.exists(found + ending)]
+            for copy, ending in zip(copies, ("", SIGNATURE)):
+                self._transfer_file(found + ending, copy)
+            self._fixup_perms2([folder] + copies)
+            return self._step(state, package=copies[0])
         finally:
             self._remove_quietly(folder)
 

@@ -65,7 +65,8 @@ attributes:
     description: Shows the running and the waiting version before and after.
     support: full
 notes:
-  - A package is copied to the server for each task that needs it, and removed again.
+  - A package is copied to the server for each task that needs it, with its signature (the file I(package)C(.sig) beside it)
+    where there is one, and removed again.
   - When the connection ends while the firmware is written, C(orvhost) ends before it touches the flash, or else writes to
     the end. The machine is not restarted. Run the same task again.
 seealso:
