@@ -8,6 +8,14 @@ set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 # Line tables and function names are enough for a backtrace and cost half of what full debug information costs to build;
 # the preset "debug" has it whole.
 string(REPLACE "-g " "-g1 " CMAKE_CXX_FLAGS_RELWITHDEBINFO "${CMAKE_CXX_FLAGS_RELWITHDEBINFO}")
+# But whole where others link: what is installed has none, and packaging/abi compares the interface by it.
+set(KESTREL_ABI_DEBUG_INFORMATION $<$<CONFIG:RelWithDebInfo>:-g>)
+
+# The same sources give the same bytes wherever they lie: neither the folder of the sources nor that of the build stands
+# in what is built, whether as a name in debug information or as the length of a search path that installing overwrites.
+add_compile_options($<$<CONFIG:RelWithDebInfo>:-ffile-prefix-map=${PROJECT_BINARY_DIR}=build>
+                    $<$<CONFIG:RelWithDebInfo>:-ffile-prefix-map=${PROJECT_SOURCE_DIR}=.>)
+set(CMAKE_BUILD_RPATH_USE_ORIGIN ON)
 
 find_package(Threads REQUIRED)
 

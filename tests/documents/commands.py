@@ -46,7 +46,7 @@ RULES = [
     Rule(r"lab/lab (fleet|\w+ --server server\d) .*|(ssh -F|ansible -i) /tmp/fleet/.*", FLEET),
     Rule(r"lab/lab .*", SERVER),
     Rule(r"install -D -m 755 Yafuflash (/.*)", HERE, r"install -D -m 755 {build}/lab/Yafuflash {folder}\1"),
-    Rule(r"apt-get install (\./\w[\w.-]*\.deb ?)+", PACKAGES),
+    Rule(r"apt-get install (\./\w[\w-]*_\*\.deb ?)+", PACKAGES),
     # These two touch no device.
     Rule(r"orvhost (explain .*)", HERE, r"{build}/orvhost/orvhost \1"),
     Rule(r"orvhost metrics --out FILE", HERE,

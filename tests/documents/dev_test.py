@@ -11,14 +11,16 @@ from pathlib import Path
 REPOSITORY = Path(__file__).resolve().parents[2]
 
 # Found by their names, and as files of the repository.
-PROGRAMS = ("cmake ctest cpack lintian clang-format clang-tidy shellcheck pyflakes3 ansible-lint apt-get sudo").split()
+PROGRAMS = ("cmake ctest cpack lintian rpmlint clang-format clang-tidy shellcheck pyflakes3 ansible-lint apt-get sudo").split()
 SCRIPTS = ("tools/demo", "tools/fleet", "tools/lab", "tools/check-rooms", "tools/check-style", "lab/lab", "bench/run", "fuzz/run",
-           "explore/run")
+           "explore/run", "packaging/reproducible", "packaging/abi/compare")
 
 BUILD = ["cmake --preset release", "cmake --build --preset release"]
 PART = {part: ["cmake --preset release", f"cmake --build --preset {part}"] for part in ("product", "demo")}
 LINT = ["clang-format --dry-run --Werror", "tools/check-rooms", "tools/check-style", "shellcheck", "pyflakes3", "ansible-lint --offline --profile production",
         "cmake --preset lint", "clang-tidy --quiet -p build/lint"]
+LINTIAN = "lintian --allow-root --fail-on error,warning build/release/packages/orvhost_1.0.0_amd64.deb"
+RPMLINT = "rpmlint --config packaging/rpmlint.toml build/release/packages/orvhost-1.0.0-1.x86_64.rpm"
 
 # For each command the programs that it runs, with the first of their arguments.
 STEPS = {
@@ -48,7 +50,12 @@ STEPS = {
     "explore --list": BUILD + ["explore/run --list"],
     "explore --matrix docs": BUILD + ["explore/run --matrix docs"],
     "explore --coverage --every 10": BUILD + ["explore/run --coverage --every 10"],
-    "package": PART["product"] + ["cpack --config build/release/CPackConfig.cmake", "lintian --allow-root --fail-on error,warning"],
+    "package": PART["product"] + ["cpack -G DEB;RPM --config build/release/CPackConfig.cmake", LINTIAN, RPMLINT],
+    "package --deb": PART["product"] + ["cpack -G DEB --config", LINTIAN],
+    "package --rpm": PART["product"] + ["cpack -G RPM --config", RPMLINT],
+    "reproducible": ["packaging/reproducible"],
+    "abi": PART["product"] + ["packaging/abi/compare"],
+    "abi --record": PART["product"] + ["packaging/abi/compare --record"],
     "setup": [],
     "clean": [],
 }
@@ -71,11 +78,12 @@ class Dev(unittest.TestCase):
         (self.folder / "tool.py").write_text("#!/usr/bin/python3\n")
         (self.folder / "build/release/packages").mkdir(parents=True)
         (self.folder / "build/release/packages/orvhost_1.0.0_amd64.deb").touch()
-        self.put("programs/cpack", 'echo "cpack $*" >>"$JOURNAL"; touch build/release/packages/orvhost_1.0.0_amd64.deb')
+        self.put("programs/cpack", 'echo "cpack $*" >>"$JOURNAL"; touch build/release/packages/orvhost_1.0.0_amd64.deb '
+                 'build/release/packages/orvhost-1.0.0-1.x86_64.rpm')
 
     def put(self, name: str, script: str):
         path = self.folder / name
-        path.parent.mkdir(exist_ok=True)
+        path.parent.mkdir(parents=True, exist_ok=True)
         path.write_text("#!/bin/sh\n" + script + "\n")
         path.chmod(0o755)
 
@@ -96,7 +104,7 @@ class Dev(unittest.TestCase):
                     self.assertEqual(line[:len(step)], step)
 
     def test_a_step_that_fails_ends_the_command(self):
-        for program, command in (("cmake", "demo"), ("ctest", "test"), ("lintian", "package"), ("shellcheck", "lint")):
+        for program, command in (("cmake", "demo"), ("ctest", "test"), ("lintian", "package"), ("rpmlint", "package"), ("shellcheck", "lint")):
             with self.subTest(command):
                 self.setUp()
                 self.put(f"programs/{program}", "exit 3")
