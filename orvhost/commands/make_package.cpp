@@ -1,7 +1,4 @@
 // orvhost make-package: an update package from an image or a folder. For those who make packages; touches no device.
-#include <filesystem>
-#include <system_error>
-
 #include "orvhost/commands/commands.h"
 #include "orvhost/commands/maker_steps.h"
 #include "orvhost/interface/repeated_options.h"
@@ -9,7 +6,6 @@
 #include "orvhost/maker/package_source.h"
 #include "orvhost/maker/zip_archive.h"
 #include "posix/regular_file.h"
-#include "posix/scratch_folder.h"
 
 namespace orvhost {
 
@@ -43,13 +39,8 @@ Outcome Making::Go() {
   if (!CanBeMade(run_, path_, &outcome_) || (isSigned_ && !CanBeMade(run_, signature_, &outcome_)) || !Describe()) {
     return outcome_;
   }
-  try {
-    const posix::ScratchFolder folder(FolderOf(path_), ".orvhost-make");
-    if (!Make(folder.Path())) {
-      return outcome_;
-    }
-  } catch (const std::system_error& failure) {
-    CouldNotWrite(run_, failure.what(), &outcome_);
+  if (!WithFolder(
+          run_, path_, [this](const std::string& folder) { return Make(folder); }, &outcome_)) {
     return outcome_;
   }
   outcome_.verdict = "package-made";

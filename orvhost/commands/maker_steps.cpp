@@ -8,6 +8,7 @@
 #include "orvhost/maker/finished_package.h"
 #include "orvhost/maker/signing.h"
 #include "orvhost/run/failure.h"
+#include "posix/scratch_folder.h"
 
 namespace orvhost {
 
@@ -28,11 +29,11 @@ std::string Complaint(const refhost::PackageManifest& manifest, const std::strin
   return "";
 }
 
-}  // namespace
-
 std::string FolderOf(const std::string& path) {
   return fs::absolute(path).parent_path().string();
 }
+
+}  // namespace
 
 bool CanBeMade(const Run& run, const std::string& path, Outcome* outcome) {
   std::error_code error;
@@ -86,6 +87,17 @@ bool Sign(const Run& run, const std::string& package, const std::string& signatu
         .cause = "The package could not be signed: " + failure.reason + ".",
         .nextStep = "Run \"gpg --list-secret-keys\" to see which keys can sign, then run the same command again."});
   return false;
+}
+
+bool WithFolder(const Run& run, const std::string& path, const std::function<bool(const std::string& folder)>& work,
+                Outcome* outcome) {
+  try {
+    const posix::ScratchFolder folder(FolderOf(path), ".orvhost-maker");
+    return work(folder.Path());
+  } catch (const std::system_error& failure) {
+    CouldNotWrite(run, failure.what(), outcome);
+    return false;
+  }
 }
 
 void RefuseToMake(const Run& run, const std::string& cause, Outcome* outcome) {

@@ -2,15 +2,13 @@
 #ifndef ORVHOST_COMMANDS_MAKER_STEPS_H
 #define ORVHOST_COMMANDS_MAKER_STEPS_H
 
+#include <functional>
 #include <string>
 
 #include "orvhost/run/run.h"
 #include "refhost/package.h"
 
 namespace orvhost {
-
-// Where a new package or signature is made before it gets its name.
-[[nodiscard]] std::string FolderOf(const std::string& path);
 
 // False, with the failure in `*outcome`, when something has that name already or its folder is not there.
 [[nodiscard]] bool CanBeMade(const Run& run, const std::string& path, Outcome* outcome);
@@ -24,6 +22,11 @@ namespace orvhost {
 // `*outcome`. False, with the failure in `*outcome`, when it cannot be signed.
 [[nodiscard]] bool Sign(const Run& run, const std::string& package, const std::string& signature,
                         const std::string& folder, Outcome* outcome);
+
+// Has `work` done with a folder for what is in between, on the file system of `path`, and returns its answer. False,
+// with the failure in `*outcome`, when no such folder can be made.
+[[nodiscard]] bool WithFolder(const Run& run, const std::string& path,
+                              const std::function<bool(const std::string& folder)>& work, Outcome* outcome);
 
 // Makes `*outcome` that of a package that could not be used.
 void RefuseToMake(const Run& run, const std::string& cause, Outcome* outcome);

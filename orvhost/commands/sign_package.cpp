@@ -1,21 +1,17 @@
 // orvhost sign-package: a detached signature of a package. For those who make packages; touches no device.
-#include <system_error>
-
 #include "orvhost/commands/commands.h"
 #include "orvhost/commands/maker_steps.h"
 #include "orvhost/maker/finished_package.h"
-#include "posix/scratch_folder.h"
 
 namespace orvhost {
 
 namespace {
 
 // False with the outcome complete.
-bool SignChecked(const Run& run, const std::string& signature, Outcome* outcome) {
-  const posix::ScratchFolder folder(FolderOf(signature), ".orvhost-sign");
-  const std::string made = folder.Path() + "/signature";
+bool SignChecked(const Run& run, const std::string& signature, const std::string& folder, Outcome* outcome) {
+  const std::string made = folder + "/signature";
   refhost::PackageManifest manifest;
-  if (!IsUsable(run, run.options.packagePath, folder.Path(), &manifest, outcome)) {
+  if (!IsUsable(run, run.options.packagePath, folder, &manifest, outcome)) {
     return false;
   }
   AddFacts(manifest, outcome);
@@ -23,7 +19,7 @@ bool SignChecked(const Run& run, const std::string& signature, Outcome* outcome)
     Note(run, outcome, "The package is an older one, whose description lists no checksums of its files.");
   }
   std::string error;
-  if (!Sign(run, run.options.packagePath, made, folder.Path(), outcome)) {
+  if (!Sign(run, run.options.packagePath, made, folder, outcome)) {
     return false;
   }
   if (!Publish(made, signature, &error)) {
@@ -37,15 +33,8 @@ Outcome SignPackage(const Run& run) {
   Outcome outcome;
   outcome.phase = "sign";
   const std::string signature = run.options.packagePath + ".sig";
-  if (!CanBeMade(run, signature, &outcome)) {
-    return outcome;
-  }
-  try {
-    if (!SignChecked(run, signature, &outcome)) {
-      return outcome;
-    }
-  } catch (const std::system_error& failure) {
-    CouldNotWrite(run, failure.what(), &outcome);
+  const auto sign = [&](const std::string& folder) { return SignChecked(run, signature, folder, &outcome); };
+  if (!CanBeMade(run, signature, &outcome) || !WithFolder(run, signature, sign, &outcome)) {
     return outcome;
   }
   outcome.verdict = "package-signed";

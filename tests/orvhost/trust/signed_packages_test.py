@@ -15,6 +15,7 @@ import zipfile
 from pathlib import Path
 
 import commands
+import jsonschema
 
 ORVHOST = os.environ["ORVHOST"]
 PLUGIN = os.environ["TEST_PLUGIN_PATH"]
@@ -366,6 +367,30 @@ class SignedPackages(unittest.TestCase):
         self.assertEqual(answer["exit_code"], 0)
         self.assertEqual(answer["notices"],
                          ["The package is an older one, whose description lists no checksums of its files."])
+
+
+    def test_the_schema_takes_the_descriptions_that_the_program_takes(self):
+        self.server.policy = "off"
+        schema = json.loads((TABLE.parent / "package.schema.json").read_text())
+        image = {"size": 14, "sha256": "0" * 64}
+        good = {"name": "n", "version": "01-24", "model": "", "server_types": ["kv6000"]}
+        valid = [good, {**good, "more": 1}, {**good, "files": {}}, {**good, "files": {"kv6000.ima": image}},
+                 {**good, "files": {"kv6000.ima": {**image, "sha256": "A" * 64, "more": 1}}},
+                 {**good, "name": "x" * 255}]
+        wrong = [[], {}, {**good, "name": ""}, {**good, "name": 1}, {**good, "version": ""}, {**good, "model": None},
+                 {**good, "server_types": []}, {**good, "server_types": [""]}, {**good, "server_types": "kv6000"},
+                 {**good, "server_types": ["kv6000"] * 65}, {**good, "name": "x" * 256}, {**good, "files": []},
+                 {**good, "files": None}, {**good, "files": {"a": {"size": 1}}},
+                 {**good, "files": {"a": {"sha256": "0" * 64}}}, {**good, "files": {"a": {**image, "size": -1}}},
+                 {**good, "files": {"a": {**image, "size": "1"}}}, {**good, "files": {"a": {**image, "sha256": "0" * 63}}},
+                 {**good, "files": {"module.json": image}}]
+        for description in valid + wrong:
+            with self.subTest(description):
+                self.server.rewrite(description=json.dumps(description))
+                answer = self.server.check()
+                cause = answer["error"]["cause"] if answer["error"] else ""
+                self.assertEqual("module.json is not valid" in cause, description in wrong, cause)
+                self.assertEqual(jsonschema.Draft202012Validator(schema).is_valid(description), description in valid)
 
 
 class MadePackages(unittest.TestCase):
