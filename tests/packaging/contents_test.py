@@ -12,6 +12,8 @@ from debian import output_of
 from packed import NAMES, pack, unpack
 from spdx_document import differences, problems, related
 
+OF_THE_SYSTEM = {"libc.so.6", "libm.so.6", "ld-linux-x86-64.so.2"}  # their version is that of no library that we name
+
 
 def loaded(path: Path) -> set[str]:
     """The libraries that a program loads, by another program than the one that made the list."""
@@ -31,31 +33,34 @@ class Contents(unittest.TestCase):
         return json.loads((self.trees[kind, name] / f"usr/share/doc/{name}/{name}.spdx.json").read_text())
 
     def each(self):
+        """What is packed as what, its tree and its document."""
         for (kind, name), tree in self.trees.items():
-            with self.subTest(f"{name}, {kind}"):
-                yield name, tree, self.document(kind, name)
+            yield kind, name, tree, self.document(kind, name)
 
     def test_every_package_brings_one(self):
         self.assertEqual(sorted(self.trees), sorted((kind, name) for kind in ("DEB", "RPM") for name in NAMES))
 
     def test_it_is_a_document_of_spdx(self):
-        for name, _, document in self.each():
-            self.assertEqual(problems(document), [])
-            self.assertEqual(related(document, "DESCRIBES"), {document["name"]: {name}})
+        for kind, name, _, document in self.each():
+            with self.subTest(name, kind=kind):
+                self.assertEqual(problems(document), [])
+                self.assertEqual(related(document, "DESCRIBES"), {document["name"]: {name}})
 
     def test_it_lists_every_file_as_it_is(self):
-        for name, tree, document in self.each():
-            self.assertEqual(differences(document, tree), [])
-            self.assertEqual(related(document, "CONTAINS")[name], {file["fileName"] for file in document["files"]})
+        for kind, name, tree, document in self.each():
+            with self.subTest(name, kind=kind):
+                self.assertEqual(differences(document, tree), [])
+                self.assertEqual(related(document, "CONTAINS")[name], {file["fileName"] for file in document["files"]})
 
     def test_it_names_the_libraries_that_are_loaded(self):
-        for _, tree, document in self.each():
-            binaries = {file["fileName"]: loaded(tree / file["fileName"]) for file in document["files"]
-                        if file["fileTypes"] == ["BINARY"]}
-            self.assertEqual(related(document, "DYNAMIC_LINK"), binaries)
-            for package in document["packages"]:  # and knows them all
-                self.assertNotEqual((package["licenseDeclared"], package["versionInfo"]), ("NOASSERTION", "NOASSERTION"),
-                                    package["name"])
+        for kind, name, tree, document in self.each():
+            with self.subTest(name, kind=kind):
+                binaries = {file["fileName"]: loaded(tree / file["fileName"]) for file in document["files"]
+                            if file["fileTypes"] == ["BINARY"]}
+                self.assertEqual(related(document, "DYNAMIC_LINK"), binaries)
+                unknown = [package["name"] for package in document["packages"]
+                           if "NOASSERTION" in (package["licenseDeclared"], package["versionInfo"])]
+                self.assertEqual(set(unknown) - OF_THE_SYSTEM, set())
 
     def test_it_names_the_libraries_whose_code_is_carried(self):
         carried = {"./usr/bin/orvhost": {"CLI11", "nlohmann_json"},
