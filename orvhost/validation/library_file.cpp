@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <gelf.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -149,7 +150,10 @@ std::optional<LibraryFile> ReadLibraryFile(const std::string& path, std::string*
     }
   }
   ReadSegments(elf.get(), &file);
-  elf_rawfile(elf.get(), &file.size);
+  struct stat status {};
+  if (fstat(descriptor.Get(), &status) == 0) {
+    file.size = static_cast<std::size_t>(status.st_size);
+  }
   file.isSharedLibrary = header.e_type == ET_DYN && !isProgram;
   file.isForThisMachine = IsForSameMachine(header);
   return file;
