@@ -10,7 +10,7 @@ namespace posix {
 ScratchFolder::ScratchFolder(const std::string& parent, const std::string& name)
     : path_((std::filesystem::absolute(parent) / (name + ".XXXXXX")).string()) {
   if (mkdtemp(path_.data()) == nullptr) {
-    throw std::system_error(errno, std::generic_category(), "no folder can be made in " + parent);
+    throw std::system_error(errno, std::generic_category(), "none can be made in " + parent);
   }
 }
 

@@ -95,7 +95,7 @@ bool WithFolder(const Run& run, const std::string& path, const std::function<boo
     const posix::ScratchFolder folder(FolderOf(path), ".orvhost-maker");
     return work(folder.Path());
   } catch (const std::system_error& failure) {
-    CouldNotWrite(run, failure.what(), outcome);
+    CouldNotWrite(run, std::string("a folder for it is needed, and ") + failure.what(), outcome);
     return false;
   }
 }

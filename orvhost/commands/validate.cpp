@@ -16,6 +16,7 @@
 #include "orvhost/validation/host_libraries.h"
 #include "orvhost/validation/library_file.h"
 #include "orvhost/validation/validation.h"
+#include "posix/scratch_folder.h"
 #include "refhost/staged_package.h"
 #include "refhost/trace_sink.h"
 
@@ -26,31 +27,15 @@ namespace {
 namespace fs = std::filesystem;
 using Status = CheckResult::Status;
 
-class ScratchFolder {
- public:
-  ScratchFolder() {
-    std::error_code failure;
-    const fs::path parent = fs::temp_directory_path(failure);
-    if (failure) {
-      throw std::system_error(failure, "the one for temporary files cannot be used");
-    }
-    std::string name = (fs::absolute(parent) / "orvhost-validate-XXXXXX").string();
-    if (mkdtemp(name.data()) == nullptr) {
-      throw std::system_error(errno, std::generic_category(), "none can be made in " + parent.string());
-    }
-    path_ = name;
+// For temporary files. Throws std::system_error when there is none.
+std::string TemporaryParent() {
+  std::error_code failure;
+  const fs::path parent = fs::temp_directory_path(failure);
+  if (failure) {
+    throw std::system_error(failure, "the one for temporary files cannot be used");
   }
-  ScratchFolder(const ScratchFolder&) = delete;
-  ScratchFolder& operator=(const ScratchFolder&) = delete;
-  ~ScratchFolder() {
-    std::error_code ignored;
-    fs::remove_all(path_, ignored);
-  }
-  const std::string& Path() const { return path_; }
-
- private:
-  std::string path_;
-};
+  return parent.string();
+}
 
 const char* InWord(Status status) {
   switch (status) {
@@ -102,7 +87,7 @@ class Validation {
         return CheckResult::Skip("it needs \"" + needed + "\"");
       }
     }
-    const ScratchFolder folder;
+    const posix::ScratchFolder folder(TemporaryParent(), "orvhost-validate");
     Candidate candidate = candidate_;
     candidate.folder = folder.Path();
     return RunIsolated([&] { return check.run(candidate); }, limit_);

@@ -187,7 +187,13 @@ int CModuleManager::CheckDependentInfo(CDependencyInfo dependency, bool useUpdat
 }
 
 int CModuleManager::ApplyUpdatesRepository() {
-  return Change([](ModuleState* state) { state->previous = std::exchange(state->operating, state->update); });
+  return Change([](ModuleState* state) {
+    // Of a version that is written again, the one before both stays the previous one.
+    if (state->operating.info.moduleVersion != state->update.info.moduleVersion) {
+      state->previous = state->operating;
+    }
+    state->operating = state->update;
+  });
 }
 
 int CModuleManager::RollbackRepository() {

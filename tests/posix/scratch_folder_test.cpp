@@ -35,7 +35,7 @@ TEST(ScratchFolder, FailsWhereNoneCanBeMade) {
     FAIL() << folder.Path();
   } catch (const std::system_error& error) {
     EXPECT_EQ(error.code().value(), ENOENT);
-    EXPECT_EQ(std::string(error.what()), "no folder can be made in /proc/nothing: No such file or directory");
+    EXPECT_EQ(std::string(error.what()), "none can be made in /proc/nothing: No such file or directory");
   }
 }
 

@@ -45,6 +45,14 @@ TEST_F(Rollback, OfAnUpdateThatWaitsWritesTheRunningVersionAgain) {
   EXPECT_NE(RunJson("rollback")["summary"].get<std::string>().find("--allow-reinstall"), std::string::npos);
 }
 
+TEST_F(Rollback, OfAVersionThatWasWrittenTwiceIsTheOneBeforeBoth) {
+  UpdateTwice();
+  ASSERT_EQ(Run(UpdateAgain(good_)), 0);
+  const json object = RunJson("rollback");
+  EXPECT_EQ(object["facts"]["previous_version"], "01-23");
+  EXPECT_EQ(object["facts"]["package"], first_);
+}
+
 TEST_F(Rollback, FailsWhenThePackageIsGoneOrAnother) {
   UpdateTwice();
   std::filesystem::copy_file(good_, first_, std::filesystem::copy_options::overwrite_existing);
