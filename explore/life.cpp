@@ -148,8 +148,11 @@ RunEnd Life::Run(const std::string& words) {
     world_.LosePower();
     disk_.GoDown(false);
   }
-  TheStage().Say(end.WasCut() ? std::string("  cut off")
-                              : "  exit " + std::to_string(end.exitCode) + ", " + end.Verdict());
+  TheStage().Say(
+      end.WasCut()
+          ? std::string("  cut off")
+          : "  exit " + std::to_string(end.exitCode) + ", " + end.Verdict() +
+                (end.object.is_object() && end.object["error"].is_object() ? ": " + end.object["error"].dump() : ""));
   return end;
 }
 

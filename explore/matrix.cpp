@@ -136,6 +136,25 @@ std::string FindingRows(const std::vector<Scenario>& scenarios, const std::vecto
   return text;
 }
 
+// How many scenarios break a rule, and how many of these have no reason to stay.
+std::string FindingTotals(const std::vector<Scenario>& scenarios, const std::vector<Result>& results) {
+  std::set<std::string> kinds;
+  int open = 0;
+  int known = 0;
+  for (std::size_t at = 0; at < scenarios.size(); ++at) {
+    for (const std::string& finding : results[at].findings) {
+      const std::string why = WhyKnown(scenarios[at], results[at], finding);
+      open += why.empty() ? 1 : 0;
+      known += why.empty() ? 0 : 1;
+      if (!why.empty()) {
+        kinds.insert(why);
+      }
+    }
+  }
+  return std::to_string(open) + " findings open, " + std::to_string(known) + " in " + std::to_string(kinds.size()) +
+         " known kinds that stay.\n";
+}
+
 // Which of the events were hit.
 std::string Extent(int every) {
   return every == 1 ? "Every event of every road was hit."
@@ -183,7 +202,9 @@ void WriteMarkdown(const std::string& path, int every, const std::vector<Course>
   for (const FaultRow& fault : AllFaults()) {
     file << TotalRow("`" + std::string(fault.name) + "`: " + std::string(fault.words), byFault[fault.kind]);
   }
-  file << "\n## Findings\n\nWhat breaks a rule, or does not lead to the end that was wanted within " << kMostSteps + 1
+  file << "\n## Findings\n\n"
+       << FindingTotals(scenarios, results)
+       << "\nWhat breaks a rule, or does not lead to the end that was wanted within " << kMostSteps
        << " steps.\nThose that stay say why; the others are open.\n\n| Finding | Scenarios | For example "
           "|\n|---|---|---|\n"
        << FindingRows(scenarios, results) << kNotCovered;

@@ -60,11 +60,14 @@ NextStep AfterSuccess(const RunEnd& last, const std::string& wanted) {
 
 }  // namespace
 
-NextStep BySentence(const std::string& text, const std::string& last, bool wasApplied) {
+NextStep BySentence(const std::string& text, const std::string& last, const Memory& memory) {
   NextStep next{Kind::kRun, "", Holds(text, "Wait") || Holds(text, "wait") || Holds(text, "when it is done"), text};
   if (Holds(text, "Shut the machine down by hand")) {
     next.kind = Kind::kShutDown;
-  } else if (const bool second = Holds(text, "otherwise run") && wasApplied; !QuotedCommand(text, second).empty()) {
+  } else if (memory.failedToSend && Holds(text, "start the machine anew")) {
+    next.kind = Kind::kStartAnew;
+  } else if (const bool second = Holds(text, "otherwise run") && memory.wasApplied;
+             !QuotedCommand(text, second).empty()) {
     next.words = QuotedCommand(text, second);
   } else if (AsksForTheSame(text)) {
     next.words = last;
@@ -76,7 +79,7 @@ NextStep BySentence(const std::string& text, const std::string& last, bool wasAp
   return next;
 }
 
-NextStep AfterRun(const RunEnd& last, const std::string& wanted, bool wasApplied) {
+NextStep AfterRun(const RunEnd& last, const std::string& wanted, const Memory& memory) {
   if (last.WasCut() || !last.object.is_object()) {
     return {Kind::kRun, "diagnose", false, "the run was cut off"};
   }
@@ -84,13 +87,13 @@ NextStep AfterRun(const RunEnd& last, const std::string& wanted, bool wasApplied
     const nlohmann::json facts = last.object.value("facts", nlohmann::json::object());
     const std::string text = facts.value("next_step", "");
     return text.empty() ? NextStep{Kind::kRun, wanted, false, "nothing is left of the run"}
-                        : BySentence(text, wanted, wasApplied);
+                        : BySentence(text, wanted, memory);
   }
   if (last.exitCode == 0) {
     return AfterSuccess(last, wanted);
   }
   const nlohmann::json error = last.object.value("error", nlohmann::json::object());
-  return BySentence(error.is_object() ? error.value("next_step", "") : "", last.words, wasApplied);
+  return BySentence(error.is_object() ? error.value("next_step", "") : "", last.words, memory);
 }
 
 }  // namespace explore

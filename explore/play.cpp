@@ -47,7 +47,7 @@ class Performance {
   RunEnd last_;
   std::string wanted_;
   int waits_ = 0;
-  bool wasApplied_ = false;  // since the last update
+  Memory memory_;
   Played played_;
 };
 
@@ -71,7 +71,7 @@ RunEnd Performance::Run(const std::string& words) {
   RunEnd end = life_.Run(words);
   JudgeRun(life_, end, scenario_.faults, &played_.findings);
   const bool goesDown = end.askedToHalt || end.askedToRestart;
-  wasApplied_ = goesDown || (wasApplied_ && !(words.starts_with("update") && end.exitCode == 0));
+  memory_.wasApplied = goesDown || (memory_.wasApplied && !(words.starts_with("update") && end.exitCode == 0));
   return end;
 }
 
@@ -114,9 +114,9 @@ bool Performance::IsThere() {
 void Performance::Recover() {
   life_.LetGoDown();
   while (!IsThere()) {
-    NextStep next = AfterRun(last_, wanted_, wasApplied_);
+    NextStep next = AfterRun(last_, wanted_, memory_);
     if (defect_ == Defect::kRecovery) {
-      next = BySentence("Ask somebody.", last_.words, false);
+      next = BySentence("Ask somebody.", last_.words, {});
     }
     if (!Obey(next)) {
       played_.findings.push_back("recovery: after " + played_.way + " the sentence leads nowhere: " + next.text);
@@ -128,13 +128,16 @@ void Performance::Recover() {
     }
   }
   played_.ends = true;
-  if (played_.steps > kMostSteps + 1) {
+  if (played_.steps > kMostSteps) {
     played_.findings.push_back("recovery: it takes " + std::to_string(played_.steps) + " steps: " + played_.way);
   }
   Repeat();
 }
 
 bool Performance::Obey(const NextStep& next) {
+  if (last_.words != "diagnose") {
+    memory_.failedToSend = last_.exitCode != 0;
+  }
   if (next.waitsFirst) {
     life_.TheWorld().Pass(kPatience);
   }
@@ -144,6 +147,13 @@ bool Performance::Obey(const NextStep& next) {
     ++played_.steps;
     last_ = Run("verify");
     played_.way += ", verify";
+    return true;
+  }
+  if (next.kind == NextStep::Kind::kStartAnew) {
+    life_.ShutDownByHand();
+    last_ = Run(wanted_);
+    played_.way += ", start the machine anew, " + wanted_.substr(0, wanted_.find(' '));
+    played_.steps += 2;
     return true;
   }
   if (next.kind != NextStep::Kind::kRun || next.words.empty()) {

@@ -158,12 +158,6 @@ std::string Fingerprint(const std::vector<Course>& courses) {
 
 std::string WhyKnown(const Scenario& scenario, const Result& result, const std::string& finding) {
   const auto holds = [&finding](const char* part) { return finding.find(part) != std::string::npos; };
-  const bool sends = scenario.road.starts_with("notify") || scenario.road == "methods-send";
-  if (sends && holds("goes on for ever")) {
-    return "A record's file is left locked, and ipmitool reports the answer 01 (locked already) as a failure: nothing "
-           "is "
-           "sent until the machine is started anew.";
-  }
   if (holds("SDR:, and the BMC runs")) {
     return "The version of the sensor data records counts as empty when it cannot be read; the plug-in answers that as "
            "a "
@@ -174,9 +168,34 @@ std::string WhyKnown(const Scenario& scenario, const Result& result, const std::
            "touched, "
            "which is the safe side.";
   }
-  if (holds("it takes") && holds("verify, update, apply, verify")) {
-    return "With the power the BMC loses its reboot flag, and nothing on the machine shows that: the first apply only "
-           "restarts, verify finds the old version, and the package is written once more.";
+  const auto takes = [&](const char* way) { return holds("it takes") && finding.ends_with(way); };
+  if (takes("verify, update, apply, verify")) {
+    return "The power was lost during an apply. Only the BMC knows which firmware it runs then, so it is asked first; "
+           "where it lost its reboot flag, the package is written once more. A person does what is named, one step "
+           "after the other, and replaces nothing.";
+  }
+  if (takes("methods, notify, start the machine anew, methods")) {
+    return "A record's file is left locked by a method that was killed. \"methods\" shows no steps of a transfer, so "
+           "\"notify\" is run to learn which it is. A person starts the machine anew, as notify says, and replaces the "
+           "board that has the service processor only if locking fails even then.";
+  }
+  if (takes("apply, update, apply, verify") && result.verdict == "updated-after-time-out") {
+    return "A flash tool that was cut off at its time limit may have written all or nothing: only the BMC's answer to "
+           "apply shows which. A person writes the package anew, as the text says.";
+  }
+  if (result.verdict == "records-damaged" && takes("update, apply, verify")) {
+    return "Records that cannot be read for a moment: the same command comes first, and it finds that the update is to "
+           "be written again. A person repairs what holds the records.";
+  }
+  if (takes("update, apply, verify, check")) {
+    return "A file of the package that cannot be read for a moment makes the package look older or the same; what was "
+           "only to be checked is then written, since the text names the option for it. A person reads that text and "
+           "decides.";
+  }
+  if (takes("update, update, apply, verify")) {
+    return "The tool was killed when it had just started the package's script. The script of the next update reports "
+           "that nothing was written (2F2B), and the one after that writes all. A person runs the same command again, "
+           "as the text says.";
   }
   const auto hits = [&scenario](FaultKind kind) {
     return std::ranges::any_of(scenario.faults, [kind](const Fault& fault) { return fault.kind == kind; });

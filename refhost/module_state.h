@@ -55,6 +55,11 @@ struct ModuleState {
                                               : StatusOfDevice(state) == kUpdateWritten;
 }
 
+// Whether `state` has neither an update nor an installed version: nothing was kept, or what was is gone.
+[[nodiscard]] inline bool NamesNoUpdate(const ModuleState& state) {
+  return state.updateStatus == kNoUpdate && state.operating.info.moduleVersion.empty();
+}
+
 // Folder of the state file: "repository" under the install path.
 [[nodiscard]] REFHOST_EXPORT std::string ModuleStateFolder();
 

@@ -25,8 +25,7 @@ std::optional<FailedEnd> UnrecordedUpdate(const refhost::ModuleState& records) {
 
 // No update is recorded at all, although the journals have one whose firmware was not put into operation.
 std::optional<FailedEnd> ForgottenUpdate(const std::string& installPath, const refhost::ModuleState& records) {
-  const bool namesNone = records.updateStatus == refhost::kNoUpdate && records.operating.info.moduleVersion.empty();
-  if (!namesNone || !ShowsUpdateNotApplied(JournalFolder(installPath))) {
+  if (!refhost::NamesNoUpdate(records) || !ShowsUpdateNotApplied(JournalFolder(installPath))) {
     return {};
   }
   return NotWritten(

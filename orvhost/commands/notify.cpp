@@ -5,6 +5,7 @@
 #include "orvhost/commands/commands.h"
 #include "orvhost/commands/dry_run.h"
 #include "orvhost/run/failure.h"
+#include "orvhost/trace/plugin_lines.h"
 #include "orvhost/trace/remedy.h"
 #include "orvhost/trace/send_watch.h"
 
@@ -19,6 +20,18 @@ constexpr const char* kSendMethod = "SendInfoToSVP";
 long Count(const SendWatch& seen, State state) {
   const auto& results = seen.Results();
   return std::ranges::count_if(results, [state](const SendResult& r) { return r.state == state; });
+}
+
+// A transfer whose unlock was lost keeps its file locked for whoever comes next, until the machine starts anew.
+constexpr const char* kMayBeLocked =
+    " If the sending before this one failed or was cut off too, a record may have been left locked: start the machine "
+    "anew (shutdown -h now, then switch it on) and send again. If locking fails even then, replace the board that has "
+    "the service processor.";
+
+bool FailedAtLocking(const SendWatch& seen) {
+  return std::ranges::any_of(seen.Results(), [](const SendResult& result) {
+    return result.state == State::kFailed && result.detail == plugin_lines::lines::kLocking;
+  });
 }
 
 void Conclude(const SendWatch& seen, Outcome* outcome) {
@@ -57,7 +70,8 @@ void Send(const Run& run, const Session& session, Outcome* outcome) {
        {.exitCode = FailedExitCode(run),
         .verdict = "not-sent",
         .cause = "Not everything was sent." + inWords,
-        .nextStep = RemedyThenAgain(run.watch) + " It sends everything anew."});
+        .nextStep =
+            RemedyThenAgain(run.watch) + " It sends everything anew." + (FailedAtLocking(seen) ? kMayBeLocked : "")});
 }
 
 Outcome Notify(const Run& run) {

@@ -65,7 +65,8 @@ std::string RunUpdate(const std::string& package) {
   return "run \"orvhost update " + (package.empty() ? "PACKAGE" : package) + "\" again.";
 }
 
-std::string UpdateAgain(const Situation& situation, bool flashTouched) {
+// As "update" takes it, with what it was allowed; "" when it is not known.
+std::string PackageOf(const Situation& situation) {
   const auto copied = std::ranges::find(situation.run.entries, "package", &JournalEntry::kind);
   std::string package = copied != situation.run.entries.end() ? copied->Text("path") : situation.run.Option("package");
   if (!package.empty()) {
@@ -73,6 +74,11 @@ std::string UpdateAgain(const Situation& situation, bool flashTouched) {
     package += situation.run.HasOption("allow_older") ? " --allow-older" : "";
     package += situation.run.HasOption("allow_reinstall") ? " --allow-reinstall" : "";
   }
+  return package;
+}
+
+std::string UpdateAgain(const Situation& situation, bool flashTouched) {
+  const std::string package = PackageOf(situation);
   return flashTouched ? KeepPoweredAndUpdate(package) : "R" + RunUpdate(package).substr(1);
 }
 
@@ -230,6 +236,27 @@ void TakeVerified(const Situation& situation, Diagnosis* diagnosis) {
   }
 }
 
+// "apply" refuses an update that the records no longer have.
+void TakeForgotten(const Situation& situation, Diagnosis* diagnosis) {
+  if (diagnosis->verdict == "written" && diagnosis->nextStep == kApply && situation.recordsAreReadable &&
+      refhost::NamesNoUpdate(situation.records)) {
+    diagnosis->nextStep = UpdateAgain(situation, true);
+  }
+}
+
+// With its power a BMC loses that something waits beside its firmware, and an "apply" would only restart the machine.
+void TakeRestarted(const Situation& situation, Diagnosis* diagnosis) {
+  if (diagnosis->verdict == "written" && diagnosis->nextStep == kApply && situation.machineWasRestarted) {
+    std::string package = PackageOf(situation);
+    package = package.empty() ? "PACKAGE" : package;
+    package += package.find("--allow-reinstall") == std::string::npos ? " --allow-reinstall" : "";
+    diagnosis->nextStep =
+        "Unless you know that the machine has kept its power since, write the package anew first: "
+        "\"orvhost update " +
+        package + "\". " + kApply;
+  }
+}
+
 // The BMC is one for all install paths, so what this one's run wrote may be there no longer.
 void TakeOverwritten(const Situation& situation, Diagnosis* diagnosis) {
   if (situation.overwrittenBy.empty() || diagnosis->nextStep != kApply) {
@@ -264,6 +291,8 @@ Diagnosis Diagnose(const Situation& situation) {
   }
   TakeVerified(situation, &diagnosis);
   TakeOverwritten(situation, &diagnosis);
+  TakeForgotten(situation, &diagnosis);
+  TakeRestarted(situation, &diagnosis);
   TakeRefused(situation, &diagnosis);
   if (!situation.recordsAreReadable) {
     diagnosis.unknown += std::string(diagnosis.unknown.empty() ? "" : " ") + "What the host recorded.";

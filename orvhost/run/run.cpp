@@ -110,8 +110,8 @@ bool ReadRunningVersion(const Run& run, const Session& session, Outcome* outcome
        {.exitCode = FailedExitCode(run),
         .verdict = "bmc-unreadable",
         .cause = "The BMC does not report its firmware version.",
-        .nextStep = "Wait a minute in case the BMC is restarting, then run \"orvhost identify\". If that fails too, "
-                    "run the command above by hand to see why."});
+        .nextStep = "Wait a minute in case the BMC is restarting, then run the same command again. If that fails "
+                    "too, run the command above by hand to see why."});
   return false;
 }
 

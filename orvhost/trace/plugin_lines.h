@@ -51,8 +51,9 @@ inline constexpr std::string_view kDisksNotSupported = "Send HDD Information not
 inline constexpr std::string_view kNoCapability = "Get Capability Failed";
 
 // The step at which sending failed. A longer text stands for itself, not for a shorter one that it begins with.
+inline constexpr std::string_view kLocking = "locking the file";
 inline constexpr auto kSendFailures = std::to_array<Wording>({
-    {"Failed to execute IPMI command(OEM Lock Server Config File)", "locking the file"},
+    {"Failed to execute IPMI command(OEM Lock Server Config File)", kLocking},
     {"Failed to execute IPMI command(OEM Write Server Config File)", "writing the file"},
     {"Failed to execute IPMI command(OEM Write Server Config File [Signature])", "writing the file's signature"},
     {"Failed to execute IPMI command(OEM UnLock Server Config File)", "unlocking the file"},

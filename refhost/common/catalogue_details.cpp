@@ -49,7 +49,7 @@ constexpr auto kDetails = std::to_array<Detail>({
      "Restart the machine by hand (shutdown -r now)."},
     {"1C", "the firmware version could not be read from the BMC",
      "The BMC did not answer Get Device ID in three attempts.",
-     "Wait a minute in case the BMC is restarting, then try \"orvhost identify\"."},
+     "Wait a minute in case the BMC is restarting, then run the same command again."},
     {"1D", "the update marker could not be deleted",
      "INSTALL_PATH/tmp/KV6KBMC/ExistUpdate.txt is still there, so the machine was not halted.",
      "Look at the permissions of that folder, delete the file, then shut the machine down by hand."},

@@ -16,7 +16,7 @@ explore::RunEnd Ended(const std::string& words, int exitCode, const nlohmann::js
 }
 
 std::string Obeys(const std::string& sentence, bool wasApplied = false) {
-  const NextStep next = explore::BySentence(sentence, "update PACKAGE", wasApplied);
+  const NextStep next = explore::BySentence(sentence, "update PACKAGE", {.wasApplied = wasApplied});
   return (next.waitsFirst ? "wait, " : "") + (next.kind == Kind::kRun        ? next.words
                                               : next.kind == Kind::kShutDown ? "shut down"
                                               : next.kind == Kind::kDone     ? "done"
@@ -50,23 +50,30 @@ TEST(Operator, RemembersWhetherItHasApplied) {
   EXPECT_EQ(Obeys(sentence, true), "update PACKAGE");
 }
 
+TEST(Operator, StartsTheMachineAnewOnlyWhereSendingFailedBefore) {
+  const std::string sentence =
+      "Run \"orvhost notify\" again. If the sending before this one failed or was cut off too, a record may have been "
+      "left locked: start the machine anew.";
+  EXPECT_EQ(Obeys(sentence), "notify");
+  EXPECT_EQ(explore::BySentence(sentence, "notify", {.failedToSend = true}).kind, Kind::kStartAnew);
+}
+
 TEST(Operator, DiagnosesARunThatWasCutOff) {
   explore::RunEnd end;
   end.cutBy = explore::FaultKind::kKill;
-  EXPECT_EQ(AfterRun(end, "update PACKAGE", false).words, "diagnose");
+  EXPECT_EQ(AfterRun(end, "update PACKAGE", {}).words, "diagnose");
 }
 
 TEST(Operator, TakesUpWhatItSetOutFor) {
   const auto diagnosed = Ended("diagnose", 0, {{"facts", nlohmann::json::object()}});
-  EXPECT_EQ(AfterRun(diagnosed, "update PACKAGE", false).words, "update PACKAGE");
+  EXPECT_EQ(AfterRun(diagnosed, "update PACKAGE", {}).words, "update PACKAGE");
   const auto identified = Ended("identify", 0, {{"needs_apply", false}});
-  EXPECT_EQ(AfterRun(identified, "update PACKAGE", false).words, "update PACKAGE");
+  EXPECT_EQ(AfterRun(identified, "update PACKAGE", {}).words, "update PACKAGE");
 }
 
 TEST(Operator, AppliesWhatWaitsAndThenVerifies) {
-  EXPECT_EQ(AfterRun(Ended("update PACKAGE", 0, {{"needs_apply", true}}), "update PACKAGE", false).words,
-            "apply --yes");
-  EXPECT_EQ(AfterRun(Ended("apply --yes", 0, {{"verdict", "going-down"}}), "update PACKAGE", false).words, "verify");
+  EXPECT_EQ(AfterRun(Ended("update PACKAGE", 0, {{"needs_apply", true}}), "update PACKAGE", {}).words, "apply --yes");
+  EXPECT_EQ(AfterRun(Ended("apply --yes", 0, {{"verdict", "going-down"}}), "update PACKAGE", {}).words, "verify");
 }
 
 }  // namespace

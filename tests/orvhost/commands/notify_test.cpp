@@ -52,7 +52,10 @@ TEST_F(Notify, AFailureNamesTheStepAndWhatWasSentAllTheSame) {
       "  trace:           Failed to execute IPMI command(OEM Lock Server Config File) CompletionCode:81\n"
       "  completion code: 81\n"
       "  flash:           not touched by this run\n"
-      "  next step:       Run \"orvhost notify\" again; its text names the step. It sends everything anew.\n");
+      "  next step:       Run \"orvhost notify\" again; its text names the step. It sends everything anew. If the "
+      "sending before this one failed or was cut off too, a record may have been left locked: start the machine anew "
+      "(shutdown -h now, then switch it on) and send again. If locking fails even then, replace the board that has the "
+      "service processor.\n");
   const json object = RunJson("notify");
   EXPECT_EQ(object["verdict"], "not-sent");
   EXPECT_EQ(object["changed"], true);

@@ -32,16 +32,16 @@ TEST_F(Orvhost, IdentifyFailsWhenTheBmcDoesNotAnswer) {
   Ask("unreadable");
   EXPECT_EQ(Run("identify"), 7);
   EXPECT_EQ(out_, "");
-  EXPECT_EQ(
-      err_,
-      "orvhost identify: The BMC does not report its firmware version.\n"
-      "  verdict:         bmc-unreadable, exit code 7\n"
-      "  trace:           Failed to execute ipmi command(GetDeviceID) CompletionCode:C3\n"
-      "  shell command:   tool raw 0x06 0x01 > result\n"
-      "  completion code: C3\n"
-      "  flash:           not touched by this run\n"
-      "  next step:       Wait a minute in case the BMC is restarting, then run \"orvhost identify\". If that fails "
-      "too, run the command above by hand to see why.\n");
+  EXPECT_EQ(err_,
+            "orvhost identify: The BMC does not report its firmware version.\n"
+            "  verdict:         bmc-unreadable, exit code 7\n"
+            "  trace:           Failed to execute ipmi command(GetDeviceID) CompletionCode:C3\n"
+            "  shell command:   tool raw 0x06 0x01 > result\n"
+            "  completion code: C3\n"
+            "  flash:           not touched by this run\n"
+            "  next step:       Wait a minute in case the BMC is restarting, then run the same command again. If that "
+            "fails too, run the command above by hand to see why.\n"
+            "  same command:    orvhost identify\n");
 }
 
 TEST_F(Orvhost, UpdateTellsEveryStepAndRecordsTheNewVersion) {

@@ -21,6 +21,8 @@ constexpr const char* kKeepWaiting =
 
 class DiagnosisOf : public testing::Test {
  protected:
+  DiagnosisOf() { situation_.records.operating.info.moduleVersion = "01-23"; }
+
   void Add(json line) {
     line["s"] = 0.1;
     line["t"] = "2026-01-31T12:00:00.000000Z";
@@ -165,6 +167,27 @@ TEST_F(DiagnosisOf, AnUpdateThatEndedWellIsApplied) {
   End("updated");
   Expect("written", true, kApply);
   EXPECT_EQ(Diagnose(situation_).unknown, "");
+}
+
+TEST_F(DiagnosisOf, AWrittenUpdateMayBeLostWithThePowerOfAMachineThatWasStartedAnew) {
+  BeginUpdateUpToTheFlash();
+  Flash();
+  End("updated");
+  situation_.machineWasRestarted = true;
+  const std::string next = Diagnose(situation_).nextStep;
+  EXPECT_EQ(next.find("Unless you know that the machine has kept its power since, write the package anew first: "
+                      "\"orvhost update "),
+            0U)
+      << next;
+  EXPECT_NE(next.find(std::string(" --allow-reinstall\". ") + kApply), std::string::npos) << next;
+}
+
+TEST_F(DiagnosisOf, AWrittenUpdateThatTheRecordsLostIsWrittenAgain) {
+  BeginUpdateUpToTheFlash();
+  Flash();
+  End("updated");
+  situation_.records = {};
+  Expect("written", true, kUpdateAgainPowered);
 }
 
 TEST_F(DiagnosisOf, AnUpdateThatRanOutOfTimeLeavesADoubt) {
