@@ -53,6 +53,8 @@ TEST_F(Start, WithoutProcNothingIsBegun) {
   if (std::system((prefix_ + "true > /dev/null 2>&1").c_str()) != 0) {
     GTEST_SKIP() << "only root can take /proc away";
   }
+  // Without /proc the loader does not find the libraries by where the program is.
+  prefix_ = "LD_LIBRARY_PATH=\"" HOST_LIBRARIES "\" " + prefix_;
   EXPECT_EQ(Run("identify"), 1);
   // A sanitizer has something to say of it too.
   EXPECT_NE(err_.find("orvhost: cannot start: its standard input, output and error cannot be set up (No such file or "
