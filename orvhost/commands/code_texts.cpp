@@ -14,7 +14,8 @@ constexpr auto kExitCodes = std::to_array<NumberText>({
     {1, "An unexpected error ended the run.",
      "This is a fault of orvhost or of the plug-in. The flash was not touched.",
      "Run it again with --log-file, keep the log and report it."},
-    {2, "The command line was not right, or a confirmation, a folder or the log file was missing.",
+    {2,
+     "The command line was not right, a confirmation, a folder or the log file was missing, or a key file is unusable.",
      "Nothing was begun and the flash was not touched.", "Correct the command as the message says; see --help."},
     {3, "The plug-in could not be loaded.",
      "Its file is missing or damaged, or it does not keep to the host's contract. The flash was not touched.",
@@ -24,9 +25,9 @@ constexpr auto kExitCodes = std::to_array<NumberText>({
      "phrase. The flash was not touched.",
      "Install or start what is missing, then run the same command again."},
     {5, "The package cannot be used.",
-     "The archive is damaged, takes too much to read, is no update package or does not hold what an update of this "
-     "server needs. The flash was not touched.",
-     "Get the package anew."},
+     "The archive is damaged, takes too much to read, is no update package, does not hold what an update of this "
+     "server needs or what it lists, or is not signed as this machine wants it. The flash was not touched.",
+     "Get the package anew, with its signature."},
     {6, "The package, or the report, is not for this machine, or the package is not newer than what runs.",
      "The server type, the major version or the model differs; or the package is older than the running version, or "
      "counts as the same. The flash was not touched.",

@@ -16,17 +16,21 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// What an update of a server of one of its types would refuse; "" for nothing.
-std::string Complaint(const refhost::PackageManifest& manifest, const std::string& folder) {
-  for (const std::string& type : manifest.serverTypes) {
-    if (const std::string complaint = VersionComplaint(manifest.version, type); !complaint.empty()) {
-      return "its version \"" + manifest.version + "\" is malformed for " + type + ", because " + complaint;
-    }
-    if (const std::string complaint = ContentsComplaint(MethodFor(type), folder); !complaint.empty()) {
-      return complaint + " (for " + type + ")";
-    }
+// What an update of a server of that type would refuse; "" for nothing.
+std::string ComplaintFor(const std::string& type, const std::string& version, const std::string& folder) {
+  if (const std::string complaint = VersionComplaint(version, type); !complaint.empty()) {
+    return "its version \"" + version + "\" is malformed for " + type + ", because " + complaint;
   }
-  return "";
+  const std::string complaint = ContentsComplaint(MethodFor(type), folder);
+  return complaint.empty() ? "" : complaint + " (for " + type + ")";
+}
+
+std::string Complaint(const refhost::PackageManifest& manifest, const std::string& folder) {
+  std::string complaint;
+  for (auto type = manifest.serverTypes.begin(); complaint.empty() && type != manifest.serverTypes.end(); ++type) {
+    complaint = ComplaintFor(*type, manifest.version, folder);
+  }
+  return complaint;
 }
 
 std::string FolderOf(const std::string& path) {

@@ -30,7 +30,7 @@ constexpr const char* kMayBeLocked =
 
 bool FailedAtLocking(const SendWatch& seen) {
   return std::ranges::any_of(seen.Results(), [](const SendResult& result) {
-    return result.state == State::kFailed && result.detail == plugin_lines::lines::kLocking;
+    return result.state == State::kFailed && result.detail == plugin_lines::lines::kLockingFailed.words;
   });
 }
 

@@ -1,4 +1,6 @@
 // orvhost sign-package: a detached signature of a package. For those who make packages; touches no device.
+#include <filesystem>
+
 #include "orvhost/commands/commands.h"
 #include "orvhost/commands/maker_steps.h"
 #include "orvhost/maker/finished_package.h"
@@ -10,8 +12,10 @@ namespace {
 // False with the outcome complete.
 bool SignChecked(const Run& run, const std::string& signature, const std::string& folder, Outcome* outcome) {
   const std::string made = folder + "/signature";
+  const std::string copy = folder + "/package";  // what is looked at is what is signed
+  std::filesystem::copy_file(run.options.packagePath, copy);
   refhost::PackageManifest manifest;
-  if (!IsUsable(run, run.options.packagePath, folder, &manifest, outcome)) {
+  if (!IsUsable(run, copy, folder, &manifest, outcome)) {
     return false;
   }
   AddFacts(manifest, outcome);
@@ -19,7 +23,7 @@ bool SignChecked(const Run& run, const std::string& signature, const std::string
     Note(run, outcome, "The package is an older one, whose description lists no checksums of its files.");
   }
   std::string error;
-  if (!Sign(run, run.options.packagePath, made, folder, outcome)) {
+  if (!Sign(run, copy, made, folder, outcome)) {
     return false;
   }
   if (!Publish(made, signature, &error)) {

@@ -13,7 +13,7 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr std::uintmax_t kMostBytes = 1024UL * 1024UL * 1024UL;
-constexpr std::size_t kMostFiles = 10000;
+constexpr std::size_t kMostFiles = 9999;  // and the description
 
 void FindBelow(const fs::path& folder, PackageSource* source, std::string* error) {
   std::uintmax_t bytes = 0;
@@ -36,7 +36,7 @@ void FindBelow(const fs::path& folder, PackageSource* source, std::string* error
       *error = "it holds more than 1 GiB";
       return;
     }
-    if (source->files.size() >= kMostFiles) {
+    if (source->files.size() > kMostFiles) {
       *error = "it holds more than " + std::to_string(kMostFiles) + " files";
       return;
     }

@@ -16,7 +16,7 @@ struct PackageSource {
 
 // Finds what belongs into the package: a file by itself, of a folder everything below it. False, with the reason, a
 // clause about `path`, in `*error`, when there is a link, a device or the like, nothing at all, or more than a package
-// may hold (1 GiB, 10,000 files).
+// may hold (1 GiB, 10,000 files with the description).
 [[nodiscard]] bool FindSource(const std::string& path, PackageSource* source, std::string* error);
 
 // Puts size and digest of each file into `manifest->files`. False, with the reason in `*error`, when one cannot be

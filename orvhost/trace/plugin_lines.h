@@ -51,9 +51,8 @@ inline constexpr std::string_view kDisksNotSupported = "Send HDD Information not
 inline constexpr std::string_view kNoCapability = "Get Capability Failed";
 
 // The step at which sending failed. A longer text stands for itself, not for a shorter one that it begins with.
-inline constexpr std::string_view kLocking = "locking the file";
 inline constexpr auto kSendFailures = std::to_array<Wording>({
-    {"Failed to execute IPMI command(OEM Lock Server Config File)", kLocking},
+    {"Failed to execute IPMI command(OEM Lock Server Config File)", "locking the file"},
     {"Failed to execute IPMI command(OEM Write Server Config File)", "writing the file"},
     {"Failed to execute IPMI command(OEM Write Server Config File [Signature])", "writing the file's signature"},
     {"Failed to execute IPMI command(OEM UnLock Server Config File)", "unlocking the file"},
@@ -63,6 +62,7 @@ inline constexpr auto kSendFailures = std::to_array<Wording>({
     {"GetHddInfoToSVP Error!", "asking the management library"},
     {"Invalid send data [", "checking what the management library gave"},
 });
+inline constexpr const Wording& kLockingFailed = kSendFailures.front();
 
 // The flash tool has ended.
 inline constexpr std::string_view kFlashToolEnded = "Yafuflash command return=";

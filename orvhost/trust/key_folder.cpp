@@ -30,7 +30,8 @@ KeyFault FaultOfOwner(const std::string& path, const struct stat& status) {
     return CannotBeUsed(path, "it belongs to user " + std::to_string(status.st_uid) + " and not to root",
                         "Make sure that the key is the right one, and give it to root.");
   }
-  if ((status.st_mode & (S_IWGRP | S_IWOTH)) != 0) {
+  const bool keepsTheirs = S_ISDIR(status.st_mode) && (status.st_mode & S_ISVTX) != 0;
+  if ((status.st_mode & (S_IWGRP | S_IWOTH)) != 0 && !keepsTheirs) {
     return CannotBeUsed(path, "others than its owner may write it",
                         "Make sure that what it holds is right, then run \"chmod go-w " + ShellWord(path) + "\".");
   }
@@ -71,16 +72,34 @@ KeyFault FaultOfContent(const std::string& path) {
 
 KeyFault FaultOf(const std::string& path) {
   struct stat status {};
-  if (stat(path.c_str(), &status) != 0) {
+  if (lstat(path.c_str(), &status) != 0) {
     return CannotBeUsed(path, posix::LastError(), "Put the signer's public key there, or remove what stands there.");
   }
   if (!S_ISREG(status.st_mode)) {
     return CannotBeUsed(
-        path, S_ISDIR(status.st_mode) ? "it is a folder" : "it is not a file",
+        path,
+        S_ISLNK(status.st_mode)   ? "it is a link"
+        : S_ISDIR(status.st_mode) ? "it is a folder"
+                                  : "it is not a file",
         "Put key files directly into " + fs::path(path).parent_path().string() + ", and remove everything else there.");
   }
   KeyFault fault = FaultOfOwner(path, status);
   return fault.cause.empty() ? FaultOfContent(path) : fault;
+}
+
+// Whoever can change a folder above can put another one in the place of this one.
+KeyFault FaultOfPlace(const std::string& folder) {
+  std::error_code failure;
+  for (fs::path place = fs::canonical(folder, failure);; place = place.parent_path()) {
+    struct stat status {};
+    if (failure || lstat(place.c_str(), &status) != 0) {
+      return CannotBeUsed(folder, failure ? failure.message() : posix::LastError(), "Make sure that it can be read.");
+    }
+    KeyFault fault = FaultOfOwner(place.string(), status);
+    if (!fault.cause.empty() || place == place.root_path()) {
+      return fault;
+    }
+  }
 }
 
 }  // namespace
@@ -100,7 +119,7 @@ KeyFault ReadKeyFolder(const std::string& folder, std::vector<std::string>* file
     return {folder + ", from which keys are taken, cannot be read: " + failure.message() + ".",
             "Make sure that it is a folder and can be read, then run the same command again."};
   }
-  if (KeyFault fault = FaultOfOwner(folder, status); !fault.cause.empty()) {
+  if (KeyFault fault = FaultOfPlace(folder); !fault.cause.empty()) {
     return fault;
   }
   std::ranges::sort(*files);

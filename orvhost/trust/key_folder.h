@@ -16,9 +16,10 @@ struct KeyFault {
 };
 
 // Puts the paths of the key files in `folder` into `*files`, in the order of their names; none for a folder that is not
-// there. Names that begin with a full stop are passed over. Every other one must be a regular file with a public key in
-// OpenPGP's binary form (RFC 4880, 4.2) that, like the folder, belongs to root or the user of this process and can be
-// written by nobody else; the first that is not is returned.
+// there. Names that begin with a full stop are passed over. Every other one must be a file, and no link, with a public
+// key in OpenPGP's binary form (RFC 4880, 4.2). It must belong to root or the user of this process and be writable by
+// nobody else, and so must the folder and those above it, except that others may make files of their own beside it in
+// one like /tmp. The first thing that is not so is returned.
 [[nodiscard]] KeyFault ReadKeyFolder(const std::string& folder, std::vector<std::string>* files);
 
 }  // namespace orvhost

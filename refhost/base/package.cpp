@@ -236,17 +236,19 @@ std::string DifferenceFromList(const PackageManifest& manifest, const std::strin
   }
   try {
     const std::set<std::string> found = FilesBelow(folder);
-    for (const std::string& name : found) {
-      if (!manifest.files.contains(name)) {
-        return "it holds " + name + ", which its description does not list";
-      }
+    const auto unlisted =
+        std::ranges::find_if_not(found, [&](const auto& name) { return manifest.files.contains(name); });
+    if (unlisted != found.end()) {
+      return "it holds " + *unlisted + ", which its description does not list";
     }
-    for (const auto& [name, stated] : manifest.files) {
-      const std::string difference =
-          found.contains(name) ? Difference(folder + "/" + name, stated) : "is listed and not in it";
-      if (!difference.empty()) {
-        return "its file " + name + " " + difference;
-      }
+    std::string difference;
+    const auto differs = [&](const auto& listed) {
+      const std::string path = (std::filesystem::path(folder) / listed.first).string();
+      difference = found.contains(listed.first) ? Difference(path, listed.second) : "is listed and not in it";
+      return !difference.empty();
+    };
+    if (const auto file = std::ranges::find_if(manifest.files, differs); file != manifest.files.end()) {
+      return "its file " + file->first + " " + difference;
     }
   } catch (const std::filesystem::filesystem_error& failure) {
     return "its files cannot be read: " + failure.code().message();

@@ -72,7 +72,9 @@ class DebianPackages(Installed, unittest.TestCase):
         return self.root.run("dpkg", "--root", self.root.folder, "--force-not-root", "--purge", *NAMES)
 
     def test_0_their_scripts_call_nothing_but_ldconfig(self):
-        for script in (self.root.folder / "var/lib/dpkg/info").glob("*.post*"):
+        scripts = list((self.root.folder / "var/lib/dpkg/info").glob("*.post*"))
+        self.assertTrue((self.root.folder / "var/lib/dpkg/info").is_dir())
+        for script in scripts:
             commands = [line.strip() for line in script.read_text().splitlines()[1:] if line.strip()]
             self.assertLessEqual(set(commands), {"set -e", 'if [ "$1" = "configure" ]; then',
                                                  'if [ "$1" = "remove" ]; then', "ldconfig", "fi"}, script.name)
