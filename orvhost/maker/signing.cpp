@@ -69,7 +69,7 @@ bool SignPackage(const std::string& package, const std::string& key, const std::
               &output, failure)) {
     return false;
   }
-  const auto answers = ReadGpgvAnswer(output);
+  const auto answers = ReadGpgvAnswer(output, "");
   if (!answers || answers->front().state != SignatureState::kGood) {
     failure->reason = "gpg does not find its own signature good";
     return false;

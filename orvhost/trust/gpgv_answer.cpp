@@ -66,13 +66,11 @@ void TakeStatus(const std::string& line, SignatureAnswer* answer) {
 
 }  // namespace
 
-std::optional<std::vector<SignatureAnswer>> ReadGpgvAnswer(std::string_view output) {
+std::optional<std::vector<SignatureAnswer>> ReadGpgvAnswer(std::string_view status, std::string_view messages) {
   std::vector<SignatureAnswer> answers;
-  std::istringstream lines{std::string(output)};
-  bool isOfTheFuture = false;
+  std::istringstream lines{std::string(status)};
   for (std::string line; std::getline(lines, line);) {
     if (!line.starts_with(kStatus)) {
-      isOfTheFuture = isOfTheFuture || line.find(kOfTheFuture) != std::string::npos;
       continue;
     }
     line.erase(0, kStatus.size());
@@ -88,6 +86,7 @@ std::optional<std::vector<SignatureAnswer>> ReadGpgvAnswer(std::string_view outp
   if (answers.empty()) {
     return {};
   }
+  const bool isOfTheFuture = messages.find(kOfTheFuture) != std::string_view::npos;
   for (SignatureAnswer& answer : answers) {
     if (isOfTheFuture && answer.state == State::kUnusableKey) {
       answer.state = State::kKeyOfTheFuture;

@@ -27,9 +27,11 @@ struct SignatureAnswer {
   std::string owner;  // "" where it is not known
 };
 
-// Takes what "gpgv --status-fd 1" printed, its messages for people included. One answer for each signature, in their
-// order; nothing when the signature file holds none or is damaged.
-[[nodiscard]] std::optional<std::vector<SignatureAnswer>> ReadGpgvAnswer(std::string_view output);
+// Takes the status lines that "gpgv --status-fd" wrote, and beside them its messages for people, which hold texts of
+// whoever made key and signature. One answer for each signature, in their order; nothing when the signature file holds
+// none or is damaged.
+[[nodiscard]] std::optional<std::vector<SignatureAnswer>> ReadGpgvAnswer(std::string_view status,
+                                                                         std::string_view messages);
 
 }  // namespace orvhost
 

@@ -161,10 +161,11 @@ std::optional<SignatureFinding> SignatureCheck::CopySignature() {
 // Has gpgv check all signatures with the keys of one file. Nothing when the next file is to be asked.
 std::optional<SignatureFinding> SignatureCheck::Ask(const std::string& keyFile) {
   const std::string output = package_.Folder() + "/gpgv";
+  const std::string messages = package_.Folder() + "/gpgv-messages";
   // Only the keys of that file count, and no settings of a user. SHA-1 can be forged.
   const std::string line = "LC_ALL=C /usr/bin/gpgv --homedir " + ShellWord(package_.Folder()) +
                            " --status-fd 1 --weak-digest SHA1 --keyring " + ShellWord(keyFile) + " " +
-                           ShellWord(copy_) + " " + ShellWord(package_.CopyPath()) + " 2>&1";
+                           ShellWord(copy_) + " " + ShellWord(package_.CopyPath()) + " 2> " + ShellWord(messages);
   const refhost::ShellEnd end = refhost::CurrentMachine().Run(
       {.line = line, .workDir = "", .outputFile = output, .wantsFirstLine = false, .limitMs = kLimitMs});
   const bool hasRun = end.how == refhost::ShellEnd::How::kExited && end.exitStatus != kCommandNotFound;
@@ -176,7 +177,7 @@ std::optional<SignatureFinding> SignatureCheck::Ask(const std::string& keyFile) 
                                                            : "/usr/bin/gpgv did not come to its end."),
                    "Install gpgv (Debian's package gpgv, elsewhere gnupg2), then run the same command again.");
   }
-  const auto answers = ReadGpgvAnswer(*text);
+  const auto answers = ReadGpgvAnswer(*text, posix::ReadStartOfRegularFile(messages, kLongestAnswer).value_or(""));
   return answers ? Take(keyFile, *answers)
                  : Refused("damaged", "has a signature " + signature_ + " that is cut off, or is none");
 }

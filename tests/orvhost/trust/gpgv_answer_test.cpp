@@ -11,17 +11,17 @@ using State = SignatureState;
 constexpr const char* kKey = "165796E220D6712945321FAB8C6FF67B7F290A7B";
 constexpr const char* kId = "8C6FF67B7F290A7B";
 
-// The lines with "[GNUPG:] " before those that begin with a word in capitals.
+// The lines as status lines.
 std::string Output(std::initializer_list<std::string> lines) {
   std::string text;
   for (const std::string& line : lines) {
-    text += (line.starts_with("gpgv") ? "" : "[GNUPG:] ") + line + "\n";
+    text += "[GNUPG:] " + line + "\n";
   }
   return text;
 }
 
-SignatureAnswer Only(const std::string& output) {
-  const auto answers = ReadGpgvAnswer(output);
+SignatureAnswer Only(const std::string& output, const std::string& messages = "") {
+  const auto answers = ReadGpgvAnswer(output, messages);
   EXPECT_TRUE(answers && answers->size() == 1) << output;
   return answers && !answers->empty() ? answers->front() : SignatureAnswer{};
 }
@@ -66,17 +66,17 @@ TEST(GpgvAnswer, AnErrorHasItsReason) {
 }
 
 TEST(GpgvAnswer, AKeyOfTheFutureIsToldFromADamagedOne) {
+  const std::string message = "gpgv: key X was created 1134 days in the future (time warp or clock problem)\n";
   const std::string error = std::string("ERRSIG ") + kId + " 22 8 00 1893542400 6 " + kKey;
   EXPECT_EQ(Only(Output({"NEWSIG", error})).state, State::kUnusableKey);
-  EXPECT_EQ(
-      Only(Output({"NEWSIG", error, "gpgv: key X was created 1134 days in the future (time warp or clock problem)"}))
-          .state,
-      State::kKeyOfTheFuture);
-  EXPECT_EQ(Only(Output({"NEWSIG", std::string("GOODSIG ") + kId + " M",
-                         "gpgv: key X was created 1 day in the future (time warp or clock problem)"}))
-                .state,
-            State::kGood)
+  EXPECT_EQ(Only(Output({"NEWSIG", error}), message).state, State::kKeyOfTheFuture);
+  EXPECT_EQ(Only(Output({"NEWSIG", std::string("GOODSIG ") + kId + " M"}), message).state, State::kGood)
       << "of another key";
+}
+
+TEST(GpgvAnswer, WhatAMessageHoldsIsNoStatus) {
+  EXPECT_EQ(Only(Output({"NEWSIG", std::string("BADSIG ") + kId + " M"}), Output({"NEWSIG", "GOODSIG 1 M"})).state,
+            State::kBad);
 }
 
 TEST(GpgvAnswer, ASignatureThatNothingIsSaidOfIsNotGood) {
@@ -85,7 +85,8 @@ TEST(GpgvAnswer, ASignatureThatNothingIsSaidOfIsNotGood) {
 
 TEST(GpgvAnswer, EachOfSeveralSignaturesHasItsAnswer) {
   const auto answers = ReadGpgvAnswer(
-      Output({"NEWSIG", std::string("GOODSIG ") + kId + " A", "NEWSIG", std::string("ERRSIG 11 22 8 00 1 9 ") + kKey}));
+      Output({"NEWSIG", std::string("GOODSIG ") + kId + " A", "NEWSIG", std::string("ERRSIG 11 22 8 00 1 9 ") + kKey}),
+      "");
   ASSERT_TRUE(answers);
   ASSERT_EQ(answers->size(), 2U);
   EXPECT_EQ((*answers)[0].state, State::kGood);
@@ -93,11 +94,11 @@ TEST(GpgvAnswer, EachOfSeveralSignaturesHasItsAnswer) {
 }
 
 TEST(GpgvAnswer, WithoutASignatureThereIsNoAnswer) {
-  EXPECT_FALSE(ReadGpgvAnswer(""));
-  EXPECT_FALSE(ReadGpgvAnswer("gpgv: not a detached signature\n"));
-  EXPECT_FALSE(ReadGpgvAnswer(Output({"NODATA 2"})));
-  EXPECT_FALSE(ReadGpgvAnswer(Output({"NEWSIG", std::string("GOODSIG ") + kId + " A", "NODATA 2"})));
-  EXPECT_FALSE(ReadGpgvAnswer(std::string("GOODSIG ") + kId + " A\n")) << "not a status line";
+  EXPECT_FALSE(ReadGpgvAnswer("", ""));
+  EXPECT_FALSE(ReadGpgvAnswer("", "gpgv: not a detached signature\n"));
+  EXPECT_FALSE(ReadGpgvAnswer(Output({"NODATA 2"}), ""));
+  EXPECT_FALSE(ReadGpgvAnswer(Output({"NEWSIG", std::string("GOODSIG ") + kId + " A", "NODATA 2"}), ""));
+  EXPECT_FALSE(ReadGpgvAnswer(std::string("GOODSIG ") + kId + " A\n", "")) << "not a status line";
 }
 
 }  // namespace

@@ -74,7 +74,8 @@ TEST_F(SignatureOfAPackage, EachKeyFileIsAskedByItselfAndNoUsersKeys) {
   const std::string folder = "'" + package_->Folder();
   const auto line = [&](const std::string& key) {
     return "LC_ALL=C /usr/bin/gpgv --homedir " + folder + "' --status-fd 1 --weak-digest SHA1 --keyring '" +
-           (folder_ / "keys/") + key + "' " + folder + "/signature' '" + package_->CopyPath() + "' 2>&1";
+           (folder_ / "keys/") + key + "' " + folder + "/signature' '" + package_->CopyPath() + "' 2> " + folder +
+           "/gpgv-messages'";
   };
   EXPECT_EQ(machine.lines, (std::vector<std::string>{line("a.gpg"), line("b.gpg")}));
 }
