@@ -68,15 +68,17 @@ class Account {
 
   void Print(std::size_t roads, double seconds) const {
     std::string text;
+    int known = 0;
     for (const auto& [why, count] : known_) {
+      known += count;
       text += "known, " + std::to_string(count) + " times: " + why + "\n";
     }
     std::array<char, 128> speed{};
     std::snprintf(speed.data(), speed.size(), "checksum %08lx\n%.1f s, %.0f scenarios a second\n", checksum_, seconds,
                   static_cast<double>(scenarios_) / seconds);
     explore::Print(text + std::to_string(scenarios_) + " scenarios on " + std::to_string(roads) + " roads, " +
-                   std::to_string(fresh_) + " findings, " + std::to_string(unmet_) +
-                   " faults whose event did not come or changed\n" + speed.data());
+                   std::to_string(fresh_) + " findings open, " + std::to_string(known) + " known that stay, " +
+                   std::to_string(unmet_) + " faults whose event did not come or changed\n" + speed.data());
   }
 
   [[nodiscard]] int ExitCode() const { return fresh_ == 0 ? 0 : kExitFindings; }

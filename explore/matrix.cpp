@@ -157,8 +157,9 @@ std::string FindingTotals(const std::vector<Scenario>& scenarios, const std::vec
 
 // Which of the events were hit.
 std::string Extent(int every) {
-  return every == 1 ? "Every event of every road was hit."
-                    : "Of every road each " + std::to_string(every) + "th event was hit, not all.";
+  return every == 1
+             ? "Every event of every road was hit,\nbut of the road with 300 records behind its 200th only every 97th."
+             : "Of every road each " + std::to_string(every) + "th event was hit, not all.";
 }
 
 std::string Fingerprinted(const std::vector<Course>& courses, const std::string& mark) {

@@ -168,7 +168,16 @@ std::string WhyKnown(const Scenario& scenario, const Result& result, const std::
            "touched, "
            "which is the safe side.";
   }
+  const auto hits = [&scenario](FaultKind kind) {
+    return std::ranges::any_of(scenario.faults, [kind](const Fault& fault) { return fault.kind == kind; });
+  };
   const auto takes = [&](const char* way) { return holds("it takes") && finding.ends_with(way); };
+  if (takes("verify, update, apply, verify") && !hits(FaultKind::kPower)) {
+    return "The tool was killed while the package's script was at work. The next update reports success, and after "
+           "apply "
+           "the BMC runs the old version, which verify finds; the update after that is the one that lasts. Where the "
+           "first of them goes is not known yet.";
+  }
   if (takes("verify, update, apply, verify")) {
     return "The power was lost during an apply. Only the BMC knows which firmware it runs then, so it is asked first; "
            "where it lost its reboot flag, the package is written once more. A person does what is named, one step "
@@ -197,9 +206,6 @@ std::string WhyKnown(const Scenario& scenario, const Result& result, const std::
            "that nothing was written (2F2B), and the one after that writes all. A person runs the same command again, "
            "as the text says.";
   }
-  const auto hits = [&scenario](FaultKind kind) {
-    return std::ranges::any_of(scenario.faults, [kind](const Fault& fault) { return fault.kind == kind; });
-  };
   if (holds("and the BMC runs BMC:") &&
       (hits(FaultKind::kMissing) || hits(FaultKind::kUnreadable) || hits(FaultKind::kEmpty))) {
     return "Where the product name cannot be read, the plug-in asks for the BMC's version alone, as on the ordinary "
