@@ -48,10 +48,21 @@ void Defaults::Take(const char* key, const char* option, std::string* value) {
                       found != configuration_.end() ? path_ : "built in"});
 }
 
+Setting Defaults::SignaturesByKeys() const {
+  std::vector<std::string> keys;
+  const bool isEmpty = ReadKeyFolder(options_->keyFolder, &keys).cause.empty() && keys.empty();
+  return {"signatures", isEmpty ? "warn" : "required",
+          "built in, since " + options_->keyFolder + (isEmpty ? " holds no key" : " is not empty")};
+}
+
 std::vector<Setting> Defaults::Settings(const CLI::App& app) const {
   std::vector<Setting> settings;
   for (const Source& source : sources_) {
     const std::string value = source.text != nullptr ? *source.text : options_->quiet ? "yes" : "no";
+    if (source.text == &options_->signatures && value.empty()) {
+      settings.push_back(SignaturesByKeys());
+      continue;
+    }
     const bool isGiven = source.option != nullptr && app.count(source.option) > 0;
     settings.push_back({source.key, value.empty() ? "none" : value, isGiven ? "command line" : source.origin});
   }

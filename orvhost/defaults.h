@@ -30,6 +30,9 @@ class Defaults {
     std::string origin;
   };
 
+  // What becomes of packages where the configuration does not say so.
+  [[nodiscard]] Setting SignaturesByKeys() const;
+
   void Take(const char* key, const char* option, std::string* value);
 
   const Options* const options_;

@@ -88,10 +88,11 @@ Examples:
   orvhost check bmc-01-24.zip
   orvhost check bmc-01-24.zip --json | jq -r .verdict
 
-Exit codes: 0 an update would succeed, or there is nothing to do; 3 no plug-in;
-4 something is missing on this machine; 5 the package cannot be used; 6 it is
-not for this machine, or needs one of the options; 7 the BMC does not report its
-version, or the host's records are damaged.)";
+Exit codes: 0 an update would succeed, or there is nothing to do; 2 a key file
+is unusable; 3 no plug-in; 4 something is missing on this machine; 5 the
+package cannot be used, or is not trusted; 6 it is not for this machine, or
+needs one of the options; 7 the BMC does not report its version, or the host's
+records are damaged.)";
 
 }  // namespace
 

@@ -1,4 +1,6 @@
 // orvhost make-package: an update package from an image or a folder. For those who make packages; touches no device.
+#include <unistd.h>
+
 #include "orvhost/commands/commands.h"
 #include "orvhost/commands/maker_steps.h"
 #include "orvhost/interface/repeated_options.h"
@@ -36,7 +38,7 @@ class Making {
 
 Outcome Making::Go() {
   outcome_.phase = "make";
-  if (!CanBeMade(run_, path_, &outcome_) || (isSigned_ && !CanBeMade(run_, signature_, &outcome_)) || !Describe()) {
+  if (!CanBeMade(run_, path_, &outcome_) || !CanBeMade(run_, signature_, &outcome_) || !Describe()) {
     return outcome_;
   }
   if (!WithFolder(
@@ -118,11 +120,32 @@ bool Making::Make(const std::string& folder) {
     return false;
   }
   // The signature first: a package without it would not be refused everywhere.
-  if ((isSigned_ && !Publish(signature, signature_, &error)) || !Publish(made, path_, &error)) {
+  if (isSigned_ && !Publish(signature, signature_, &error)) {
+    CouldNotWrite(run_, error, &outcome_);
+    return false;
+  }
+  if (!Publish(made, path_, &error)) {
+    if (isSigned_) {
+      unlink(signature_.c_str());
+    }
     CouldNotWrite(run_, error, &outcome_);
     return false;
   }
   return true;
+}
+
+std::string NoServerType(const std::string& text) {
+  return text.empty() || text.find_first_of(", \t") != std::string::npos
+             ? "one server type is meant, without a comma or blank"
+             : "";
+}
+
+std::string NoName(const std::string& text) {
+  return text.empty() ? "the name of a file is meant" : "";
+}
+
+std::string NoKey(const std::string& text) {
+  return text.empty() ? "a key is meant" : "";
 }
 
 constexpr const char* kMakePackageHelp =
@@ -142,7 +165,7 @@ Examples:
     --for kv6000 --name "KV6000 BMC firmware"
   orvhost make-package rack-folder bmc-rack.zip --sign-with release@example.org
 
-Exit codes: 0 made; 2 the file is there already; 4 gpg is missing; 5 no package
+Exit codes: 0 made; 2 the file or its signature is there already; 4 gpg is missing; 5 no package
 that an update would accept can be made of this; 7 it could not be written or
 signed.)";
 
@@ -153,12 +176,13 @@ const Command kMakePackageCommand = {
     "Make an update package of an image or a folder",
     kMakePackageHelp,
     {{"source", &Options::source, "A firmware image, or a folder with what the package is to hold", "SOURCE", true},
-     {"package", &Options::outFile, "Package to make; must not be there yet", "FILE", true},
+     {"package", &Options::outFile, "Package to make; must not be there yet", "FILE", true, false, NoName},
      {"--firmware-version", &Options::firmwareVersion, "Version of the firmware", "VERSION"},
-     {"--for", &Options::forTypes, "A server type that it is made for; once for each", "TYPE"},
+     {"--for", &Options::forTypes, "A server type that it is made for; once for each", "TYPE", false, false,
+      NoServerType},
      {"--name", &Options::packageName, "Name for people", "NAME"},
      {"--model", &Options::packageModel, "Hardware variant; none for the ordinary model", "MODEL"},
-     {"--sign-with", &Options::signingKey, "Sign it with this key", "KEY"}},
+     {"--sign-with", &Options::signingKey, "Sign it with this key", "KEY", false, false, NoKey}},
     [](const Run& run) { return Making(run).Go(); }};
 
 }  // namespace orvhost

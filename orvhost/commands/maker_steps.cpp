@@ -50,18 +50,21 @@ bool CanBeMade(const Run& run, const std::string& path, Outcome* outcome) {
         .verdict = "file-unusable",
         .cause = "The file cannot be made: " +
                  (isThere ? path + " is there already" : FolderOf(path) + " is no folder") + ".",
-        .nextStep =
-            isThere ? "Give another name, or remove what stands there." : "Give one in a folder that is there."});
+        .nextStep = isThere ? "Remove it if it is out of date, or give the package another name."
+                            : "Give one in a folder that is there."});
   return false;
 }
 
 bool IsUsable(const Run& run, const std::string& path, const std::string& folder, refhost::PackageManifest* manifest,
               Outcome* outcome) {
   const std::string unpacked = folder + "/unpacked";
-  std::string complaint = UnpackFinished(path, unpacked, manifest);
-  if (complaint.empty()) {
-    complaint = Complaint(*manifest, unpacked);
+  refhost::StagingFailure failure;
+  const bool isUnpacked = UnpackFinished(path, unpacked, manifest, &failure);
+  if (!isUnpacked && failure.fault == refhost::StagingFailure::Fault::kPlace) {
+    CouldNotWrite(run, failure.reason, outcome);
+    return false;
   }
+  const std::string complaint = isUnpacked ? Complaint(*manifest, unpacked) : failure.reason;
   if (!complaint.empty()) {
     RefuseToMake(run, "The package would be refused: " + complaint + ".", outcome);
   }

@@ -1,9 +1,11 @@
 // orvhost sign-package: a detached signature of a package. For those who make packages; touches no device.
 #include <filesystem>
+#include <system_error>
 
 #include "orvhost/commands/commands.h"
 #include "orvhost/commands/maker_steps.h"
 #include "orvhost/maker/finished_package.h"
+#include "orvhost/maker/package_source.h"
 
 namespace orvhost {
 
@@ -13,8 +15,20 @@ namespace {
 bool SignChecked(const Run& run, const std::string& signature, const std::string& folder, Outcome* outcome) {
   const std::string made = folder + "/signature";
   const std::string copy = folder + "/package";  // what is looked at is what is signed
-  std::filesystem::copy_file(run.options.packagePath, copy);
   refhost::PackageManifest manifest;
+  PackageSource source;
+  std::string error;
+  const bool isFolder = std::filesystem::is_directory(run.options.packagePath);
+  if (isFolder || !FindSource(run.options.packagePath, &source, &error)) {
+    RefuseToMake(run, run.options.packagePath + " cannot be signed: " + (isFolder ? "it is a folder" : error) + ".",
+                 outcome);
+    return false;
+  }
+  std::error_code failure;
+  if (!std::filesystem::copy_file(run.options.packagePath, copy, failure)) {
+    CouldNotWrite(run, "no copy can be made: " + failure.message(), outcome);
+    return false;
+  }
   if (!IsUsable(run, copy, folder, &manifest, outcome)) {
     return false;
   }
@@ -22,7 +36,6 @@ bool SignChecked(const Run& run, const std::string& signature, const std::string
   if (!manifest.listsFiles) {
     Note(run, outcome, "The package is an older one, whose description lists no checksums of its files.");
   }
-  std::string error;
   if (!Sign(run, copy, made, folder, outcome)) {
     return false;
   }

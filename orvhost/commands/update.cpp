@@ -238,7 +238,7 @@ Examples:
   orvhost update bmc-01-22.zip --allow-older
   orvhost update bmc-01-24.zip --log-file /var/log/orvhost.log
 
-Exit codes: 0 written, or nothing to do; 3 to 6 as of "orvhost check"; 6 also an
+Exit codes: 0 written, or nothing to do; 2 to 6 as of "orvhost check"; 6 also an
 older version without --allow-older; 7 failed, the flash is untouched; 8 failed
 after writing had begun; 11 interrupted, the flash is untouched.)";
 

@@ -65,6 +65,14 @@ std::string ShellWord(std::string_view text) {
   return word + "'";
 }
 
+std::string ShWord(std::string_view text) {
+  std::string word = "'";
+  for (const char character : text) {
+    word += character == '\'' ? std::string("'\\''") : std::string(1, character);
+  }
+  return word + "'";
+}
+
 void RepeatOptions(const std::string& options, Outcome* outcome) {
   outcome->repeatedOptions = options;
   if (options.empty()) {

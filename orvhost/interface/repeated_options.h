@@ -12,6 +12,10 @@ namespace orvhost {
 // The text as one word of a shell's command line, quoted where that is necessary.
 [[nodiscard]] std::string ShellWord(std::string_view text);
 
+// The same for a command line that this program runs itself: in single quotes, as every sh understands them, for any
+// text. People read the other one.
+[[nodiscard]] std::string ShWord(std::string_view text);
+
 // Puts `options`, which begin with a blank or are "", at the end of every command of this program that the texts of
 // `*outcome` give between double quotes.
 void RepeatOptions(const std::string& options, Outcome* outcome);

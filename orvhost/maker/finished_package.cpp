@@ -9,21 +9,22 @@
 
 namespace orvhost {
 
-std::string UnpackFinished(const std::string& path, const std::string& folder, refhost::PackageManifest* manifest) {
+bool UnpackFinished(const std::string& path, const std::string& folder, refhost::PackageManifest* manifest,
+                    refhost::StagingFailure* failure) {
   std::filesystem::create_directory(folder);
   std::uintmax_t room = 0;
-  std::string error;
   if (!refhost::FreeBytes(folder, &room)) {
-    return "there is no telling how much room there is to look into it";
+    *failure = {refhost::StagingFailure::Fault::kPlace, "there is no telling how much room there is to look into it"};
+    return false;
   }
-  refhost::StagingFailure failure;
-  if (!refhost::UnpackPackage(path, folder, room, &failure)) {
-    return failure.reason;
+  if (!refhost::UnpackPackage(path, folder, room, failure)) {
+    return false;
   }
-  if (!refhost::ReadUnpackedManifest(folder, manifest, &error)) {
-    return error;
+  failure->fault = refhost::StagingFailure::Fault::kPackage;
+  if (refhost::ReadUnpackedManifest(folder, manifest, &failure->reason)) {
+    failure->reason = refhost::DifferenceFromList(*manifest, folder);
   }
-  return refhost::DifferenceFromList(*manifest, folder);
+  return failure->reason.empty();
 }
 
 bool Publish(const std::string& made, const std::string& name, std::string* error) {

@@ -33,7 +33,7 @@ std::string LastComplaint(const std::string& output) {
 
 // Runs gpg, whose outputs are then in `*output`. False with `*failure` when it did not succeed.
 bool RunGpg(const std::string& arguments, const std::string& outputFile, std::string* output, SigningFailure* failure) {
-  const std::string line = "LC_ALL=C gpg --no-tty " + arguments + " 2>&1";
+  const std::string line = "LC_ALL=C gpg --no-options --no-tty " + arguments + " 2>&1";
   const refhost::ShellEnd end = refhost::CurrentMachine().Run(
       {.line = line, .workDir = "", .outputFile = outputFile, .wantsFirstLine = false, .limitMs = host::kNoTimeLimit});
   *output = posix::ReadRegularFile(outputFile, kLongestOutput).value_or("");
@@ -62,11 +62,11 @@ bool SignPackage(const std::string& package, const std::string& key, const std::
                  const std::string& folder, SignatureAnswer* answer, SigningFailure* failure) {
   std::string output;
   const std::string outputFile = folder + "/gpg";
-  if (!RunGpg(FixedTime() + "--digest-algo SHA512 --local-user " + ShellWord(key) + " --output " +
-                  ShellWord(signature) + " --detach-sign " + ShellWord(package),
+  if (!RunGpg(FixedTime() + "--digest-algo SHA512 --local-user " + ShWord(key) + " --output " + ShWord(signature) +
+                  " --detach-sign " + ShWord(package),
               outputFile, &output, failure) ||
-      !RunGpg(FixedTime() + "--status-fd 1 --verify " + ShellWord(signature) + " " + ShellWord(package), outputFile,
-              &output, failure)) {
+      !RunGpg(FixedTime() + "--status-fd 1 --verify " + ShWord(signature) + " " + ShWord(package), outputFile, &output,
+              failure)) {
     return false;
   }
   const auto answers = ReadGpgvAnswer(output, "");

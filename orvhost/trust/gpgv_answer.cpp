@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cctype>
 #include <sstream>
 #include <utility>
 
@@ -21,18 +22,41 @@ constexpr auto kVerdicts = std::to_array<std::pair<std::string_view, State>>({{"
                                                                               {"REVKEYSIG", State::kRevokedKey}});
 
 // Reasons in a line ERRSIG, its sixth word.
-constexpr std::string_view kUnsupportedAlgorithm = "4";
 constexpr std::string_view kWeakDigest = "5";
 constexpr std::string_view kNoPublicKey = "9";
+
+// The class of a signature (RFC 4880, 5.2.1). One of a text leaves out how its lines end.
+constexpr std::string_view kOfBinaryDocument = "00";
 
 // gpgv has no status line for a key that was made later than now.
 constexpr std::string_view kOfTheFuture = " in the future ";
 
-State StateOfError(std::string_view reason) {
+// What a signature without a usable key says of itself is only claimed.
+State StateOfError(std::string_view reason, bool hasKey) {
   if (reason == kNoPublicKey) {
     return State::kUnknownKey;
   }
-  return reason == kWeakDigest || reason == kUnsupportedAlgorithm ? State::kWeakDigest : State::kUnusableKey;
+  if (!hasKey) {
+    return State::kUnusableSignature;
+  }
+  return reason == kWeakDigest ? State::kWeakDigest : State::kUnusableKey;
+}
+
+// Status lines have some characters as a percent sign and two hexadecimal digits.
+std::string Decoded(const std::string& text) {
+  std::string decoded;
+  for (std::size_t at = 0; at < text.size(); ++at) {
+    const auto isDigit = [&](std::size_t place) {
+      return place < text.size() && std::isxdigit(static_cast<unsigned char>(text[place])) != 0;
+    };
+    if (text[at] == '%' && isDigit(at + 1) && isDigit(at + 2)) {
+      decoded += static_cast<char>(std::stoi(text.substr(at + 1, 2), nullptr, 16));
+      at += 2;
+    } else {
+      decoded += text[at];
+    }
+  }
+  return decoded;
 }
 
 // One status line behind its mark.
@@ -46,21 +70,30 @@ void TakeStatus(const std::string& line, SignatureAnswer* answer) {
     std::string id;
     words >> id >> std::ws;
     std::getline(words, answer->owner);
+    answer->owner = Decoded(answer->owner);
     answer->key = answer->key.empty() ? id : answer->key;
   } else if (word == "KEY_CONSIDERED") {
     words >> answer->key;  // its fingerprint, where the verdict has only an id
   } else if (word == "VALIDSIG") {
-    // The tenth of its words is the fingerprint of the primary key, where a subkey made the signature.
-    for (std::string next; words >> next;) {
-      answer->key = next;
+    // Fingerprint, date, time, end, version, reserved, two algorithms, class, and the fingerprint of the primary key,
+    // where a subkey made the signature.
+    std::array<std::string, 10> fields;
+    for (std::string& field : fields) {
+      words >> field;
+    }
+    answer->key = fields[9].empty() ? fields[0] : fields[9];
+    if (fields[8] != kOfBinaryDocument) {
+      answer->state = State::kUnusableSignature;
     }
   } else if (word == "ERRSIG") {
     std::array<std::string, 7> fields;  // key id, algorithms, class, time, reason, fingerprint
     for (std::string& field : fields) {
       words >> field;
     }
-    answer->state = StateOfError(fields[5]);
-    answer->key = fields[6].empty() || fields[6] == "-" ? fields[0] : fields[6];
+    answer->state = StateOfError(fields[5], !answer->key.empty());
+    if (answer->key.empty()) {
+      answer->key = fields[6].empty() || fields[6] == "-" ? fields[0] : fields[6];
+    }
   }
 }
 

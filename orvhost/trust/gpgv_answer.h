@@ -17,12 +17,13 @@ enum class SignatureState {
   kExpiredKey,
   kRevokedKey,
   kWeakDigest,
-  kKeyOfTheFuture,  // the machine's clock stands before the key's creation
-  kUnusableKey,     // the file that holds the key is damaged, or holds a private one
+  kKeyOfTheFuture,     // the machine's clock stands before the key's creation
+  kUnusableKey,        // the key is there, and the signature cannot be checked with it
+  kUnusableSignature,  // it is of a kind that nobody can check, or that does not cover every byte
 };
 
 struct SignatureAnswer {
-  SignatureState state = SignatureState::kUnusableKey;
+  SignatureState state = SignatureState::kUnusableSignature;
   std::string key;    // the fingerprint, or the shorter id where that is all that is known
   std::string owner;  // "" where it is not known
 };

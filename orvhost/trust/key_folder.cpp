@@ -25,25 +25,17 @@ KeyFault CannotBeUsed(const std::string& path, const std::string& reason, const 
 }
 
 // That others could change what stands there; nothing when they cannot.
-KeyFault FaultOfOwner(const std::string& path, const struct stat& status) {
+KeyFault FaultOfOwner(const std::string& path, const struct stat& status, bool isAbove = false) {
   if (status.st_uid != 0 && status.st_uid != geteuid()) {
     return CannotBeUsed(path, "it belongs to user " + std::to_string(status.st_uid) + " and not to root",
                         "Make sure that the key is the right one, and give it to root.");
   }
-  const bool keepsTheirs = S_ISDIR(status.st_mode) && (status.st_mode & S_ISVTX) != 0;
+  const bool keepsTheirs = isAbove && (status.st_mode & S_ISVTX) != 0;
   if ((status.st_mode & (S_IWGRP | S_IWOTH)) != 0 && !keepsTheirs) {
     return CannotBeUsed(path, "others than its owner may write it",
                         "Make sure that what it holds is right, then run \"chmod go-w " + ShellWord(path) + "\".");
   }
   return {};
-}
-
-// The first byte of a packet says what it is, in an older and a newer form.
-bool IsPacket(const std::string& text, unsigned tag) {
-  constexpr unsigned kOldForm = 0x80;
-  constexpr unsigned kNewForm = 0xc0;
-  const auto first = text.empty() ? 0U : static_cast<unsigned char>(text.front());
-  return (first & 0xfcU) == (kOldForm | tag << 2U) || first == (kNewForm | tag);
 }
 
 KeyFault FaultOfContent(const std::string& path) {
@@ -89,13 +81,12 @@ KeyFault FaultOf(const std::string& path) {
 
 // Whoever can change a folder above can put another one in the place of this one.
 KeyFault FaultOfPlace(const std::string& folder) {
-  std::error_code failure;
-  for (fs::path place = fs::canonical(folder, failure);; place = place.parent_path()) {
+  for (fs::path place = folder;; place = place.parent_path()) {
     struct stat status {};
-    if (failure || lstat(place.c_str(), &status) != 0) {
-      return CannotBeUsed(folder, failure ? failure.message() : posix::LastError(), "Make sure that it can be read.");
+    if (stat(place.c_str(), &status) != 0) {
+      return CannotBeUsed(folder, posix::LastError(), "Make sure that it can be read.");
     }
-    KeyFault fault = FaultOfOwner(place.string(), status);
+    KeyFault fault = FaultOfOwner(place.string(), status, place != folder);
     if (!fault.cause.empty() || place == place.root_path()) {
       return fault;
     }
@@ -104,13 +95,21 @@ KeyFault FaultOfPlace(const std::string& folder) {
 
 }  // namespace
 
+bool IsPacket(std::string_view text, unsigned tag) {
+  constexpr unsigned kOldForm = 0x80;
+  constexpr unsigned kNewForm = 0xc0;
+  const auto first = text.empty() ? 0U : static_cast<unsigned char>(text.front());
+  return (first & 0xfcU) == (kOldForm | tag << 2U) || first == (kNewForm | tag);
+}
+
 KeyFault ReadKeyFolder(const std::string& folder, std::vector<std::string>* files) {
   struct stat status {};
-  if (stat(folder.c_str(), &status) != 0 && errno == ENOENT) {
+  if (lstat(folder.c_str(), &status) != 0 && errno == ENOENT && folder == kKeyFolder) {
     return {};
   }
   std::error_code failure;
-  for (fs::directory_iterator entry(folder, failure), end; !failure && entry != end; entry.increment(failure)) {
+  const std::string place = fs::canonical(folder, failure).string();  // from here on no link is followed
+  for (fs::directory_iterator entry(place, failure), end; !failure && entry != end; entry.increment(failure)) {
     if (!entry->path().filename().native().starts_with('.')) {
       files->push_back(entry->path().string());
     }
@@ -119,8 +118,11 @@ KeyFault ReadKeyFolder(const std::string& folder, std::vector<std::string>* file
     return {folder + ", from which keys are taken, cannot be read: " + failure.message() + ".",
             "Make sure that it is a folder and can be read, then run the same command again."};
   }
-  if (KeyFault fault = FaultOfPlace(folder); !fault.cause.empty()) {
-    return fault;
+  // Also where a link stands, which could be made to lead elsewhere.
+  for (const std::string& each : {folder, place}) {
+    if (KeyFault fault = FaultOfPlace(each); !fault.cause.empty()) {
+      return fault;
+    }
   }
   std::ranges::sort(*files);
   for (const std::string& file : *files) {

@@ -26,7 +26,8 @@ using End = SignatureFinding::End;
 constexpr std::size_t kLargestSignature = 64UL * 1024UL;
 constexpr std::size_t kLongestAnswer = 1024UL * 1024UL;
 constexpr unsigned long kLimitMs = 10UL * 60UL * 1000UL;  // for 1 GiB on a slow disk
-constexpr int kCommandNotFound = 127;                     // of a shell
+constexpr std::size_t kMostSignatures = 16;
+constexpr int kCommandNotFound = 127;  // of a shell
 constexpr mode_t kOwnerOnly = 0600;
 
 constexpr const char* kSignedPackage = "Get the package and its .sig anew from those who made it.";
@@ -57,6 +58,46 @@ std::string Today() {
   gmtime_r(&now, &utc);
   char text[sizeof "YYYY-MM-DD"];
   return std::strftime(text, sizeof text, "%F", &utc) != 0 ? text : "";
+}
+
+// The length of the packet whose header begins at `at`, header included; 0 for one that is not whole or has its length
+// elsewhere (RFC 4880, 4.2).
+std::size_t PacketLength(std::string_view text, std::size_t at) {
+  const auto byte = [text](std::size_t place) -> std::size_t {
+    return place < text.size() ? static_cast<unsigned char>(text[place]) : 0;
+  };
+  constexpr std::size_t kNewForm = 0xc0;
+  std::size_t octets = 1;  // of the length
+  std::size_t length = byte(at + 1);
+  if ((byte(at) & kNewForm) == kNewForm) {
+    if (length >= 224) {
+      return 0;
+    }
+    octets = length < 192 ? 1 : 2;
+    length = octets == 1 ? length : ((length - 192) << 8U) + byte(at + 2) + 192;
+  } else {
+    octets = std::size_t{1} << (byte(at) & 3U);
+    length = octets == 2 ? (length << 8U) + byte(at + 2) : length;
+    if (octets > 2) {
+      return 0;
+    }
+  }
+  const std::size_t whole = 1 + octets + length;
+  return whole <= text.size() - at ? whole : 0;
+}
+
+// gpgv also unpacks what is compressed, without a limit, so it is given nothing else.
+bool HoldsSignaturesOnly(std::string_view text) {
+  constexpr unsigned kSignature = 2;
+  std::size_t at = 0;
+  for (std::size_t count = 0; at < text.size() && count < kMostSignatures; ++count) {
+    const std::size_t length = PacketLength(text, at);
+    if (length == 0 || !IsPacket(text.substr(at), kSignature)) {
+      return false;
+    }
+    at += length;
+  }
+  return !text.empty() && at == text.size();
 }
 
 class SignatureCheck {
@@ -103,7 +144,7 @@ SignatureFinding SignatureCheck::Judge() {
   }
   if (keyFiles_.empty()) {
     return Absent("unknown-key", "is signed, and " + settings_.keyFolder + " holds no key to check that with",
-                  "Have the public key of those who made the package put there.");
+                  "Have the public key of those who made the package put into " + settings_.keyFolder + ".");
   }
   for (const std::string& keyFile : keyFiles_) {
     if (auto finding = Ask(keyFile)) {
@@ -150,6 +191,10 @@ std::optional<SignatureFinding> SignatureCheck::CopySignature() {
                                                  : posix::LastError();
     return Refused("damaged", "has a signature " + signature_ + " that cannot be read: " + reason);
   }
+  if (!HoldsSignaturesOnly(*text)) {
+    return Refused("damaged",
+                   "has a signature " + signature_ + " that is cut off, or is none in OpenPGP's binary form");
+  }
   std::string error;
   if (!posix::ReplaceFile(copy_, *text, kOwnerOnly, &error)) {
     return Finding(End::kNotChecked, "not-checked", "The package's signature cannot be checked: " + error + ".",
@@ -163,9 +208,9 @@ std::optional<SignatureFinding> SignatureCheck::Ask(const std::string& keyFile) 
   const std::string output = package_.Folder() + "/gpgv";
   const std::string messages = package_.Folder() + "/gpgv-messages";
   // Only the keys of that file count, and no settings of a user. SHA-1 can be forged.
-  const std::string line = "LC_ALL=C /usr/bin/gpgv --homedir " + ShellWord(package_.Folder()) +
-                           " --status-fd 1 --weak-digest SHA1 --keyring " + ShellWord(keyFile) + " " +
-                           ShellWord(copy_) + " " + ShellWord(package_.CopyPath()) + " 2> " + ShellWord(messages);
+  const std::string line = "LC_ALL=C /usr/bin/gpgv --homedir " + ShWord(package_.Folder()) +
+                           " --status-fd 1 --weak-digest SHA1 --weak-digest RIPEMD160 --keyring " + ShWord(keyFile) +
+                           " " + ShWord(copy_) + " " + ShWord(package_.CopyPath()) + " 2> " + ShWord(messages);
   const refhost::ShellEnd end = refhost::CurrentMachine().Run(
       {.line = line, .workDir = "", .outputFile = output, .wantsFirstLine = false, .limitMs = kLimitMs});
   const bool hasRun = end.how == refhost::ShellEnd::How::kExited && end.exitStatus != kCommandNotFound;
@@ -187,7 +232,7 @@ std::optional<SignatureFinding> SignatureCheck::Take(const std::string& keyFile,
   checked_.resize(std::max(checked_.size(), answers.size()));
   for (std::size_t at = 0; at < answers.size(); ++at) {
     Checked& checked = checked_[at];
-    if (answers[at].state == State::kUnknownKey) {
+    if (answers[at].state == State::kUnknownKey || answers[at].state == State::kUnusableSignature) {
       if (checked.keyFile.empty()) {
         checked.answer = answers[at];
       }
@@ -229,22 +274,25 @@ SignatureFinding SignatureCheck::InWords(const Checked& checked) const {
     case State::kUnknownKey:
       finding = Absent("unknown-key",
                        "is signed by key " + checked.answer.key + ", which " + settings_.keyFolder + " does not hold",
-                       "Ask those who made the package which key they sign with. If it is this one, put it there.");
+                       "Ask those who made the package which key they sign with. If it is this one, have "
+                       "their public key (\"gpg --export KEY\") put into " +
+                           settings_.keyFolder + ".");
       break;
     case State::kBad:
       finding = Refused("bad", "does not match its signature by " + by +
                                    ": it was changed since it was signed, or the signature is another package's");
       break;
     case State::kExpiredSignature:
-      finding = Refused("expired-signature",
-                        "has a signature by " + by + " that is expired on " + Today() + ", the date of this machine");
+      finding = Refused("expired-signature", "has a signature by " + by + " that has expired; it is " + Today() +
+                                                 " by this machine's clock");
       break;
     case State::kExpiredKey:
-      finding = Refused("expired-key",
-                        "is signed by " + by + ", and that key is expired on " + Today() + ", the date of this machine",
-                        "If the date is right, ask those who made the package for their key with its new end, and "
-                        "replace " +
-                            checked.keyFile + " by it.");
+      finding =
+          Refused("expired-key",
+                  "is signed by " + by + ", and that key has expired; it is " + Today() + " by this machine's clock",
+                  "If the date is right, ask those who made the package for their key with its new end, and "
+                  "replace " +
+                      checked.keyFile + " by it.");
       break;
     case State::kRevokedKey:
       finding = Refused("revoked-key", "is signed by " + by + ", and that key was revoked by its owner",
@@ -262,6 +310,11 @@ SignatureFinding SignatureCheck::InWords(const Checked& checked) const {
           Refused("key-of-the-future",
                   "is signed by " + by + ", and that key was made after " + Today() + ", the date of this machine",
                   "Set the machine's clock right, then run the same command again.");
+      break;
+    case State::kUnusableSignature:
+      finding = Refused("unusable-signature",
+                        "has a signature of a kind that cannot be checked, or that does not cover every byte",
+                        "Ask those who made the package for a signature by \"gpg --detach-sign\" without text mode.");
       break;
     case State::kUnusableKey:
       finding =

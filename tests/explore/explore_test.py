@@ -88,12 +88,12 @@ class Minimize(unittest.TestCase):
         return done.stdout.strip()
 
     def test_leaves_out_the_fault_that_the_finding_does_not_need(self):
-        self.assertEqual(self.minimized("notify-ipmitool 40:missing 96:kill"), "notify-ipmitool 96:kill")
+        self.assertEqual(self.minimized("methods-send 40:disk-full 90:kill"), "methods-send 90:kill")
 
     def test_follows_the_events_that_the_other_fault_has_moved(self):
-        moved, alone = "notify-ipmitool 54:busy 157:kill", "notify-ipmitool 157:kill"
+        moved, alone = "methods-send 50:busy 150:kill", "methods-send 150:kill"
         self.assertEqual(explore("--replay", alone).returncode, 0)
-        self.assertRegex(self.minimized(moved), r"^notify-ipmitool 1[34]\d:kill$")
+        self.assertRegex(self.minimized(moved), r"^methods-send 1[23]\d:kill$")
 
     def test_fails_in_a_sentence_where_there_is_no_finding(self):
         done = explore("--minimize", "identify-ipmitool 20:kill")

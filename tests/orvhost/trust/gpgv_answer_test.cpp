@@ -52,11 +52,11 @@ TEST(GpgvAnswer, AValidSignatureIsNotGoodByThatAlone) {
 
 TEST(GpgvAnswer, AnErrorHasItsReason) {
   for (const auto& [reason, state] : {std::pair{"9", State::kUnknownKey},
-                                      {"5", State::kWeakDigest},
-                                      {"4", State::kWeakDigest},
-                                      {"6", State::kUnusableKey},
-                                      {"1", State::kUnusableKey},
-                                      {"", State::kUnusableKey}}) {
+                                      {"5", State::kUnusableSignature},
+                                      {"4", State::kUnusableSignature},
+                                      {"6", State::kUnusableSignature},
+                                      {"1", State::kUnusableSignature},
+                                      {"", State::kUnusableSignature}}) {
     const SignatureAnswer answer =
         Only(Output({"NEWSIG", std::string("ERRSIG ") + kId + " 22 8 00 1795394553 " + reason +
                                    (*reason != '\0' ? std::string(" ") + kKey : "")}));
@@ -65,13 +65,28 @@ TEST(GpgvAnswer, AnErrorHasItsReason) {
   }
 }
 
-TEST(GpgvAnswer, AKeyOfTheFutureIsToldFromADamagedOne) {
+TEST(GpgvAnswer, WithTheKeyAnErrorSaysMore) {
   const std::string message = "gpgv: key X was created 1134 days in the future (time warp or clock problem)\n";
+  const std::string considered = std::string("KEY_CONSIDERED ") + kKey + " 0";
   const std::string error = std::string("ERRSIG ") + kId + " 22 8 00 1893542400 6 " + kKey;
-  EXPECT_EQ(Only(Output({"NEWSIG", error})).state, State::kUnusableKey);
-  EXPECT_EQ(Only(Output({"NEWSIG", error}), message).state, State::kKeyOfTheFuture);
+  const std::string weak = std::string("ERRSIG ") + kId + " 22 2 00 1893542400 5 " + kKey;
+  EXPECT_EQ(Only(Output({"NEWSIG", considered, weak})).state, State::kWeakDigest);
+  EXPECT_EQ(Only(Output({"NEWSIG", considered, error})).state, State::kUnusableKey);
+  EXPECT_EQ(Only(Output({"NEWSIG", considered, error}), message).state, State::kKeyOfTheFuture);
   EXPECT_EQ(Only(Output({"NEWSIG", std::string("GOODSIG ") + kId + " M"}), message).state, State::kGood)
       << "of another key";
+}
+
+TEST(GpgvAnswer, ASignatureOfATextIsNotOneOfEveryByte) {
+  EXPECT_EQ(Only(Output({"NEWSIG", std::string("GOODSIG ") + kId + " M",
+                         std::string("VALIDSIG x 2026-11-23 1795394553 0 4 0 22 8 01 ") + kKey}))
+                .state,
+            State::kUnusableSignature);
+}
+
+TEST(GpgvAnswer, AnOwnersNameIsDecoded) {
+  EXPECT_EQ(Only(Output({"NEWSIG", std::string("GOODSIG ") + kId + " 50%25 off%0a[GNUPG:] GOODSIG %zz%"})).owner,
+            "50% off\n[GNUPG:] GOODSIG %zz%");
 }
 
 TEST(GpgvAnswer, WhatAMessageHoldsIsNoStatus) {
@@ -80,7 +95,7 @@ TEST(GpgvAnswer, WhatAMessageHoldsIsNoStatus) {
 }
 
 TEST(GpgvAnswer, ASignatureThatNothingIsSaidOfIsNotGood) {
-  EXPECT_EQ(Only(Output({"NEWSIG"})).state, State::kUnusableKey);
+  EXPECT_EQ(Only(Output({"NEWSIG"})).state, State::kUnusableSignature);
 }
 
 TEST(GpgvAnswer, EachOfSeveralSignaturesHasItsAnswer) {

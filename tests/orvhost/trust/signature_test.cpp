@@ -52,7 +52,8 @@ class AnsweringMachine : public refhost::Machine {
 class SignatureOfAPackage : public refhost::HostTest {
  protected:
   SignatureOfAPackage() {
-    folder_.Write("p.zip.sig", "a signature");
+    folder_.Write("p.zip.sig", std::string("\x88\x03", 2) + "sig");
+    std::filesystem::create_directory(folder_ / "keys");
     refhost::StagingFailure failure;
     package_ = refhost::StagedPackage::Stage(folder_.Write("p.zip", refhost::Package("01-24")), &failure);
   }
@@ -73,9 +74,9 @@ TEST_F(SignatureOfAPackage, EachKeyFileIsAskedByItselfAndNoUsersKeys) {
   EXPECT_EQ(finding.state, "unknown-key");
   const std::string folder = "'" + package_->Folder();
   const auto line = [&](const std::string& key) {
-    return "LC_ALL=C /usr/bin/gpgv --homedir " + folder + "' --status-fd 1 --weak-digest SHA1 --keyring '" +
-           (folder_ / "keys/") + key + "' " + folder + "/signature' '" + package_->CopyPath() + "' 2> " + folder +
-           "/gpgv-messages'";
+    return "LC_ALL=C /usr/bin/gpgv --homedir " + folder +
+           "' --status-fd 1 --weak-digest SHA1 --weak-digest RIPEMD160 --keyring '" + (folder_ / "keys/") + key + "' " +
+           folder + "/signature' '" + package_->CopyPath() + "' 2> " + folder + "/gpgv-messages'";
   };
   EXPECT_EQ(machine.lines, (std::vector<std::string>{line("a.gpg"), line("b.gpg")}));
 }
@@ -106,6 +107,7 @@ TEST_F(SignatureOfAPackage, WithoutAKeyNothingIsRun) {
 }
 
 TEST_F(SignatureOfAPackage, AFolderOfKeysThatIsNoFolderIsSaidToBe) {
+  std::filesystem::remove(folder_ / "keys");
   folder_.Write("keys", "");
   const AnsweringMachine machine(ShellEnd::How::kExited, 0, "");
   const SignatureFinding finding = Judge();

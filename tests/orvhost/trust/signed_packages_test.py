@@ -97,6 +97,7 @@ class Server:
     def make(self, version, image):
         (self.folder / "kv6000.ima").write_bytes(image)
         self.package.unlink(missing_ok=True)
+        self.signature.unlink(missing_ok=True)
         subprocess.run([ORVHOST, "make-package", self.folder / "kv6000.ima", self.package, "--firmware-version",
                         version, "--for", "kv6000"], check=True, capture_output=True)
 
@@ -118,13 +119,13 @@ class Server:
                 if content is not None:
                     archive.writestr(name, content)
 
-    def check(self, subcommand="check", *options) -> dict:
+    def check(self, subcommand="check", *options, package=True) -> dict:
         configuration = self.folder / "orvhost.conf"
         configuration.write_text(f"key_folder = {self.keys}\n" + (f"signatures = {self.policy}\n" if self.policy else ""))
         environment = dict(os.environ, ORVHOST_LAB_MACHINE="1", ORVHOST_LAB_CONFIGURATION=str(configuration),
                            ORVHOST_LAB_LOCK_FOLDER=str(self.folder / "runs"), TEST_PLUGIN_VERSION="01-23")
         done = subprocess.run([ORVHOST, "--install-path", self.folder / "orv", "--plugin", PLUGIN, "--server-type",
-                               "kv6000", subcommand, self.package, *options, "--json"], env=environment,
+                               "kv6000", subcommand, *([self.package] if package else []), *options, "--json"], env=environment,
                               capture_output=True, text=True, check=False, timeout=60)
         if done.stderr:
             raise AssertionError(done.stderr)
@@ -330,6 +331,9 @@ class SignedPackages(unittest.TestCase):
                 self.assertIn("open, from which keys are taken, cannot be used: others", answer["error"]["cause"])
                 outside.parent.chmod(0o1777)
                 self.assertEqual(self.server.check()["exit_code"], 0)
+                outside.chmod(0o1777)
+                self.assertEqual(self.server.check()["exit_code"], 2)
+                outside.chmod(0o755)
 
     @unittest.skipUnless(os.geteuid() == 0, "only root can give files away")
     def test_a_key_of_another_user_is_refused(self):
@@ -340,6 +344,50 @@ class SignedPackages(unittest.TestCase):
                 os.chown(path, 0, -1)
                 self.assertEqual(answer["error"]["cause"], f"{path}, from which keys are taken, cannot be used: it belongs "
                                                            "to user 1234 and not to root.")
+
+    def test_names_are_no_commands(self):
+        for name in ("a'; touch pwned; #.gpg", "o'brien.gpg", "ba\\ck.gpg", 'quo"te.gpg', "$(touch pwned).gpg", "new\nline.gpg"):
+            with self.subTest(name):
+                key = self.server.keys / name
+                (next(self.server.keys.iterdir())).rename(key)
+                self.assertEqual(self.server.check()["facts"]["signature"], "good")
+        self.assertEqual(list(self.server.folder.rglob("pwned*")) + list(Path.cwd().glob("pwned*")), [])
+
+    def test_a_signature_that_leaves_out_how_lines_end_is_refused(self):
+        self.server.sign(options=("--textmode", "--detach-sign"))
+        self.assertEqual(self.server.check()["facts"]["signature"], "unusable-signature")
+
+    def test_what_is_no_signature_never_reaches_gpgv(self):
+        good = self.server.signature.read_bytes()
+        certificate = self.makers.export(MAKER)
+        for name, content in (("a key", certificate), ("compressed", bytes([0xa3, 2]) + b"x" * 50), ("many", good * 17),
+                              ("something behind it", good + b"x"), ("armored", self.makers.sign(
+                                  self.server.package, options=("--armor", "--detach-sign")))):
+            with self.subTest(name):
+                self.server.signature.write_bytes(content)
+                answer = self.server.check()
+                self.assertEqual((answer["exit_code"], answer["facts"]["signature"]), (5, "damaged"), answer)
+        self.server.signature.write_bytes(good * 16)
+        self.assertEqual(self.server.check()["facts"]["signature"], "good")
+
+    def test_a_strange_signature_does_not_blame_the_keys(self):
+        self.server.install("other.gpg", self.makers.export("stranger@example.org"))
+        own = self.makers.gpg("--export", "--export-options", "export-minimal", MAKER)
+        for name, content in (("of a kind of its own", bytes([0x88, 7]) + bytes([4, 2, 22, 8, 0, 0, 0])),
+                              ("of the key itself", own[own.index(b"\x88"):] if b"\x88" in own else own)):
+            with self.subTest(name):
+                self.server.signature.write_bytes(content)
+                answer = self.server.check()
+                self.assertEqual((answer["exit_code"], answer["verdict"]), (5, "not-trusted"), answer)
+
+    def test_a_folder_of_keys_that_was_named_must_be_there(self):
+        self.server.keys.rename(self.server.folder / "away")
+        for place in ("missing", "link"):
+            with self.subTest(place):
+                if place == "link":
+                    self.server.keys.symlink_to(self.server.folder / "nothing")
+                answer = self.server.check()
+                self.assertEqual((answer["exit_code"], answer["verdict"]), (2, "keys-unusable"), answer)
 
     def test_a_changed_byte_is_refused_wherever_it_is(self):
         good = self.server.package.read_bytes()
@@ -389,6 +437,16 @@ class SignedPackages(unittest.TestCase):
         put_an_older_package(self.server)
         answer = self.server.check("update", "--allow-older")
         self.assertEqual((answer["exit_code"], answer["verdict"], answer["phase"]), (5, "not-trusted", "package"))
+
+    def test_config_says_what_holds(self):
+        def stated():
+            return self.server.check("config", package=False)["facts"]["signatures"]
+        keys = self.server.keys
+        self.assertEqual(stated(), f"required (built in, since {keys} is not empty)")
+        (keys / "maker.gpg").unlink()
+        self.assertEqual(stated(), f"warn (built in, since {keys} holds no key)")
+        self.server.policy = "off"
+        self.assertEqual(stated(), f"off ({self.server.folder}/orvhost.conf)")
 
     def test_an_older_package_without_a_list_goes_on_working_with_a_notice(self):
         self.server.policy = "off"
@@ -564,9 +622,20 @@ class MadePackages(unittest.TestCase):
         signature.write_text("mine")
         self.assertEqual(self.make(self.image, *self.ORDINARY, "--sign-with", MAKER)["exit_code"], 2)
         self.assertFalse(self.made.exists())
+        self.assertEqual(self.make(self.image, *self.ORDINARY)["exit_code"], 2)
+        signature.unlink()
         self.assertEqual(self.make(self.image, *self.ORDINARY)["exit_code"], 0)
+        signature.write_text("mine")
         self.assertEqual(self.run_program("sign-package", self.made, MAKER)["exit_code"], 2)
         self.assertEqual(signature.read_text(), "mine")
+
+    def test_values_that_mean_nothing_are_refused(self):
+        for option, value in (("--for", "kv6000,kv7000"), ("--for", "KV 6000"), ("--for", ""), ("--sign-with", "")):
+            with self.subTest(f"{option} {value}"):
+                answer = self.make(self.image, *self.ORDINARY, option, value)
+                self.assertEqual((answer["exit_code"], answer["verdict"]), (2, "usage"))
+                self.assertIn(option, answer["error"]["cause"])
+                self.assertFalse(self.made.exists())
 
     def test_a_package_is_signed_and_the_signature_holds(self):
         self.make(self.image, *self.ORDINARY)
@@ -582,6 +651,35 @@ class MadePackages(unittest.TestCase):
         self.assertEqual(answer["error"]["cause"],
                          "The package could not be signed: gpg says: signing failed: No secret key.")
         self.assertFalse(self.made.exists())
+
+    def test_keys_and_names_are_no_commands(self):
+        odd = self.folder / "it's; touch pwned #"
+        odd.mkdir()
+        self.made = odd / "a'b.zip"
+        self.assertEqual(self.make(self.image, *self.ORDINARY)["exit_code"], 0)
+        answer = self.run_program("sign-package", self.made, MAKER)
+        self.assertEqual(answer["verdict"], "package-signed", answer)
+        answer = self.run_program("sign-package", self.made.rename(odd / "c.zip"), "x'; touch pwned; #")
+        self.assertEqual(answer["verdict"], "not-signed", answer)
+        self.assertEqual(list(self.folder.rglob("pwned*")), [])
+
+    def test_what_cannot_be_signed(self):
+        (self.folder / "folder").mkdir()
+        os.mkfifo(self.folder / "pipe")
+        for name, reason in (("folder", "it is a folder"), ("pipe", "it is neither a file nor a folder"),
+                             ("missing", "there is no such file or folder")):
+            with self.subTest(name):
+                answer = self.run_program("sign-package", name, MAKER)
+                self.assertEqual((answer["exit_code"], answer["error"]["cause"]), (5, f"{name} cannot be signed: {reason}."))
+
+    def test_gpgs_own_settings_change_no_signature(self):
+        settings = self.makers.home / "gpg.conf"
+        settings.write_text("textmode\nlocal-user stranger@example.org\n")
+        self.addCleanup(settings.unlink)
+        self.assertEqual(self.make(self.image, *self.ORDINARY, "--sign-with", MAKER)["facts"]["signed_by"], MAKER)
+        listed = self.makers.gpg("--list-packets", f"{self.made}.sig").decode()
+        self.assertEqual(listed.count(":signature packet:"), 1)
+        self.assertIn("sigclass 0x00", listed)
 
     def test_a_name_that_begins_like_an_option_is_a_name(self):
         self.made = self.folder / "-z.zip"
