@@ -21,6 +21,9 @@ struct ShellCommand {
   unsigned long limitMs;          // unscaled; host::kNoTimeLimit for none
 };
 
+// The exit status of a shell that does not find the program.
+inline constexpr int kProgramNotFound = 127;
+
 struct ShellEnd {
   enum class How { kNotStarted, kExited, kSignalled, kTimedOut, kInterrupted, kLost };
 

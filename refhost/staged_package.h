@@ -5,6 +5,7 @@
 #ifndef REFHOST_STAGED_PACKAGE_H
 #define REFHOST_STAGED_PACKAGE_H
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -22,6 +23,10 @@ struct StagingFailure {
 
 // The reason for a file that is no archive at all.
 inline constexpr const char* kNoArchive = "it is neither a zip nor a tar archive";
+
+// An archive that holds more is refused: a few bytes can stand for more than any disk holds, or for millions of names.
+inline constexpr std::uintmax_t kMostUnpackedBytes = 1024UL * 1024UL * 1024UL;
+inline constexpr std::size_t kMostMembers = 10000;
 
 class REFHOST_EXPORT StagedPackage {
  public:

@@ -165,9 +165,9 @@ Examples:
     --for kv6000 --name "KV6000 BMC firmware"
   orvhost make-package rack-folder bmc-rack.zip --sign-with release@example.org
 
-Exit codes: 0 made; 2 the file or its signature is there already; 4 gpg is missing; 5 no package
-that an update would accept can be made of this; 7 it could not be written or
-signed.)";
+Exit codes: 0 made; 2 the file or its signature is there already; 4 gpg is
+missing; 5 no package that an update would accept can be made of this; 7 it
+could not be written or signed.)";
 
 }  // namespace
 
@@ -175,7 +175,7 @@ const Command kMakePackageCommand = {
     "make-package",
     "Make an update package of an image or a folder",
     kMakePackageHelp,
-    {{"source", &Options::source, "A firmware image, or a folder with what the package is to hold", "SOURCE", true},
+    {{"source", &Options::source, "An image, or a folder with the package's files", "SOURCE", true},
      {"package", &Options::outFile, "Package to make; must not be there yet", "FILE", true, false, NoName},
      {"--firmware-version", &Options::firmwareVersion, "Version of the firmware", "VERSION"},
      {"--for", &Options::forTypes, "A server type that it is made for; once for each", "TYPE", false, false,

@@ -58,7 +58,7 @@ bool PackageCheck::Read() {
   outcome_->facts.insert(outcome_->facts.begin() + 1, {{"package_name", "Package name", manifest_.name},
                                                        {"package_version", "Package version", manifest_.version}});
   if (!manifest_.listsFiles) {
-    Note(run_, outcome_, "The package is an older one, whose description lists no checksums of its files.");
+    Note(run_, outcome_, kListsNoFiles);
   }
   run_.console.Say("Package", manifest_.name + " " + manifest_.version);
   return true;

@@ -8,6 +8,10 @@
 
 namespace orvhost {
 
+// About a package without a list of its files.
+inline constexpr const char* kListsNoFiles =
+    "The package is an older one, whose description lists no checksums of its files.";
+
 enum class UpdateMethod { kFlashTool, kScript };
 
 // How the plug-in updates a server of that type.

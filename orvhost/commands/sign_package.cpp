@@ -4,6 +4,7 @@
 
 #include "orvhost/commands/commands.h"
 #include "orvhost/commands/maker_steps.h"
+#include "orvhost/commands/package_contents.h"
 #include "orvhost/maker/finished_package.h"
 #include "orvhost/maker/package_source.h"
 
@@ -34,7 +35,7 @@ bool SignChecked(const Run& run, const std::string& signature, const std::string
   }
   AddFacts(manifest, outcome);
   if (!manifest.listsFiles) {
-    Note(run, outcome, "The package is an older one, whose description lists no checksums of its files.");
+    Note(run, outcome, kListsNoFiles);
   }
   if (!Sign(run, copy, made, folder, outcome)) {
     return false;

@@ -65,7 +65,7 @@ std::string ShellWord(std::string_view text) {
   return word + "'";
 }
 
-std::string ShWord(std::string_view text) {
+std::string SingleQuoted(std::string_view text) {
   std::string word = "'";
   for (const char character : text) {
     word += character == '\'' ? std::string("'\\''") : std::string(1, character);

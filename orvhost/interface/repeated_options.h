@@ -14,7 +14,7 @@ namespace orvhost {
 
 // The same for a command line that this program runs itself: in single quotes, as every sh understands them, for any
 // text. People read the other one.
-[[nodiscard]] std::string ShWord(std::string_view text);
+[[nodiscard]] std::string SingleQuoted(std::string_view text);
 
 // Puts `options`, which begin with a blank or are "", at the end of every command of this program that the texts of
 // `*outcome` give between double quotes.

@@ -12,8 +12,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::uintmax_t kMostBytes = 1024UL * 1024UL * 1024UL;
-constexpr std::size_t kMostFiles = 9999;  // and the description
+constexpr std::size_t kMostFiles = refhost::kMostMembers - 1;  // and the description
 
 void FindBelow(const fs::path& folder, PackageSource* source, std::string* error) {
   std::uintmax_t bytes = 0;
@@ -32,7 +31,7 @@ void FindBelow(const fs::path& folder, PackageSource* source, std::string* error
     } else {
       source->files[name] = entry.path().string();
     }
-    if (bytes > kMostBytes) {
+    if (bytes > refhost::kMostUnpackedBytes) {
       *error = "it holds more than 1 GiB";
       return;
     }
@@ -55,7 +54,7 @@ bool FindSource(const std::string& path, PackageSource* source, std::string* err
       *error = "there is no such file or folder";
     } else if (!fs::is_regular_file(status)) {
       *error = "it is neither a file nor a folder";
-    } else if (fs::file_size(path) > kMostBytes) {
+    } else if (fs::file_size(path) > refhost::kMostUnpackedBytes) {
       *error = "it has more than 1 GiB";
     } else {
       source->files[fs::path(path).filename().string()] = path;

@@ -15,7 +15,6 @@ namespace orvhost {
 
 namespace {
 
-constexpr int kCommandNotFound = 127;  // of a shell
 constexpr std::size_t kLongestOutput = 64UL * 1024UL;
 
 // The last thing that gpg says of itself; its lines begin with its name.
@@ -40,7 +39,7 @@ bool RunGpg(const std::string& arguments, const std::string& outputFile, std::st
   if (end.how == refhost::ShellEnd::How::kExited && end.exitStatus == 0) {
     return true;
   }
-  failure->isMissing = end.exitStatus == kCommandNotFound;
+  failure->isMissing = end.exitStatus == refhost::kProgramNotFound;
   const std::string complaint = LastComplaint(*output);
   failure->reason = failure->isMissing  ? "the program gpg is missing"
                     : complaint.empty() ? "gpg did not come to its end"
@@ -62,11 +61,11 @@ bool SignPackage(const std::string& package, const std::string& key, const std::
                  const std::string& folder, SignatureAnswer* answer, SigningFailure* failure) {
   std::string output;
   const std::string outputFile = folder + "/gpg";
-  if (!RunGpg(FixedTime() + "--digest-algo SHA512 --local-user " + ShWord(key) + " --output " + ShWord(signature) +
-                  " --detach-sign " + ShWord(package),
+  if (!RunGpg(FixedTime() + "--digest-algo SHA512 --local-user " + SingleQuoted(key) + " --output " +
+                  SingleQuoted(signature) + " --detach-sign " + SingleQuoted(package),
               outputFile, &output, failure) ||
-      !RunGpg(FixedTime() + "--status-fd 1 --verify " + ShWord(signature) + " " + ShWord(package), outputFile, &output,
-              failure)) {
+      !RunGpg(FixedTime() + "--status-fd 1 --verify " + SingleQuoted(signature) + " " + SingleQuoted(package),
+              outputFile, &output, failure)) {
     return false;
   }
   const auto answers = ReadGpgvAnswer(output, "");

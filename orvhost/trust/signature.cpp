@@ -27,7 +27,6 @@ constexpr std::size_t kLargestSignature = 64UL * 1024UL;
 constexpr std::size_t kLongestAnswer = 1024UL * 1024UL;
 constexpr unsigned long kLimitMs = 10UL * 60UL * 1000UL;  // for 1 GiB on a slow disk
 constexpr std::size_t kMostSignatures = 16;
-constexpr int kCommandNotFound = 127;  // of a shell
 constexpr mode_t kOwnerOnly = 0600;
 
 constexpr const char* kSignedPackage = "Get the package and its .sig anew from those who made it.";
@@ -208,19 +207,22 @@ std::optional<SignatureFinding> SignatureCheck::Ask(const std::string& keyFile) 
   const std::string output = package_.Folder() + "/gpgv";
   const std::string messages = package_.Folder() + "/gpgv-messages";
   // Only the keys of that file count, and no settings of a user. SHA-1 can be forged.
-  const std::string line = "LC_ALL=C /usr/bin/gpgv --homedir " + ShWord(package_.Folder()) +
-                           " --status-fd 1 --weak-digest SHA1 --weak-digest RIPEMD160 --keyring " + ShWord(keyFile) +
-                           " " + ShWord(copy_) + " " + ShWord(package_.CopyPath()) + " 2> " + ShWord(messages);
+  const std::string line = "LC_ALL=C /usr/bin/gpgv --homedir " + SingleQuoted(package_.Folder()) +
+                           " --status-fd 1 --weak-digest SHA1 --weak-digest RIPEMD160 --keyring " +
+                           SingleQuoted(keyFile) + " " + SingleQuoted(copy_) + " " + SingleQuoted(package_.CopyPath()) +
+                           " 2> " + SingleQuoted(messages);
   const refhost::ShellEnd end = refhost::CurrentMachine().Run(
       {.line = line, .workDir = "", .outputFile = output, .wantsFirstLine = false, .limitMs = kLimitMs});
-  const bool hasRun = end.how == refhost::ShellEnd::How::kExited && end.exitStatus != kCommandNotFound;
+  const bool hasRun = end.how == refhost::ShellEnd::How::kExited && end.exitStatus != refhost::kProgramNotFound;
   const auto text = hasRun ? posix::ReadRegularFile(output, kLongestAnswer) : std::nullopt;
   if (!text) {
+    const bool isMissing = end.exitStatus == refhost::kProgramNotFound;
     return Finding(End::kNotChecked, "not-checked",
                    std::string("The package's signature cannot be checked: ") +
-                       (end.exitStatus == kCommandNotFound ? "the program /usr/bin/gpgv is missing."
-                                                           : "/usr/bin/gpgv did not come to its end."),
-                   "Install gpgv (Debian's package gpgv, elsewhere gnupg2), then run the same command again.");
+                       (isMissing ? "the program /usr/bin/gpgv is missing." : "/usr/bin/gpgv did not come to its end."),
+                   isMissing
+                       ? "Install gpgv (Debian's package gpgv, elsewhere gnupg2), then run the same command again."
+                       : "Run the same command again.");
   }
   const auto answers = ReadGpgvAnswer(*text, posix::ReadStartOfRegularFile(messages, kLongestAnswer).value_or(""));
   return answers ? Take(keyFile, *answers)
@@ -317,10 +319,10 @@ SignatureFinding SignatureCheck::InWords(const Checked& checked) const {
                         "Ask those who made the package for a signature by \"gpg --detach-sign\" without text mode.");
       break;
     case State::kUnusableKey:
-      finding =
-          Refused("unusable-key",
-                  "is signed by " + by + ", and the key file " + checked.keyFile + " is damaged or holds a private key",
-                  "Put the signer's public key there anew (\"gpg --export KEY\").");
+      finding = Refused("unusable-key",
+                        "is signed by " + by + ", and that cannot be checked with the key file " + checked.keyFile +
+                            ": the signature is older than its key, or the file is damaged",
+                        "Ask those who made the package which of the two it is.");
       break;
   }
   finding.owner = checked.answer.owner;

@@ -13,7 +13,6 @@
 
 #include "posix/last_error.h"
 #include "refhost/common/gzip_check.h"
-#include "refhost/staged_package.h"
 
 namespace refhost {
 

@@ -11,6 +11,7 @@
 #include <string>
 
 #include "posix/file_descriptor.h"
+#include "refhost/staged_package.h"
 
 struct archive;
 
@@ -30,10 +31,6 @@ class PlaceError : public ArchiveError {
 
 // Throws what errno says as `what: TEXT`: a PlaceError unless a member's name or kind alone brings such an error.
 [[noreturn]] void ThrowLastError(const std::string& what);
-
-// More than these together is refused: a few bytes can stand for more than any disk holds, or for millions of names.
-inline constexpr std::uintmax_t kMostUnpackedBytes = 1024UL * 1024UL * 1024UL;
-inline constexpr std::size_t kMostMembers = 10000;
 
 // Opens a file for reading; a pipe or a folder is an ArchiveError.
 [[nodiscard]] posix::FileDescriptor OpenPlainFile(const std::string& path);

@@ -124,6 +124,12 @@ class Dev(unittest.TestCase):
         stated = re.findall(r"(?m)^  ([a-z]+)", self.dev("help").stdout)
         self.assertEqual(sorted(stated), sorted({command.split()[0] for command in STEPS} - {"help"}))
 
+    def test_an_unknown_kind_of_package_packs_nothing(self):
+        done = self.dev("package --zip")
+        self.assertEqual(done.returncode, 2)
+        self.assertIn("Usage: ./dev COMMAND", done.stderr)
+        self.assertNotIn("cpack", self.journal.read_text())
+
     def test_an_unknown_command_fails(self):
         done = self.dev("demolish")
         self.assertEqual(done.returncode, 2)

@@ -1,5 +1,6 @@
 """A page in a real browser, Debian's chromium, for the tests of pages: what it says of it, and how it draws it."""
 
+import re
 import shutil
 import struct
 import subprocess
@@ -31,6 +32,16 @@ class Nesting(HTMLParser):
     def handle_endtag(self, tag):
         if not self.open or self.open.pop() != tag:
             self.complaints.append(f"</{tag}> at {self.getpos()}")
+
+
+def faults_of(page: str) -> list:
+    """What is wrong with a page that must be whole, have no script and fetch nothing; its icon is an empty one."""
+    parser = Nesting()
+    parser.feed(page)
+    parser.close()
+    return [*parser.complaints, *(f"<{tag}> stays open" for tag in parser.open),
+            *(source for source in parser.sources if source != "data:,"), *(parser.elements & {"script"}),
+            *re.findall(r"url\(|@import|https?:|\x1b", page), *([] if parser.sources == ["data:,"] else ["no icon"])]
 
 
 def pixels(png: bytes) -> tuple[int, int, set]:

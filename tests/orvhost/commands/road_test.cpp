@@ -521,11 +521,11 @@ TEST_F(Orvhost, HelpAndVersionAreNoErrors) {
   EXPECT_NE(out_.find("Subcommands:"), std::string::npos);
   EXPECT_EQ(Run("update --help"), 0);
   EXPECT_NE(out_.find("package"), std::string::npos);
-  for (const char* name : {"identify", "check", "update", "apply", "verify", "rollback", "report", "notify", "methods",
-                           "history", "show", "diagnose", "config", "explain", "validate"}) {
-    EXPECT_EQ(Run(std::string(name) + " --help"), 0);
+  for (const Command* command : AllCommands()) {
+    const std::string name = command->name;
+    EXPECT_EQ(Run(name + " --help"), 0);
     EXPECT_NE(out_.find("\nExample"), std::string::npos) << out_;
-    EXPECT_NE(out_.find(std::string("\n  orvhost ") + name), std::string::npos) << out_;
+    EXPECT_NE(out_.find("\n  orvhost " + name), std::string::npos) << out_;
     EXPECT_NE(out_.find("\nExit codes: 0 "), std::string::npos) << out_;
     std::istringstream lines(out_);
     for (std::string line; std::getline(lines, line);) {
