@@ -22,14 +22,14 @@ struct Result {
   int unmet = 0;  // faults whose event did not come
 };
 
-using HowToPlay = std::function<Played(const Scenario&, Disk&)>;
+using HowToPlay = std::function<Played(const Scenario&, Disk&, bool keepsEvents)>;
 
-[[nodiscard]] inline Played PlayOnce(const Scenario& scenario, Disk& disk) {
-  return Play(scenario, disk, false);
+[[nodiscard]] inline Played PlayOnce(const Scenario& scenario, Disk& disk, bool keepsEvents) {
+  return Play(scenario, disk, keepsEvents);
 }
 
-// By the number of their scenario. A process that says nothing for `patienceMs` hangs.
-[[nodiscard]] std::vector<Result> PlayAll(const std::vector<Scenario>& scenarios, int processes, int patienceMs = 20000,
+// By the number of their scenario.
+[[nodiscard]] std::vector<Result> PlayAll(const std::vector<Scenario>& scenarios, int processes,
                                           const HowToPlay& play = PlayOnce);
 
 }  // namespace explore

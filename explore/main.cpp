@@ -14,6 +14,7 @@
 
 #include "explore/matrix.h"
 #include "explore/outside.h"
+#include "explore/player.h"
 #include "explore/prove.h"
 #include "explore/replay.h"
 #include "explore/survey.h"
@@ -32,6 +33,7 @@ struct Wishes {
   int every = 1;
   int jobs = 2;
   int lives = 0;
+  int patienceMs = kUsualPatienceMs;
   std::uint64_t seed = 1;
   bool prove = false;
   bool list = false;
@@ -180,10 +182,10 @@ int Do(const Wishes& wishes, Disk& disk) {
     return 0;
   }
   if (!wishes.replay.empty()) {
-    return Replay(wishes.replay, disk);
+    return Replay(wishes.replay);
   }
   if (!wishes.minimize.empty()) {
-    return Minimize(wishes.minimize, disk);
+    return Minimize(wishes.minimize);
   }
   if (wishes.prove) {
     return Prove(disk) ? 0 : kExitFindings;
@@ -218,6 +220,10 @@ int Main(int argc, char** argv) {
   app.add_option("--pairs", wishes.pairs, "This many scenarios with two faults")->check(CLI::PositiveNumber);
   app.add_option("--seed", wishes.seed, "Which pairs");
   app.add_option("--jobs", wishes.jobs, "Processes at once")->check(CLI::PositiveNumber);
+  app.add_option("--patience", wishes.patienceMs, "Milliseconds in which a scenario ends, or it hangs for real")
+      ->type_name("MS")
+      ->check(CLI::PositiveNumber)
+      ->capture_default_str();
   app.add_option("--replay", wishes.replay, "Shows one scenario as a story")->type_name("TEXT");
   app.add_option("--minimize", wishes.minimize, "Leaves out the faults that a finding does not need")
       ->type_name("TEXT");
@@ -234,6 +240,7 @@ int Main(int argc, char** argv) {
   }
   setenv("ORVHOST_LAB_MACHINE", "1", 1);
   setenv("TZ", "UTC", 1);
+  SetPatience(std::chrono::milliseconds(wishes.patienceMs));
   Outside& outside = TheOutside();
   outside.plugin = PLUGIN;
   outside.managementLibrary = MANAGEMENT_LIBRARY;

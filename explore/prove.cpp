@@ -5,10 +5,9 @@
 #include <algorithm>
 #include <array>
 #include <csignal>
-#include <functional>
 
-#include "explore/crowd.h"
-#include "explore/outside.h"
+#include "explore/player.h"
+#include "explore/replay.h"
 
 namespace explore {
 
@@ -40,22 +39,47 @@ bool Sees(const std::vector<std::string>& findings, const std::string& oracle) {
   return std::ranges::any_of(findings, [&](const std::string& finding) { return finding.starts_with(oracle); });
 }
 
-// What is wrong with the simulation's own process: it is ended, its scenario named, and the next one played.
-bool SeesBrokenProcess(const char* words, const std::function<void()>& breaks) {
-  const std::vector<Scenario> scenarios = {{"identify-ipmitool", {}}, {"verify-ipmitool", {}}, {"identify-rack", {}}};
-  constexpr int kPatienceMs = 1000;
-  const auto results = PlayAll(scenarios, 1, kPatienceMs, [&](const Scenario& scenario, Disk& disk) {
-    if (scenario.road == scenarios[1].road) {
+constexpr const char* kBrokenRoad = "verify-ipmitool";
+
+// Plays, and breaks the simulation's own process on that road.
+HowToPlay BreakingBy(void (*breaks)()) {
+  return [breaks](const Scenario& scenario, Disk& disk, bool keepsEvents) {
+    if (scenario.road == kBrokenRoad) {
       breaks();
     }
-    return PlayOnce(scenario, disk);
-  });
-  const auto& findings = results[1].findings;
-  const bool seen = findings.size() == 1 && Sees(findings, "bounds:") &&
-                    findings.front().find("verify-ipmitool") != std::string::npos && results[0].findings.empty() &&
-                    results[2].verdict == "identified";
-  Print(std::string("bounds: ") + words + ": " + (seen ? "seen: " + findings.front() : "NOT SEEN") + "\n");
+    return PlayOnce(scenario, disk, keepsEvents);
+  };
+}
+
+bool Report(const std::string& words, bool seen, const std::string& finding) {
+  Print("bounds: " + words + ": " + (seen ? "seen: " + finding : "NOT SEEN") + "\n");
   return seen;
+}
+
+// It is ended, its scenario named, and the next one played.
+bool CrowdSees(const std::string& words, const std::string& wanted, const HowToPlay& play) {
+  const auto results = PlayAll({{"identify-ipmitool", {}}, {kBrokenRoad, {}}, {"identify-rack", {}}}, 1, play);
+  const bool seen = results[1].findings == std::vector<std::string>{wanted} && results[0].findings.empty() &&
+                    results[2].verdict == "identified";
+  return Report(words, seen, wanted);
+}
+
+bool ReplaySees(const std::string& words, const std::string& wanted, const HowToPlay& play,
+                int (*shows)(const std::string&, const Showing&)) {
+  std::string printed;
+  const Showing showing{play, [&printed](const std::string& text) { printed += text; }};
+  const int answer = shows(kBrokenRoad, showing);
+  return Report(words, answer == kExitFindings && printed == "finding: " + wanted + "\n", wanted);
+}
+
+bool SeeBrokenProcess(const std::string& what, void (*breaks)()) {
+  const std::string words = "the simulation itself " + what;
+  const std::string wanted = "bounds: the program " + what + " for real in " + kBrokenRoad;
+  const HowToPlay play = BreakingBy(breaks);
+  const bool crowd = CrowdSees(words, wanted, play);
+  const bool replay = ReplaySees(words + " in a replay", wanted, play, Replay);
+  const bool minimize = ReplaySees(words + " while a scenario is made shorter", wanted, play, Minimize);
+  return crowd && replay && minimize;
 }
 
 }  // namespace
@@ -75,8 +99,9 @@ bool Prove(Disk& disk) {
           "\n");
     all = all && with && !without;
   }
-  const bool hang = SeesBrokenProcess("the simulation itself hangs", [] { pause(); });
-  const bool crash = SeesBrokenProcess("the simulation itself crashes", [] { raise(SIGKILL); });
+  SetPatience(std::chrono::seconds(1));
+  const bool hang = SeeBrokenProcess("hangs", [] { pause(); });
+  const bool crash = SeeBrokenProcess("crashes", [] { raise(SIGKILL); });
   return all && hang && crash;
 }
 

@@ -1,24 +1,61 @@
 #include "explore/replay.h"
 
+#include <poll.h>
+
 #include <algorithm>
 #include <cstdlib>
 #include <optional>
 #include <vector>
 
-#include "explore/outside.h"
-#include "explore/play.h"
+#include "explore/player.h"
 
 namespace explore {
 
 namespace {
 
+constexpr char kAnswer = '=';  // no road's name begins with it
+
+// Plays, and says before what.
+using Playing = std::function<Played(const Scenario&, bool keepsEvents)>;
+
+// The answer of `work`, which is done in a player and begins with that scenario.
+int Watch(const Scenario& first, const Showing& showing, const std::function<int(const Playing&)>& work) {
+  Player player([&](const Player::Say& say) {
+    Disk disk;
+    const int answer = work([&](const Scenario& scenario, bool keepsEvents) {
+      say(Text(scenario));
+      return showing.play(scenario, disk, keepsEvents);
+    });
+    say(kAnswer + std::to_string(answer));
+  });
+  std::string playing = Text(first);
+  std::optional<int> answer;
+  Player::State state = Player::State::kPlays;
+  while (state == Player::State::kPlays) {
+    pollfd source{player.Pipe(), POLLIN, 0};
+    (void)poll(&source, 1, UntilNextLookMs());
+    state = player.Look(source.revents != 0, [&](const std::string& line) {
+      if (line.front() == kAnswer) {
+        answer = std::stoi(line.substr(1));
+      } else {
+        playing = line;
+      }
+    });
+  }
+  if (state == Player::State::kDone && answer) {
+    return *answer;
+  }
+  showing.print("finding: " + FindingOf(state, playing) + "\n");
+  return kExitFindings;
+}
+
 // Why the scenario cannot be played as it stands: an event that does not even come without its faults. "" when it can.
-std::string Complaint(const Scenario& scenario, Disk& disk) {
-  const Played road = Play({scenario.road, {}}, disk, true);
+std::string Complaint(const Scenario& scenario, const Playing& play) {
+  const Played road = play({scenario.road, {}}, true);
   for (const Fault& fault : scenario.faults) {
     const bool comes = fault.event <= road.events;
     if (!comes || !CanHit(RowOf(fault.kind), road.kept[static_cast<std::size_t>(fault.event) - 1].kind)) {
-      return Play({scenario.road, {fault}}, disk, false).complaints.front();
+      return play({scenario.road, {fault}}, false).complaints.front();
     }
   }
   return "";
@@ -40,7 +77,8 @@ std::string KindOf(const std::string& finding) {
 
 class Minimizer {
  public:
-  Minimizer(Disk& disk, const Played& whole) : disk_(disk), whole_(whole), wanted_(KindOf(whole.findings.front())) {}
+  Minimizer(const Playing& play, const Played& whole)
+      : play_(play), whole_(whole), wanted_(KindOf(whole.findings.front())) {}
 
   Scenario Shorten(Scenario scenario) {
     for (std::size_t at = 0; at < scenario.faults.size() && scenario.faults.size() > 1;) {
@@ -55,7 +93,7 @@ class Minimizer {
 
  private:
   bool Fails(const Scenario& scenario) {
-    const auto findings = Play(scenario, disk_, false).findings;
+    const auto findings = play_(scenario, false).findings;
     return std::ranges::any_of(findings, [this](const std::string& finding) { return KindOf(finding) == wanted_; });
   }
 
@@ -87,7 +125,7 @@ class Minimizer {
       return alike;
     }
     const Event& hit = whole_.kept[static_cast<std::size_t>(number) - 1];
-    const Played road = Play({scenario.road, {}}, disk_, true);
+    const Played road = play_({scenario.road, {}}, true);
     for (int event = 1; event <= road.events; ++event) {
       const Event& one = road.kept[static_cast<std::size_t>(event) - 1];
       if (one.kind == hit.kind && one.what == hit.what) {
@@ -99,59 +137,65 @@ class Minimizer {
     return alike;
   }
 
-  Disk& disk_;
+  const Playing& play_;
   const Played& whole_;
   const std::string wanted_;
 };
 
-// Nothing, with the sentence printed, for a text that is none.
-std::optional<Scenario> Parsed(const std::string& text, Disk& disk) {
-  std::string error;
-  auto scenario = ParseScenario(text, &error);
-  if (scenario) {
-    error = Complaint(*scenario, disk);
-  }
-  if (!error.empty()) {
-    Print(error + "\n");
-    return {};
-  }
-  return scenario;
-}
-
-}  // namespace
-
-int Replay(const std::string& text, Disk& disk) {
-  const auto scenario = Parsed(text, disk);
-  if (!scenario) {
-    return kExitUsage;
-  }
-  const Played played = Play(*scenario, disk, true);
+int Tell(const Scenario& scenario, const Playing& play, const Showing& showing) {
+  const Played played = play(scenario, true);
   for (const std::string& line : played.story) {
-    Print(line + "\n");
+    showing.print(line + "\n");
   }
   for (const std::string& complaint : played.complaints) {
-    Print("With the faults before it: " + complaint + "\n");
+    showing.print("With the faults before it: " + complaint + "\n");
   }
-  Print("The faults end in: " + End(played) +
-        ". What the operator does then: " + (played.way.empty() ? "nothing" : played.way) + ".\n");
+  showing.print("The faults end in: " + End(played) +
+                ". What the operator does then: " + (played.way.empty() ? "nothing" : played.way) + ".\n");
   for (const std::string& finding : played.findings) {
-    Print("finding: " + finding + "\n");
+    showing.print("finding: " + finding + "\n");
   }
   return played.findings.empty() ? 0 : kExitFindings;
 }
 
-int Minimize(const std::string& text, Disk& disk) {
-  const auto scenario = Parsed(text, disk);
-  if (!scenario) {
-    return kExitUsage;
-  }
-  const Played whole = Play(*scenario, disk, true);
+int Shorten(const Scenario& scenario, const Playing& play, const Showing& showing) {
+  const Played whole = play(scenario, true);
   if (whole.findings.empty()) {
-    Print("There is no finding in " + Text(*scenario) + ".\n");
+    showing.print("There is no finding in " + Text(scenario) + ".\n");
     return kExitUsage;
   }
-  Print(Text(Minimizer(disk, whole).Shorten(*scenario)) + "\n");
+  showing.print(Text(Minimizer(play, whole).Shorten(scenario)) + "\n");
   return 0;
+}
+
+// What `does` answers for the scenario with that text. For a text that is none, and for what cannot be played, the
+// sentence is printed.
+int WithScenario(const std::string& text, const Showing& showing,
+                 int (*does)(const Scenario&, const Playing&, const Showing&)) {
+  std::string error;
+  const auto scenario = ParseScenario(text, &error);
+  if (!scenario) {
+    showing.print(error + "\n");
+    return kExitUsage;
+  }
+  return Watch(*scenario, showing, [&](const Playing& play) {
+    const std::string complaint = Complaint(*scenario, play);
+    if (complaint.empty()) {
+      return does(*scenario, play, showing);
+    }
+    showing.print(complaint + "\n");
+    return kExitUsage;
+  });
+}
+
+}  // namespace
+
+int Replay(const std::string& text, const Showing& showing) {
+  return WithScenario(text, showing, Tell);
+}
+
+int Minimize(const std::string& text, const Showing& showing) {
+  return WithScenario(text, showing, Shorten);
 }
 
 }  // namespace explore

@@ -4,20 +4,28 @@
 
 #include <string>
 
-#include "explore/disk.h"
+#include "explore/crowd.h"
+#include "explore/outside.h"
 
 namespace explore {
 
 inline constexpr int kExitFindings = 1;
 inline constexpr int kExitUsage = 2;
 
+struct Showing {
+  HowToPlay play = PlayOnce;
+  std::function<void(const std::string&)> print = Print;
+};
+
+// Both play in a player of their own: what hangs or crashes for real there is printed as the finding that it is.
+
 // Prints the story of the scenario with that text. The answer is the program's exit code: 0 without a finding, 1 with
 // one, 2 for what cannot be played.
-[[nodiscard]] int Replay(const std::string& text, Disk& disk);
+[[nodiscard]] int Replay(const std::string& text, const Showing& showing = {});
 
 // Prints the shortest text that it finds with the same finding: without the faults that this does not need, of which
 // those that are left may have to hit an event of another number.
-[[nodiscard]] int Minimize(const std::string& text, Disk& disk);
+[[nodiscard]] int Minimize(const std::string& text, const Showing& showing = {});
 
 }  // namespace explore
 

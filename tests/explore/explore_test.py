@@ -48,6 +48,16 @@ class Replay(unittest.TestCase):
         self.assertIn("  20 ", done.stdout)
         self.assertIn("With the faults before it: Event 30 did not come; there were 20.\n", done.stdout)
 
+    def test_ends_what_takes_longer_than_its_patience(self):
+        """A road that takes a hundred times as long."""
+        text = "identify-rack-300"
+        for option in ("--replay", "--minimize"):
+            with self.subTest(option):
+                done = explore(option, text, "--patience", "1")
+                self.assertEqual((done.returncode, done.stdout),
+                                 (1, f"finding: bounds: the program hangs for real in {text}\n"))
+        self.assertEqual(explore("--replay", text, "--patience", "0").returncode, 2)
+
     def test_fails_for_options_that_are_not_there(self):
         self.assertEqual(explore("--jump").returncode, 2)
         self.assertEqual(explore("--road", "nowhere").returncode, 2)
@@ -74,7 +84,7 @@ class Oracles(unittest.TestCase):
         done = explore("--prove")
         self.assertEqual(done.returncode, 0, done.stdout)
         seen = re.findall(r"(?m)^(\w+): .*: seen: \1: ", done.stdout)
-        self.assertEqual(sorted(seen), 3 * ["bounds"] + ["files", "idempotence", "locks", "order", "recovery", "trace",
+        self.assertEqual(sorted(seen), 7 * ["bounds"] + ["files", "idempotence", "locks", "order", "recovery", "trace",
                                                             "truth"])
 
 

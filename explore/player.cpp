@@ -1,0 +1,91 @@
+#include "explore/player.h"
+
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <csignal>
+#include <cstdlib>
+#include <stdexcept>
+
+#include "explore/outside.h"
+
+namespace explore {
+
+namespace {
+
+constexpr std::chrono::milliseconds kLook(100);
+constexpr int kBeyondTheTool = 200;  // a descriptor that no run of the tool closes
+
+std::chrono::milliseconds patience(kUsualPatienceMs);
+
+[[noreturn]] void Work(const std::function<void(const Player::Say&)>& work, int pipe) {
+  CloseWhatIsOpen();  // the other players'
+  work([pipe](const std::string& line) {
+    const std::string whole = line + "\n";
+    (void)!write(pipe, whole.data(), whole.size());
+  });
+  std::exit(0);  // counters of a build that has them are written then
+}
+
+}  // namespace
+
+void SetPatience(std::chrono::milliseconds wanted) {
+  patience = wanted;
+}
+
+int UntilNextLookMs() {
+  return static_cast<int>(std::min(kLook, patience).count());
+}
+
+Player::Player(const std::function<void(const Say&)>& work) {
+  std::array<int, 2> ends{};
+  if (pipe(ends.data()) != 0 || (child_ = fork()) < 0) {
+    throw std::runtime_error("no process could be started");
+  }
+  if (child_ == 0) {
+    close(ends[0]);
+    Work(work, fcntl(ends[1], F_DUPFD_CLOEXEC, kBeyondTheTool));
+  }
+  close(ends[1]);
+  pipe_ = ends[0];
+}
+
+Player::State Player::Look(bool speaks, const Say& hear) {
+  if (!speaks) {
+    if (Clock::now() - heardAt_ <= patience) {
+      return State::kPlays;
+    }
+    kill(child_, SIGKILL);
+    WaitForEnd();
+    return State::kHangs;
+  }
+  std::array<char, 65536> buffer{};
+  const ssize_t size = read(pipe_, buffer.data(), buffer.size());
+  if (size <= 0) {
+    return WaitForEnd() == 0 ? State::kDone : State::kCrashed;
+  }
+  heardAt_ = Clock::now();
+  said_.append(buffer.data(), static_cast<std::size_t>(size));
+  for (std::size_t end = said_.find('\n'); end != std::string::npos; end = said_.find('\n')) {
+    hear(said_.substr(0, end));
+    said_.erase(0, end + 1);
+  }
+  return State::kPlays;
+}
+
+int Player::WaitForEnd() {
+  int status = 0;
+  waitpid(child_, &status, 0);
+  close(pipe_);
+  return status;
+}
+
+std::string FindingOf(Player::State end, const std::string& text) {
+  const std::string what = end == Player::State::kHangs ? "hangs" : "crashes";
+  return "bounds: the program " + what + " for real in " + text;
+}
+
+}  // namespace explore
