@@ -16,6 +16,7 @@ int ErrorOf(FaultKind fault, bool stores) {
     case FaultKind::kUnreadable:
     case FaultKind::kRenameFails:
     case FaultKind::kDeleteFails:
+    case FaultKind::kDeleteFailsForGood:
       return EACCES;
     case FaultKind::kReadOnly:
       return EROFS;

@@ -28,10 +28,10 @@ const std::string& PackageFor(const MachineKind& machine) {
   return found->second;
 }
 
-void SyncAll(const FilePointer& file) {
+void SyncBelow(const FilePointer& file) {
   file->Sync();
   for (const auto& [name, inside] : file->Inside()) {
-    SyncAll(inside);
+    SyncBelow(inside);
   }
 }
 
@@ -72,7 +72,11 @@ void Disk::Fill(const MachineKind& machine) {
   Write("/dev/ipmi0", "");
   Write("/dev/console", "");
   Write("/etc/redhat-release", "Simulated Linux 1\n");
-  SyncAll(files_.Root());
+  SyncAll();
+}
+
+void Disk::SyncAll() {
+  SyncBelow(files_.Root());
 }
 
 bool Disk::Has(std::string_view path) {
@@ -131,7 +135,7 @@ void Disk::HideProcess() {
 
 void Disk::GoDown(bool hasPower) {
   if (hasPower) {
-    SyncAll(files_.Root());
+    SyncAll();
   } else {
     files_.LosePower();
   }

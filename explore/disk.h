@@ -42,6 +42,9 @@ class Disk {
   void ShowProcess(const std::string& commandLine, const std::string& mark);
   void HideProcess();
 
+  // Brings all that is on it to where a loss of power does not take it.
+  void SyncAll();
+
   // What is gone when the machine goes down; without power also what has not reached the disk.
   void GoDown(bool hasPower);
 

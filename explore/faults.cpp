@@ -57,6 +57,8 @@ constexpr auto kFaults = std::to_array<FaultRow>({
     {FaultKind::kSyncFails, "sync-fails", "what was written does not reach the disk", Bit(EventKind::kSync)},
     {FaultKind::kRenameFails, "rename-fails", "a file cannot be renamed", Bit(EventKind::kRename)},
     {FaultKind::kDeleteFails, "delete-fails", "a file cannot be deleted", Bit(EventKind::kDelete)},
+    {FaultKind::kDeleteFailsForGood, "delete-fails-for-good", "a file cannot be deleted any more",
+     Bit(EventKind::kDelete)},
     {FaultKind::kReadOnly, "read-only", "the file system is read-only",
      Bit(EventKind::kCreate) | Bit(EventKind::kFolder)},
     {FaultKind::kClockBack, "clock-back", "the clock steps back by an hour", kTimes},

@@ -63,6 +63,7 @@ enum class FaultKind : std::uint8_t {
   kSyncFails,
   kRenameFails,
   kDeleteFails,
+  kDeleteFailsForGood,
   kReadOnly,
   kClockBack,
   kClockForward,

@@ -85,6 +85,19 @@ int Sync(int descriptor) {
   return 0;
 }
 
+// Of all that is on the disk: the simulated machine has one.
+int SyncAll(int descriptor) {
+  const OpenFile* open = TheOutside().descriptors[descriptor];
+  if (open == nullptr) {
+    return static_cast<int>(syscall(SYS_syncfs, descriptor));
+  }
+  if (Fails(EventKind::kSync, "all files", true)) {
+    return -1;
+  }
+  TheOutside().disk->SyncAll();
+  return 0;
+}
+
 int LockAsAsked(OpenFile* open, int command, struct flock* lock) {
   if (command == F_OFD_GETLK) {
     const void* holder = open->file->lockedBy;
@@ -227,6 +240,10 @@ int fsync(int descriptor) {
 
 int fdatasync(int descriptor) {
   return Sync(descriptor);
+}
+
+int syncfs(int descriptor) noexcept {
+  return SyncAll(descriptor);
 }
 
 int fcntl(int descriptor, int command, ...) {

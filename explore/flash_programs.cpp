@@ -48,6 +48,7 @@ Programs::Output Programs::FlashTool(const std::string& line, FaultKind fault) {
   return done ? Output{} : failed(7);
 }
 
+// It goes on whether anybody waits for it or not.
 void Programs::LeaveRunning(const std::string& line, Microseconds time, std::function<void()> rest) {
   const char* mark = getenv("ORVHOST_RUN");
   disk_.ShowProcess(line, mark != nullptr ? mark : "");
@@ -91,16 +92,14 @@ void Programs::StartScript(const std::string& line, FaultKind fault) {
   const std::string folder = line.substr(0, line.find("/bmcup.sh"));
   world_.At(kSecond, [this, folder] { WriteSensorRecords(folder); });
   world_.At(2 * kSecond, [this] { (void)world_.Request(0x34, 0x8c, kv6000::Bytes{0x55, 0xaa, 0x01}); });
-  const auto rest = [this, folder, fault] {
+  LeaveRunning(line, 9 * kSecond, [this, folder, fault] {
     WriteFirmware(folder);
     scriptStatus_ = StatusWith(fault, *scriptStatus_) << 8;
-  };
+  });
   if (fault == FaultKind::kKillDuring || fault == FaultKind::kPowerDuring) {
-    LeaveRunning(line, 9 * kSecond, rest);
     world_.Pass(4 * kSecond);
     TheStage().end(fault == FaultKind::kKillDuring ? FaultKind::kKill : FaultKind::kPower);
   }
-  world_.At(9 * kSecond, rest);
 }
 
 void Programs::WriteSensorRecords(const std::string& folder) {

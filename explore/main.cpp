@@ -12,6 +12,7 @@
 #include <exception>
 #include <map>
 
+#include "explore/known_findings.h"
 #include "explore/matrix.h"
 #include "explore/outside.h"
 #include "explore/player.h"

@@ -44,6 +44,10 @@ bool AsksForTheSame(const std::string& text) {
          Holds(text, "Run it as root") || Holds(text, "Give ") || Holds(text, "Check the path");
 }
 
+std::string StepInFacts(const RunEnd& run) {
+  return run.object.value("facts", nlohmann::json::object()).value("next_step", "");
+}
+
 NextStep AfterSuccess(const RunEnd& last, const std::string& wanted) {
   const std::string verdict = last.Verdict();
   if (verdict == "going-down" || last.askedToHalt || last.askedToRestart) {
@@ -83,9 +87,8 @@ NextStep AfterRun(const RunEnd& last, const std::string& wanted, const Memory& m
   if (last.WasCut() || !last.object.is_object()) {
     return {Kind::kRun, "diagnose", false, "the run was cut off"};
   }
-  if (last.exitCode == 0 && last.words == "diagnose") {
-    const nlohmann::json facts = last.object.value("facts", nlohmann::json::object());
-    const std::string text = facts.value("next_step", "");
+  if (last.exitCode == 0 && (last.words == "diagnose" || !StepInFacts(last).empty())) {
+    const std::string text = StepInFacts(last);
     return text.empty() ? NextStep{Kind::kRun, wanted, false, "nothing is left of the run"}
                         : BySentence(text, wanted, memory);
   }

@@ -25,9 +25,10 @@ bool AnswersLie(const std::vector<Fault>& faults) {
 }
 
 bool DiskFails(const std::vector<Fault>& faults) {
-  return AnyOf(faults, {FaultKind::kDiskFull, FaultKind::kDiskFullForGood, FaultKind::kHalfWritten,
-                        FaultKind::kSyncFails, FaultKind::kRenameFails, FaultKind::kDeleteFails, FaultKind::kReadOnly,
-                        FaultKind::kMissing, FaultKind::kEmpty, FaultKind::kUnreadable});
+  return AnyOf(faults,
+               {FaultKind::kDiskFull, FaultKind::kDiskFullForGood, FaultKind::kHalfWritten, FaultKind::kSyncFails,
+                FaultKind::kRenameFails, FaultKind::kDeleteFails, FaultKind::kDeleteFailsForGood, FaultKind::kReadOnly,
+                FaultKind::kMissing, FaultKind::kEmpty, FaultKind::kUnreadable});
 }
 
 std::string Text(const RunEnd& run, const char* name) {

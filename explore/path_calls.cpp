@@ -44,6 +44,10 @@ int StatusAt(int folder, const char* path, struct stat* status, int flags) {
 }
 
 int Remove(const Way& way, bool isFolder) {
+  if (TheStage().CannotDelete(way.path)) {
+    errno = EACCES;
+    return -1;
+  }
   return !Fails(EventKind::kDelete, way.path, false) &&
                  TheOutside().disk->TheFiles().Remove(way.folder, way.path, isFolder)
              ? 0

@@ -98,7 +98,7 @@ void Performance::TakeRoad() {
                                  std::to_string(stage.Events()) + ".");
   }
   played_.complaints.insert(played_.complaints.end(), stage.Misfits().begin(), stage.Misfits().end());
-  stage.EmptyDisk();
+  stage.RepairFiles();
   life_.ThePrograms().Repair();
 }
 

@@ -53,11 +53,14 @@ std::span<const Road> AllRoads() {
       {"life-rack", kRack, {}, {kUpdate, kApply, "verify"}, true},
       {"notify-ipmitool", kOrdinary, {}, {"notify"}},
       {"notify-ipmicmd", kWithMakersTool, {}, {"notify"}},
+      {"notify-rack", kRack, {}, {"notify"}},
       {"report-ipmitool", kOrdinary, {}, {"report --out /srv/reports"}},
       {"report-ipmicmd", kWithMakersTool, {}, {"report --out /srv/reports"}},
       {"report-rack", kRack, {}, {"report --out /srv/reports"}},
       {"methods-send", kOrdinary, {}, {"methods SendInfoToSVP"}},
+      {"methods-send-rack", kRack, {}, {"methods SendInfoToSVP"}},
       {"methods-reboot", kOrdinary, {kUpdate}, {"methods Reboot --yes"}, true},
+      {"methods-reboot-rack", kRack, {kUpdate}, {"methods Reboot --yes"}, true},
   };
   return kRoads;
 }

@@ -26,7 +26,7 @@ void Stage::Begin(const std::vector<Fault>& faults, bool keepsEvents) {
   isOn_ = false;
   counts_ = false;
   keeps_ = keepsEvents;
-  diskIsFull_ = false;
+  RepairFiles();
   number_ = 0;
   faults_ = faults;
   misfits_.clear();
@@ -61,11 +61,17 @@ FaultKind Stage::Meet(EventKind kind, std::string_view what, std::string_view mo
                      Shown(more) + (fault == FaultKind::kNone ? "" : "   <-- " + std::string(RowOf(fault).words)));
   }
   diskIsFull_ |= fault == FaultKind::kDiskFullForGood;
+  stuckFile_ = fault == FaultKind::kDeleteFailsForGood ? what : stuckFile_;
   if (fault != FaultKind::kNone && RowOf(fault).endsRun && fault != FaultKind::kKillDuring &&
       fault != FaultKind::kPowerDuring) {
     end(fault);
   }
   return fault;
+}
+
+void Stage::RepairFiles() {
+  diskIsFull_ = false;
+  stuckFile_.clear();
 }
 
 void Stage::Say(const std::string& line) {

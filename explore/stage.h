@@ -58,7 +58,8 @@ class Stage {
   [[nodiscard]] const std::vector<Fault>& Unmet() const { return faults_; }  // those whose event has not come
   [[nodiscard]] const std::vector<std::string>& Misfits() const { return misfits_; }
   [[nodiscard]] bool DiskIsFull() const { return diskIsFull_; }
-  void EmptyDisk() { diskIsFull_ = false; }
+  [[nodiscard]] bool CannotDelete(std::string_view path) const { return path == stuckFile_; }
+  void RepairFiles();
 
  private:
   FaultKind FaultOf(EventKind kind);
@@ -67,6 +68,7 @@ class Stage {
   bool counts_ = false;
   bool keeps_ = false;
   bool diskIsFull_ = false;
+  std::string stuckFile_;
   int number_ = 0;
   std::vector<Fault> faults_;
   std::vector<std::string> misfits_;

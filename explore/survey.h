@@ -53,9 +53,6 @@ class Pairs {
   Chance chance_;
 };
 
-// Why a finding is known and stays; "" for one that is not.
-[[nodiscard]] std::string WhyKnown(const Scenario& scenario, const Result& result, const std::string& finding);
-
 // What the roads are made of, as a number: other events, another number.
 [[nodiscard]] std::string Fingerprint(const std::vector<Course>& courses);
 

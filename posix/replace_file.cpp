@@ -12,6 +12,7 @@
 
 #include "posix/file_descriptor.h"
 #include "posix/last_error.h"
+#include "posix/sync.h"
 
 namespace posix {
 
@@ -24,11 +25,6 @@ constexpr std::string_view kUnique = ".XXXXXX";  // replaced by letters and digi
 fs::path FolderOf(const std::string& path) {
   const fs::path folder = fs::path(path).parent_path();
   return folder.empty() ? "." : folder;
-}
-
-bool SyncFolderOf(const std::string& path) {
-  const FileDescriptor descriptor(open(FolderOf(path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  return descriptor.IsOpen() && fsync(descriptor.Get()) == 0;
 }
 
 bool IsTemporaryOf(const std::string& file, const std::string& name) {
@@ -55,7 +51,7 @@ bool ReplaceFile(const std::string& path, std::string_view content, mode_t mode,
     unlink(temporary.c_str());
     return false;
   }
-  if (!SyncFolderOf(path)) {
+  if (!SyncFolder(FolderOf(path))) {
     *error = "cannot bring " + path + " to the disk: " + LastError();
     return false;
   }

@@ -72,7 +72,7 @@ Examples:
   orvhost apply --yes
 
 Exit codes: 0 going down, or nothing to do; 2 not confirmed; 3 no plug-in; 4 not
-root; 7 not applied, the machine stays up.)";
+root; 7 not applied: the machine stays up, or only restarts.)";
 
 }  // namespace
 

@@ -1,6 +1,8 @@
 #include "orvhost/commands/confirmed_halt.h"
 
 #include "host/Results.h"
+#include "orvhost/journal/applied.h"
+#include "orvhost/journal/journal_folder.h"
 #include "orvhost/run/failure.h"
 #include "orvhost/run/machine.h"
 
@@ -42,6 +44,16 @@ void PutIntoOperation(const Run& run, const Session& session, Outcome* outcome) 
           .verdict = "not-halted",
           .cause = "The BMC is ready, but the machine was not shut down.",
           .nextStep = "Shut the machine down by hand (shutdown -h now); the BMC then starts the new firmware."});
+    return;
+  }
+  if (run.watch.RestartWasRequested() && LeftAMarker(JournalFolder(run.options.installPath))) {
+    Fail(run, outcome,
+         {.exitCode = FailedExitCode(run),
+          .verdict = "marker-missing",
+          .cause =
+              "The machine restarts, but the BMC was not asked to take the new firmware: the update marker that the "
+              "update left is missing.",
+          .nextStep = "When the machine is up again, run \"orvhost update PACKAGE\" again."});
     return;
   }
   outcome->verdict = "going-down";

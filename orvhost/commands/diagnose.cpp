@@ -5,6 +5,7 @@
 #include "orvhost/commands/commands.h"
 #include "orvhost/commands/look_back.h"
 #include "orvhost/commands/status_words.h"
+#include "orvhost/journal/applied.h"
 #include "orvhost/journal/diagnosis.h"
 #include "orvhost/journal/other_runs.h"
 #include "orvhost/journal/remains.h"
@@ -189,6 +190,7 @@ bool DiagnoseRoad::LookAround() {
   left_ = atWork.processes;
   situation_.isAtWork = atWork.isAtWork;
   situation_.machineWasRestarted = run.Begin("boot_id") != refhost::CurrentMachine().BootId();
+  situation_.scriptsFlagIsSpent = ScriptsFlagIsSpent(folder_);
   situation_.overwrittenBy = OtherLastWriter(run_.options.installPath).installPath;
   for (const std::string& sentence : LookAtOtherRuns(folder_, journals_.runs, &situation_)) {
     Note(run_, &outcome_, sentence);

@@ -5,6 +5,7 @@
 #include "orvhost/commands/confirmed_halt.h"
 #include "orvhost/commands/dry_run.h"
 #include "orvhost/commands/left_update.h"
+#include "orvhost/commands/sending.h"
 #include "orvhost/run/failure.h"
 #include "orvhost/trace/remedy.h"
 
@@ -18,6 +19,7 @@ void RunMethod(const Run& run, const Session& session, Outcome* outcome) {
     PutIntoOperation(run, session, outcome);
     return;
   }
+  const SendWatch& seen = WatchSending(run);
   if (session.Vendor().ExecVendorMethod(name) != host::kSuccess) {
     Fail(run, outcome,
          {.exitCode = FailedExitCode(run),
@@ -25,7 +27,8 @@ void RunMethod(const Run& run, const Session& session, Outcome* outcome) {
           .cause = "The plug-in does not know the method or it failed: " + name + ".",
           .nextStep = RemedyFor(run.watch).empty()
                           ? "Check the name, which is case-sensitive, and what the lines above name."
-                          : RemedyThenAgain(run.watch)});
+                      : name == kSendMethod ? NextStepOfSending(run, seen)
+                                            : RemedyThenAgain(run.watch)});
     return;
   }
   outcome->verdict = "done";

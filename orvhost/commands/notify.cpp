@@ -4,10 +4,8 @@
 #include "host/Results.h"
 #include "orvhost/commands/commands.h"
 #include "orvhost/commands/dry_run.h"
+#include "orvhost/commands/sending.h"
 #include "orvhost/run/failure.h"
-#include "orvhost/trace/plugin_lines.h"
-#include "orvhost/trace/remedy.h"
-#include "orvhost/trace/send_watch.h"
 
 namespace orvhost {
 
@@ -15,23 +13,9 @@ namespace {
 
 using State = SendResult::State;
 
-constexpr const char* kSendMethod = "SendInfoToSVP";
-
 long Count(const SendWatch& seen, State state) {
   const auto& results = seen.Results();
   return std::ranges::count_if(results, [state](const SendResult& r) { return r.state == state; });
-}
-
-// A transfer whose unlock was lost keeps its file locked for whoever comes next, until the machine starts anew.
-constexpr const char* kMayBeLocked =
-    " If the sending before this one failed or was cut off too, a record may have been left locked: start the machine "
-    "anew (shutdown -h now, then switch it on) and send again. If locking fails even then, replace the board that has "
-    "the service processor.";
-
-bool FailedAtLocking(const SendWatch& seen) {
-  return std::ranges::any_of(seen.Results(), [](const SendResult& result) {
-    return result.state == State::kFailed && result.detail == plugin_lines::lines::kLockingFailed.words;
-  });
 }
 
 void Conclude(const SendWatch& seen, Outcome* outcome) {
@@ -52,9 +36,7 @@ void Conclude(const SendWatch& seen, Outcome* outcome) {
 }
 
 void Send(const Run& run, const Session& session, Outcome* outcome) {
-  auto watch = std::make_unique<SendWatch>();
-  const SendWatch& seen = *watch;
-  run.trace.Add(std::move(watch));
+  const SendWatch& seen = WatchSending(run);
   const bool succeeded = session.Vendor().ExecVendorMethod(kSendMethod) == host::kSuccess;
   outcome->changed = Count(seen, State::kSent) > 0;
   std::string inWords;
@@ -70,8 +52,7 @@ void Send(const Run& run, const Session& session, Outcome* outcome) {
        {.exitCode = FailedExitCode(run),
         .verdict = "not-sent",
         .cause = "Not everything was sent." + inWords,
-        .nextStep =
-            RemedyThenAgain(run.watch) + " It sends everything anew." + (FailedAtLocking(seen) ? kMayBeLocked : "")});
+        .nextStep = NextStepOfSending(run, seen)});
 }
 
 Outcome Notify(const Run& run) {

@@ -16,6 +16,8 @@
 #include "orvhost/run/machine.h"
 #include "orvhost/run/shutdown_inhibitor.h"
 #include "orvhost/trace/remedy.h"
+#include "posix/last_error.h"
+#include "posix/sync.h"
 #include "refhost/module_state.h"
 
 namespace orvhost {
@@ -38,7 +40,9 @@ class UpdateRoad {
   bool Register();
   bool Prepare();
   bool Write();
+  bool Keep();
   bool Record();
+  bool IsNotRecorded(const std::string& reason, const std::string& folder);
   [[nodiscard]] std::string NextStepInTheFlash() const;
 
   const std::string& Version() const { return check_.Manifest().version; }
@@ -112,9 +116,11 @@ bool UpdateRoad::IsDone() {
   if (runs) {
     outcome_.after = outcome_.before;
     outcome_.summary = "Nothing to do: the BMC already runs version " + outcome_.before + ".";
+    const std::string written = session_->Firmware().GetOperatingModuleInfo().moduleVersion;
     if (NeedsApply(*session_, outcome_.before).value_or(false)) {
-      outcome_.summary += " Version " + session_->Firmware().GetOperatingModuleInfo().moduleVersion +
-                          ", which was written earlier, still waits for \"orvhost apply\".";
+      outcome_.summary += " Version " + written + ", which was written earlier, still waits for \"orvhost apply\".";
+    } else if (IsRecordedAsWritten() && written == Version()) {
+      outcome_.facts.push_back({"next_step", "Next step", "Run \"orvhost verify\", which records that it runs."});
     }
     return true;
   }
@@ -185,7 +191,7 @@ bool UpdateRoad::Write() {
   run_.console.Say("Writing", Version() + "; this takes minutes, keep the machine powered");
   result_ = session_->Vendor().ExecuteUpdate(kModuleKind, false);
   if (result_ == host::kSuccess || result_ == host::kUpdateTimedOut) {
-    return true;
+    return Keep();
   }
   const bool begun = run_.watch.FlashBegan();
   Fail(run_, &outcome_,
@@ -197,18 +203,27 @@ bool UpdateRoad::Write() {
   return false;
 }
 
+// Before it is recorded: "apply" goes by what the plug-in has left on the disk, which a loss of power must not take.
+bool UpdateRoad::Keep() {
+  const std::string& folder = run_.options.installPath;
+  return posix::SyncFileSystem(folder) ||
+         IsNotRecorded("what \"orvhost apply\" goes by did not reach the disk: " + posix::LastError(), folder);
+}
+
 bool UpdateRoad::Record() {
   // The answer of the update itself is the plug-in's, so it does not tell whether the host could keep its status.
-  if (session_->Firmware().ApplyUpdatesRepository() == host::kSuccess && IsRecordedAsWritten()) {
-    return true;
-  }
+  return (session_->Firmware().ApplyUpdatesRepository() == host::kSuccess && IsRecordedAsWritten()) ||
+         IsNotRecorded("the host could not keep its records", refhost::ModuleStateFolder());
+}
+
+// False, with the failure.
+bool UpdateRoad::IsNotRecorded(const std::string& reason, const std::string& folder) {
   outcome_.needsApply = false;
   Fail(run_, &outcome_,
        {.exitCode = FailedExitCode(run_),
         .verdict = "not-recorded",
-        .cause = "Firmware version " + Version() + " is written, but the host could not keep its records.",
-        .nextStep =
-            "Make sure that " + refhost::ModuleStateFolder() + " can be written, then run the same command again."});
+        .cause = "Firmware version " + Version() + " is written, but " + reason + ".",
+        .nextStep = "Make sure that " + folder + " can be written, then run the same command again."});
   return false;
 }
 

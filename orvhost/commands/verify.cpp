@@ -25,8 +25,12 @@ void Explain(const Run& run, const std::string& recorded, Outcome* outcome) {
        {.exitCode = ExitCode::kVersionNotExpected,
         .verdict = "version-not-expected",
         .cause = "The BMC runs version " + outcome->before + ", but version " + recorded + " was installed.",
-        .nextStep = "If the new firmware was not put into operation yet, run \"orvhost apply\"; otherwise run "
-                    "\"orvhost update PACKAGE\" again."});
+        .nextStep =
+            IsLostWithThePower()
+                ? "Run \"orvhost update PACKAGE\" again: the machine was started anew since, and the BMC has not "
+                  "taken what was written."
+                : "If the new firmware was not put into operation yet, run \"orvhost apply\"; otherwise run "
+                  "\"orvhost update PACKAGE\" again."});
 }
 
 // True, with a complete outcome, when what is written was never put into operation: that the BMC runs another version

@@ -27,6 +27,10 @@ std::optional<bool> WasAppliedHere() {
 
 }  // namespace
 
+bool IsLostWithThePower() {
+  return ScriptsFlagIsSpent(JournalFolder(refhost::CurrentSettings().installPath));
+}
+
 bool IsRecordedAsWritten() {
   const auto records = Records();
   return records && refhost::IsWritten(*records);
@@ -34,7 +38,7 @@ bool IsRecordedAsWritten() {
 
 bool WaitsForApply(const Session& session, const std::string& version) {
   return IsRecordedAsWritten() && session.Firmware().GetOperatingModuleInfo().moduleVersion == version &&
-         IsLastWriter() && !WasAppliedHere().value_or(false);
+         IsLastWriter() && !WasAppliedHere().value_or(false) && !IsLostWithThePower();
 }
 
 bool IsRecordedAs(refhost::UpdateStatus status) {
@@ -59,7 +63,7 @@ std::optional<bool> NeedsApply(const Session& session, const std::string& runnin
   // The records go on saying "written" after a restart, until "verify".
   const std::string written = session.Firmware().GetOperatingModuleInfo().moduleVersion;
   const bool isTheSameAgain = records->previousVersion == written;
-  return written != running || (isTheSameAgain && WasAppliedHere() == false);
+  return (written != running && !IsLostWithThePower()) || (isTheSameAgain && WasAppliedHere() == false);
 }
 
 }  // namespace orvhost

@@ -16,6 +16,10 @@ namespace orvhost {
 // True when the records have this status; false also when they cannot be read.
 [[nodiscard]] bool IsRecordedAs(refhost::UpdateStatus status);
 
+// Of a machine that runs another version than the one that was written: true when nothing waits for "apply" any more,
+// because the BMC was to take the firmware at the next start, and has lost that with its power.
+[[nodiscard]] bool IsLostWithThePower();
+
 // True when `version` is written and was not put into operation since, as far as the records and journals tell.
 [[nodiscard]] bool WaitsForApply(const Session& session, const std::string& version);
 

@@ -4,6 +4,8 @@
 
 #include "orvhost/journal/journal_folder.h"
 #include "orvhost/journal/remains.h"
+#include "orvhost/trace/plugin_lines.h"
+#include "refhost/machine.h"
 
 namespace orvhost {
 
@@ -31,7 +33,35 @@ std::optional<bool> LookBack(const std::string& folder, Unclear unclear) {
   return {};
 }
 
+// The last update that wrote; empty texts where none is known.
+struct LastWrite {
+  std::string command;
+  std::string bootId;
+};
+
+LastWrite FindLastWrite(const std::string& folder) {
+  const std::vector<std::string> runs = ListJournals(folder).runs;
+  for (auto id = runs.rbegin(); id != runs.rend(); ++id) {
+    const RecordedRun run = ReadRun(folder, *id);
+    const FlashRemains flash = CommandOf(run) == "update" ? RemainsOfFlash(run) : FlashRemains{};
+    if (flash.began) {
+      return {.command = flash.command, .bootId = run.Begin("boot_id")};
+    }
+  }
+  return {};
+}
+
 }  // namespace
+
+bool ScriptsFlagIsSpent(const std::string& folder) {
+  const LastWrite last = FindLastWrite(folder);
+  return plugin_lines::RunsTheScript(last.command) && last.bootId != refhost::CurrentMachine().BootId();
+}
+
+bool LeftAMarker(const std::string& folder) {
+  const LastWrite last = FindLastWrite(folder);
+  return !last.command.empty() && !plugin_lines::RunsTheScript(last.command);
+}
 
 std::optional<bool> WasApplied(const std::string& folder) {
   return LookBack(folder, Unclear::kEndsSearch);

@@ -14,6 +14,14 @@ namespace orvhost {
 // True when a journal shows an update that wrote, and none a later apply. Those that do not tell are passed over.
 [[nodiscard]] bool ShowsUpdateNotApplied(const std::string& folder);
 
+// True when the last update that wrote was a package's script and the machine was started anew since. A script arms the
+// BMC's reboot flag itself and leaves no update marker: the BMC took the firmware then, or has lost the flag with its
+// power, and an apply would only restart the machine.
+[[nodiscard]] bool ScriptsFlagIsSpent(const std::string& folder);
+
+// True when the last update that wrote did so by the flash tool, which leaves the update marker that an apply goes by.
+[[nodiscard]] bool LeftAMarker(const std::string& folder);
+
 }  // namespace orvhost
 
 #endif  // ORVHOST_JOURNAL_APPLIED_H

@@ -172,7 +172,7 @@ Diagnosis OfUpdate(const Situation& situation) {
   if (verdict.starts_with("updated") || (situation.run.Entered("record") && IsRecordedAsWritten(situation))) {
     return OfWrittenUpdate(tookTooLong);
   }
-  const bool endedWell = situation.run.Entered("record") || end == "exited";
+  const bool endedWell = situation.run.Entered("record") || end == "exited" || verdict == "not-recorded";
   return endedWell && verdict != "update-failed" ? OfUpdateBehindTheFlash(situation)
                                                  : OfUpdateInTheFlash(situation, end);
 }
@@ -204,7 +204,9 @@ Diagnosis OfApply(const Situation& situation) {
                           (linesAreLost ? ", and whether the update marker was deleted." : ".");
     }
   }
-  if (restarted) {
+  if (situation.run.OutcomeText("verdict") == "marker-missing") {
+    diagnosis.nextStep = UpdateAgain(situation, false);
+  } else if (restarted) {
     diagnosis.unknown = "Which firmware the BMC runs since the machine was restarted.";
     diagnosis.nextStep = kVerify;
   } else {
@@ -244,16 +246,15 @@ void TakeForgotten(const Situation& situation, Diagnosis* diagnosis) {
   }
 }
 
-// With its power a BMC loses that something waits beside its firmware, and an "apply" would only restart the machine.
+// Whether the BMC took what was written before the machine was started anew, only the BMC knows, and "update" asks it.
 void TakeRestarted(const Situation& situation, Diagnosis* diagnosis) {
-  if (diagnosis->verdict == "written" && diagnosis->nextStep == kApply && situation.machineWasRestarted) {
-    std::string package = PackageOf(situation);
-    package = package.empty() ? "PACKAGE" : package;
-    package += package.find("--allow-reinstall") == std::string::npos ? " --allow-reinstall" : "";
-    diagnosis->nextStep =
-        "Unless you know that the machine has kept its power since, write the package anew first: "
-        "\"orvhost update " +
-        package + "\". " + kApply;
+  const bool isCutOff = situation.run.Outcome() == nullptr;
+  const bool markerIsKept = diagnosis->verdict == "apply-incomplete" && !situation.scriptsFlagIsSpent;
+  if ((diagnosis->nextStep == kApply && situation.scriptsFlagIsSpent) ||
+      (diagnosis->nextStep == kVerify && isCutOff && !markerIsKept)) {
+    const std::string package = PackageOf(situation);
+    diagnosis->nextStep = "Run \"orvhost update " + (package.empty() ? "PACKAGE" : package) +
+                          "\" again: it asks the BMC first, and writes only what that has not taken yet.";
   }
 }
 

@@ -15,6 +15,7 @@ struct Situation {
   RecordedRun run;
   bool isAtWork = false;             // the run goes on, or something that it started does
   bool machineWasRestarted = false;  // since the run began
+  bool scriptsFlagIsSpent = false;   // see applied.h
   std::string verifiedAs;            // verdict of the last "verify" behind it; "" for none
   std::string unfinishedBefore;   // an earlier run that began to write the flash and that no run finished; "" for none
   std::string sameFailureBefore;  // an earlier run in which the same package failed in the same way; "" for none

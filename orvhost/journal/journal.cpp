@@ -17,6 +17,7 @@
 #include "host/Results.h"
 #include "orvhost/journal/journal_folder.h"
 #include "posix/last_error.h"
+#include "posix/sync.h"
 #include "refhost/machine.h"
 
 namespace orvhost {
@@ -32,11 +33,6 @@ constexpr mode_t kFileMode = 0640;
 // the lock makes journals.
 std::string Unfinished(const std::string& folder) {
   return folder + "/unfinished";
-}
-
-bool SyncFolder(const std::string& folder) {
-  const posix::FileDescriptor descriptor(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  return descriptor.IsOpen() && fsync(descriptor.Get()) == 0;
 }
 
 ordered_json ToJson(const Options& options) {
@@ -98,7 +94,7 @@ bool Journal::Begin(const std::string& runId, const std::string& command, const 
                                                      {"pid", pid_},
                                                      {"boot_id", refhost::CurrentMachine().BootId()}},
                                                     Durable::kYes);
-  if (begun && rename(Unfinished(folder).c_str(), path.c_str()) == 0 && SyncFolder(folder)) {
+  if (begun && rename(Unfinished(folder).c_str(), path.c_str()) == 0 && posix::SyncFolder(folder)) {
     return true;
   }
   *error = "the journal " + path + " cannot be written: " + posix::LastError();
@@ -114,7 +110,7 @@ bool Journal::Create(const std::string& folder, const std::string& path) {
   std::error_code failure;
   const bool made = std::filesystem::create_directories(folder, failure);
   if (made) {
-    SyncFolder(folder + "/..");
+    (void)posix::SyncFolder(folder + "/..");
   }
   if (!DropOldRuns(folder)) {
     return false;

@@ -3,6 +3,8 @@
 #include <unistd.h>
 
 #include "host/Results.h"
+#include "orvhost/journal/applied.h"
+#include "orvhost/journal/journal_folder.h"
 #include "orvhost/run/failure.h"
 #include "orvhost/run/machine.h"
 
@@ -11,13 +13,18 @@ namespace orvhost {
 namespace {
 
 // A file that cannot be read is not moved out of the way, so that the next run would meet it again.
-std::string NextStepWithoutRecords() {
+std::string NextStepWithoutRecords(const std::string& installPath) {
   refhost::ModuleState state;
   std::string error;
-  return refhost::ReadModuleState(refhost::ModuleStateFolder(), &state, &error)
-             ? "Look at the kept file if its records matter; run the same command again to go on with empty records."
-             : "Make sure that the file can be read, or move it away if its records do not matter, then run the same "
-               "command again.";
+  if (!refhost::ReadModuleState(refhost::ModuleStateFolder(), &state, &error)) {
+    return "Make sure that the file can be read, or move it away if its records do not matter, then run the same "
+           "command again.";
+  }
+  return std::string("Look at the kept file if its records matter; ") +
+         (ShowsUpdateNotApplied(JournalFolder(installPath))
+              ? "to go on with empty records, keep the machine powered and run \"orvhost update PACKAGE\" again before "
+                "anything is put into operation."
+              : "run the same command again to go on with empty records.");
 }
 
 }  // namespace
@@ -64,7 +71,7 @@ std::unique_ptr<Session> OpenSession(const Run& run, DamagedRecords damaged, Out
           .cause = error + ".",
           .nextStep = leave ? "Run \"orvhost identify\": it keeps a damaged file under another name, and the next run "
                               "goes on with empty records."
-                            : NextStepWithoutRecords()});
+                            : NextStepWithoutRecords(run.options.installPath)});
     return nullptr;
   }
   if (records != nullptr) {

@@ -15,13 +15,13 @@ std::optional<std::string_view> Between(std::string_view start, std::string_view
   return line.substr(start.size(), stop - start.size());
 }
 
+}  // namespace
+
 bool RunsTheScript(std::string_view command) {
   const std::size_t script = command.find(commands::kScript);
   return script != std::string_view::npos &&
          command.substr(script + commands::kScript.size()).starts_with(commands::kScriptAnswers);
 }
-
-}  // namespace
 
 std::optional<FlashStart> FlashStartIn(std::string_view line) {
   if (line.starts_with(lines::kFlashToolStarts)) {

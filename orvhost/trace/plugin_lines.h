@@ -209,6 +209,9 @@ struct FlashStart {
 };
 [[nodiscard]] std::optional<FlashStart> FlashStartIn(std::string_view line);
 
+// True for the shell command that is the package's script.
+[[nodiscard]] bool RunsTheScript(std::string_view command);
+
 // True for a shell command that writes the flash.
 [[nodiscard]] bool WritesTheFlash(std::string_view command);
 

@@ -59,6 +59,7 @@ void TraceWatch::WatchProgress(std::string_view text) {
     flashCommand_ = flash->command;
   } else if (plugin_lines::IsGoingDown(text)) {
     shutdownWasRequested_ = true;
+    restartWasRequested_ = text.starts_with(plugin_lines::lines::kMachineRestarts);
     command_ = text;
   }
 }

@@ -32,6 +32,10 @@ class TraceWatch : public refhost::TraceSink {
   // The plug-in ran the command that halts or restarts the machine.
   [[nodiscard]] bool ShutdownWasRequested() const { return shutdownWasRequested_; }
 
+  // It was the one that restarts it, as where no update marker is there: the BMC takes nothing that the flash tool
+  // wrote.
+  [[nodiscard]] bool RestartWasRequested() const { return restartWasRequested_; }
+
   // Identifier and first inserted text of the last record for operators; "" when there was none.
   [[nodiscard]] const std::string& LastMessageId() const { return lastMessageId_; }
   [[nodiscard]] const std::string& LastDetail() const { return lastDetail_; }
@@ -46,6 +50,7 @@ class TraceWatch : public refhost::TraceSink {
 
   int flashStarts_ = 0;
   bool shutdownWasRequested_ = false;
+  bool restartWasRequested_ = false;
   std::string lastMessageId_;
   std::string lastDetail_;
   std::string flashCommand_;

@@ -63,6 +63,49 @@ class Replay(unittest.TestCase):
         self.assertEqual(explore("--road", "nowhere").returncode, 2)
 
 
+class Found(unittest.TestCase):
+    """What was found in the tool, by the event at which it was."""
+
+    def played(self, road: str, event: str, fault: str) -> str:
+        """The story of the road with the fault at the first event of that text."""
+        number = re.search(rf"(?m)^  (\d+) {re.escape(event)}$", explore("--replay", road).stdout)
+        self.assertIsNotNone(number, f"{road} has no event {event}")
+        done = explore("--replay", f"{road} {number[1]}:{fault}")
+        self.assertEqual(done.returncode, 0, done.stdout)
+        return done.stdout
+
+    def test_the_update_marker_outlasts_a_loss_of_power_right_after_the_update(self):
+        story = self.played("apply-ipmitool", "create /srv/orv/orvhost.lock", "power")
+        self.assertIn("What the operator does then: diagnose, apply, verify.\n", story)
+
+    def test_an_update_that_did_not_reach_the_disk_is_not_recorded(self):
+        story = self.played("update-ipmitool", "sync all files", "sync-fails")
+        self.assertIn("The faults end in: not-recorded, exit code 8, flash touched. "
+                      "What the operator does then: update, apply, verify.\n", story)
+
+    def test_an_apply_that_only_restarts_is_no_success(self):
+        story = self.played("apply-ipmitool", "read /srv/orv/tmp/KV6KBMC/ExistUpdate.txt", "missing")
+        self.assertIn("The faults end in: marker-missing, exit code 7, flash untouched. "
+                      "What the operator does then: update, apply, verify.\n", story)
+
+    def test_a_marker_that_cannot_be_deleted_leads_to_a_shutdown_by_hand(self):
+        story = self.played("apply-ipmitool", "delete /srv/orv/tmp/KV6KBMC/ExistUpdate.txt", "delete-fails-for-good")
+        self.assertIn("The faults end in: not-halted, exit code 7, flash untouched. "
+                      "What the operator does then: shut down, verify.\n", story)
+
+    def test_what_a_script_wrote_is_given_again_after_a_loss_of_power(self):
+        story = self.played("apply-rack", "create /srv/orv/orvhost.lock", "power")
+        self.assertIn("What the operator does then: diagnose, update, apply, verify.\n", story)
+
+    def test_a_killed_tool_leaves_a_script_at_work_that_keeps_others_away(self):
+        story = explore("--replay", "update-rack").stdout
+        number = [int(n) for n in re.findall(r"(?m)^  (\d+) pause 1000 ms$", story)][-2]
+        done = explore("--replay", f"update-rack {number}:kill")
+        self.assertEqual(done.returncode, 0, done.stdout)
+        self.assertIn("exit 0, at-work", done.stdout)
+        self.assertIn("What the operator does then: diagnose, update, apply, verify.\n", done.stdout)
+
+
 class Fidelity(unittest.TestCase):
     def test_the_table_of_what_the_virtual_server_does_too_is_as_the_simulation_is_today(self):
         rows = re.findall(r"(?m)^\| `([\w-]+)` \| `(.+?)` \| ([\w-]+?)(?:, ([\w-]+))? \| (\w+) \| (\w+) "
@@ -89,7 +132,7 @@ class Oracles(unittest.TestCase):
 
 
 class Minimize(unittest.TestCase):
-    """On what is known to stay: a file that is left locked."""
+    """On what is known to stay: a loss of power when an apply has just ended."""
 
     def minimized(self, text: str) -> str:
         done = explore("--minimize", text)
@@ -98,12 +141,12 @@ class Minimize(unittest.TestCase):
         return done.stdout.strip()
 
     def test_leaves_out_the_fault_that_the_finding_does_not_need(self):
-        self.assertEqual(self.minimized("methods-send 40:disk-full 90:kill"), "methods-send 90:kill")
+        self.assertEqual(self.minimized("life-ipmitool 209:clock-back 384:power"), "life-ipmitool 384:power")
 
     def test_follows_the_events_that_the_other_fault_has_moved(self):
-        moved, alone = "methods-send 50:busy 150:kill", "methods-send 150:kill"
+        moved, alone = "life-ipmitool 347:busy 398:power", "life-ipmitool 398:power"
         self.assertEqual(explore("--replay", alone).returncode, 0)
-        self.assertRegex(self.minimized(moved), r"^methods-send 1[23]\d:kill$")
+        self.assertRegex(self.minimized(moved), r"^life-ipmitool 38\d:power$")
 
     def test_fails_in_a_sentence_where_there_is_no_finding(self):
         done = explore("--minimize", "identify-ipmitool 20:kill")
@@ -142,16 +185,18 @@ class Survey(unittest.TestCase):
         with tempfile.TemporaryDirectory() as folder:
             done = explore("--matrix", folder, "--jobs", str(os.cpu_count()))
             self.assertEqual(done.returncode, 0, done.stdout)
-            self.assertRegex(done.stdout, r"(?m)^\d{5,} scenarios on 29 roads, 0 findings open, ")
+            self.assertRegex(done.stdout, r"(?m)^\d{5,} scenarios on 32 roads, 0 findings open, ")
             for name in ("fault-matrix.md", "fault-matrix.html"):
                 made, kept = Path(folder, name).read_bytes(), (REPOSITORY / "docs" / name).read_bytes()
                 self.assertTrue(made == kept, f"docs/{name} is not current: ./dev explore --matrix docs")
+            for verdict in ("not-halted", "marker-missing", "updated-after-time-out"):
+                self.assertRegex(Path(folder, "fault-matrix.md").read_text(), rf"(?m)^\| .* \| `{verdict}` \| [1-9]")
 
     def test_has_the_same_checksum_for_the_same_seed(self):
         sums = []
         for seed in ("7", "7", "8"):
             told = explore("--pairs", "300", "--seed", seed).stdout
-            self.assertRegex(told, r"(?m)^300 scenarios on 29 roads, 0 findings open, ")
+            self.assertRegex(told, r"(?m)^300 scenarios on 32 roads, 0 findings open, ")
             self.assertRegex(told, r"(?m)^memory after 300 scenarios: \d+ MB at most$")
             sums += re.findall(r"(?m)^checksum ([0-9a-f]{8})$", told)
         self.assertEqual(len(sums), 3)

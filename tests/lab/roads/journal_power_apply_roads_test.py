@@ -18,7 +18,7 @@ class OnTheWay(WithoutPower):
             self.diagnosed(step, False, "apply-incomplete", VERIFY,
                            lambda: self.verify_finds_the_old_one(APPLY))
         self.end(self.apply_held(HALT))
-        self.diagnosed("apply, at the halt", False, "going-down", VERIFY,
+        self.diagnosed("apply, at the halt", False, "going-down", UPDATE_AGAIN,
                        lambda: self.begin_anew(version, package))
         self.cut_off_verify(version)
 
@@ -32,8 +32,7 @@ class OnTheWay(WithoutPower):
 
     def begin_anew(self, version: str, package: str) -> str:
         """The power took the reboot flag, and the marker is gone."""
-        return "; ".join((self.verify_finds_the_old_one(UPDATE_AGAIN), self.update_works(package, version),
-                          self.apply_works(version)))
+        return "; ".join((self.update_works(package, version), self.apply_works(version)))
 
 
 if __name__ == "__main__":

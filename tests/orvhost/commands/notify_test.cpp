@@ -62,6 +62,13 @@ TEST_F(Notify, AFailureNamesTheStepAndWhatWasSentAllTheSame) {
   EXPECT_EQ(object["facts"], (json{{"operating_system", "sent"}, {"disks", "failed at locking the file"}}));
 }
 
+TEST_F(Notify, TheMethodThatSendsLeadsOutOfALockedRecordToo) {
+  Ask("locked");
+  const std::string nextStep = RunJson("notify")["error"]["next_step"];
+  EXPECT_NE(nextStep.find("start the machine anew"), std::string::npos);
+  EXPECT_EQ(RunJson("methods SendInfoToSVP")["error"]["next_step"], nextStep);
+}
+
 TEST_F(Notify, NothingIsMadeUpForAPluginThatTellsNothing) {
   Ask("silent");
   const json object = RunJson("notify");

@@ -327,6 +327,18 @@ TEST_F(Orvhost, DamagedRecordsAreNamedOnceAndKeptAside) {
   EXPECT_EQ(Run(Update(good_)), 0);
 }
 
+TEST_F(Orvhost, DamagedRecordsOfAnUpdateThatWaitsLeadToWritingItAgain) {
+  ASSERT_EQ(Run(Update(good_)), 0);
+  folder_.Write("repository/state.json", "");
+  const json object = RunJson("apply --yes");
+  EXPECT_EQ(object["verdict"], "records-damaged");
+  EXPECT_EQ(
+      object["error"]["next_step"],
+      "Look at the kept file if its records matter; to go on with empty records, keep the machine powered and run "
+      "\"orvhost update PACKAGE\" again before anything is put into operation.");
+  EXPECT_EQ(Run(Update(good_)), 0);
+}
+
 TEST_F(Orvhost, ApplyPutsAWrittenUpdateIntoOperation) {
   ASSERT_EQ(Run(Update(good_)), 0);
   const json object = RunJson("apply --yes");
@@ -373,6 +385,33 @@ TEST_F(Orvhost, ApplyFailsWhenItDoesNotHaltTheMachine) {
   EXPECT_EQ(object["exit_code"], 7);
   EXPECT_EQ(object["verdict"], "not-halted");
   EXPECT_EQ(object["error"]["evidence"]["trace"][0], "Failed to delete ExistUpdate.txt");
+}
+
+TEST_F(Orvhost, ApplyFailsWhenTheMachineOnlyRestarts) {
+  ASSERT_EQ(Run(Update(good_)), 0);
+  Ask("unmarked");
+  for (const char* subcommand : {"apply --yes", "methods Reboot --yes"}) {
+    const json object = RunJson(subcommand);
+    EXPECT_EQ(object["exit_code"], 7);
+    EXPECT_EQ(object["verdict"], "marker-missing");
+    EXPECT_EQ(object["error"]["cause"],
+              "The machine restarts, but the BMC was not asked to take the new firmware: the update marker that the "
+              "update left is missing.");
+    EXPECT_EQ(object["error"]["next_step"], "When the machine is up again, run \"orvhost update PACKAGE\" again.");
+    EXPECT_EQ(RunJson("diagnose")["facts"]["next_step"], "Run \"orvhost update PACKAGE\" again.");
+  }
+}
+
+TEST_F(Orvhost, AnUpdateThatRunsAlreadyIsToBeVerified) {
+  ASSERT_EQ(Run(Update(good_)), 0);
+  setenv("TEST_PLUGIN_VERSION", "01-24", 1);
+  json object = RunJson(Update(good_));
+  EXPECT_EQ(object["verdict"], "nothing-to-do");
+  EXPECT_EQ(object["facts"]["next_step"], "Run \"orvhost verify\", which records that it runs.");
+  ASSERT_EQ(Run("verify"), 0);
+  object = RunJson(Update(good_));
+  EXPECT_EQ(object["verdict"], "nothing-to-do");
+  EXPECT_FALSE(object["facts"].contains("next_step"));
 }
 
 TEST_F(Orvhost, VerifyComparesWithTheRecord) {

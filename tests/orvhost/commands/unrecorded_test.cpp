@@ -55,6 +55,21 @@ TEST_F(Unrecorded, AnUpdateWhoseVersionCouldNotBeKeptIsNotApplied) {
   EXPECT_EQ(RunJson(Update(good_))["needs_apply"], true);
 }
 
+TEST_F(Unrecorded, AnUpdateThatMayBeLostWithThePowerIsNotRecorded) {
+  const json object = UpdateWith("syncfs", 1).value_or(json());
+  EXPECT_EQ(object["exit_code"], 8);
+  EXPECT_EQ(object["verdict"], "not-recorded");
+  EXPECT_EQ(object["phase"], "write");
+  EXPECT_EQ(object["needs_apply"], false);
+  EXPECT_EQ(
+      object["error"]["cause"],
+      "Firmware version 01-24 is written, but what \"orvhost apply\" goes by did not reach the disk: Input/output "
+      "error.");
+  EXPECT_EQ(RunJson("apply --yes")["verdict"], "not-written");
+  EXPECT_EQ(RunJson("diagnose")["verdict"], "written-not-recorded");
+  EXPECT_EQ(RunJson(Update(good_))["verdict"], "updated");
+}
+
 TEST_F(Unrecorded, AWaitingUpdateIsNotDeniedWhenTheRecordsCannotBeRead) {
   ASSERT_EQ(RunJson(Update(good_))["exit_code"], 0);
   int number = 1;

@@ -19,6 +19,8 @@ constexpr const char* kVerify = "Run \"orvhost verify\": it asks the BMC which f
 constexpr const char* kKeepWaiting =
     "Keep the machine powered and wait until what is at work has ended, then run \"orvhost diagnose\" again.";
 
+constexpr const char* kAsksFirst = ": it asks the BMC first, and writes only what that has not taken yet.";
+
 class DiagnosisOf : public testing::Test {
  protected:
   DiagnosisOf() { situation_.records.operating.info.moduleVersion = "01-23"; }
@@ -29,7 +31,9 @@ class DiagnosisOf : public testing::Test {
     situation_.run.entries.push_back({0.1, line["kind"], line});
   }
   void Begin(const std::string& command) {
-    Add({{"kind", "begin"}, {"command", command}, {"options", {{"package", "/p.zip"}, {"dry_run", false}}}});
+    Add({{"kind", "begin"},
+         {"command", command},
+         {"options", {{"package", command == "update" ? "/p.zip" : ""}, {"dry_run", false}}}});
   }
   void Phases(const std::vector<std::string>& names) {
     for (const std::string& name : names) {
@@ -169,17 +173,32 @@ TEST_F(DiagnosisOf, AnUpdateThatEndedWellIsApplied) {
   EXPECT_EQ(Diagnose(situation_).unknown, "");
 }
 
-TEST_F(DiagnosisOf, AWrittenUpdateMayBeLostWithThePowerOfAMachineThatWasStartedAnew) {
+TEST_F(DiagnosisOf, AWrittenUpdateWaitsAlsoWhenTheMachineWasStartedAnew) {
   BeginUpdateUpToTheFlash();
   Flash();
   End("updated");
   situation_.machineWasRestarted = true;
-  const std::string next = Diagnose(situation_).nextStep;
-  EXPECT_EQ(next.find("Unless you know that the machine has kept its power since, write the package anew first: "
-                      "\"orvhost update "),
-            0U)
-      << next;
-  EXPECT_NE(next.find(std::string(" --allow-reinstall\". ") + kApply), std::string::npos) << next;
+  Expect("written", true, kApply);
+}
+
+TEST_F(DiagnosisOf, WhatAScriptWroteIsGivenAgainWhenTheMachineWasStartedAnew) {
+  BeginUpdateUpToTheFlash();
+  Trace("[/opt/orv/tmp/KV6KBMC/BMC_FW/bmcup.sh < /opt/orv/tmp/KV6KBMC/BMC_FW/Yes]");
+  End("updated");
+  Expect("written", true, kApply);
+  situation_.machineWasRestarted = true;
+  situation_.scriptsFlagIsSpent = true;
+  Expect("written", true, "Run \"orvhost update /p.zip\" again" + std::string(kAsksFirst));
+}
+
+TEST_F(DiagnosisOf, AnApplyOfWhatAScriptWroteGivesItAgainWhenTheMachineWasStartedAnew) {
+  Begin("apply");
+  Phases({"apply"});
+  situation_.machineWasRestarted = true;
+  situation_.scriptsFlagIsSpent = true;
+  Expect("apply-incomplete", false, "Run \"orvhost update PACKAGE\" again" + std::string(kAsksFirst));
+  situation_.verifiedAs = "version-not-expected";
+  Expect("apply-incomplete", false, "Run \"orvhost update PACKAGE\" again" + std::string(kAsksFirst));
 }
 
 TEST_F(DiagnosisOf, AWrittenUpdateThatTheRecordsLostIsWrittenAgain) {
@@ -259,6 +278,8 @@ TEST_F(DiagnosisOf, AnApplyCutOffWithTheFlagArmedWantsAShutdownAndNoReboot) {
   Expect("going-down", false, kShutDown);
   EXPECT_EQ(Diagnose(situation_).marker, "deleted");
   situation_.machineWasRestarted = true;
+  Expect("going-down", false, "Run \"orvhost update PACKAGE\" again" + std::string(kAsksFirst));
+  End("going-down");
   Expect("going-down", false, kVerify);
   situation_.verifiedAs = "version-not-expected";
   Expect("going-down", false, "Run \"orvhost update PACKAGE\" again, then \"orvhost apply\".");

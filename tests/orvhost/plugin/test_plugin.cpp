@@ -300,7 +300,7 @@ class TestFirmware : public CFirmware {
       Trace(CTraceUtility::TRACE_DBG_ERROR, "Failed to delete ExistUpdate.txt");
       return 1;
     }
-    Trace(CTraceUtility::TRACE_DBG_INFO, "shutdown -h now");
+    Trace(CTraceUtility::TRACE_DBG_INFO, Asked("unmarked") ? "shutdown -r now " : "shutdown -h now");
     return 1;
   }
 };

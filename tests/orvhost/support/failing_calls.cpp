@@ -1,7 +1,8 @@
-// A library to preload: it lets one system call fail that concerns the state file or the folder it lies in. Works for
+// A library to preload: it lets one system call fail that concerns the state file, the folder it lies in or
+// the whole file system. Works for
 // root too, whom no permission stops.
 //
-//   TEST_FAILING_CALL    rename, fsync, fchmod or read
+//   TEST_FAILING_CALL    rename, fsync, syncfs, fchmod or read
 //   TEST_FAILING_NUMBER  which of its calls fails, from 1
 //   TEST_FAILING_MARK    file that is made when it does
 #include <dlfcn.h>
@@ -35,7 +36,7 @@ std::string PathOf(int descriptor) {
 
 bool MustFail(std::string_view call, std::string_view path) {
   static int count = 0;
-  if (Text("TEST_FAILING_CALL") != call || !IsOfTheRecords(path) ||
+  if (Text("TEST_FAILING_CALL") != call || (call != "syncfs" && !IsOfTheRecords(path)) ||
       std::to_string(++count) != Text("TEST_FAILING_NUMBER")) {
     return false;
   }
@@ -59,6 +60,10 @@ __attribute__((visibility("default"))) int rename(const char* from, const char* 
 
 __attribute__((visibility("default"))) int fsync(int descriptor) {
   return MustFail("fsync", PathOf(descriptor)) ? -1 : Real<int(int)>("fsync")(descriptor);
+}
+
+__attribute__((visibility("default"))) int syncfs(int descriptor) noexcept {
+  return MustFail("syncfs", PathOf(descriptor)) ? -1 : Real<int(int)>("syncfs")(descriptor);
 }
 
 __attribute__((visibility("default"))) int fchmod(int descriptor, mode_t mode) noexcept {

@@ -1,0 +1,80 @@
+#include "explore/known_findings.h"
+
+#include <algorithm>
+#include <array>
+#include <initializer_list>
+
+namespace explore {
+
+namespace {
+
+// A finding with what surrounds it.
+struct Case {
+  const Scenario& scenario;
+  const Result& result;
+  const std::string& finding;
+
+  [[nodiscard]] bool Says(const char* part) const { return finding.find(part) != std::string::npos; }
+  // It takes too many steps, which are these or end with them.
+  [[nodiscard]] bool Takes(const char* way) const { return Says("it takes") && finding.ends_with(way); }
+  [[nodiscard]] bool IsHitBy(std::initializer_list<FaultKind> kinds) const {
+    return std::ranges::any_of(scenario.faults,
+                               [&kinds](const Fault& fault) { return std::ranges::count(kinds, fault.kind) != 0; });
+  }
+  [[nodiscard]] bool IsOnRack() const { return scenario.road.find("rack") != std::string::npos; }
+};
+
+struct Known {
+  bool (*applies)(const Case&);
+  const char* why;
+};
+
+constexpr auto kKnown = std::to_array<Known>({
+    {[](const Case& one) { return one.Says("SDR:, and the BMC runs"); },
+     "The version of the sensor data records counts as empty when it cannot be read; the plug-in answers that as a "
+     "version."},
+    {[](const Case& one) { return one.Says("and nothing was started") && one.result.verdict == "update-failed"; },
+     "The plug-in's own runner does not say that it could start no process; the tool takes the flash for touched, "
+     "which "
+     "is the safe side."},
+    {[](const Case& one) { return one.Takes("verify, update, apply, verify") && one.IsHitBy({FaultKind::kPower}); },
+     "The power was lost when the tool had ended an apply and the machine had not gone down yet. As after any apply "
+     "the "
+     "BMC is asked first, and where it has lost its reboot flag the package is written once more. A person does what "
+     "is "
+     "named, one step after the other, and replaces nothing."},
+    {[](const Case& one) {
+       return one.Takes("apply, update, apply, verify") && one.result.verdict == "updated-after-time-out";
+     },
+     "A flash tool that was cut off at its time limit may have written all or nothing: only the BMC's answer to apply "
+     "shows which. A person writes the package anew, as the text says."},
+    {[](const Case& one) {
+       return one.Takes("update, apply, verify, check") &&
+              one.IsHitBy({FaultKind::kMissing, FaultKind::kEmpty, FaultKind::kUnreadable});
+     },
+     "The product name cannot be read for a moment, so that the plug-in finds no difference between two versions; what "
+     "was only to be checked is then written, since the text names the option for it. A person reads that text, which "
+     "shows both versions, and decides."},
+    {[](const Case& one) {
+       return one.Says("and the BMC runs BMC:") &&
+              one.IsHitBy({FaultKind::kMissing, FaultKind::kEmpty, FaultKind::kUnreadable});
+     },
+     "Where the product name cannot be read, the plug-in asks for the BMC's version alone, as on the ordinary model; "
+     "the "
+     "server type that identify shows is empty then."},
+    {[](const Case& one) { return one.Says("the journal does not say so") && one.IsOnRack(); },
+     "A package's script is started by the plug-in itself, so that a journal that cannot be written does not stop it; "
+     "the records show the update all the same."},
+    {[](const Case& one) { return one.Says("the records do not say so") && one.IsHitBy({FaultKind::kEmpty}); },
+     "A records file that reads as empty in the middle of a run is kept aside as damaged, and the run goes on."},
+});
+
+}  // namespace
+
+std::string WhyKnown(const Scenario& scenario, const Result& result, const std::string& finding) {
+  const Case one{scenario, result, finding};
+  const auto* known = std::ranges::find_if(kKnown, [&one](const Known& row) { return row.applies(one); });
+  return known != kKnown.end() ? known->why : "";
+}
+
+}  // namespace explore

@@ -1,0 +1,54 @@
+#include "orvhost/journal/applied.h"
+
+#include <gtest/gtest.h>
+
+#include "posix/boot_id.h"
+#include "tests/refhost/support/temporary_folder.h"
+
+namespace orvhost {
+
+namespace {
+
+constexpr const char* kByTool = R"("text":"Execute:\"/opt/orv/KV6KBMC/Yafuflash\" -cd \"image.ima\"")";
+constexpr const char* kByScript =
+    R"("text":"[/opt/orv/tmp/KV6KBMC/BMC_FW/bmcup.sh < /opt/orv/tmp/KV6KBMC/BMC_FW/Yes]")";
+
+// What the journals say of how the last update wrote, and in which boot.
+class LastUpdate : public testing::Test {
+ protected:
+  void Run(int number, const std::string& command, const std::string& bootId, const std::string& text) const {
+    folder_.Write(
+        "0000000" + std::to_string(number) + "-20260131T120000Z.jsonl",
+        R"({"t":"2026-01-31T12:00:00.000000Z","s":0,"kind":"begin","command":")" + command +
+            R"(","options":{"dry_run":false},"boot_id":")" + bootId + "\"}\n" +
+            (text.empty() ? ""
+                          : R"({"t":"2026-01-31T12:00:01.000000Z","s":1,"kind":"trace","level":1,)" + text + "}\n"));
+  }
+
+  const refhost::TemporaryFolder folder_;
+};
+
+TEST_F(LastUpdate, LeavesAMarkerOnlyWhenItWroteByTheFlashTool) {
+  EXPECT_FALSE(LeftAMarker(folder_.Path()));
+  Run(1, "update", "before", kByTool);
+  EXPECT_TRUE(LeftAMarker(folder_.Path()));
+  Run(2, "update", "before", "");  // wrote nothing
+  Run(3, "apply", "before", "");
+  EXPECT_TRUE(LeftAMarker(folder_.Path()));
+  Run(4, "update", "before", kByScript);
+  EXPECT_FALSE(LeftAMarker(folder_.Path()));
+}
+
+TEST_F(LastUpdate, HasSpentItsFlagWhenAScriptWroteBeforeTheMachineWasStartedAnew) {
+  EXPECT_FALSE(ScriptsFlagIsSpent(folder_.Path()));
+  Run(1, "update", posix::BootId(), kByScript);
+  EXPECT_FALSE(ScriptsFlagIsSpent(folder_.Path()));
+  Run(2, "update", "before", kByScript);
+  Run(3, "verify", posix::BootId(), "");
+  EXPECT_TRUE(ScriptsFlagIsSpent(folder_.Path()));
+  Run(4, "update", "before", kByTool);
+  EXPECT_FALSE(ScriptsFlagIsSpent(folder_.Path()));
+}
+
+}  // namespace
+}  // namespace orvhost
