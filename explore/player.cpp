@@ -1,6 +1,7 @@
 #include "explore/player.h"
 
 #include <fcntl.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -9,6 +10,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <stdexcept>
+#include <vector>
 
 #include "explore/outside.h"
 
@@ -20,6 +22,55 @@ constexpr std::chrono::milliseconds kLook(100);
 constexpr int kBeyondTheTool = 200;  // a descriptor that no run of the tool closes
 
 std::chrono::milliseconds patience(kUsualPatienceMs);
+
+constexpr std::array kEnding{SIGTERM, SIGINT};
+
+std::vector<pid_t> players;  // changed only while no signal of those comes
+
+class Undisturbed {
+ public:
+  Undisturbed() {
+    sigset_t ending;
+    sigemptyset(&ending);
+    for (const int number : kEnding) {
+      sigaddset(&ending, number);
+    }
+    sigprocmask(SIG_BLOCK, &ending, &before_);
+  }
+  Undisturbed(const Undisturbed&) = delete;
+  Undisturbed& operator=(const Undisturbed&) = delete;
+  ~Undisturbed() { sigprocmask(SIG_SETMASK, &before_, nullptr); }
+
+ private:
+  sigset_t before_{};
+};
+
+// Of a signal: the players end first, then this process does, by that signal.
+void EndWithPlayers(int number) {
+  for (const pid_t player : players) {
+    kill(player, SIGKILL);
+    waitpid(player, nullptr, 0);
+  }
+  signal(number, SIG_DFL);
+  raise(number);
+}
+
+void Answer(void (*how)(int)) {
+  for (const int number : kEnding) {
+    if (signal(number, how) == SIG_IGN) {
+      signal(number, SIG_IGN);
+    }
+  }
+}
+
+// A player that nobody listens to ends, also when its parent was killed.
+void BelongTo(pid_t parent) {
+  Answer(SIG_DFL);
+  prctl(PR_SET_PDEATHSIG, SIGKILL);
+  if (getppid() != parent) {
+    _exit(1);
+  }
+}
 
 [[noreturn]] void Work(const std::function<void(const Player::Say&)>& work, int pipe) {
   CloseWhatIsOpen();  // the other players'
@@ -42,8 +93,18 @@ int UntilNextLookMs() {
 
 Player::Player(const std::function<void(const Say&)>& work) {
   std::array<int, 2> ends{};
-  if (pipe(ends.data()) != 0 || (child_ = fork()) < 0) {
-    throw std::runtime_error("no process could be started");
+  const pid_t parent = getpid();
+  Answer(EndWithPlayers);
+  {
+    const Undisturbed here;
+    if (pipe(ends.data()) != 0 || (child_ = fork()) < 0) {
+      throw std::runtime_error("no process could be started");
+    }
+    if (child_ == 0) {
+      BelongTo(parent);
+    } else {
+      players.push_back(child_);
+    }
   }
   if (child_ == 0) {
     close(ends[0]);
@@ -77,6 +138,10 @@ Player::State Player::Look(bool speaks, const Say& hear) {
 }
 
 int Player::WaitForEnd() {
+  {
+    const Undisturbed here;
+    std::erase(players, child_);
+  }
   int status = 0;
   waitpid(child_, &status, 0);
   close(pipe_);

@@ -1,5 +1,5 @@
 // A process of its own that plays, and says line by line how far it is. When the simulation itself hangs or crashes, it
-// is this process that is lost, and who listens knows what it was at.
+// is this process that is lost, and who listens knows what it was at. It ends with the program, however that ends.
 #ifndef EXPLORE_PLAYER_H
 #define EXPLORE_PLAYER_H
 

@@ -1,12 +1,15 @@
 """The simulation as a program: the same twice, sentences for bad input, oracles that see, documents that are current."""
 
+import contextlib
 import hashlib
 import os
 import re
 import shutil
+import signal
 import struct
 import subprocess
 import tempfile
+import time
 import unittest
 from pathlib import Path
 
@@ -129,6 +132,60 @@ class Oracles(unittest.TestCase):
         seen = re.findall(r"(?m)^(\w+): .*: seen: \1: ", done.stdout)
         self.assertEqual(sorted(seen), 7 * ["bounds"] + ["files", "idempotence", "locks", "order", "recovery", "trace",
                                                             "truth"])
+
+
+class Players(unittest.TestCase):
+    """They end with the program, also those that answer no signal: each is stopped, as one that hangs."""
+
+    def players_of(self, program: subprocess.Popen, state: str = "") -> list[int]:
+        """Once there are some, and in that state; the program and they are stopped then."""
+        end = time.monotonic() + 20
+        while time.monotonic() < end:
+            program.send_signal(signal.SIGSTOP)
+            os.waitid(os.P_PID, program.pid, os.WSTOPPED)
+            players = [int(pid) for pid in Path(f"/proc/{program.pid}/task/{program.pid}/children").read_text().split()]
+            if players and all(f"State:\t{state}" in Path(f"/proc/{pid}/status").read_text() for pid in players):
+                for player in players:
+                    descriptor = os.pidfd_open(player)
+                    self.addCleanup(os.close, descriptor)
+                    self.addCleanup(self.send, descriptor, signal.SIGKILL)
+                    self.send(descriptor, signal.SIGSTOP)
+                return players
+            program.send_signal(signal.SIGCONT)
+            time.sleep(0.01)
+        self.fail("no player was started")
+
+    @staticmethod
+    def send(descriptor: int, number: signal.Signals):
+        with contextlib.suppress(ProcessLookupError):
+            signal.pidfd_send_signal(descriptor, number)
+
+    def ended(self, number: signal.Signals, *arguments: str, state: str = "") -> list[int]:
+        """The players of a program that was ended by that signal."""
+        with subprocess.Popen([os.environ["EXPLORE"], *arguments], stdout=subprocess.DEVNULL) as program:
+            self.addCleanup(program.kill)
+            players = self.players_of(program, state)
+            program.send_signal(number)
+            program.send_signal(signal.SIGCONT)
+            self.assertEqual(program.wait(20), -number)
+        return players
+
+    def test_end_before_the_program_when_it_is_asked_to_end(self):
+        for arguments in (("--pairs", "5000"), ("--every", "10"), ("--prove",)):
+            for number in (signal.SIGTERM, signal.SIGINT):
+                with self.subTest(arguments=arguments, number=number):
+                    left = [player for player in self.ended(number, *arguments) if Path(f"/proc/{player}").exists()]
+                    self.assertEqual(left, [])
+
+    def test_end_when_the_program_is_killed(self):
+        """Here the one that hangs on purpose, which sleeps."""
+        for player in self.ended(signal.SIGKILL, "--prove", state="S"):
+            end = time.monotonic() + 5
+            status = Path(f"/proc/{player}/status")
+            with contextlib.suppress(FileNotFoundError, ProcessLookupError):
+                while "State:\tZ" not in status.read_text():
+                    self.assertLess(time.monotonic(), end, "a player is left")
+                    time.sleep(0.01)
 
 
 class Minimize(unittest.TestCase):
