@@ -2,23 +2,23 @@
 #include <dlfcn.h>
 #include <sys/resource.h>
 #include <unistd.h>
-#include <zlib.h>
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
+#include <array>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
 #include <exception>
-#include <map>
 
-#include "explore/known_findings.h"
 #include "explore/matrix.h"
 #include "explore/outside.h"
 #include "explore/player.h"
 #include "explore/prove.h"
 #include "explore/replay.h"
 #include "explore/survey.h"
+#include "explore/tally.h"
 
 namespace explore {
 
@@ -53,60 +53,6 @@ void List() {
   }
 }
 
-// What became of scenarios, told as they come and summed up at the end.
-class Account {
- public:
-  void Add(const std::vector<Scenario>& scenarios, const std::vector<Result>& results) {
-    for (std::size_t at = 0; at < scenarios.size(); ++at) {
-      const Result& result = results[at];
-      const std::string text = Text(scenarios[at]);
-      for (const std::string& finding : result.findings) {
-        Tell(text, result, finding, WhyKnown(scenarios[at], result, finding));
-      }
-      unmet_ += result.unmet;
-      checksum_ = Checksum(checksum_, text + result.verdict + std::to_string(result.exitCode) + result.way);
-    }
-    scenarios_ += scenarios.size();
-  }
-
-  void Print(std::size_t roads, double seconds) const {
-    std::string text;
-    int known = 0;
-    for (const auto& [why, count] : known_) {
-      known += count;
-      text += "known, " + std::to_string(count) + " times: " + why + "\n";
-    }
-    std::array<char, 128> speed{};
-    std::snprintf(speed.data(), speed.size(), "checksum %08lx\n%.1f s, %.0f scenarios a second\n", checksum_, seconds,
-                  static_cast<double>(scenarios_) / seconds);
-    explore::Print(text + std::to_string(scenarios_) + " scenarios on " + std::to_string(roads) + " roads, " +
-                   std::to_string(fresh_) + " findings open, " + std::to_string(known) + " known that stay, " +
-                   std::to_string(unmet_) + " faults whose event did not come or changed\n" + speed.data());
-  }
-
-  [[nodiscard]] int ExitCode() const { return fresh_ == 0 ? 0 : kExitFindings; }
-
- private:
-  void Tell(const std::string& text, const Result& result, const std::string& finding, const std::string& why) {
-    if (!why.empty()) {
-      ++known_[why];
-      return;
-    }
-    ++fresh_;
-    explore::Print(text + ": " + result.verdict + ": " + finding + "\n");
-  }
-
-  static unsigned long Checksum(unsigned long sum, const std::string& text) {
-    return crc32_z(sum, reinterpret_cast<const unsigned char*>(text.data()), text.size());
-  }
-
-  std::map<std::string, int> known_;
-  std::size_t scenarios_ = 0;
-  int fresh_ = 0;
-  int unmet_ = 0;
-  unsigned long checksum_ = 0;
-};
-
 // Of the largest process up to now.
 void PrintMemory(std::size_t scenarios) {
   long most = 0;
@@ -119,12 +65,12 @@ void PrintMemory(std::size_t scenarios) {
 }
 
 // A thousand at a time, so that no more is kept in memory.
-void PlayPairs(const Wishes& wishes, const std::vector<Course>& courses, Account* account) {
+void PlayPairs(const Wishes& wishes, const std::vector<Course>& courses, Tally* tally) {
   constexpr int kAtOnce = 1000;
   Pairs pairs(courses, wishes.seed);
   for (int done = 0; done < wishes.pairs;) {
     const auto scenarios = pairs.Next(std::min(kAtOnce, wishes.pairs - done));
-    account->Add(scenarios, PlayAll(scenarios, wishes.jobs));
+    tally->Add(scenarios, PlayAll(scenarios, wishes.jobs));
     const bool isFirst = done == 0;
     done += static_cast<int>(scenarios.size());
     if (isFirst || done == wishes.pairs) {
@@ -133,11 +79,11 @@ void PlayPairs(const Wishes& wishes, const std::vector<Course>& courses, Account
   }
 }
 
-void PlaySingles(const Wishes& wishes, const std::vector<Course>& courses, Account* account) {
+void PlaySingles(const Wishes& wishes, const std::vector<Course>& courses, Tally* tally) {
   const auto scenarios = Singles(courses, wishes.every);
   int same = 0;
   const auto results = PlayEach(courses, scenarios, wishes.jobs, &same);
-  account->Add(scenarios, results);
+  tally->Add(scenarios, results);
   Print(std::to_string(same) + " scenarios meet the same machine as another one, and were not played again\n");
   if (!wishes.matrix.empty()) {
     WriteMatrix(wishes.matrix, wishes.every, courses, scenarios, results);
@@ -151,10 +97,10 @@ int Survey(const Wishes& wishes, Disk& disk) {
     Print("There is no road \"" + wishes.road + "\"; \"--list\" shows all.\n");
     return kExitUsage;
   }
-  Account account;
-  (wishes.pairs > 0 ? PlayPairs : PlaySingles)(wishes, courses, &account);
-  account.Print(courses.size(), Seconds(start));
-  return account.ExitCode();
+  Tally tally;
+  (wishes.pairs > 0 ? PlayPairs : PlaySingles)(wishes, courses, &tally);
+  tally.PrintSum(courses.size(), Seconds(start));
+  return tally.ExitCode();
 }
 
 // How fast whole lives are, for the figures.
