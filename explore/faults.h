@@ -32,6 +32,7 @@ enum class FaultKind : std::uint8_t {
   kNone,
   kBusy,
   kBusyForGood,
+  kOne,
   kWrongState,
   kInvalidCommand,
   kWrongLength,

@@ -94,13 +94,13 @@ void WriteFindings(std::ostream& file, const Surveyed& survey) {
        << FindingTotals(survey) << "\n\nWhat breaks a rule, or does not lead to the end that was wanted within "
        << kMostSteps << " steps.\nThose that stay say why; the others are open.\n\n"
        << "| Finding | Scenarios | For example |\n|---|---|---|\n";
-  for (const Kind& kind : KindsOfFindings(survey)) {
+  for (const Observed& kind : KindsOfFindings(survey)) {
     file << "| " << kind.words << " | " << kind.replays.size() << " | `" << kind.replays.front() << "` |\n";
   }
   file << "\n## Ways of the plug-in's own\n\nWhat it does by itself, what the tool calls it, and what the tool's next "
           "steps lead to.\n\n"
        << "| What the plug-in answers | Verdict | Scenarios | Steps | For example |\n|---|---|---|---|---|\n";
-  for (const Kind& kind : OwnWays(survey)) {
+  for (const Observed& kind : OwnWays(survey)) {
     file << "| " << kind.words << " | " << kind.replays.size() << " | " << kind.way << " | `" << kind.replays.front()
          << "` |\n";
   }

@@ -80,8 +80,8 @@ class Gathering {
   std::map<const Cell*, int> worst_;
 };
 
-void AddTo(std::vector<Kind>* kinds, const std::string& words, const Scenario& scenario, const Result& result) {
-  auto kind = std::ranges::find(*kinds, words, &Kind::words);
+void AddTo(std::vector<Observed>* kinds, const std::string& words, const Scenario& scenario, const Result& result) {
+  auto kind = std::ranges::find(*kinds, words, &Observed::words);
   if (kind == kinds->end()) {
     kind = kinds->insert(kind, {words, {}, result.way});
   }
@@ -120,15 +120,15 @@ Distance DistanceOf(const Cell& cell) {
   return cell.worstSteps == 0 ? Distance::kNone : cell.worstSteps <= kMostSteps ? Distance::kShort : Distance::kLong;
 }
 
-std::vector<Kind> KindsOfFindings(const Surveyed& survey) {
-  std::vector<Kind> kinds;
+std::vector<Observed> KindsOfFindings(const Surveyed& survey) {
+  std::vector<Observed> kinds;
   for (std::size_t at = 0; at < survey.scenarios.size(); ++at) {
     for (const std::string& finding : survey.results[at].findings) {
       const std::string why = WhyKnown(survey.scenarios[at], survey.results[at], finding);
       AddTo(&kinds, why.empty() ? "Open: " + WithoutNumbers(finding) : why, survey.scenarios[at], survey.results[at]);
     }
   }
-  std::ranges::sort(kinds, {}, &Kind::words);
+  std::ranges::sort(kinds, {}, &Observed::words);
   return kinds;
 }
 
@@ -136,7 +136,7 @@ std::string FindingTotals(const Surveyed& survey) {
   std::size_t open = 0;
   std::size_t known = 0;
   std::size_t kinds = 0;
-  for (const Kind& kind : KindsOfFindings(survey)) {
+  for (const Observed& kind : KindsOfFindings(survey)) {
     const bool isOpen = kind.words.starts_with("Open: ");
     (isOpen ? open : known) += kind.replays.size();
     kinds += isOpen ? 0 : 1;
@@ -145,8 +145,8 @@ std::string FindingTotals(const Surveyed& survey) {
          " known kinds that stay.";
 }
 
-std::vector<Kind> OwnWays(const Surveyed& survey) {
-  std::vector<Kind> kinds;
+std::vector<Observed> OwnWays(const Surveyed& survey) {
+  std::vector<Observed> kinds;
   for (const OwnWay& own : kOwnWays) {
     for (std::size_t at = 0; at < survey.scenarios.size(); ++at) {
       if (survey.results[at].verdict == own.verdict) {

@@ -48,20 +48,20 @@ enum class Distance { kNone, kShort, kLong, kNowhere };
 [[nodiscard]] Distance DistanceOf(const Cell& cell);
 
 // A kind of finding, or a way of the plug-in's own, with the scenarios that show it.
-struct Kind {
+struct Observed {
   std::string words;
   std::vector<std::string> replays;
   std::string way;  // the steps behind the first of them
 };
 
 // Every kind of finding: those that stay by their reason, the others as "Open: ...".
-[[nodiscard]] std::vector<Kind> KindsOfFindings(const Surveyed& survey);
+[[nodiscard]] std::vector<Observed> KindsOfFindings(const Surveyed& survey);
 
 // How many are open, how many stay, and in how many kinds.
 [[nodiscard]] std::string FindingTotals(const Surveyed& survey);
 
 // What the plug-in does by itself and says nothing of, so that the tool has words of its own for it.
-[[nodiscard]] std::vector<Kind> OwnWays(const Surveyed& survey);
+[[nodiscard]] std::vector<Observed> OwnWays(const Surveyed& survey);
 
 // Which of the events were hit.
 [[nodiscard]] std::string Extent(int every);

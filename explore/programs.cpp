@@ -126,6 +126,8 @@ kv6000::Bytes Programs::Ask(const kv6000::Bytes& request, FaultKind fault) {
     return {kv6000::kBusy};
   }
   switch (fault) {
+    case FaultKind::kOne:
+      return {0x01};
     case FaultKind::kWrongState:
       return {kv6000::kWrongState};
     case FaultKind::kInvalidCommand:
