@@ -49,6 +49,14 @@ constexpr auto kKnown = std::to_array<Known>({
      "A flash tool that was cut off at its time limit may have written all or nothing: only the BMC's answer to apply "
      "shows which. A person writes the package anew, as the text says."},
     {[](const Case& one) {
+       return one.Takes("diagnose, apply, update, apply, verify") && one.IsHitBy({FaultKind::kKill}) &&
+              one.IsHitBy({FaultKind::kDiskFull, FaultKind::kDiskFullForGood, FaultKind::kHalfWritten,
+                           FaultKind::kRenameFails, FaultKind::kSyncFails, FaultKind::kReadOnly});
+     },
+     "The journal of an apply could not be written, and the tool was killed when the update marker was gone already. "
+     "So "
+     "the update seems to wait, the next apply says that the marker is missing, and the package is written once more."},
+    {[](const Case& one) {
        return one.Takes("update, apply, verify, check") &&
               one.IsHitBy({FaultKind::kMissing, FaultKind::kEmpty, FaultKind::kUnreadable});
      },

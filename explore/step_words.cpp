@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 
+#include "explore/disk.h"
 #include "explore/request_text.h"
 #include "lab/hex_bytes.h"
 
@@ -17,7 +18,9 @@ struct FileWords {
 
 // The first that a path holds.
 constexpr auto kFiles = std::to_array<FileWords>({
+    {"all files", "all files"},
     {"orvhost.lock", "the lock"},
+    {"orvhost.writer", "the note of the last writer"},
     {"orvhost.run", "the note beside the lock"},
     {"/journal", "the journal"},
     {"/repository", "the records"},
@@ -70,6 +73,9 @@ std::string StepOf(const Event& event) {
   }
   if (event.kind <= EventKind::kScript) {
     return CommandWords(event.what);
+  }
+  if (event.what == kInstallPath) {
+    return kind + " the install path";
   }
   const auto file = std::ranges::find_if(
       kFiles, [&](const FileWords& one) { return event.what.find(one.part) != std::string::npos; });

@@ -16,6 +16,8 @@ TEST(StepWords, NameWhatAnEventIsAStepOf) {
   EXPECT_EQ(StepOf({EventKind::kSystem, "shutdown -h now"}), "shutdown -h");
   EXPECT_EQ(StepOf({EventKind::kPause, "10000 ms"}), "pause of 10000 ms");
   EXPECT_EQ(StepOf({EventKind::kRename, "/srv/orv/repository/state.json"}), "rename the records");
+  EXPECT_EQ(StepOf({EventKind::kSync, "/srv/orv"}), "sync the install path");
+  EXPECT_EQ(StepOf({EventKind::kSync, "all files"}), "sync all files");
   EXPECT_EQ(StepOf({EventKind::kCreate, "kv6000.ima"}), "create a file of the package");
 }
 
