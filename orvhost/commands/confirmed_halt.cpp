@@ -46,7 +46,7 @@ void PutIntoOperation(const Run& run, const Session& session, Outcome* outcome) 
           .nextStep = "Shut the machine down by hand (shutdown -h now); the BMC then starts the new firmware."});
     return;
   }
-  if (run.watch.RestartWasRequested() && LeftAMarker(JournalFolder(run.options.installPath))) {
+  if (run.watch.RestartWasRequested() && MarkerIsLeft(JournalFolder(run.options.installPath))) {
     Fail(run, outcome,
          {.exitCode = FailedExitCode(run),
           .verdict = "marker-missing",

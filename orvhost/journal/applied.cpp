@@ -1,5 +1,6 @@
 #include "orvhost/journal/applied.h"
 
+#include <algorithm>
 #include <cerrno>
 
 #include "orvhost/journal/journal_folder.h"
@@ -33,34 +34,44 @@ std::optional<bool> LookBack(const std::string& folder, Unclear unclear) {
   return {};
 }
 
-// The last update that wrote; empty texts where none is known.
-struct LastWrite {
-  std::string command;
-  std::string bootId;
-};
+FlashRemains RemainsOfUpdate(const RecordedRun& run) {
+  return CommandOf(run) == "update" ? RemainsOfFlash(run) : FlashRemains{};
+}
 
-LastWrite FindLastWrite(const std::string& folder) {
-  const std::vector<std::string> runs = ListJournals(folder).runs;
-  for (auto id = runs.rbegin(); id != runs.rend(); ++id) {
-    const RecordedRun run = ReadRun(folder, *id);
-    const FlashRemains flash = CommandOf(run) == "update" ? RemainsOfFlash(run) : FlashRemains{};
-    if (flash.began) {
-      return {.command = flash.command, .bootId = run.Begin("boot_id")};
-    }
-  }
-  return {};
+// An apply deletes the marker before it halts the machine.
+bool TookTheMarker(const RecordedRun& run) {
+  return std::ranges::any_of(run.entries, [](const JournalEntry& entry) {
+    const std::string text = entry.kind == "trace" ? entry.Text("text") : "";
+    return text.starts_with(plugin_lines::lines::kMarkerDeleted) ||
+           text.starts_with(plugin_lines::lines::kMachineHalts);
+  });
 }
 
 }  // namespace
 
 bool ScriptsFlagIsSpent(const std::string& folder) {
-  const LastWrite last = FindLastWrite(folder);
-  return plugin_lines::RunsTheScript(last.command) && last.bootId != refhost::CurrentMachine().BootId();
+  const std::vector<std::string> runs = ListJournals(folder).runs;
+  for (auto id = runs.rbegin(); id != runs.rend(); ++id) {
+    const RecordedRun run = ReadRun(folder, *id);
+    if (const FlashRemains flash = RemainsOfUpdate(run); flash.began) {
+      return plugin_lines::RunsTheScript(flash.command) && run.Begin("boot_id") != refhost::CurrentMachine().BootId();
+    }
+  }
+  return false;
 }
 
-bool LeftAMarker(const std::string& folder) {
-  const LastWrite last = FindLastWrite(folder);
-  return !last.command.empty() && !plugin_lines::RunsTheScript(last.command);
+bool MarkerIsLeft(const std::string& folder) {
+  const std::vector<std::string> runs = ListJournals(folder).runs;
+  for (auto id = runs.rbegin(); id != runs.rend(); ++id) {
+    const RecordedRun run = ReadRun(folder, *id);
+    if (TookTheMarker(run)) {
+      return false;
+    }
+    if (const FlashRemains flash = RemainsOfUpdate(run); flash.began) {
+      return !flash.command.empty() && !plugin_lines::RunsTheScript(flash.command);
+    }
+  }
+  return false;
 }
 
 std::optional<bool> WasApplied(const std::string& folder) {

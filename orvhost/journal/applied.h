@@ -19,8 +19,9 @@ namespace orvhost {
 // power, and an apply would only restart the machine.
 [[nodiscard]] bool ScriptsFlagIsSpent(const std::string& folder);
 
-// True when the last update that wrote did so by the flash tool, which leaves the update marker that an apply goes by.
-[[nodiscard]] bool LeftAMarker(const std::string& folder);
+// True when the last update that wrote did so by the flash tool, which leaves the update marker that an apply goes by,
+// and no apply has deleted that since.
+[[nodiscard]] bool MarkerIsLeft(const std::string& folder);
 
 }  // namespace orvhost
 

@@ -402,6 +402,13 @@ TEST_F(Orvhost, ApplyFailsWhenTheMachineOnlyRestarts) {
   }
 }
 
+TEST_F(Orvhost, AnApplyOnceMoreFindsNoMarkerAndIsNoFailure) {
+  ASSERT_EQ(Run(Update(good_)), 0);
+  ASSERT_EQ(Run("apply --yes"), 0);
+  Ask("unmarked");
+  EXPECT_EQ(RunJson("apply --yes")["verdict"], "going-down");
+}
+
 TEST_F(Orvhost, AnUpdateThatRunsAlreadyIsToBeVerified) {
   ASSERT_EQ(Run(Update(good_)), 0);
   setenv("TEST_PLUGIN_VERSION", "01-24", 1);

@@ -28,15 +28,23 @@ class LastUpdate : public testing::Test {
   const refhost::TemporaryFolder folder_;
 };
 
-TEST_F(LastUpdate, LeavesAMarkerOnlyWhenItWroteByTheFlashTool) {
-  EXPECT_FALSE(LeftAMarker(folder_.Path()));
+TEST_F(LastUpdate, LeavesAMarkerWhenItWroteByTheFlashToolUntilAnApplyTakesIt) {
+  EXPECT_FALSE(MarkerIsLeft(folder_.Path()));
   Run(1, "update", "before", kByTool);
-  EXPECT_TRUE(LeftAMarker(folder_.Path()));
+  EXPECT_TRUE(MarkerIsLeft(folder_.Path()));
   Run(2, "update", "before", "");  // wrote nothing
   Run(3, "apply", "before", "");
-  EXPECT_TRUE(LeftAMarker(folder_.Path()));
-  Run(4, "update", "before", kByScript);
-  EXPECT_FALSE(LeftAMarker(folder_.Path()));
+  EXPECT_TRUE(MarkerIsLeft(folder_.Path()));
+  Run(4, "apply", "before", R"("text":"shutdown -r now ")");
+  EXPECT_TRUE(MarkerIsLeft(folder_.Path()));
+  for (const char* taken : {R"("text":"Delete /opt/orv/tmp/KV6KBMC/ExistUpdate.txt")", R"("text":"shutdown -h now")"}) {
+    Run(5, "apply", "before", taken);
+    EXPECT_FALSE(MarkerIsLeft(folder_.Path())) << taken;
+  }
+  Run(6, "update", "before", kByTool);
+  EXPECT_TRUE(MarkerIsLeft(folder_.Path()));
+  Run(7, "update", "before", kByScript);
+  EXPECT_FALSE(MarkerIsLeft(folder_.Path()));
 }
 
 TEST_F(LastUpdate, HasSpentItsFlagWhenAScriptWroteBeforeTheMachineWasStartedAnew) {
