@@ -49,6 +49,7 @@ STEPS = {
     "explore --prove": BUILD + ["explore/run --prove"],
     "explore --list": BUILD + ["explore/run --list"],
     "explore --matrix docs": BUILD + ["explore/run --matrix docs"],
+    "explore --coverage": BUILD + ["explore/run --coverage"],
     "explore --coverage --every 10": BUILD + ["explore/run --coverage --every 10"],
     "package": PART["product"] + ["cpack -G DEB;RPM --config build/release/CPackConfig.cmake", LINTIAN, RPMLINT],
     "package --deb": PART["product"] + ["cpack -G DEB --config", LINTIAN],
