@@ -6,6 +6,7 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <array>
+#include <charconv>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -65,7 +66,7 @@ void PrintMemory(std::size_t scenarios) {
 }
 
 // A thousand at a time, so that no more is kept in memory.
-void PlayPairs(const Wishes& wishes, const std::vector<Course>& courses, Tally* tally) {
+bool PlayPairs(const Wishes& wishes, const std::vector<Course>& courses, Tally* tally) {
   constexpr int kAtOnce = 1000;
   Pairs pairs(courses, wishes.seed);
   for (int done = 0; done < wishes.pairs;) {
@@ -77,17 +78,24 @@ void PlayPairs(const Wishes& wishes, const std::vector<Course>& courses, Tally* 
       PrintMemory(static_cast<std::size_t>(done));
     }
   }
+  return true;
 }
 
-void PlaySingles(const Wishes& wishes, const std::vector<Course>& courses, Tally* tally) {
+bool PlaySingles(const Wishes& wishes, const std::vector<Course>& courses, Tally* tally) {
   const auto scenarios = Singles(courses, wishes.every);
+  if (scenarios.empty()) {
+    Print("No road has " + std::to_string(wishes.every) + " events.\n");
+    return false;
+  }
   int same = 0;
   const auto results = PlayEach(courses, scenarios, wishes.jobs, &same);
   tally->Add(scenarios, results);
   Print(std::to_string(same) + " scenarios meet the same machine as another one, and were not played again\n");
-  if (!wishes.matrix.empty()) {
-    WriteMatrix(wishes.matrix, wishes.every, courses, scenarios, results);
+  if (!wishes.matrix.empty() && !WriteMatrix(wishes.matrix, wishes.every, courses, scenarios, results)) {
+    Print("The matrix cannot be written into " + wishes.matrix + ".\n");
+    return false;
   }
+  return true;
 }
 
 int Survey(const Wishes& wishes, Disk& disk) {
@@ -98,7 +106,9 @@ int Survey(const Wishes& wishes, Disk& disk) {
     return kExitUsage;
   }
   Tally tally;
-  (wishes.pairs > 0 ? PlayPairs : PlaySingles)(wishes, courses, &tally);
+  if (!(wishes.pairs > 0 ? PlayPairs : PlaySingles)(wishes, courses, &tally)) {
+    return kExitUsage;
+  }
   tally.PrintSum(courses.size(), Seconds(start));
   return tally.ExitCode();
 }
@@ -158,28 +168,66 @@ void StartWithRoom(char** argv) {
   }
 }
 
+// A number is taken as it is written, and none is cut down to what there is room for.
+CLI::Validator From(std::uint64_t least, std::uint64_t most) {
+  return {[least, most](const std::string& text) {
+            std::uint64_t number = 0;
+            const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+            const bool isOne = error == std::errc() && end == text.data() + text.size();
+            return isOne && number >= least && number <= most
+                       ? ""
+                       : "\"" + text + "\" is no number from " + std::to_string(least) + " to " + std::to_string(most);
+          },
+          "NUMBER"};
+}
+
+CLI::Validator NotEmpty() {
+  return {[](const std::string& text) { return text.empty() ? "the text is empty" : ""; }, ""};
+}
+
+void AddOptions(Wishes* wishes, CLI::App* app) {
+  constexpr int kMost = 1'000'000'000;
+  constexpr int kMostJobs = 1000;
+  app->add_option("--road", wishes->road, "Only this road")->type_name("ROAD")->check(NotEmpty());
+  app->add_option("--every", wishes->every, "Only each n-th event")->check(From(1, kMost));
+  app->add_option("--seed", wishes->seed, "Which pairs")->check(From(0, ~0ULL));
+  app->add_option("--jobs", wishes->jobs, "Processes at once")->check(From(1, kMostJobs));
+  app->add_option("--patience", wishes->patienceMs, "Milliseconds in which a scenario ends, or it hangs for real")
+      ->type_name("MS")
+      ->check(From(1, kMost))
+      ->capture_default_str();
+  // One of these; without any, every single fault is played.
+  const std::vector<CLI::Option*> ways = {
+      app->add_option("--pairs", wishes->pairs, "This many scenarios with two faults")->check(From(1, kMost)),
+      app->add_option("--replay", wishes->replay, "Shows one scenario as a story")
+          ->type_name("TEXT")
+          ->check(NotEmpty()),
+      app->add_option("--minimize", wishes->minimize, "Leaves out the faults that a finding does not need")
+          ->type_name("TEXT")
+          ->check(NotEmpty()),
+      app->add_option("--matrix", wishes->matrix, "Writes fault-matrix.md and .html there")
+          ->type_name("DIR")
+          ->check(CLI::ExistingDirectory),
+      app->add_option("--check-matrix", wishes->checkMatrix, "Fails when fault-matrix.md there is not current")
+          ->type_name("DIR")
+          ->check(CLI::ExistingDirectory),
+      app->add_option("--lives", wishes->lives, "Measures this many whole lives")->check(From(1, kMost)),
+      app->add_flag("--prove", wishes->prove, "Breaks something for each oracle, which must see it"),
+      app->add_flag("--list", wishes->list, "Lists roads and faults")};
+  for (CLI::Option* one : ways) {
+    for (CLI::Option* other : ways) {
+      if (one != other) {
+        one->excludes(other);
+      }
+    }
+  }
+}
+
 int Main(int argc, char** argv) {
   StartWithRoom(argv);
   Wishes wishes;
   CLI::App app("Plays every fault at every step of the tool's roads on a simulated machine.", "kestrel_explore");
-  app.add_option("--road", wishes.road, "Only this road")->type_name("ROAD");
-  app.add_option("--every", wishes.every, "Only each n-th event")->check(CLI::PositiveNumber);
-  app.add_option("--pairs", wishes.pairs, "This many scenarios with two faults")->check(CLI::PositiveNumber);
-  app.add_option("--seed", wishes.seed, "Which pairs");
-  app.add_option("--jobs", wishes.jobs, "Processes at once")->check(CLI::PositiveNumber);
-  app.add_option("--patience", wishes.patienceMs, "Milliseconds in which a scenario ends, or it hangs for real")
-      ->type_name("MS")
-      ->check(CLI::PositiveNumber)
-      ->capture_default_str();
-  app.add_option("--replay", wishes.replay, "Shows one scenario as a story")->type_name("TEXT");
-  app.add_option("--minimize", wishes.minimize, "Leaves out the faults that a finding does not need")
-      ->type_name("TEXT");
-  app.add_option("--matrix", wishes.matrix, "Writes fault-matrix.md and .html there")->type_name("DIR");
-  app.add_option("--check-matrix", wishes.checkMatrix, "Fails when fault-matrix.md there is not current")
-      ->type_name("DIR");
-  app.add_option("--lives", wishes.lives, "Measures this many whole lives")->check(CLI::PositiveNumber);
-  app.add_flag("--prove", wishes.prove, "Breaks something for each oracle, which must see it");
-  app.add_flag("--list", wishes.list, "Lists roads and faults");
+  AddOptions(&wishes, &app);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {

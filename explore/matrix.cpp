@@ -8,13 +8,16 @@
 
 namespace explore {
 
-void WriteMatrix(const std::string& folder, int every, const std::vector<Course>& courses,
+bool WriteMatrix(const std::string& folder, int every, const std::vector<Course>& courses,
                  const std::vector<Scenario>& scenarios, const std::vector<Result>& results) {
   const Surveyed survey{every, courses, scenarios, results};
   std::ofstream text(folder + "/fault-matrix.md");
   WriteMarkdown(text, survey, Fingerprint(courses));
   std::ofstream page(folder + "/fault-matrix.html");
   WritePage(page, survey, Fingerprint(courses));
+  text.close();
+  page.close();
+  return text.good() && page.good();
 }
 
 bool IsCurrent(const std::string& folder, const std::vector<Course>& courses) {

@@ -61,6 +61,24 @@ class Replay(unittest.TestCase):
                                  (1, f"finding: bounds: the program hangs for real in {text}\n"))
         self.assertEqual(explore("--replay", text, "--patience", "0").returncode, 2)
 
+    def test_fails_for_values_that_mean_nothing(self):
+        for words, sentence in ((("--replay", ""), "--replay: the text is empty"),
+                                (("--road", ""), "--road: the text is empty"),
+                                (("--jobs", "0"), '--jobs: "0" is no number from 1 to 1000'),
+                                (("--pairs", "-3"), '--pairs: "-3" is no number from 1 to 1000000000'),
+                                (("--pairs", "3", "--seed", "-1"), '--seed: "-1" is no number from 0'),
+                                (("--pairs", "3", "--seed", "1" * 21), "is no number from 0 to 18446744073709551615"),
+                                (("--pairs", "3x"), '"3x" is no number'),
+                                (("--every", "1000000"), "No road has 1000000 events."),
+                                (("--matrix", "/nowhere"), "--matrix: Directory does not exist: /nowhere"),
+                                (("--matrix", "/proc", "--road", "check-rack", "--every", "90"),
+                                 "The matrix cannot be written into /proc."),
+                                (("--replay", "life-rack", "--pairs", "3"), "--pairs excludes --replay")):
+            with self.subTest(words):
+                done = explore(*words)
+                self.assertEqual(done.returncode, 2, done.stdout)
+                self.assertIn(sentence, done.stdout + done.stderr)
+
     def test_fails_for_options_that_are_not_there(self):
         self.assertEqual(explore("--jump").returncode, 2)
         self.assertEqual(explore("--road", "nowhere").returncode, 2)
