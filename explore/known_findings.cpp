@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <initializer_list>
+#include <string_view>
 
 namespace explore {
 
@@ -14,15 +15,36 @@ struct Case {
   const Result& result;
   const std::string& finding;
 
-  [[nodiscard]] bool Says(const char* part) const { return finding.find(part) != std::string::npos; }
-  // It takes too many steps, which are these or end with them.
-  [[nodiscard]] bool Takes(const char* way) const { return Says("it takes") && finding.ends_with(way); }
+  [[nodiscard]] bool Says(std::string_view part) const { return finding.find(part) != std::string::npos; }
+  // It takes these steps, and no others.
+  [[nodiscard]] bool Takes(std::string_view steps) const {
+    return finding.starts_with("recovery: it takes ") && finding.ends_with(" steps: " + std::string(steps));
+  }
   [[nodiscard]] bool IsHitBy(std::initializer_list<FaultKind> kinds) const {
     return std::ranges::any_of(scenario.faults,
                                [&kinds](const Fault& fault) { return std::ranges::count(kinds, fault.kind) != 0; });
   }
-  [[nodiscard]] bool IsOnRack() const { return scenario.road.find("rack") != std::string::npos; }
+  [[nodiscard]] bool IsHitInItsFiles() const {
+    return IsHitBy({FaultKind::kDiskFull, FaultKind::kDiskFullForGood, FaultKind::kHalfWritten, FaultKind::kRenameFails,
+                    FaultKind::kSyncFails, FaultKind::kReadOnly});
+  }
+  [[nodiscard]] bool IsMisread() const {
+    return IsHitBy({FaultKind::kMissing, FaultKind::kEmpty, FaultKind::kUnreadable});
+  }
+  [[nodiscard]] bool IsOn(std::string_view road) const { return scenario.road.find(road) != std::string::npos; }
 };
+
+// "identified" as a version whose part behind "SDR:" is empty, and the BMC runs it with another one.
+bool LacksOnlyTheSensorRecords(const Case& one) {
+  constexpr std::string_view kStart = "truth: \"identified\" as ";
+  constexpr std::string_view kThenRuns = "SDR:, and the BMC runs ";
+  const std::size_t between = one.finding.find(kThenRuns);
+  if (!one.finding.starts_with(kStart) || between == std::string::npos || one.scenario.faults.empty()) {
+    return false;
+  }
+  const std::string said = one.finding.substr(kStart.size(), between + 4 - kStart.size());
+  return one.finding.substr(between + kThenRuns.size()).starts_with(said);
+}
 
 struct Known {
   bool (*applies)(const Case&);
@@ -30,47 +52,45 @@ struct Known {
 };
 
 constexpr auto kKnown = std::to_array<Known>({
-    {[](const Case& one) { return one.Says("SDR:, and the BMC runs"); },
+    {&LacksOnlyTheSensorRecords,
      "The version of the sensor data records counts as empty when it cannot be read; the plug-in answers that as a "
      "version."},
-    {[](const Case& one) { return one.Says("and nothing was started") && one.result.verdict == "update-failed"; },
+    {[](const Case& one) { return one.Says("and nothing was started") && one.IsHitBy({FaultKind::kNoProcess}); },
      "The plug-in's own runner does not say that it could start no process; the tool takes the flash for touched, "
      "which "
      "is the safe side."},
-    {[](const Case& one) { return one.Takes("verify, update, apply, verify") && one.IsHitBy({FaultKind::kPower}); },
+    {[](const Case& one) {
+       return one.Takes("diagnose, verify, update, apply, verify") && one.IsHitBy({FaultKind::kPower});
+     },
      "The power was lost when the tool had ended an apply and the machine had not gone down yet. As after any apply "
      "the "
      "BMC is asked first, and where it has lost its reboot flag the package is written once more. A person does what "
      "is "
      "named, one step after the other, and replaces nothing."},
-    {[](const Case& one) {
-       return one.Takes("apply, update, apply, verify") && one.result.verdict == "updated-after-time-out";
-     },
+    {[](const Case& one) { return one.Takes("apply, update, apply, verify") && one.IsHitBy({FaultKind::kHangs}); },
      "A flash tool that was cut off at its time limit may have written all or nothing: only the BMC's answer to apply "
      "shows which. A person writes the package anew, as the text says."},
     {[](const Case& one) {
        return one.Takes("diagnose, apply, update, apply, verify") && one.IsHitBy({FaultKind::kKill}) &&
-              one.IsHitBy({FaultKind::kDiskFull, FaultKind::kDiskFullForGood, FaultKind::kHalfWritten,
-                           FaultKind::kRenameFails, FaultKind::kSyncFails, FaultKind::kReadOnly});
+              one.IsHitInItsFiles();
      },
      "The journal of an apply could not be written, and the tool was killed when the update marker was gone already. "
      "So "
      "the update seems to wait, the next apply says that the marker is missing, and the package is written once more."},
-    {[](const Case& one) {
-       return one.Takes("update, apply, verify, check") &&
-              one.IsHitBy({FaultKind::kMissing, FaultKind::kEmpty, FaultKind::kUnreadable});
-     },
+    {[](const Case& one) { return one.Takes("update, apply, verify, check") && one.IsOn("check-") && one.IsMisread(); },
      "The product name cannot be read for a moment, so that the plug-in finds no difference between two versions; what "
      "was only to be checked is then written, since the text names the option for it. A person reads that text, which "
      "shows both versions, and decides."},
     {[](const Case& one) {
-       return one.Says("and the BMC runs BMC:") &&
-              one.IsHitBy({FaultKind::kMissing, FaultKind::kEmpty, FaultKind::kUnreadable});
+       return one.finding.starts_with("truth: \"identified\" as ") && one.Says("and the BMC runs BMC:") &&
+              one.IsMisread();
      },
      "Where the product name cannot be read, the plug-in asks for the BMC's version alone, as on the ordinary model; "
      "the "
      "server type that identify shows is empty then."},
-    {[](const Case& one) { return one.Says("the journal does not say so") && one.IsOnRack(); },
+    {[](const Case& one) {
+       return one.Says("the journal does not say so") && one.IsOn("rack") && one.IsHitInItsFiles();
+     },
      "A package's script is started by the plug-in itself, so that a journal that cannot be written does not stop it; "
      "the records show the update all the same."},
     {[](const Case& one) { return one.Says("the records do not say so") && one.IsHitBy({FaultKind::kEmpty}); },

@@ -207,10 +207,11 @@ void AddOptions(Wishes* wishes, CLI::App* app) {
           ->check(NotEmpty()),
       app->add_option("--matrix", wishes->matrix, "Writes fault-matrix.md and .html there")
           ->type_name("DIR")
-          ->check(CLI::ExistingDirectory),
+          ->check(CLI::ExistingDirectory)
+          ->excludes("--road"),
       app->add_option("--check-matrix", wishes->checkMatrix, "Fails when fault-matrix.md there is not current")
           ->type_name("DIR")
-          ->check(CLI::ExistingDirectory),
+          ->check(NotEmpty()),
       app->add_option("--lives", wishes->lives, "Measures this many whole lives")->check(From(1, kMost)),
       app->add_flag("--prove", wishes->prove, "Breaks something for each oracle, which must see it"),
       app->add_flag("--list", wishes->list, "Lists roads and faults")};

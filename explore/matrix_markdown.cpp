@@ -43,6 +43,9 @@ constexpr const char* kNotCovered = R"(
 - More than one fault: `./dev explore --pairs 1000 --seed 7` plays such, and this file does not show them.
 - Signals that ask the tool to end, and standard streams that cannot be written.
 - What bounds the memory and the time of the process that unpacks a package: it is done in the simulation's own.
+- The BMC's own changeover: it takes the firmware at once, and an image that starts is whole. A loss of power in the
+  middle of that, and an image that is whole and does not start, are not played.
+- Faults that outlast the run: "for good" and "from here on" last until the operator begins to recover.
 - A BMC that says what is not so: that a flash is done which is not.
 - The road with 300 records repeats itself: of its events behind the 200th only every 97th is hit.
 )";

@@ -47,6 +47,7 @@ class Performance {
   RunEnd last_;
   std::string wanted_;
   int waits_ = 0;
+  bool isHit_ = false;  // by the faults, which excuse a few things
   Memory memory_;
   Played played_;
 };
@@ -64,12 +65,15 @@ Played Performance::Go() {
   for (const std::string& line : life_.ThePrograms().unknown) {
     played_.findings.push_back("order: a command that nobody knows: " + line);
   }
+  if (waits_ > 0) {
+    played_.way += " (asked " + std::to_string(waits_) + " times more while something was at work)";
+  }
   return std::move(played_);
 }
 
 RunEnd Performance::Run(const std::string& words) {
   RunEnd end = life_.Run(words);
-  JudgeRun(life_, end, scenario_.faults, &played_.findings);
+  JudgeRun(life_, end, isHit_ ? scenario_.faults : std::vector<Fault>(), &played_.findings);
   const bool goesDown = end.askedToHalt || end.askedToRestart;
   memory_.wasApplied = goesDown || (memory_.wasApplied && !(words.starts_with("update") && end.exitCode == 0));
   return end;
@@ -79,6 +83,7 @@ RunEnd Performance::Run(const std::string& words) {
 void Performance::TakeRoad() {
   Stage& stage = TheStage();
   stage.Count(true);
+  isHit_ = true;
   for (const std::string_view words : road_.runs) {
     wanted_ = words;
     last_ = Run(wanted_);
@@ -89,6 +94,7 @@ void Performance::TakeRoad() {
     life_.LetGoDown();
   }
   stage.Count(false);
+  isHit_ = false;
   played_.events = stage.Events();
   played_.kept = stage.Kept();
   played_.verdict = last_.cutBy == FaultKind::kPower ? "power-lost" : last_.WasCut() ? "killed" : last_.Verdict();

@@ -25,9 +25,11 @@ void Tally::Add(const std::vector<Scenario>& scenarios, const std::vector<Result
     const std::string text = Text(scenarios[at]);
     for (const std::string& finding : result.findings) {
       Take(text, result, finding, WhyKnown(scenarios[at], result, finding));
+      checksum_ = Checksum(checksum_, finding);
     }
     unmet_ += result.unmet;
-    checksum_ = Checksum(checksum_, text + result.verdict + std::to_string(result.exitCode) + result.way);
+    checksum_ = Checksum(checksum_, text + result.verdict + std::to_string(result.exitCode) + result.way +
+                                        (result.flashTouched ? "*" : "") + (result.ends ? "." : ""));
   }
   scenarios_ += scenarios.size();
 }

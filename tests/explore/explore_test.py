@@ -71,8 +71,9 @@ class Replay(unittest.TestCase):
                                 (("--pairs", "3x"), '"3x" is no number'),
                                 (("--every", "1000000"), "No road has 1000000 events."),
                                 (("--matrix", "/nowhere"), "--matrix: Directory does not exist: /nowhere"),
-                                (("--matrix", "/proc", "--road", "check-rack", "--every", "90"),
+                                (("--matrix", "/proc", "--every", "300"),
                                  "The matrix cannot be written into /proc."),
+                                (("--matrix", "/tmp", "--road", "check-rack"), "--road excludes --matrix"),
                                 (("--replay", "life-rack", "--pairs", "3"), "--pairs excludes --replay")):
             with self.subTest(words):
                 done = explore(*words)
@@ -124,7 +125,8 @@ class Found(unittest.TestCase):
         done = explore("--replay", f"update-rack {number}:kill")
         self.assertEqual(done.returncode, 0, done.stdout)
         self.assertIn("exit 0, at-work", done.stdout)
-        self.assertIn("What the operator does then: diagnose, update, apply, verify.\n", done.stdout)
+        self.assertIn("What the operator does then: diagnose, update, apply, verify (asked 1 times more while something "
+                      "was at work).\n", done.stdout)
 
 
 class Fidelity(unittest.TestCase):
