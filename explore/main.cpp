@@ -12,6 +12,9 @@
 #include <cstdlib>
 #include <ctime>
 #include <exception>
+#include <string>
+#include <string_view>
+#include <vector>
 
 #include "explore/matrix.h"
 #include "explore/outside.h"
@@ -224,6 +227,20 @@ void AddOptions(Wishes* wishes, CLI::App* app) {
   }
 }
 
+// What the tool would take from the surroundings could name folders of the real machine.
+void ForgetSurroundings() {
+  std::vector<std::string> names;
+  for (char** one = environ; *one != nullptr; ++one) {
+    const std::string_view entry(*one);
+    if (entry.starts_with("ORVHOST_")) {
+      names.emplace_back(entry.substr(0, entry.find('=')));
+    }
+  }
+  for (const std::string& name : names) {
+    unsetenv(name.c_str());
+  }
+}
+
 int Main(int argc, char** argv) {
   StartWithRoom(argv);
   Wishes wishes;
@@ -234,6 +251,7 @@ int Main(int argc, char** argv) {
   } catch (const CLI::ParseError& error) {
     return app.exit(error) == 0 ? 0 : kExitUsage;
   }
+  ForgetSurroundings();
   setenv("ORVHOST_LAB_MACHINE", "1", 1);
   setenv("TZ", "UTC", 1);
   SetPatience(std::chrono::milliseconds(wishes.patienceMs));

@@ -30,6 +30,17 @@ class Replay(unittest.TestCase):
                 self.assertEqual(hashlib.sha256(first.stdout.encode()).hexdigest(),
                                  hashlib.sha256(second.stdout.encode()).hexdigest())
 
+    def test_takes_nothing_from_its_surroundings_and_leaves_them_alone(self):
+        with tempfile.TemporaryDirectory() as folder:
+            os.chmod(folder, 0o755)
+            settings = {name: folder for name in ("ORVHOST_LAB_LOCK_FOLDER", "ORVHOST_LAB_CONFIGURATION",
+                                                  "ORVHOST_INSTALL_PATH", "ORVHOST_RUN")}
+            done = subprocess.run([os.environ["EXPLORE"], "--replay", "life-ipmitool"], capture_output=True, text=True,
+                                  check=False, env=os.environ | settings)
+            self.assertEqual(done.stdout, explore("--replay", "life-ipmitool").stdout)
+            self.assertEqual(os.listdir(folder), [])
+            self.assertEqual(os.stat(folder).st_mode & 0o777, 0o755)
+
     def test_shows_the_fault_and_what_the_operator_does_then(self):
         story = explore("--replay", "life-ipmitool 300:kill").stdout
         self.assertIn("<-- the tool is killed just before", story)
