@@ -100,7 +100,7 @@ class Road(SharedServer):
 
     def setUp(self):
         super().setUp()
-        for name in ("tmp", "repository"):
+        for name in ("tmp", "repository", "journal"):
             shutil.rmtree(self.server.install / name, ignore_errors=True)
         self.server.plan_flash_exits([])
         self._disconnect_media()
