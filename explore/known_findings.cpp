@@ -34,27 +34,28 @@ struct Case {
   [[nodiscard]] bool IsOn(std::string_view road) const { return scenario.road.find(road) != std::string::npos; }
 };
 
-// "identified" as a version whose part behind "SDR:" is empty, and the BMC runs it with another one.
-bool LacksOnlyTheSensorRecords(const Case& one) {
-  constexpr std::string_view kStart = "truth: \"identified\" as ";
-  constexpr std::string_view kThenRuns = "SDR:, and the BMC runs ";
-  const std::size_t between = one.finding.find(kThenRuns);
-  if (!one.finding.starts_with(kStart) || between == std::string::npos || one.scenario.faults.empty()) {
-    return false;
-  }
-  const std::string said = one.finding.substr(kStart.size(), between + 4 - kStart.size());
-  return one.finding.substr(between + kThenRuns.size()).starts_with(said);
-}
-
 struct Known {
   bool (*applies)(const Case&);
   const char* why;
 };
 
 constexpr auto kKnown = std::to_array<Known>({
-    {&LacksOnlyTheSensorRecords,
+    {[](const Case& one) {
+       return one.finding.starts_with("truth: before: BMC:01-23,SDR:, and without faults before: BMC:01-23,SDR:A1,") &&
+              one.Says("with the notice: The version of the sensor data records is missing");
+     },
      "The version of the sensor data records counts as empty when it cannot be read; the plug-in answers that as a "
-     "version."},
+     "version. A notice says that it is missing."},
+    {[](const Case& one) { return one.Says("without faults facts.sdr_version: \"A1\"") && one.IsOn("report-rack"); },
+     "The plug-in's report leaves out the version of the sensor data records when it cannot be read."},
+    {[](const Case& one) {
+       return one.Says("truth: verdict: partly-sent, and without faults verdict: sent") &&
+              one.IsHitBy({FaultKind::kInvalidCommand});
+     },
+     "A BMC that says that it does not know the command which asks for its capabilities supports no record."},
+    {[](const Case& one) { return one.Says("truth: record 64: ") && one.Says("so the record was sent without it"); },
+     "The plug-in sends the record of the operating system without its name when the release file cannot be read. A "
+     "notice says so."},
     {[](const Case& one) { return one.Says("and nothing was started") && one.IsHitBy({FaultKind::kNoProcess}); },
      "The plug-in's own runner does not say that it could start no process; the tool takes the flash for touched, "
      "which "
@@ -77,17 +78,11 @@ constexpr auto kKnown = std::to_array<Known>({
      "The journal of an apply could not be written, and the tool was killed when the update marker was gone already. "
      "So "
      "the update seems to wait, the next apply says that the marker is missing, and the package is written once more."},
-    {[](const Case& one) { return one.Takes("update, apply, verify, check") && one.IsOn("check-") && one.IsMisread(); },
-     "The product name cannot be read for a moment, so that the plug-in finds no difference between two versions; what "
-     "was only to be checked is then written, since the text names the option for it. A person reads that text, which "
-     "shows both versions, and decides."},
     {[](const Case& one) {
-       return one.finding.starts_with("truth: \"identified\" as ") && one.Says("and the BMC runs BMC:") &&
-              one.IsMisread();
+       return one.finding.starts_with("truth: ") && one.IsMisread() &&
+              one.Says("with the notice: This machine did not report its server type");
      },
-     "Where the product name cannot be read, the plug-in asks for the BMC's version alone, as on the ordinary model; "
-     "the "
-     "server type that identify shows is empty then."},
+     "Where the product name cannot be read, identify shows no server type. A notice says so."},
     {[](const Case& one) {
        return one.Says("the journal does not say so") && one.IsOn("rack") && one.IsHitInItsFiles();
      },

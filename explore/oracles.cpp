@@ -19,18 +19,6 @@ bool AnyOf(const std::vector<Fault>& faults, std::initializer_list<FaultKind> ki
   return std::ranges::any_of(faults, [&](const Fault& fault) { return std::ranges::count(kinds, fault.kind) != 0; });
 }
 
-// An answer that is no answer of the BMC's may be believed.
-bool AnswersLie(const std::vector<Fault>& faults) {
-  return AnyOf(faults, {FaultKind::kShort, FaultKind::kLong, FaultKind::kNothing, FaultKind::kGarbage});
-}
-
-bool DiskFails(const std::vector<Fault>& faults) {
-  return AnyOf(faults,
-               {FaultKind::kDiskFull, FaultKind::kDiskFullForGood, FaultKind::kHalfWritten, FaultKind::kSyncFails,
-                FaultKind::kRenameFails, FaultKind::kDeleteFails, FaultKind::kDeleteFailsForGood, FaultKind::kReadOnly,
-                FaultKind::kMissing, FaultKind::kEmpty, FaultKind::kUnreadable});
-}
-
 std::string Text(const RunEnd& run, const char* name) {
   return run.object.value(name, "");
 }
@@ -60,19 +48,9 @@ void JudgeVerdict(Life& life, const RunEnd& run, const std::vector<Fault>& fault
     findings->push_back("truth: \"verified\" as " + Text(run, "after") + ", and the BMC runs " +
                         world.RunningVersion());
   }
-  if (verdict == "identified" && world.RunningVersion() != Text(run, "before") && !AnswersLie(faults)) {
-    findings->push_back("truth: \"identified\" as " + Text(run, "before") + ", and the BMC runs " +
-                        world.RunningVersion());
-  }
   if ((verdict == "going-down") != (run.askedToHalt || run.askedToRestart) && run.exitCode == 0 &&
       run.words.starts_with("apply") && verdict != "nothing-to-do") {
     findings->push_back("truth: \"" + verdict + "\", and the machine was not asked so");
-  }
-  if (verdict == "sent" && run.counts.changes == 0) {
-    findings->push_back("truth: \"sent\", and the BMC got nothing");
-  }
-  if (verdict == "reported" && life.TheDisk().Read("/srv/reports/Kestrel_BmcConfigInfo.xml").empty()) {
-    findings->push_back("truth: \"reported\", and there is no report");
   }
   if (run.exitCode == 0 && run.object.value("changed", false) == false && run.counts.flashStarts > 0) {
     findings->push_back("truth: nothing changed, it says, and the flash was written");
@@ -133,6 +111,10 @@ void JudgeJournal(Life& life, const RunEnd& run, Findings* findings) {
 
 }  // namespace
 
+bool AnswersLie(const std::vector<Fault>& faults) {
+  return AnyOf(faults, {FaultKind::kShort, FaultKind::kLong, FaultKind::kNothing, FaultKind::kGarbage});
+}
+
 void JudgeRun(Life& life, const RunEnd& run, const std::vector<Fault>& faults, Findings* findings) {
   findings->insert(findings->end(), run.complaints.begin(), run.complaints.end());
   if (run.WasCut()) {
@@ -148,7 +130,7 @@ void JudgeRun(Life& life, const RunEnd& run, const std::vector<Fault>& faults, F
   JudgeFlash(run, findings);
   JudgeVerdict(life, run, faults, findings);
   JudgeBounds(life, run, findings);
-  if (!DiskFails(faults)) {
+  if (!TheStage().JournalIsHit()) {
     JudgeJournal(life, run, findings);
   }
 }

@@ -10,6 +10,9 @@
 
 namespace explore {
 
+// Whether one of the faults is an answer that is not the BMC's; it may be believed.
+[[nodiscard]] bool AnswersLie(const std::vector<Fault>& faults);
+
 // Adds to `findings` what is wrong with a run that has ended; `faults` are all of its life.
 void JudgeRun(Life& life, const RunEnd& run, const std::vector<Fault>& faults, std::vector<std::string>* findings);
 

@@ -5,6 +5,7 @@
 #include "explore/operator.h"
 #include "explore/oracles.h"
 #include "explore/outside.h"
+#include "explore/told.h"
 
 namespace explore {
 
@@ -16,6 +17,7 @@ constexpr int kMostWaits = 30;
 void Seed(Defect defect, Life& life) {
   Outside& outside = TheOutside();
   life.ThePrograms().liesAboutFlash = defect == Defect::kTruth;
+  life.TheWorld().liesAboutVersion = defect == Defect::kTold;
   outside.losesStartOfFlash = defect == Defect::kOrder;
   outside.losesEndOfCommands = defect == Defect::kTrace;
   outside.locksNothing = defect == Defect::kLocks;
@@ -34,6 +36,7 @@ class Performance {
 
  private:
   RunEnd Run(const std::string& words);
+  void JudgeTold(const RunEnd& run);
   void TakeRoad();
   void Recover();
   bool Obey(const NextStep& next);
@@ -72,11 +75,31 @@ Played Performance::Go() {
 }
 
 RunEnd Performance::Run(const std::string& words) {
+  TheStage().BeginRun();
   RunEnd end = life_.Run(words);
   JudgeRun(life_, end, isHit_ ? scenario_.faults : std::vector<Fault>(), &played_.findings);
+  if (!road_.writes && words == wanted_ && end.exitCode == 0) {
+    JudgeTold(end);
+  }
   const bool goesDown = end.askedToHalt || end.askedToRestart;
   memory_.wasApplied = goesDown || (memory_.wasApplied && !(words.starts_with("update") && end.exitCode == 0));
   return end;
+}
+
+// What a road tells that only reads does not change by anything that it survives, but for an answer that lies.
+void Performance::JudgeTold(const RunEnd& run) {
+  const std::string told = Told(life_, run);
+  if (scenario_.faults.empty() && KeptTold(road_.name).empty()) {
+    KeepTold(road_.name, told);
+  }
+  const std::string difference = Difference(told, KeptTold(road_.name));
+  if (!difference.empty() && !(isHit_ && AnswersLie(scenario_.faults))) {
+    std::string finding = "truth: " + difference;
+    for (const auto& notice : run.object.at("notices")) {
+      finding += ", with the notice: " + notice.get<std::string>();
+    }
+    played_.findings.push_back(finding);
+  }
 }
 
 // Up to the first run that fails or is cut off.
@@ -179,12 +202,10 @@ bool Performance::Obey(const NextStep& next) {
 // The same once more changes nothing.
 void Performance::Repeat() {
   const std::string words = road_.writes ? "update PACKAGE" : wanted_;
-  life_.TheWorld().liesAboutVersion = defect_ == Defect::kIdempotence;
+  life_.TheWorld().liesAboutVersion |= defect_ == Defect::kIdempotence;
   const RunEnd again = Run(words);
-  life_.TheWorld().liesAboutVersion = false;
   const bool sends = words == "notify" || words.starts_with("methods");
-  const bool wasHit = played_.steps == 0 && !scenario_.faults.empty();  // so that its verdict may be another
-  const bool same = road_.writes ? again.Verdict() == "nothing-to-do" : wasHit || again.Verdict() == last_.Verdict();
+  const bool same = !road_.writes || again.Verdict() == "nothing-to-do";  // what a road tells that reads is judged
   if (again.exitCode != 0 || !same || (again.counts.changes > 0 && !sends)) {
     played_.findings.push_back("idempotence: once more, " + words + " ends as " + again.Verdict() + " with " +
                                std::to_string(again.counts.changes) + " changes");
@@ -194,6 +215,11 @@ void Performance::Repeat() {
 }  // namespace
 
 Played Play(const Scenario& scenario, Disk& disk, bool keepsEvents, Defect defect) {
+  const Scenario road{scenario.road, {}};
+  if (!FindRoad(scenario.road)->writes && KeptTold(scenario.road).empty() &&
+      (defect != Defect::kNone || !scenario.faults.empty())) {
+    (void)Play(road, disk, false);
+  }
   TheStage().Begin(scenario.faults, keepsEvents);
   Played played = Performance(scenario, disk, defect).Go();
   played.story = TheStage().Story();

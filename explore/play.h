@@ -13,7 +13,7 @@
 namespace explore {
 
 // What is broken on purpose, so that an oracle must see it.
-enum class Defect { kNone, kTruth, kRecovery, kBounds, kOrder, kLocks, kFiles, kTrace, kIdempotence };
+enum class Defect { kNone, kTruth, kTold, kRecovery, kBounds, kOrder, kLocks, kFiles, kTrace, kIdempotence };
 
 struct Played {
   std::string verdict;  // of the run in which the faults ended: the tool's word, "killed" or "power-lost"

@@ -22,6 +22,7 @@ struct Seeded {
 
 constexpr auto kSeeded = std::to_array<Seeded>({
     {Defect::kTruth, "truth:", "life-ipmitool", "the flash tool says that it is done and did nothing"},
+    {Defect::kTold, "truth:", "identify-ipmitool", "the BMC is believed to run another version"},
     {Defect::kRecovery, "recovery:", "update-ipmitool", "the next step is one that nobody can take"},
     {Defect::kBounds, "bounds:", "identify-ipmitool", "files are not closed"},
     {Defect::kOrder, "order:", "update-ipmitool", "the journal's line about the flash gets lost"},

@@ -60,6 +60,7 @@ FaultKind Stage::Meet(EventKind kind, std::string_view what, std::string_view mo
     story_.push_back("  " + std::to_string(number_) + " " + std::string(NameOf(kind)) + " " + std::string(what) +
                      Shown(more) + (fault == FaultKind::kNone ? "" : "   <-- " + std::string(RowOf(fault).words)));
   }
+  journalIsHit_ |= fault != FaultKind::kNone && what.find("/journal") != std::string_view::npos;
   diskIsFull_ |= fault == FaultKind::kDiskFullForGood;
   stuckFile_ = fault == FaultKind::kDeleteFailsForGood ? what : stuckFile_;
   if (fault != FaultKind::kNone && RowOf(fault).endsRun && fault != FaultKind::kKillDuring &&

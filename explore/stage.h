@@ -58,6 +58,9 @@ class Stage {
   [[nodiscard]] const std::vector<Fault>& Unmet() const { return faults_; }  // those whose event has not come
   [[nodiscard]] const std::vector<std::string>& Misfits() const { return misfits_; }
   [[nodiscard]] bool DiskIsFull() const { return diskIsFull_; }
+  // A fault has hit a file of the journal in this run of the tool, so that it need not be whole.
+  [[nodiscard]] bool JournalIsHit() const { return journalIsHit_ || diskIsFull_; }
+  void BeginRun() { journalIsHit_ = false; }
   [[nodiscard]] bool CannotDelete(std::string_view path) const { return path == stuckFile_; }
   void RepairFiles();
 
@@ -68,6 +71,7 @@ class Stage {
   bool counts_ = false;
   bool keeps_ = false;
   bool diskIsFull_ = false;
+  bool journalIsHit_ = false;
   std::string stuckFile_;
   int number_ = 0;
   std::vector<Fault> faults_;

@@ -13,19 +13,22 @@ namespace orvhost {
 namespace {
 
 // What comes of the package now; false when "orvhost update" would refuse it, with the failure in `*outcome`.
-bool Conclude(const Run& run, const Session& session, const PackageCheck& check, Outcome* outcome) {
-  const Comparison comparison = check.Compare(session);
-  const std::string& offered = check.Manifest().version;
+bool Conclude(const Run& run, const Session& session, PackageCheck* check, Outcome* outcome) {
+  const std::optional<Comparison> comparison = check->Compare(session);
+  if (!comparison) {
+    return false;
+  }
+  const std::string& offered = check->Manifest().version;
   const bool isAskedFor = run.options.allowReinstall;
   const bool waits = !isAskedFor && WaitsForApply(session, offered);
   const bool isDone = waits || (!isAskedFor && outcome->before == offered);
-  const auto objection = FindObjection(run.options, comparison);
+  const auto objection = FindObjection(run.options, *comparison);
   if (objection && !isDone) {
-    Refuse(run, check, comparison, *objection, outcome);
+    Refuse(run, *check, *comparison, *objection, outcome);
     return false;
   }
-  outcome->verdict = comparison.verdict;
-  outcome->summary = comparison.sentence;
+  outcome->verdict = comparison->verdict;
+  outcome->summary = comparison->sentence;
   if (waits) {
     outcome->summary += " It is written already and waits for \"orvhost apply\".";
   } else if (isDone) {
@@ -54,7 +57,7 @@ Outcome Check(const Run& run) {
     return outcome;
   }
   outcome.after = outcome.before;
-  if (!Conclude(run, *session, check, &outcome)) {
+  if (!Conclude(run, *session, &check, &outcome)) {
     return outcome;
   }
   outcome.facts.push_back({"prerequisites", "Prerequisites", "complete"});

@@ -1,6 +1,7 @@
 // orvhost identify: which device this is and what it runs.
 #include "host/DllCommon.h"
 #include "orvhost/commands/commands.h"
+#include "orvhost/commands/server_type.h"
 #include "orvhost/commands/status_words.h"
 #include "orvhost/commands/waiting_update.h"
 
@@ -22,8 +23,8 @@ Outcome Identify(const Run& run) {
   }
   EnterPhase(run, &outcome, "identify");
   const CManageModuleInfo device = session->Vendor().GetDeviceInfo();
-  outcome.facts = {{"device", "Device", device.operating.deviceName},
-                   {"server_type", "Server type", CCommon_Information::GetServerType("bmc")}};
+  const std::string serverType = CCommon_Information::GetServerType("bmc");
+  outcome.facts = {{"device", "Device", device.operating.deviceName}, {"server_type", "Server type", serverType}};
   std::list<std::pair<std::string, std::string>> extended;
   session->Vendor().GetExtendedInfo(&extended);
   for (const auto& [name, value] : extended) {
@@ -31,7 +32,7 @@ Outcome Identify(const Run& run) {
   }
   outcome.facts.push_back({"recorded_version", "Recorded version", device.operating.moduleVersion});
   outcome.facts.push_back({"last_update", "Last update", InWords(refhost::StatusOfDevice(records))});
-  const bool isRead = ReadRunningVersion(run, *session, &outcome);
+  const bool isRead = ReadVersionOf(serverType, run, *session, &outcome);
   outcome.needsApply = NeedsApply(*session, outcome.before);
   if (!isRead) {
     return outcome;

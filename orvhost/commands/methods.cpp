@@ -19,7 +19,10 @@ void RunMethod(const Run& run, const Session& session, Outcome* outcome) {
     PutIntoOperation(run, session, outcome);
     return;
   }
-  const SendWatch& seen = WatchSending(run);
+  if (name == kSendMethod) {
+    SendRecords(run, session, outcome);
+    return;
+  }
   if (session.Vendor().ExecVendorMethod(name) != host::kSuccess) {
     Fail(run, outcome,
          {.exitCode = FailedExitCode(run),
@@ -27,8 +30,7 @@ void RunMethod(const Run& run, const Session& session, Outcome* outcome) {
           .cause = "The plug-in does not know the method or it failed: " + name + ".",
           .nextStep = RemedyFor(run.watch).empty()
                           ? "Check the name, which is case-sensitive, and what the lines above name."
-                      : name == kSendMethod ? NextStepOfSending(run, seen)
-                                            : RemedyThenAgain(run.watch)});
+                          : RemedyThenAgain(run.watch)});
     return;
   }
   outcome->verdict = "done";
@@ -70,9 +72,9 @@ Outcome Methods(const Run& run) {
 }
 
 constexpr const char* kMethodsHelp = R"(Runs the plug-in's method of that name. The plug-in of this installation knows
-SendInfoToSVP (better: "orvhost notify") and Reboot (better: "orvhost apply"),
-which takes the machine down and so must be confirmed, and is refused where
-"orvhost apply" is. Names are case-sensitive.
+SendInfoToSVP, which does what "orvhost notify" does, and Reboot (better:
+"orvhost apply"), which takes the machine down and so must be confirmed, and is
+refused where "orvhost apply" is. Names are case-sensitive.
 
 With --dry-run the plug-in is loaded and the method is not run. Whether the
 plug-in knows the method is known only when it is run.

@@ -7,6 +7,7 @@
 #include "orvhost/commands/package_signature.h"
 #include "orvhost/commands/plugin_demands.h"
 #include "orvhost/commands/preflight.h"
+#include "orvhost/commands/server_type.h"
 #include "orvhost/commands/version_form.h"
 #include "orvhost/run/failure.h"
 #include "orvhost/trace/plugin_lines.h"
@@ -108,7 +109,7 @@ bool PackageCheck::Judge(const Session& session) {
     return false;
   }
   EnterPhase(run_, outcome_, "compare");
-  if (!ReadRunningVersion(run_, session, outcome_)) {
+  if (!ReadVersionOf(serverType_, run_, session, outcome_)) {
     return false;
   }
   run_.console.Say("Running", outcome_->before);
@@ -124,31 +125,36 @@ bool PackageCheck::HasNoObstacle() {
   return !obstacle;
 }
 
-Comparison PackageCheck::Compare(const Session& session) const {
+std::optional<Comparison> PackageCheck::Compare(const Session& session) {
   const std::string& running = outcome_->before;
   const std::string& offered = manifest_.version;
   if (offered == running) {
-    return {"same", "The package is the same: the BMC already runs version " + running + "."};
+    return Comparison{"same", "The package is the same: the BMC already runs version " + running + "."};
   }
   const std::string both = "it holds version " + offered + ", and the BMC runs " + running + ".";
+  const FitWatch& seen = WatchFit();
   const int direction = session.Firmware().CheckVendorVersion(running, offered);
   if (direction > 0) {
-    return {"newer", "The package is newer: " + both};
+    return Comparison{"newer", "The package is newer: " + both};
   }
   if (direction < 0) {
-    return {"older", "The package is older: " + both};
+    return Comparison{"older", "The package is older: " + both};
   }
   // The plug-in answers the same for versions that it cannot compare, but then it records why.
   if (run_.watch.LastMessageId() == records::kVersionMalformed) {
-    return {"not-comparable", "The package cannot be compared, because " + WhichIsMalformed(run_.watch.LastDetail()) +
-                                  " malformed: " + both};
+    return Comparison{"not-comparable", "The package cannot be compared, because " +
+                                            WhichIsMalformed(run_.watch.LastDetail()) + " malformed: " + both};
   }
-  return {"same", "The package counts as the same, because the plug-in finds no difference: " + both};
+  if (seen.ComparedNothing()) {
+    FailWithoutServerType(run_, "The plug-in compared nothing", outcome_);
+    return {};
+  }
+  return Comparison{"same", "The package counts as the same, because the plug-in finds no difference: " + both};
 }
 
 bool PackageCheck::CheckServerType() {
-  const std::string serverType = CCommon_Information::GetServerType("bmc");
-  if (serverType.empty()) {
+  serverType_ = CCommon_Information::GetServerType("bmc");
+  if (serverType_.empty()) {
     Fail(run_, outcome_,
          {.exitCode = ExitCode::kPrerequisites,
           .verdict = "server-type-unknown",
@@ -156,28 +162,26 @@ bool PackageCheck::CheckServerType() {
           .nextStep = "Give it with --server-type."});
     return false;
   }
-  outcome_->facts.push_back({"server_type", "Server type", serverType});
-  method_ = MethodFor(serverType);
-  if (refhost::IsMadeFor(manifest_, serverType)) {
-    return CheckVersionForm(serverType);
+  outcome_->facts.push_back({"server_type", "Server type", serverType_});
+  method_ = MethodFor(serverType_);
+  if (refhost::IsMadeFor(manifest_, serverType_)) {
+    return CheckVersionForm();
   }
   std::string types;
   for (const std::string& type : manifest_.serverTypes) {
     types += (types.empty() ? "" : ", ") + type;
   }
-  return DoesNotFit("The package is made for " + types + ", and this machine is " + serverType + ".");
+  return DoesNotFit("The package is made for " + types + ", and this machine is " + serverType_ + ".");
 }
 
-bool PackageCheck::CheckVersionForm(const std::string& serverType) {
-  const std::string complaint = VersionComplaint(manifest_.version, serverType);
+bool PackageCheck::CheckVersionForm() {
+  const std::string complaint = VersionComplaint(manifest_.version, serverType_);
   return complaint.empty() ||
          CannotBeUsed("its version \"" + manifest_.version + "\" is malformed, because " + complaint);
 }
 
 bool PackageCheck::CheckFit(const Session& session) {
-  auto watch = std::make_unique<FitWatch>();
-  const FitWatch& seen = *watch;
-  run_.trace.Add(std::move(watch));
+  const FitWatch& seen = WatchFit();
   CManageRepositoryInfo repository{kModuleId, manifest_.name, kModuleKind, "", manifest_.version, manifest_.model};
   if (!session.Vendor().CheckUpdateConditionByDevicevendor(kModuleKind, &repository)) {
     return true;
@@ -203,16 +207,21 @@ bool PackageCheck::RefusedByPlugin(const FitWatch& seen) {
   }
   // It asks for another kind of version when it cannot read the server type, which was read before.
   if (const auto& running = seen.OfOtherVersion(); running && *running != outcome_->before) {
-    Fail(run_, outcome_,
-         {.exitCode = ExitCode::kPrerequisites,
-          .verdict = "server-type-unknown",
-          .cause = "The plug-in judged the package for version " + *running + ", and the BMC runs " + outcome_->before +
-                   ": this machine did not report its server type then.",
-          .nextStep = "Run the same command again; if that fails too, give the server type with --server-type."});
+    FailWithoutServerType(
+        run_, "The plug-in judged the package for version " + *running + ", and the BMC runs " + outcome_->before,
+        outcome_);
     return false;
   }
   return DoesNotFit(package + (manifest_.model.empty() ? "" : itsModel + ", ") +
                     "does not fit this machine, which runs version " + outcome_->before + ".");
+}
+
+// What the plug-in says of the machine from here on, kept for as long as the run lasts.
+const FitWatch& PackageCheck::WatchFit() {
+  auto watch = std::make_unique<FitWatch>();
+  const FitWatch& seen = *watch;
+  run_.trace.Add(std::move(watch));
+  return seen;
 }
 
 bool PackageCheck::CannotBeUsed(const std::string& reason, const std::string& nextStep) {

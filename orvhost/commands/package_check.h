@@ -4,6 +4,7 @@
 #define ORVHOST_COMMANDS_PACKAGE_CHECK_H
 
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "orvhost/commands/package_contents.h"
@@ -35,7 +36,9 @@ class PackageCheck {
   [[nodiscard]] bool Judge(const Session& session);
 
   // Only after Judge() answered true. The plug-in compares, but the same text is the same version in every form.
-  [[nodiscard]] Comparison Compare(const Session& session) const;
+  // Nothing, with the outcome complete, when the plug-in could not compare because the machine did not report its
+  // server type.
+  [[nodiscard]] std::optional<Comparison> Compare(const Session& session);
 
   [[nodiscard]] const std::string& PackagePath() const { return packagePath_; }
   [[nodiscard]] const refhost::PackageManifest& Manifest() const { return manifest_; }
@@ -49,10 +52,11 @@ class PackageCheck {
  private:
   [[nodiscard]] bool StagePackage();
   [[nodiscard]] bool CheckServerType();
-  [[nodiscard]] bool CheckVersionForm(const std::string& serverType);
+  [[nodiscard]] bool CheckVersionForm();
   [[nodiscard]] bool CheckFit(const Session& session);
   [[nodiscard]] bool RefusedByPlugin(const FitWatch& seen);
   [[nodiscard]] bool HasNoObstacle();
+  [[nodiscard]] const FitWatch& WatchFit();
   [[nodiscard]] bool CannotBeUsed(const std::string& reason,
                                   const std::string& nextStep = "Get a new copy of the package and try again.");
   [[nodiscard]] bool DoesNotFit(const std::string& cause, const std::string& nextStep = kOtherPackage);
@@ -64,6 +68,7 @@ class PackageCheck {
   const std::string packagePath_;
   std::unique_ptr<refhost::StagedPackage> package_;
   refhost::PackageManifest manifest_;
+  std::string serverType_;
   UpdateMethod method_ = UpdateMethod::kFlashTool;
 };
 

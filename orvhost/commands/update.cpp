@@ -95,12 +95,12 @@ bool UpdateRoad::FindSomethingToDo() {
   if (!run_.options.allowReinstall && IsDone()) {
     return false;
   }
-  const Comparison comparison = check_.Compare(*session_);
-  if (!MayWrite(run_, *session_, check_, comparison, &outcome_)) {
+  const std::optional<Comparison> comparison = check_.Compare(*session_);
+  if (!comparison || !MayWrite(run_, *session_, check_, *comparison, &outcome_)) {
     return false;
   }
   if (run_.options.dryRun) {
-    EndDry(comparison);
+    EndDry(*comparison);
   }
   return !run_.options.dryRun;
 }

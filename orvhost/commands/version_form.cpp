@@ -54,4 +54,17 @@ std::string VersionComplaint(std::string_view version, std::string_view serverTy
   return IsBmcVersion(version) ? "" : "it does not have the form 01-24 (four decimal digits)";
 }
 
+bool IsOfServerType(std::string_view running, std::string_view serverType) {
+  return running.starts_with(kBmcVersion) == (serverType.find(kScriptServers) != std::string_view::npos);
+}
+
+std::string VersionDoubt(std::string_view running, std::string_view serverType) {
+  if (serverType.empty()) {
+    return "This machine did not report its server type, from which follows what belongs to its version.";
+  }
+  return running.starts_with(kBmcVersion) && running.ends_with(kSdrVersion)
+             ? "The version of the sensor data records is missing: the BMC did not give it."
+             : "";
+}
+
 }  // namespace orvhost

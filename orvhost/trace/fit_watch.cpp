@@ -66,6 +66,7 @@ void FitWatch::Write(const refhost::TraceRecord& record) {
     if (auto serialNumber = SerialNumberIn(record.text)) {
       serialWithoutModel_ = serialNumber;
     }
+    comparedNothing_ |= record.text == plugin_lines::lines::kNotCompared;
   }
 }
 

@@ -1,4 +1,5 @@
-// Reads the plug-in's trace while it judges a package for this machine and keeps what it says of the machine's model.
+// Reads the plug-in's trace while it judges a package for this machine, or compares its version with the running one,
+// and keeps what it says of the machine.
 // Like TraceWatch it guesses nothing: each answer rests on a line that the plug-in wrote.
 #ifndef ORVHOST_TRACE_FIT_WATCH_H
 #define ORVHOST_TRACE_FIT_WATCH_H
@@ -28,10 +29,14 @@ class FitWatch : public refhost::TraceSink {
   // The running version as the plug-in found it, when it said that the package's does not fit it.
   [[nodiscard]] const std::optional<std::string>& OfOtherVersion() const { return ofOtherVersion_; }
 
+  // The plug-in could not read the server type, and so compared nothing; it answers that as "no difference".
+  [[nodiscard]] bool ComparedNothing() const { return comparedNothing_; }
+
  private:
   std::optional<Machine> ofOtherModel_;
   std::optional<std::string> serialWithoutModel_;
   std::optional<std::string> ofOtherVersion_;
+  bool comparedNothing_ = false;
 };
 
 }  // namespace orvhost

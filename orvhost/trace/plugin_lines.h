@@ -39,6 +39,7 @@ inline constexpr std::string_view kFailed = "Failed to";
 // The answer to the question whether the package fits, with what the machine is.
 inline constexpr std::string_view kFitAnswered = "Ver[";
 inline constexpr std::string_view kVersionsDiffer = "OperatingVersion:";
+inline constexpr std::string_view kNotCompared = "Failed to get Server Type";
 inline constexpr std::string_view kSerialNumberUnusable = "Failed to get serial number [";
 
 // A record for the service processor: sending it begins, is not supported, ends.
@@ -48,6 +49,7 @@ inline constexpr std::string_view kOsNotSupported = "Send OS Information not sup
 inline constexpr std::string_view kSendingDisksStarts = "CBMC_KESTREL_Firmware::ExecSendHddInfo [START]";
 inline constexpr std::string_view kSendingDisksEnds = "CBMC_KESTREL_Firmware::ExecSendHDDInfo [END]";
 inline constexpr std::string_view kDisksNotSupported = "Send HDD Information not supported";
+inline constexpr std::string_view kOsName = "osname=[";
 inline constexpr std::string_view kNoCapability = "Get Capability Failed";
 
 // The step at which sending failed. A longer text stands for itself, not for a shorter one that it begins with.

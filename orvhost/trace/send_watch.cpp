@@ -12,6 +12,17 @@ namespace {
 namespace lines = plugin_lines::lines;
 using State = SendResult::State;
 
+constexpr const char* kAskingForCapability = "asking the BMC for its capabilities";
+constexpr std::string_view kUnknownCommand = "it does not know the command that asks for its capabilities";
+
+// As ipmitool shows the completion code C1, "invalid command" (IPMI v2.0, table 5-2).
+constexpr std::string_view kInvalidCommand = "rsp=0xc1";
+
+bool SaysInvalidCommand(const TraceWatch& watch) {
+  return std::ranges::any_of(watch.Gathered().errorOutput,
+                             [](const std::string& line) { return line.find(kInvalidCommand) != std::string::npos; });
+}
+
 // True for "17:0F", with which the elements of the BMC's answer are traced.
 bool IsElement(std::string_view text) {
   const std::size_t colon = text.find(':');
@@ -33,6 +44,7 @@ void SendWatch::Write(const refhost::TraceRecord& record) {
     Conclude(State::kFailed, step_.empty() ? "an unknown step" : step_);
     return;
   }
+  current_->lacksName |= record.text == std::string(lines::kOsName) + "]";
   WatchCapability(record.text);
   WatchStep(record.text);
   WatchEnd(record.text);
@@ -47,20 +59,39 @@ void SendWatch::WatchStart(std::string_view text) {
     return;
   }
   capability_.clear();
+  hasCapability_ = true;
   step_.clear();
 }
 
 void SendWatch::WatchCapability(std::string_view text) {
-  constexpr std::string_view kKnown = "its capabilities are ";
   if (text == lines::kNoCapability) {
-    capability_ = "it did not answer when asked for its capabilities";
-  } else if (!IsElement(text)) {
+    hasCapability_ = SaysInvalidCommand(watch_);
+    capability_ = kUnknownCommand;
+  } else if (IsElement(text)) {
+    WatchCapabilityElement(text);
+  }
+}
+
+// The first element is the completion code. Without a byte behind it nothing was answered: ipmitool shows no code, so
+// that the plug-in takes a lost output for an answer without data.
+void SendWatch::WatchCapabilityElement(std::string_view text) {
+  constexpr std::string_view kKnown = "its capabilities are ";
+  const std::string_view element = text.substr(text.find(':') + 1);
+  if (text.starts_with("0:")) {
+    hasCapability_ = element == "C1" || element == "c1";
+    capability_ = kUnknownCommand;
+    isAccepted_ = element == "00";
     return;
-  } else if (const std::size_t flags = text.find(plugin_lines::parts::kCapability); flags != std::string_view::npos) {
-    const std::size_t element = text.find(':') + 1;
-    capability_ = std::string(kKnown).append(text.substr(element, flags - element));
-  } else if (!capability_.starts_with(kKnown)) {
+  }
+  if (!isAccepted_) {
+    return;
+  }
+  if (!hasCapability_) {
+    hasCapability_ = true;
     capability_ = "its answer is too short to state its capabilities";
+  }
+  if (const std::size_t flags = element.find(plugin_lines::parts::kCapability); flags != std::string_view::npos) {
+    capability_ = std::string(kKnown).append(element.substr(0, flags));
   }
 }
 
@@ -76,7 +107,11 @@ void SendWatch::WatchStep(std::string_view text) {
 
 void SendWatch::WatchEnd(std::string_view text) {
   if (text == lines::kOsNotSupported || text == lines::kDisksNotSupported) {
-    Conclude(State::kNotSupported, capability_);
+    if (hasCapability_) {
+      Conclude(State::kNotSupported, capability_);
+    } else {
+      Conclude(State::kFailed, kAskingForCapability);
+    }
   } else if (text == lines::kSendingOsEnds || text == lines::kSendingDisksEnds) {
     Conclude(State::kSent, "");
   }

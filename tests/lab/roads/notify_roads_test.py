@@ -55,37 +55,50 @@ class AServerWithBothTools(NotifyRoad):
                                                BEGIN[DISKS], *LIBRARY_LINES, *disks.lines])
             self.assert_files(None, DISK_RECORD)
 
+    # The lines of a sender that its BMC refuses. ipmitool ends with an error; each attempt has a line, that of the disks
+    # an end line too, but the last one.
+    NO_OS = ["1 Send OS Information not supported", "4 CBMC_KESTREL_Firmware::ExecSendOSInfo [END]"]
+    NO_DISKS = "1 Send HDD Information not supported"
+    NOT_RUN = ('2 Failed to execute command "/usr/bin/ipmitool" raw 0x3c 0x04 > '
+               '"INSTALL/tmp/KV6KBMC/IPMIResult-THREAD" return 1')
+    ATTEMPT = [NOT_RUN, "16 Get Capability Failed"]
+    NO_ANSWER_END = "4 CBMC_KESTREL_Firmware::ExecSendHddInfo [END]"
+    ANSWERED = [BEGIN_OF_ALL, BEGIN[OS], *NO_OS, BEGIN[DISKS], NO_DISKS, END[DISKS]]
+    UNANSWERED = [BEGIN_OF_ALL, BEGIN[OS], *3 * ATTEMPT, *NO_OS, BEGIN[DISKS], *2 * [*ATTEMPT, NO_ANSWER_END], NOT_RUN,
+                  NO_DISKS, NO_ANSWER_END]
+
+    def notify_in_vain(self, order: str, answer: str, exit_code: int, verdict: str, stated: str, err=""):
+        """A notification to a BMC that gives this answer when it is asked for its capabilities: nothing is sent."""
+        self.server.bmc("clear")
+        self.server.bmc(order)
+        self.start_counting()
+        done = self.notify()
+        times = 6 if err else 2
+        self.assert_sender(done, exit_code, verdict, stated, stated, err=times * err)
+        self.assertEqual(done.report["changed"], False)
+        self.assertEqual(self.stated(done), self.UNANSWERED if err else self.ANSWERED)
+        self.assertEqual(self.asked(), times * [f"3c 04 -> {answer}"])
+        self.assert_files()
+
     def test_a_bmc_without_the_capability_is_no_failure(self):
-        silent = "it did not answer when asked for its capabilities"
-        short = "its answer is too short to state its capabilities"
-        begin = [BEGIN_OF_ALL, BEGIN[OS]]
-        os_end = ["1 Send OS Information not supported", "4 CBMC_KESTREL_Firmware::ExecSendOSInfo [END]", BEGIN[DISKS]]
-        disks_end = ["1 Send HDD Information not supported", END[DISKS]]
-        answered = [*begin, *os_end, *disks_end]
-        # ipmitool ends with an error; each attempt has a line, that of the disks an end line too, but the last one.
-        refused = ('2 Failed to execute command "/usr/bin/ipmitool" raw 0x3c 0x04 > '
-                   '"INSTALL/tmp/KV6KBMC/IPMIResult-THREAD" return 1')
-        attempt = [refused, "16 Get Capability Failed"]
-        end = "4 CBMC_KESTREL_Firmware::ExecSendHddInfo [END]"
-        unanswered = [*begin, *3 * attempt, *os_end, *2 * [*attempt, end], refused, disks_end[0], end]
-        for situation, order, reason, tool, lines, answers in (
-                ("no flag is set", "capability 00", "its capabilities are 00", contextlib.nullcontext, answered,
-                 2 * [f"{17 * '00 '}00"]),
-                ("the answer ends before the flags", "short 3c 04 17 always", short, contextlib.nullcontext, answered,
-                 2 * [f"{16 * '00 '}00"]),
-                ("the command is unknown", "fail 3c 04 c1 always", silent, self.only_ipmitool, unanswered, 6 * ["c1"])):
+        unknown = "it does not know the command that asks for its capabilities"
+        for situation, order, answer, reason, tool, err in (
+                ("no flag is set", "capability 00", f"{17 * '00 '}00", "its capabilities are 00",
+                 contextlib.nullcontext, ""),
+                ("the answer ends before the flags", "short 3c 04 17 always", f"{16 * '00 '}00",
+                 "its answer is too short to state its capabilities", contextlib.nullcontext, ""),
+                ("the command is unknown", "fail 3c 04 c1 always", "c1", unknown, contextlib.nullcontext, ""),
+                ("the command is unknown to ipmitool's BMC", "fail 3c 04 c1 always", "c1", unknown, self.only_ipmitool,
+                 ipmitool_complaint("4", "c1", "Invalid command"))):
             with self.subTest(situation), tool():
-                self.server.bmc("clear")
-                self.server.bmc(order)
-                self.start_counting()
-                done = self.notify()
-                stated = f"not supported by this BMC ({reason})"
-                complaints = answers.count("c1") * ipmitool_complaint("4", "c1", "Invalid command")
-                self.assert_sender(done, 0, "not-supported", stated, stated, err=complaints)
-                self.assertEqual(done.report["changed"], False)
-                self.assertEqual(self.stated(done), lines)
-                self.assertEqual(self.asked(), [f"3c 04 -> {answer}" for answer in answers])
-                self.assert_files()
+                self.notify_in_vain(order, answer, 0, "not-supported", f"not supported by this BMC ({reason})", err)
+
+    def test_a_bmc_that_does_not_say_what_it_supports_is_a_failure(self):
+        for tool, err in ((contextlib.nullcontext, ""),
+                          (self.only_ipmitool, ipmitool_complaint("4", "c0", "Node busy"))):
+            with self.subTest(err), tool():
+                self.notify_in_vain("fail 3c 04 c0 always", "c0", 7, "not-sent",
+                                    "failed at asking the BMC for its capabilities", err)
 
     # Bad days of the BMC.
 

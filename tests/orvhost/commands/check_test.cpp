@@ -85,6 +85,19 @@ TEST_F(Check, AVersionInWhichThePluginFindsNoDifference) {
             "BMC runs 01-23. It is not written without --allow-reinstall.");
 }
 
+// The plug-in answers that as "no difference" too.
+TEST_F(Check, AVersionThatThePluginComparedWithNothing) {
+  Ask("compares-nothing");
+  for (const json& object : {CheckJson("01-24"), RunJson(Update(good_))}) {
+    EXPECT_EQ(object["verdict"], "server-type-unknown");
+    EXPECT_EQ(object["exit_code"], 4);
+    EXPECT_EQ(object["error"]["cause"],
+              "The plug-in compared nothing: this machine did not report its server type then.");
+    EXPECT_EQ(object["error"]["next_step"],
+              "Run the same command again; if that fails too, give the server type with --server-type.");
+  }
+}
+
 TEST_F(Check, AVersionThatCannotBeCompared) {
   setenv("TEST_PLUGIN_VERSION", "01-233", 1);
   json object = CheckJson("01-24");

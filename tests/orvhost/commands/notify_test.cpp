@@ -29,6 +29,28 @@ TEST_F(Notify, ABmcWithoutTheCapabilityIsNoFailure) {
   EXPECT_EQ(object["facts"]["operating_system"], "not supported by this BMC (its capabilities are 02)");
 }
 
+// The plug-in takes it for one that supports neither record, and reports success.
+TEST_F(Notify, ABmcThatDoesNotAnswerIsAFailure) {
+  Ask("no-answer");
+  for (const char* command : {"notify", "methods SendInfoToSVP"}) {
+    const json object = RunJson(command);
+    EXPECT_EQ(object["exit_code"], 7);
+    EXPECT_EQ(object["verdict"], "not-sent");
+    EXPECT_EQ(object["changed"], false);
+    EXPECT_EQ(object["facts"]["operating_system"], "failed at asking the BMC for its capabilities");
+    EXPECT_EQ(object["facts"]["disks"], "failed at asking the BMC for its capabilities");
+  }
+}
+
+TEST_F(Notify, ARecordWithoutTheSystemsNameIsSentWithANotice) {
+  Ask("nameless");
+  const json object = RunJson("notify");
+  EXPECT_EQ(object["verdict"], "sent");
+  EXPECT_EQ(object["notices"],
+            json::array({"The operating system's name could not be read from /etc/redhat-release, so "
+                         "the record was sent without it."}));
+}
+
 TEST_F(Notify, ABmcThatTakesOneOfTheRecordsIsNoFailure) {
   Ask("no-disks");
   const json object = RunJson("notify");

@@ -451,11 +451,41 @@ TEST_F(Orvhost, VerifyFailsWithoutARecord) {
   EXPECT_EQ(object["verdict"], "nothing-recorded");
 }
 
+// The plug-in reads the server type anew each time, and goes on as on an ordinary server where it cannot.
+TEST_F(Orvhost, AVersionOfAnotherKindOfServerIsNotShownAsWhatRuns) {
+  serverType_ = "kv6000rt";
+  setenv("TEST_PLUGIN_VERSION", "01-23", 1);
+  const json object = RunJson("identify");
+  EXPECT_EQ(object["exit_code"], 4);
+  EXPECT_EQ(object["verdict"], "server-type-unknown");
+  EXPECT_EQ(object["after"], "");
+  EXPECT_EQ(
+      object["error"]["cause"],
+      "The plug-in gave version 01-23, which is not that of a kv6000rt: this machine did not report its server type "
+      "then.");
+  unsetenv("TEST_PLUGIN_VERSION");
+}
+
+TEST_F(Orvhost, AVersionWithoutThatOfTheSensorDataRecordsHasANotice) {
+  serverType_ = "kv6000rt";
+  setenv("TEST_PLUGIN_VERSION", "BMC:01-23,SDR:", 1);
+  const json object = RunJson("identify");
+  EXPECT_EQ(object["verdict"], "identified");
+  EXPECT_EQ(object["notices"],
+            json::array({"The version of the sensor data records is missing: the BMC did not give it."}));
+  unsetenv("TEST_PLUGIN_VERSION");
+}
+
 TEST_F(Orvhost, MethodsRunsAMethodByItsName) {
-  EXPECT_EQ(RunJson("methods SendInfoToSVP")["verdict"], "done");
+  EXPECT_EQ(RunJson("methods SendInfoToSVP")["verdict"], "sent");
   const json object = RunJson("methods reboot");
   EXPECT_EQ(object["exit_code"], 7);
   EXPECT_EQ(object["error"]["evidence"]["trace"][0], "Invalid function name");
+}
+
+TEST_F(Orvhost, AMethodThatThePluginKnowsIsDone) {
+  Ask("any-method");
+  EXPECT_EQ(RunJson("methods Renew")["verdict"], "done");
 }
 
 TEST_F(Orvhost, TheMethodRebootMustBeConfirmed) {

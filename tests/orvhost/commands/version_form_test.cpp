@@ -35,6 +35,22 @@ TEST(VersionForm, OfAServerWithAScript) {
   }
 }
 
+TEST(VersionForm, OfWhatRunsIsDoubtedWhereAPartIsMissing) {
+  EXPECT_EQ(VersionDoubt("01-23", "kv6000"), "");
+  EXPECT_EQ(VersionDoubt("BMC:01-23,SDR:A1", "kv6000rt"), "");
+  EXPECT_EQ(VersionDoubt("BMC:01-23,SDR:", "kv6000rt"),
+            "The version of the sensor data records is missing: the BMC did not give it.");
+  EXPECT_EQ(VersionDoubt("01-23", ""),
+            "This machine did not report its server type, from which follows what belongs to its version.");
+}
+
+TEST(VersionForm, OfWhatRunsFollowsFromTheServerType) {
+  EXPECT_TRUE(IsOfServerType("01-23", "kv6000"));
+  EXPECT_TRUE(IsOfServerType("BMC:01-23,SDR:", "kv6000rt"));
+  EXPECT_FALSE(IsOfServerType("01-23", "kv6000rt"));
+  EXPECT_FALSE(IsOfServerType("BMC:01-23,SDR:A1", "kv6000"));
+}
+
 // The texts that differ from `text` in one byte: another one in its place, one more or one less.
 std::vector<std::string> Neighbours(const std::string& text) {
   std::vector<std::string> neighbours;

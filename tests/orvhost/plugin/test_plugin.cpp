@@ -196,6 +196,10 @@ class TestFirmware : public CFirmware {
     if (Asked("no-difference")) {
       return 0;
     }
+    if (Asked("compares-nothing")) {
+      Trace(CTraceUtility::TRACE_DBG_ERROR, "Failed to get Server Type");
+      return 0;
+    }
     if (Asked("orders-all")) {
       return 1;
     }
@@ -314,11 +318,20 @@ long SendInformation() {
   if (Asked("locks-slowly") && !RequestAtTheGate("0x3c 0x6a 0x05 0x01 0x01")) {
     return -1;
   }
+  if (Asked("no-answer")) {
+    for (const char* what : {"OS", "HDD"}) {
+      Trace(CTraceUtility::TRACE_DBG_RETRY, "Get Capability Failed");
+      Trace(CTraceUtility::TRACE_DBG_INFO, std::string("Send ") + what + " Information not supported");
+      Trace(CTraceUtility::TRACE_DBG_FLOW, "CBMC_KESTREL_Firmware::ExecSendHddInfo [START]");
+    }
+    return 0;
+  }
   Trace(CTraceUtility::TRACE_DBG_FLOW,
         Asked("no-capability") ? "17:02 SendInfoToSVP Support info" : "17:03 SendInfoToSVP Support info");
   if (Asked("no-capability")) {
     Trace(CTraceUtility::TRACE_DBG_INFO, "Send OS Information not supported");
   }
+  Trace(CTraceUtility::TRACE_DBG_INFO, Asked("nameless") ? "osname=[]" : "osname=[An OS 1]");
   Trace(CTraceUtility::TRACE_DBG_FLOW, "CBMC_KESTREL_Firmware::ExecSendInfoToSVP [END]");
   Trace(CTraceUtility::TRACE_DBG_FLOW, "CBMC_KESTREL_Firmware::ExecSendHddInfo [START]");
   if (Asked("locked")) {

@@ -10,8 +10,8 @@ namespace {
 
 class Sending : public testing::Test {
  protected:
-  void Line(int level, const std::string& text) { watch_.Write({level, "bmc", "", "", text}); }
-  void Record(const std::string& id) { watch_.Write({0, "bmc", id, "29", id + " It failed."}); }
+  void Line(int level, const std::string& text) { Write({level, "bmc", "", "", text}); }
+  void Record(const std::string& id) { Write({0, "bmc", id, "29", id + " It failed."}); }
   void StartOs() { Line(kFlow, "CBMC_KESTREL_Firmware::ExecSendOSInfo [START]"); }
   void StartDisks() { Line(kFlow, "CBMC_KESTREL_Firmware::ExecSendHddInfo [START]"); }
   void EndOs() { Line(kFlow, "CBMC_KESTREL_Firmware::ExecSendInfoToSVP [END]"); }
@@ -23,8 +23,38 @@ class Sending : public testing::Test {
   std::string Os() const { return InWords(watch_.Results()[0]); }
   std::string Disks() const { return InWords(watch_.Results()[1]); }
 
-  SendWatch watch_;
+  // Three attempts, each of which ipmitool leaves with that on its standard error.
+  void AskInVain(const std::string& complaint) {
+    for (int attempt = 0; attempt < 3; ++attempt) {
+      trace_.CommandStarts();
+      trace_.TakeErrorText({complaint});
+      Line(kError, "Failed to execute command \"/usr/bin/ipmitool\" raw 0x3c 0x04 > \"/i/R\" return 1");
+      Line(kRetry, "Get Capability Failed");
+    }
+  }
+  void RefuseOs() {
+    Line(kInfo, "Send OS Information not supported");
+    Line(kFlow, "CBMC_KESTREL_Firmware::ExecSendOSInfo [END]");
+  }
+  void RefuseDisks() {
+    Line(kInfo, "Send HDD Information not supported");
+    Line(kFlow, "CBMC_KESTREL_Firmware::ExecSendHddInfo [END]");
+  }
+
+ private:
+  void Write(const refhost::TraceRecord& record) {
+    trace_.Write(record);
+    watch_.Write(record);
+  }
+
+  TraceWatch trace_;
+  SendWatch watch_{trace_};
 };
+
+constexpr const char* kBusy =
+    "Unable to send RAW command (channel=0x0 netfn=0x3c lun=0x0 cmd=0x4 rsp=0xc0): Node busy\n";
+constexpr const char* kInvalid =
+    "Unable to send RAW command (channel=0x0 netfn=0x3c lun=0x0 cmd=0x4 rsp=0xc1): Invalid command\n";
 
 TEST_F(Sending, AtFirstNothingIsKnown) {
   EXPECT_EQ(Os(), "unknown (the plug-in does not say)");
@@ -128,21 +158,61 @@ TEST_F(Sending, InformationThatCannotBeHadIsAFailureOfItsOwn) {
   }
 }
 
-TEST_F(Sending, ABmcThatDoesNotAnswerDoesNotSupportIt) {
-  StartOs();
-  for (int attempt = 0; attempt < 3; ++attempt) {
-    Line(kRetry, "Get Capability Failed");
+// The plug-in takes it for one that supports nothing.
+TEST_F(Sending, ABmcThatDoesNotAnswerIsAFailure) {
+  for (const char* complaint : {kBusy, "sh: cannot create: No space left on device\n", ""}) {
+    StartOs();
+    AskInVain(complaint);
+    RefuseOs();
+    StartDisks();
+    AskInVain(complaint);
+    RefuseDisks();
+    EXPECT_EQ(Os(), "failed at asking the BMC for its capabilities");
+    EXPECT_EQ(Disks(), "failed at asking the BMC for its capabilities");
   }
-  Line(kInfo, "Send OS Information not supported");
-  Line(kFlow, "CBMC_KESTREL_Firmware::ExecSendOSInfo [END]");
-  StartDisks();
-  Line(kRetry, "Get Capability Failed");
-  Line(kFlow, "CBMC_KESTREL_Firmware::ExecSendHddInfo [END]");
-  Line(kInfo, "Send HDD Information not supported");
-  Line(kFlow, "CBMC_KESTREL_Firmware::ExecSendHddInfo [END]");
-  const char* words = "not supported by this BMC (it did not answer when asked for its capabilities)";
+}
+
+TEST_F(Sending, ABmcThatDoesNotKnowTheCommandDoesNotSupportIt) {
+  const char* words = "not supported by this BMC (it does not know the command that asks for its capabilities)";
+  StartOs();
+  AskInVain(kInvalid);
+  RefuseOs();
   EXPECT_EQ(Os(), words);
+  StartDisks();
+  Line(kFlow, "0:C1");
+  RefuseDisks();
   EXPECT_EQ(Disks(), words);
+}
+
+TEST_F(Sending, AnAnswerThatWasLostIsAFailure) {
+  StartDisks();
+  Line(kFlow, "0:00");
+  RefuseDisks();
+  EXPECT_EQ(Disks(), "failed at asking the BMC for its capabilities");
+}
+
+TEST_F(Sending, ABmcThatRefusesToSayWhatItSupportsIsAFailure) {
+  StartOs();
+  Line(kFlow, "0:C0");
+  RefuseOs();
+  StartDisks();
+  Line(kFlow, "0:abc");
+  RefuseDisks();
+  EXPECT_EQ(Os(), "failed at asking the BMC for its capabilities");
+  EXPECT_EQ(Disks(), "failed at asking the BMC for its capabilities");
+}
+
+TEST_F(Sending, WhatTheFirstRecordsQuestionCameToIsForgottenForTheNext) {
+  StartOs();
+  AskInVain(kBusy);
+  RefuseOs();
+  StartDisks();
+  Line(kFlow, "0:00");
+  Line(kFlow, "17:01");
+  Line(kFlow, "17:01 SendInfoToSVP Support info");
+  RefuseDisks();
+  EXPECT_EQ(Os(), "failed at asking the BMC for its capabilities");
+  EXPECT_EQ(Disks(), "not supported by this BMC (its capabilities are 01)");
 }
 
 TEST_F(Sending, ABmcWhoseBitIsClearDoesNotSupportIt) {
@@ -160,6 +230,7 @@ TEST_F(Sending, ABmcWhoseBitIsClearDoesNotSupportIt) {
 TEST_F(Sending, AnAnswerThatIsTooShortDoesNotSupportIt) {
   StartOs();
   Line(kFlow, "0:00");
+  Line(kFlow, "1:00");
   Line(kInfo, "Send OS Information not supported");
   EXPECT_EQ(Os(), "not supported by this BMC (its answer is too short to state its capabilities)");
   StartDisks();
