@@ -60,6 +60,7 @@ class Turn {
     const Player::State state = player_.Look(speaks, [&](const std::string& line) {
       Take(line, results);
       ++next_;
+      return true;
     });
     if (state == Player::State::kPlays) {
       return true;

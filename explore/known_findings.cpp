@@ -12,7 +12,6 @@ namespace {
 // A finding with what surrounds it.
 struct Case {
   const Scenario& scenario;
-  const Result& result;
   const std::string& finding;
 
   [[nodiscard]] bool Says(std::string_view part) const { return finding.find(part) != std::string::npos; }
@@ -94,8 +93,8 @@ constexpr auto kKnown = std::to_array<Known>({
 
 }  // namespace
 
-std::string WhyKnown(const Scenario& scenario, const Result& result, const std::string& finding) {
-  const Case one{scenario, result, finding};
+std::string WhyKnown(const Scenario& scenario, const std::string& finding) {
+  const Case one{scenario, finding};
   const auto* known = std::ranges::find_if(kKnown, [&one](const Known& row) { return row.applies(one); });
   return known != kKnown.end() ? known->why : "";
 }

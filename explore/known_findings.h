@@ -4,12 +4,12 @@
 
 #include <string>
 
-#include "explore/crowd.h"
+#include "explore/scenario.h"
 
 namespace explore {
 
 // Why a finding is known and stays; "" for one that is not.
-[[nodiscard]] std::string WhyKnown(const Scenario& scenario, const Result& result, const std::string& finding);
+[[nodiscard]] std::string WhyKnown(const Scenario& scenario, const std::string& finding);
 
 }  // namespace explore
 

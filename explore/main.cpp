@@ -33,7 +33,6 @@ struct Wishes {
   std::string replay;
   std::string minimize;
   std::string matrix;
-  std::string checkMatrix;
   int pairs = 0;
   int every = 1;
   int jobs = 2;
@@ -94,20 +93,32 @@ bool PlaySingles(const Wishes& wishes, const std::vector<Course>& courses, Tally
   const auto results = PlayEach(courses, scenarios, wishes.jobs, &same);
   tally->Add(scenarios, results);
   Print(std::to_string(same) + " scenarios meet the same machine as another one, and were not played again\n");
-  if (!wishes.matrix.empty() && !WriteMatrix(wishes.matrix, wishes.every, courses, scenarios, results)) {
-    Print("The matrix cannot be written into " + wishes.matrix + ".\n");
+  std::string error;
+  if (!wishes.matrix.empty() && !WriteMatrix(wishes.matrix, wishes.every, courses, scenarios, results, &error)) {
+    Print("The matrix cannot be written: " + error + "\n");
     return false;
   }
   return true;
 }
 
+// The roads themselves, each in a player first: what hangs there must not hang this process.
+bool GoWell(const std::vector<Scenario>& roads, int jobs) {
+  Tally tally;
+  tally.Add(roads, PlayAll(roads, jobs));
+  return tally.ExitCode() == 0;
+}
+
 int Survey(const Wishes& wishes, Disk& disk) {
   const auto start = std::chrono::steady_clock::now();
-  const auto courses = Courses(wishes.road, disk);
-  if (courses.empty()) {
+  const auto roads = WithoutFaults(wishes.road);
+  if (roads.empty()) {
     Print("There is no road \"" + wishes.road + "\"; \"--list\" shows all.\n");
     return kExitUsage;
   }
+  if (!GoWell(roads, wishes.jobs)) {
+    return kExitFindings;
+  }
+  const auto courses = Courses(roads, disk);
   Tally tally;
   if (!(wishes.pairs > 0 ? PlayPairs : PlaySingles)(wishes, courses, &tally)) {
     return kExitUsage;
@@ -152,9 +163,6 @@ int Do(const Wishes& wishes, Disk& disk) {
   }
   if (wishes.lives > 0) {
     return Measure(wishes.lives, disk);
-  }
-  if (!wishes.checkMatrix.empty()) {
-    return IsCurrent(wishes.checkMatrix, Courses("", disk)) ? 0 : kExitFindings;
   }
   return Survey(wishes, disk);
 }
@@ -212,9 +220,6 @@ void AddOptions(Wishes* wishes, CLI::App* app) {
           ->type_name("DIR")
           ->check(CLI::ExistingDirectory)
           ->excludes("--road"),
-      app->add_option("--check-matrix", wishes->checkMatrix, "Fails when fault-matrix.md there is not current")
-          ->type_name("DIR")
-          ->check(NotEmpty()),
       app->add_option("--lives", wishes->lives, "Measures this many whole lives")->check(From(1, kMost)),
       app->add_flag("--prove", wishes->prove, "Breaks something for each oracle, which must see it"),
       app->add_flag("--list", wishes->list, "Lists roads and faults")};
@@ -239,6 +244,23 @@ void ForgetSurroundings() {
   for (const std::string& name : names) {
     unsetenv(name.c_str());
   }
+}
+
+// Beyond those of the tool, one for each player that it listens to.
+bool MakeRoomForDescriptors(int jobs) {
+  const auto needed = static_cast<rlim_t>(256 + jobs);
+  rlimit limit{};
+  getrlimit(RLIMIT_NOFILE, &limit);
+  if (limit.rlim_cur >= needed) {
+    return true;
+  }
+  limit.rlim_cur = std::min(needed, limit.rlim_max);
+  if (limit.rlim_cur == needed && setrlimit(RLIMIT_NOFILE, &limit) == 0) {
+    return true;
+  }
+  Print("This process may have " + std::to_string(limit.rlim_max) + " open files and needs " + std::to_string(needed) +
+        " (ulimit -n).\n");
+  return false;
 }
 
 int Main(int argc, char** argv) {
@@ -266,9 +288,13 @@ int Main(int argc, char** argv) {
     }
   }
   Disk disk;
+  if (!MakeRoomForDescriptors(wishes.jobs)) {
+    return kExitUsage;
+  }
   TakeStandardStreams();
   (void)CloseWhatIsOpen();  // what this process was given
-  return Do(wishes, disk);
+  const int answer = Do(wishes, disk);
+  return OutputIsLost() ? kExitUsage : answer;
 }
 
 }  // namespace

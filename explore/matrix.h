@@ -9,13 +9,11 @@
 
 namespace explore {
 
-// Writes fault-matrix.md and fault-matrix.html into `folder`; `every` as in Singles(). False when they cannot be
-// written.
+// Writes fault-matrix.md and fault-matrix.html into `folder`, each whole or not at all; `every` as in Singles(). False,
+// with the reason in `*error`, when one cannot be written.
 [[nodiscard]] bool WriteMatrix(const std::string& folder, int every, const std::vector<Course>& courses,
-                               const std::vector<Scenario>& scenarios, const std::vector<Result>& results);
-
-// Whether the matrix in `folder` was made from these roads, events and faults; says what differs.
-[[nodiscard]] bool IsCurrent(const std::string& folder, const std::vector<Course>& courses);
+                               const std::vector<Scenario>& scenarios, const std::vector<Result>& results,
+                               std::string* error);
 
 }  // namespace explore
 

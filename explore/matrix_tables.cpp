@@ -124,7 +124,7 @@ std::vector<Observed> KindsOfFindings(const Surveyed& survey) {
   std::vector<Observed> kinds;
   for (std::size_t at = 0; at < survey.scenarios.size(); ++at) {
     for (const std::string& finding : survey.results[at].findings) {
-      const std::string why = WhyKnown(survey.scenarios[at], survey.results[at], finding);
+      const std::string why = WhyKnown(survey.scenarios[at], finding);
       AddTo(&kinds, why.empty() ? "Open: " + WithoutNumbers(finding) : why, survey.scenarios[at], survey.results[at]);
     }
   }

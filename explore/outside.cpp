@@ -16,6 +16,7 @@ constexpr int kFirstOfTheTool = 3;
 constexpr int kMostOfTheTool = 64;  // real ones: pipes, memory, events
 
 int standardOutput = -1;  // the real one
+bool outputIsLost = false;
 
 }  // namespace
 
@@ -54,11 +55,16 @@ void GiveBackErrorOutput() {
   dup2(STDOUT_FILENO, STDERR_FILENO);
 }
 
+bool OutputIsLost() {
+  return outputIsLost;
+}
+
 void Print(const std::string& text) {
   const int to = standardOutput >= 0 ? standardOutput : STDOUT_FILENO;
   for (std::size_t done = 0; done < text.size();) {
     const long size = syscall(SYS_write, to, text.data() + done, text.size() - done);
     if (size <= 0) {
+      outputIsLost = true;
       return;
     }
     done += static_cast<std::size_t>(size);

@@ -37,6 +37,9 @@ int CloseWhatIsOpen();
 // Puts the standard streams aside, once; what is printed from here on goes through Print().
 void TakeStandardStreams();
 void Print(const std::string& text);
+
+// Whether something that was printed could not be written.
+[[nodiscard]] bool OutputIsLost();
 void GiveBackErrorOutput();  // after a run that was cut off
 
 }  // namespace explore

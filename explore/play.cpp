@@ -221,9 +221,7 @@ Played Play(const Scenario& scenario, Disk& disk, bool keepsEvents, Defect defec
     (void)Play(road, disk, false);
   }
   TheStage().Begin(scenario.faults, keepsEvents);
-  Played played = Performance(scenario, disk, defect).Go();
-  played.story = TheStage().Story();
-  return played;
+  return Performance(scenario, disk, defect).Go();
 }
 
 }  // namespace explore

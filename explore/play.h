@@ -25,7 +25,6 @@ struct Played {
   std::vector<std::string> findings;
   int events = 0;
   std::vector<Event> kept;
-  std::vector<std::string> story;
   std::vector<std::string> complaints;  // about the scenario: events that did not come, or that a fault cannot hit
 };
 

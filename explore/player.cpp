@@ -114,27 +114,37 @@ Player::Player(const std::function<void(const Say&)>& work) {
   pipe_ = ends[0];
 }
 
-Player::State Player::Look(bool speaks, const Say& hear) {
-  if (!speaks) {
-    if (Clock::now() - heardAt_ <= patience) {
-      return State::kPlays;
+Player::State Player::Look(bool speaks, const Hear& hear) {
+  // Of a time in which this process itself was stopped, or printed, no more counts than a look or two.
+  const Clock::time_point now = Clock::now();
+  taken_ += std::min<Clock::duration>(now - lookedAt_, 2 * std::min(kLook, patience));
+  lookedAt_ = now;
+  if (speaks) {
+    std::array<char, 65536> buffer{};
+    const ssize_t size = read(pipe_, buffer.data(), buffer.size());
+    if (size <= 0) {
+      return WaitForEnd() == 0 ? State::kDone : State::kCrashed;
     }
-    kill(child_, SIGKILL);
-    WaitForEnd();
-    return State::kHangs;
+    said_.append(buffer.data(), static_cast<std::size_t>(size));
+    HearLines(hear);
   }
-  std::array<char, 65536> buffer{};
-  const ssize_t size = read(pipe_, buffer.data(), buffer.size());
-  if (size <= 0) {
-    return WaitForEnd() == 0 ? State::kDone : State::kCrashed;
+  if (taken_ <= patience) {
+    return State::kPlays;
   }
-  heardAt_ = Clock::now();
-  said_.append(buffer.data(), static_cast<std::size_t>(size));
-  for (std::size_t end = said_.find('\n'); end != std::string::npos; end = said_.find('\n')) {
-    hear(said_.substr(0, end));
-    said_.erase(0, end + 1);
+  kill(child_, SIGKILL);
+  WaitForEnd();
+  return State::kHangs;
+}
+
+void Player::HearLines(const Hear& hear) {
+  std::size_t begin = 0;
+  for (std::size_t end = said_.find('\n'); end != std::string::npos; end = said_.find('\n', begin)) {
+    if (hear(said_.substr(begin, end - begin))) {
+      taken_ = {};
+    }
+    begin = end + 1;
   }
-  return State::kPlays;
+  said_.erase(0, begin);
 }
 
 int Player::WaitForEnd() {

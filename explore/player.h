@@ -13,7 +13,8 @@ namespace explore {
 
 inline constexpr int kUsualPatienceMs = 20000;
 
-// How long a player may say nothing before it counts as one that hangs; for all that are looked after from here on.
+// How long a player may take to come further before it counts as one that hangs; for all that are looked after from
+// here on.
 void SetPatience(std::chrono::milliseconds patience);
 
 // How long to wait for words of players before each is looked at again.
@@ -22,6 +23,8 @@ void SetPatience(std::chrono::milliseconds patience);
 class Player {
  public:
   using Say = std::function<void(const std::string& line)>;
+  // True for a line that shows that it has come further: only then has it as much time as at first again.
+  using Hear = std::function<bool(const std::string& line)>;
   enum class State { kPlays, kDone, kHangs, kCrashed };
 
   // Starts it. `work` has a copy of all that this process has.
@@ -29,16 +32,18 @@ class Player {
 
   // Takes the lines that it has said, when it `speaks` by its pipe. Once the answer is another than kPlays, the process
   // is gone; one that hangs is ended.
-  [[nodiscard]] State Look(bool speaks, const Say& hear);
+  [[nodiscard]] State Look(bool speaks, const Hear& hear);
 
   [[nodiscard]] int Pipe() const { return pipe_; }
 
  private:
   using Clock = std::chrono::steady_clock;
 
+  void HearLines(const Hear& hear);
   int WaitForEnd();
 
-  Clock::time_point heardAt_ = Clock::now();
+  Clock::time_point lookedAt_ = Clock::now();
+  Clock::duration taken_{};  // since it came further
   pid_t child_ = -1;
   int pipe_ = -1;
   std::string said_;

@@ -7,25 +7,35 @@
 #include <optional>
 #include <vector>
 
+#include "explore/known_findings.h"
 #include "explore/player.h"
 
 namespace explore {
 
 namespace {
 
-constexpr char kAnswer = '=';  // no road's name begins with it
+// How a player's words begin that are not the scenario that it plays next; no road's name does.
+constexpr char kAnswer = '=';
+constexpr char kPrinted = '|';
 
 // Plays, and says before what.
 using Playing = std::function<Played(const Scenario&, bool keepsEvents)>;
 
-// The answer of `work`, which is done in a player and begins with that scenario.
-int Watch(const Scenario& first, const Showing& showing, const std::function<int(const Playing&)>& work) {
+// Prints a line.
+using Telling = std::function<void(const std::string&)>;
+
+// The answer of `work`, which is done in a player and begins with that scenario. Its lines are printed as they come, by
+// this process: who reads them may take a while, which is no hanging.
+int Watch(const Scenario& first, const Showing& showing,
+          const std::function<int(const Playing&, const Telling&)>& work) {
   Player player([&](const Player::Say& say) {
     Disk disk;
-    const int answer = work([&](const Scenario& scenario, bool keepsEvents) {
-      say(Text(scenario));
-      return showing.play(scenario, disk, keepsEvents);
-    });
+    const int answer = work(
+        [&](const Scenario& scenario, bool keepsEvents) {
+          say(Text(scenario));
+          return showing.play(scenario, disk, keepsEvents);
+        },
+        [&say](const std::string& line) { say(kPrinted + line); });
     say(kAnswer + std::to_string(answer));
   });
   std::string playing = Text(first);
@@ -35,11 +45,16 @@ int Watch(const Scenario& first, const Showing& showing, const std::function<int
     pollfd source{player.Pipe(), POLLIN, 0};
     (void)poll(&source, 1, UntilNextLookMs());
     state = player.Look(source.revents != 0, [&](const std::string& line) {
+      if (line.front() == kPrinted) {
+        showing.print(line.substr(1) + "\n");
+        return false;
+      }
       if (line.front() == kAnswer) {
         answer = std::stoi(line.substr(1));
       } else {
         playing = line;
       }
+      return true;
     });
   }
   if (state == Player::State::kDone && answer) {
@@ -51,6 +66,9 @@ int Watch(const Scenario& first, const Showing& showing, const std::function<int
 
 // Why the scenario cannot be played as it stands: an event that does not even come without its faults. "" when it can.
 std::string Complaint(const Scenario& scenario, const Playing& play) {
+  if (scenario.faults.empty()) {
+    return "";
+  }
   const Played road = play({scenario.road, {}}, true);
   for (const Fault& fault : scenario.faults) {
     const bool comes = fault.event <= road.events;
@@ -142,48 +160,53 @@ class Minimizer {
   const std::string wanted_;
 };
 
-int Tell(const Scenario& scenario, const Playing& play, const Showing& showing) {
+int Tell(const Scenario& scenario, const Playing& play, const Telling& tell) {
+  TheStage().tell = tell;
   const Played played = play(scenario, true);
-  for (const std::string& line : played.story) {
-    showing.print(line + "\n");
-  }
   for (const std::string& complaint : played.complaints) {
-    showing.print("With the faults before it: " + complaint + "\n");
+    tell("With the faults before it: " + complaint);
   }
-  showing.print("The faults end in: " + End(played) +
-                ". What the operator does then: " + (played.way.empty() ? "nothing" : played.way) + ".\n");
+  tell("The faults end in: " + End(played) +
+       ". What the operator does then: " + (played.way.empty() ? "nothing" : played.way) + ".");
+  bool isNew = false;
   for (const std::string& finding : played.findings) {
-    showing.print("finding: " + finding + "\n");
+    const std::string why = WhyKnown(scenario, finding);
+    tell("finding: " + finding);
+    if (why.empty()) {
+      isNew = true;
+    } else {
+      tell("  known, and stays: " + why);
+    }
   }
-  return played.findings.empty() ? 0 : kExitFindings;
+  return isNew ? kExitFindings : 0;
 }
 
-int Shorten(const Scenario& scenario, const Playing& play, const Showing& showing) {
+int Shorten(const Scenario& scenario, const Playing& play, const Telling& tell) {
   const Played whole = play(scenario, true);
   if (whole.findings.empty()) {
-    showing.print("There is no finding in " + Text(scenario) + ".\n");
+    tell("There is no finding in " + Text(scenario) + ".");
     return kExitUsage;
   }
-  showing.print(Text(Minimizer(play, whole).Shorten(scenario)) + "\n");
+  tell(Text(Minimizer(play, whole).Shorten(scenario)));
   return 0;
 }
 
 // What `does` answers for the scenario with that text. For a text that is none, and for what cannot be played, the
 // sentence is printed.
 int WithScenario(const std::string& text, const Showing& showing,
-                 int (*does)(const Scenario&, const Playing&, const Showing&)) {
+                 int (*does)(const Scenario&, const Playing&, const Telling&)) {
   std::string error;
   const auto scenario = ParseScenario(text, &error);
   if (!scenario) {
     showing.print(error + "\n");
     return kExitUsage;
   }
-  return Watch(*scenario, showing, [&](const Playing& play) {
+  return Watch(*scenario, showing, [&](const Playing& play, const Telling& tell) {
     const std::string complaint = Complaint(*scenario, play);
     if (complaint.empty()) {
-      return does(*scenario, play, showing);
+      return does(*scenario, play, tell);
     }
-    showing.print(complaint + "\n");
+    tell(complaint);
     return kExitUsage;
   });
 }

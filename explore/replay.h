@@ -19,8 +19,8 @@ struct Showing {
 
 // Both play in a player of their own: what hangs or crashes for real there is printed as the finding that it is.
 
-// Prints the story of the scenario with that text. The answer is the program's exit code: 0 without a finding, 1 with
-// one, 2 for what cannot be played.
+// Prints the story of the scenario with that text. The answer is the program's exit code: 0 without a new
+// finding, 1 with one, 2 for what cannot be played.
 [[nodiscard]] int Replay(const std::string& text, const Showing& showing = {});
 
 // Prints the shortest text that it finds with the same finding: without the faults that this does not need, of which

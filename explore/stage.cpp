@@ -31,7 +31,6 @@ void Stage::Begin(const std::vector<Fault>& faults, bool keepsEvents) {
   faults_ = faults;
   misfits_.clear();
   kept_.clear();
-  story_.clear();
 }
 
 FaultKind Stage::FaultOf(EventKind kind) {
@@ -57,8 +56,8 @@ FaultKind Stage::Meet(EventKind kind, std::string_view what, std::string_view mo
   const FaultKind fault = FaultOf(kind);
   if (keeps_) {
     kept_.push_back({kind, std::string(what), look()});
-    story_.push_back("  " + std::to_string(number_) + " " + std::string(NameOf(kind)) + " " + std::string(what) +
-                     Shown(more) + (fault == FaultKind::kNone ? "" : "   <-- " + std::string(RowOf(fault).words)));
+    tell("  " + std::to_string(number_) + " " + std::string(NameOf(kind)) + " " + std::string(what) + Shown(more) +
+         (fault == FaultKind::kNone ? "" : "   <-- " + std::string(RowOf(fault).words)));
   }
   journalIsHit_ |= fault != FaultKind::kNone && what.find("/journal") != std::string_view::npos;
   diskIsFull_ |= fault == FaultKind::kDiskFullForGood;
@@ -77,7 +76,7 @@ void Stage::RepairFiles() {
 
 void Stage::Say(const std::string& line) {
   if (keeps_) {
-    story_.push_back(line);
+    tell(line);
   }
 }
 

@@ -43,6 +43,9 @@ class Stage {
   // An event comes; the fault that hits it. Of those that end the run nothing comes back.
   FaultKind Meet(EventKind kind, std::string_view what, std::string_view more = "");
 
+  // Hears each line of a story that is kept, as it comes.
+  std::function<void(const std::string&)> tell = [](const std::string&) {};
+
   // A line of the story between two events.
   void Say(const std::string& line);
 
@@ -54,7 +57,6 @@ class Stage {
 
   [[nodiscard]] int Events() const { return number_; }
   [[nodiscard]] const std::vector<Event>& Kept() const { return kept_; }
-  [[nodiscard]] const std::vector<std::string>& Story() const { return story_; }
   [[nodiscard]] const std::vector<Fault>& Unmet() const { return faults_; }  // those whose event has not come
   [[nodiscard]] const std::vector<std::string>& Misfits() const { return misfits_; }
   [[nodiscard]] bool DiskIsFull() const { return diskIsFull_; }
@@ -77,7 +79,6 @@ class Stage {
   std::vector<Fault> faults_;
   std::vector<std::string> misfits_;
   std::vector<Event> kept_;
-  std::vector<std::string> story_;
 };
 
 [[nodiscard]] Stage& TheStage();

@@ -27,8 +27,11 @@ struct Course {
   Played played;
 };
 
-// Plays every road, or the one of that name, without faults.
-[[nodiscard]] std::vector<Course> Courses(const std::string& road, Disk& disk);
+// Every road, or with a name that one, as scenarios without a fault.
+[[nodiscard]] std::vector<Scenario> WithoutFaults(const std::string& road);
+
+// Plays these roads in this process and keeps their events.
+[[nodiscard]] std::vector<Course> Courses(const std::vector<Scenario>& roads, Disk& disk);
 
 // Every fault at every event that it can hit. Of the road with 300 records, whose events repeat themselves, every 97th
 // from the 200th on; with `every` above 1 only each n-th event of all roads.

@@ -24,7 +24,7 @@ void Tally::Add(const std::vector<Scenario>& scenarios, const std::vector<Result
     const Result& result = results[at];
     const std::string text = Text(scenarios[at]);
     for (const std::string& finding : result.findings) {
-      Take(text, result, finding, WhyKnown(scenarios[at], result, finding));
+      Take(text, result, finding, WhyKnown(scenarios[at], finding));
       checksum_ = Checksum(checksum_, finding);
     }
     unmet_ += result.unmet;
