@@ -25,7 +25,7 @@ constexpr std::uint32_t kEvery = ~0U;
 constexpr auto kFaults = std::to_array<FaultRow>({
     {FaultKind::kBusy, "busy", "the BMC is busy (c0)", kRequests},
     {FaultKind::kBusyForGood, "busy-for-good", "the BMC is busy for this command from here on", kRequests},
-    {FaultKind::kOne, "one", "the BMC answers 01, which a lock takes for success", kRequests},
+    {FaultKind::kOne, "code-01", "the BMC answers 01, which a lock takes for success", kRequests},
     {FaultKind::kWrongState, "wrong-state", "the BMC answers d5", kRequests},
     {FaultKind::kInvalidCommand, "invalid-command", "the BMC answers c1", kRequests},
     {FaultKind::kWrongLength, "wrong-length", "the BMC answers c7", kRequests},

@@ -1,5 +1,6 @@
 // The matrix as a page.
 #include "explore/matrix_documents.h"
+#include "explore/matrix_sections.h"
 
 namespace explore {
 
@@ -13,19 +14,51 @@ std::string Escaped(const std::string& text) {
   return escaped;
 }
 
+// With what stands between backticks as code.
+std::string Marked(const std::string& text) {
+  std::string marked;
+  bool isCode = false;
+  for (const char c : Escaped(text)) {
+    if (c != '`') {
+      marked += c;
+      continue;
+    }
+    marked += isCode ? "</code>" : "<code>";
+    isCode = !isCode;
+  }
+  return marked;
+}
+
+// A place that the contents lead to.
+std::string PlaceOf(const std::string& title) {
+  std::string place;
+  for (const char c : title) {
+    const bool isPlain = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9');
+    place += isPlain ? c : '-';
+  }
+  return place;
+}
+
 constexpr const char* kPage = R"(<!doctype html>
 <html lang="en"><head><meta charset="utf-8"><meta name="viewport" content="width=device-width, initial-scale=1">
 <title>Every fault at every step</title><style>
-body{font:14px/1.4 sans-serif;margin:1rem;color:#111;background:#fff}
-.t{overflow-x:auto;border:1px solid #ccc}
-table{border-collapse:collapse;font-size:12px}th,td{border:1px solid #ddd;padding:2px 5px;vertical-align:top}
-th{background:#eee;text-align:left}th:first-child{position:sticky;left:0;min-width:9rem}
+body{font:15px/1.5 sans-serif;margin:1rem;color:#111;background:#fff}
+p,ul{max-width:50rem}nav a{display:inline-block;margin-right:1rem}
+.t{overflow:auto;max-height:90vh;border:1px solid #ccc;width:fit-content;max-width:100%}
+table{border-collapse:separate;border-spacing:0;font-size:12px}
+th,td{border:0 solid #ddd;border-width:0 1px 1px 0;padding:2px 5px;vertical-align:top;text-align:left}
+th{background:#eee}tr:first-child th{position:sticky;top:0;z-index:1}
+.m th:first-child{position:sticky;left:0;min-width:9rem}.m tr:first-child th:first-child{z-index:2}
 .g{background:#d9f2d9}.s{background:#fff3c4}.l{background:#ffd9b0}.d{background:#f5b5b5}
 </style></head><body><h1>Every fault at every step</h1>
-<p>A row is a step, a column a fault, a cell the verdicts of the run that it hit, with their number. Point at a cell for
-the text that replays the worst of it. <b>*</b>: the flash was touched.
-<span class=g>the road goes on to its end</span> <span class=s>up to three steps lead back</span>
-<span class=l>more steps do</span> <span class=d>a known dead end</span></p>
+<p>What becomes of an update when one thing goes wrong, for every thing at every step. The same without colour:
+<a href="fault-matrix.md">fault-matrix.md</a>. How it comes about: <a href="../explore/README.md">explore/README.md</a>.
+How a booted virtual server compares: <a href="fault-fidelity.md">fault-fidelity.md</a>.</p>
+)";
+
+constexpr const char* kLegendOfPage = R"(<h2 id="steps">Every step</h2>
+<p><span class=g>the road goes on to its end</span> <span class=s>the operator takes up to three steps more</span>
+<span class=l>takes more</span> <span class=d>a dead end</span></p>
 )";
 
 // Classes of the page above.
@@ -43,8 +76,35 @@ const char* ClassOf(const Cell& cell) {
   return "d";
 }
 
+void WriteSectionOfPage(std::ostream& file, const Section& section) {
+  file << "<h2 id=\"" << PlaceOf(section.title) << "\">" << Escaped(section.title) << "</h2>\n";
+  for (const std::string& paragraph : section.paragraphs) {
+    file << "<p>" << Marked(paragraph) << "</p>\n";
+  }
+  file << (section.points.empty() ? "" : "<ul>\n");
+  for (const std::string& point : section.points) {
+    file << "<li>" << Marked(point) << "</li>\n";
+  }
+  file << (section.points.empty() ? "" : "</ul>\n");
+  if (section.head.empty()) {
+    return;
+  }
+  file << "<div class=\"t\"><table><tr>";
+  for (const std::string& cell : section.head) {
+    file << "<th>" << Marked(cell);
+  }
+  for (const auto& row : section.rows) {
+    file << "\n<tr>";
+    for (const std::string& cell : row) {
+      file << "<td>" << Marked(cell);
+    }
+  }
+  file << "\n</table></div>\n";
+}
+
 void WriteTableOfPage(std::ostream& file, const Table& table) {
-  file << "<h2>" << table.title << "</h2>\n<div class=\"t\"><table><tr><th>step</th>";
+  file << "<h3 id=\"" << PlaceOf(table.title) << "\">" << table.title
+       << "</h3>\n<div class=\"t\"><table class=m><tr><th>step</th>";
   for (const FaultRow* fault : table.faults) {
     file << "<th title=\"" << fault->words << "\">" << fault->name;
   }
@@ -66,15 +126,32 @@ void WriteTableOfPage(std::ostream& file, const Table& table) {
   file << "</table></div>\n";
 }
 
+void WriteLink(std::ostream& file, const std::string& title) {
+  file << "<a href=\"#" << PlaceOf(title) << "\">" << Escaped(title) << "</a>\n";
+}
+
 }  // namespace
 
 void WritePage(std::ostream& file, const Surveyed& survey, const std::string& fingerprint) {
-  file << kPage << "<p>" << survey.scenarios.size() << " scenarios. " << Extent(survey.every)
-       << " Made from roads and faults with the fingerprint " << fingerprint << ".</p>\n";
-  for (const Table& table : TablesOf(survey)) {
+  const auto sections = SectionsOf(survey);
+  const auto tables = TablesOf(survey);
+  file << kPage << "<nav>\n";
+  for (const Section& section : sections) {
+    WriteLink(file, section.title);
+  }
+  file << "<a href=\"#steps\">Every step</a>\n</nav>\n";
+  for (const Section& section : sections) {
+    WriteSectionOfPage(file, section);
+  }
+  file << kLegendOfPage << "<nav>\n";
+  for (const Table& table : tables) {
+    WriteLink(file, table.title);
+  }
+  file << "</nav>\n";
+  for (const Table& table : tables) {
     WriteTableOfPage(file, table);
   }
-  file << "</body></html>\n";
+  file << "<p>Made from roads and faults with the fingerprint " << fingerprint << ".</p>\n</body></html>\n";
 }
 
 }  // namespace explore

@@ -83,7 +83,7 @@ class Gathering {
 void AddTo(std::vector<Observed>* kinds, const std::string& words, const Scenario& scenario, const Result& result) {
   auto kind = std::ranges::find(*kinds, words, &Observed::words);
   if (kind == kinds->end()) {
-    kind = kinds->insert(kind, {words, {}, result.way});
+    kind = kinds->insert(kind, {words, result.verdict, {}, result.way});
   }
   kind->replays.push_back(Text(scenario));
 }
@@ -110,7 +110,7 @@ std::string Words(const Cell& cell) {
   for (const auto& [verdict, count] : cell.verdicts) {
     words += (words.empty() ? "" : ", ") + verdict + (count > 1 ? " (" + std::to_string(count) + ")" : "");
   }
-  return words + (cell.touched ? " *" : "");
+  return words + (cell.touched ? " * " : " ") + std::to_string(cell.worst.faults.front().event);
 }
 
 Distance DistanceOf(const Cell& cell) {
@@ -150,7 +150,7 @@ std::vector<Observed> OwnWays(const Surveyed& survey) {
   for (const OwnWay& own : kOwnWays) {
     for (std::size_t at = 0; at < survey.scenarios.size(); ++at) {
       if (survey.results[at].verdict == own.verdict) {
-        AddTo(&kinds, std::string(own.words) + " | `" + own.verdict + "`", survey.scenarios[at], survey.results[at]);
+        AddTo(&kinds, own.words, survey.scenarios[at], survey.results[at]);
       }
     }
   }
@@ -159,7 +159,7 @@ std::vector<Observed> OwnWays(const Surveyed& survey) {
 
 std::string Extent(int every) {
   return every == 1
-             ? "Every event of every road was hit,\nbut of the road with 300 records behind its 200th only every 97th."
+             ? "Every event of every road was hit, but of the road with 300 records after its 200th only every 97th."
              : "Of every road each " + std::to_string(every) + "th event was hit, not all.";
 }
 

@@ -40,7 +40,7 @@ struct Table {
 // In the order of the roads.
 [[nodiscard]] std::vector<Table> TablesOf(const Surveyed& survey);
 
-// The verdicts with their number, and whether the flash was touched.
+// The verdicts with their number, whether the flash was touched, and the number of the worst event.
 [[nodiscard]] std::string Words(const Cell& cell);
 
 // How far it is from there to the end that was wanted.
@@ -50,6 +50,7 @@ enum class Distance { kNone, kShort, kLong, kNowhere };
 // A kind of finding, or a way of the plug-in's own, with the scenarios that show it.
 struct Observed {
   std::string words;
+  std::string verdict;  // of a way of the plug-in's own
   std::vector<std::string> replays;
   std::string way;  // the steps behind the first of them
 };

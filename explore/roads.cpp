@@ -58,7 +58,6 @@ std::span<const Road> AllRoads() {
       {"report-ipmicmd", kWithMakersTool, {}, {"report --out /srv/reports"}},
       {"report-rack", kRack, {}, {"report --out /srv/reports"}},
       {"methods-send", kOrdinary, {}, {"methods SendInfoToSVP"}},
-      {"methods-send-rack", kRack, {}, {"methods SendInfoToSVP"}},
       {"methods-reboot", kOrdinary, {kUpdate}, {"methods Reboot --yes"}, true},
       {"methods-reboot-rack", kRack, {kUpdate}, {"methods Reboot --yes"}, true},
   };

@@ -41,6 +41,40 @@ constexpr auto kFiles = std::to_array<FileWords>({
     {"/run/orvhost", "the machine's folder"},
 });
 
+struct BmcCommand {
+  std::uint8_t netfn;
+  std::uint8_t cmd;
+  std::string_view name;
+};
+
+// As docs/ipmi-commands.md names them.
+constexpr auto kBmcCommands = std::to_array<BmcCommand>({
+    {0x06, 0x01, "Get Device ID"},
+    {0x0a, 0x20, "Get SDR Repository Info"},
+    {0x0a, 0x23, "Get SDR"},
+    {0x0c, 0x02, "Get LAN Configuration Parameters"},
+    {0x36, 0x03, "Change Write mode"},
+    {0x34, 0x8c, "connect or disconnect the virtual media"},
+    {0x34, 0x8d, "Check Connect Virtual Device"},
+    {0x34, 0x2c, "Wait Disabled"},
+    {0x34, 0x2d, "Check Wait Disable"},
+    {0x34, 0x5e, "Set Reboot flag"},
+    {0x34, 0x5f, "Set Reboot flag, check"},
+    {0x3c, 0x13, "Get Tcpip Info"},
+    {0x3c, 0x04, "Get Capability"},
+    {0x3c, 0x6a, "OEM Lock Server Config File"},
+    {0x3c, 0x69, "OEM Write Server Config File"},
+    {0x3c, 0x6b, "OEM UnLock Server Config File"},
+    {0x34, 0x39, "OEM Notify ORV Event"},
+});
+
+std::string NameOfCommand(const ToolCommand& command) {
+  const auto* found = std::ranges::find_if(kBmcCommands, [&command](const BmcCommand& one) {
+    return command.request[0] == one.netfn && command.request[1] == one.cmd;
+  });
+  return found != kBmcCommands.end() ? " (" + std::string(found->name) + ")" : "";
+}
+
 // The bytes that tell a request from every other, without those that it carries.
 std::string RequestWords(const ToolCommand& command) {
   constexpr std::size_t kTelling = 5;
@@ -64,12 +98,12 @@ std::string CommandWords(const std::string& line) {
 }  // namespace
 
 std::string StepOf(const Event& event) {
-  const std::string kind(NameOf(event.kind));
+  const std::string kind(event.kind == EventKind::kFolder ? "make the folder of" : NameOf(event.kind));
   if (event.kind == EventKind::kPause || event.kind == EventKind::kScript) {
     return kind == "pause" ? "pause of " + event.what : event.what;
   }
   if (const auto command = ParseToolCommand(event.what); command && event.kind == EventKind::kRequest) {
-    return "request " + RequestWords(*command);
+    return "request " + RequestWords(*command) + NameOfCommand(*command);
   }
   if (event.kind <= EventKind::kScript) {
     return CommandWords(event.what);

@@ -5,6 +5,7 @@
 #include <set>
 
 namespace explore {
+
 namespace {
 
 struct Example {
