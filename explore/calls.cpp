@@ -67,8 +67,9 @@ std::shared_ptr<OpenFile> OpenOnStage(const Way& way, int flags, mode_t mode) {
   if ((flags & O_DIRECTORY) == 0 && !IsNoEvent(way.path)) {
     const bool stores = (flags & (O_WRONLY | O_RDWR | O_CREAT)) != 0;
     const FaultKind fault = TheStage().Meet(stores ? EventKind::kCreate : EventKind::kRead, way.path);
-    if (fault == FaultKind::kEmpty) {
-      return std::make_shared<OpenFile>(files.MakeNameless(), flags, way.path);
+    if (fault == FaultKind::kEmpty) {  // a file that is not there is not empty
+      const auto there = OpenIn(files, way.folder, way.path, flags, mode);
+      return there ? std::make_shared<OpenFile>(files.MakeNameless(), flags, way.path) : there;
     }
     if (const int error = ErrorOf(fault, (flags & O_CREAT) != 0); error != 0) {
       errno = error;

@@ -67,7 +67,10 @@ constexpr auto kKnown = std::to_array<Known>({
      "BMC is asked first, and where it has lost its reboot flag the package is written once more. A person does what "
      "is "
      "named, one step after the other, and replaces nothing."},
-    {[](const Case& one) { return one.Takes("apply, update, apply, verify") && one.IsHitBy({FaultKind::kHangs}); },
+    {[](const Case& one) {
+       return (one.Takes("apply, update, apply, verify") || one.Takes("diagnose, apply, update, apply, verify")) &&
+              one.IsHitBy({FaultKind::kHangs});
+     },
      "A flash tool that was cut off at its time limit may have written all or nothing: only the BMC's answer to apply "
      "shows which. A person writes the package anew, as the text says."},
     {[](const Case& one) {

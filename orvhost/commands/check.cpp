@@ -20,7 +20,7 @@ bool Conclude(const Run& run, const Session& session, PackageCheck* check, Outco
   }
   const std::string& offered = check->Manifest().version;
   const bool isAskedFor = run.options.allowReinstall;
-  const bool waits = !isAskedFor && WaitsForApply(session, offered);
+  const bool waits = !isAskedFor && WaitsForApply(offered);
   const bool isDone = waits || (!isAskedFor && outcome->before == offered);
   const auto objection = FindObjection(run.options, *comparison);
   if (objection && !isDone) {

@@ -108,7 +108,7 @@ bool UpdateRoad::FindSomethingToDo() {
 // True, with the outcome complete, when the version runs already or is written and waits.
 bool UpdateRoad::IsDone() {
   const bool runs = outcome_.before == Version();
-  const bool waits = WaitsForApply(*session_, Version());
+  const bool waits = WaitsForApply(Version());
   if (!runs && !waits) {
     return false;
   }
@@ -119,7 +119,7 @@ bool UpdateRoad::IsDone() {
     const std::string written = session_->Firmware().GetOperatingModuleInfo().moduleVersion;
     if (NeedsApply(*session_, outcome_.before).value_or(false)) {
       outcome_.summary += " Version " + written + ", which was written earlier, still waits for \"orvhost apply\".";
-    } else if (IsRecordedAsWritten() && written == Version()) {
+    } else if (IsRecordedAsWritten(Version())) {
       outcome_.facts.push_back({"next_step", "Next step", "Run \"orvhost verify\", which records that it runs."});
     }
     return true;
@@ -211,8 +211,9 @@ bool UpdateRoad::Keep() {
 }
 
 bool UpdateRoad::Record() {
-  // The answer of the update itself is the plug-in's, so it does not tell whether the host could keep its status.
-  return (session_->Firmware().ApplyUpdatesRepository() == host::kSuccess && IsRecordedAsWritten()) ||
+  // The answer of the update itself is the plug-in's, so it does not tell whether the host could keep its status; and
+  // records that were lost meanwhile are kept anew without the version.
+  return (session_->Firmware().ApplyUpdatesRepository() == host::kSuccess && IsRecordedAsWritten(Version())) ||
          IsNotRecorded("the host could not keep its records", refhost::ModuleStateFolder());
 }
 

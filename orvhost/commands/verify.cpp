@@ -36,7 +36,7 @@ void Explain(const Run& run, const std::string& recorded, Outcome* outcome) {
 // True, with a complete outcome, when what is written was never put into operation: that the BMC runs another version
 // is then no error that the plug-in should record.
 bool IsNotAppliedYet(const Run& run, const Session& session, const std::string& recorded, Outcome* outcome) {
-  if (!WaitsForApply(session, recorded)) {
+  if (!WaitsForApply(recorded)) {
     return false;
   }
   const std::string running = session.Firmware().GetOperatingVersionCache();

@@ -31,14 +31,13 @@ bool IsLostWithThePower() {
   return ScriptsFlagIsSpent(JournalFolder(refhost::CurrentSettings().installPath));
 }
 
-bool IsRecordedAsWritten() {
+bool IsRecordedAsWritten(const std::string& version) {
   const auto records = Records();
-  return records && refhost::IsWritten(*records);
+  return records && refhost::IsWritten(*records) && records->operating.info.moduleVersion == version;
 }
 
-bool WaitsForApply(const Session& session, const std::string& version) {
-  return IsRecordedAsWritten() && session.Firmware().GetOperatingModuleInfo().moduleVersion == version &&
-         IsLastWriter() && !WasAppliedHere().value_or(false) && !IsLostWithThePower();
+bool WaitsForApply(const std::string& version) {
+  return IsRecordedAsWritten(version) && IsLastWriter() && !WasAppliedHere().value_or(false) && !IsLostWithThePower();
 }
 
 bool IsRecordedAs(refhost::UpdateStatus status) {

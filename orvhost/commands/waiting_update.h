@@ -11,7 +11,7 @@
 namespace orvhost {
 
 // True when the records have all of an update that was written. False also when they cannot be read.
-[[nodiscard]] bool IsRecordedAsWritten();
+[[nodiscard]] bool IsRecordedAsWritten(const std::string& version);
 
 // True when the records have this status; false also when they cannot be read.
 [[nodiscard]] bool IsRecordedAs(refhost::UpdateStatus status);
@@ -21,7 +21,7 @@ namespace orvhost {
 [[nodiscard]] bool IsLostWithThePower();
 
 // True when `version` is written and was not put into operation since, as far as the records and journals tell.
-[[nodiscard]] bool WaitsForApply(const Session& session, const std::string& version);
+[[nodiscard]] bool WaitsForApply(const std::string& version);
 
 // True when "apply" comes next: a version is written, and the BMC runs another one. `running` is the one that it runs;
 // with "", for unknown, there is an answer only when nothing was written. No answer when the records cannot be read.

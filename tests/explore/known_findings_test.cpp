@@ -44,6 +44,7 @@ TEST(KnownFindings, OneOfEachKind) {
            {"update-rack 240:no-process", "truth: update says that the flash was touched, and nothing was started"},
            {"apply-ipmitool 80:power", "recovery: it takes 4 steps: diagnose, verify, update, apply, verify"},
            {"update-ipmitool 230:hangs", "recovery: it takes 4 steps: apply, update, apply, verify"},
+           {"life-ipmicmd 250:hangs 344:kill", "recovery: it takes 4 steps: diagnose, apply, update, apply, verify"},
            {"apply-ipmitool 19:disk-full 50:kill",
             "recovery: it takes 4 steps: diagnose, apply, update, apply, verify"},
            {"identify-rack 30:missing", kNoServerType},

@@ -55,6 +55,15 @@ TEST_F(Unrecorded, AnUpdateWhoseVersionCouldNotBeKeptIsNotApplied) {
   EXPECT_EQ(RunJson(Update(good_))["needs_apply"], true);
 }
 
+// They are kept anew then, as those of a machine that never had an update.
+TEST_F(Unrecorded, AnUpdateWhoseRecordsWereLostWhileItWasWrittenIsNotRecorded) {
+  Ask("loses-records");
+  const json object = RunJson(Update(good_));
+  EXPECT_EQ(object["exit_code"], 8);
+  EXPECT_EQ(object["verdict"], "not-recorded");
+  EXPECT_EQ(object["needs_apply"], false);
+}
+
 TEST_F(Unrecorded, AnUpdateThatMayBeLostWithThePowerIsNotRecorded) {
   const json object = UpdateWith("syncfs", 1).value_or(json());
   EXPECT_EQ(object["exit_code"], 8);

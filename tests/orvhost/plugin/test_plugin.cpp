@@ -265,6 +265,9 @@ class TestFirmware : public CFirmware {
     if (Asked("connects-slowly")) {
       ConnectAtTheGate();
     }
+    if (Asked("loses-records")) {
+      std::remove((CFileUtility::GetInstallPath(0) + "/repository/state.json").c_str());
+    }
     if (Asked("throws-late")) {
       throw std::out_of_range("basic_string::substr");
     }
