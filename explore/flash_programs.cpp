@@ -92,12 +92,13 @@ void Programs::StartScript(const std::string& line, FaultKind fault) {
   const std::string folder = line.substr(0, line.find("/bmcup.sh"));
   world_.At(kSecond, [this, folder] { WriteSensorRecords(folder); });
   world_.At(2 * kSecond, [this] { (void)world_.Request(0x34, 0x8c, kv6000::Bytes{0x55, 0xaa, 0x01}); });
+  world_.At(6 * kSecond, [this, folder] { BeginFirmware(folder); });
   LeaveRunning(line, 9 * kSecond, [this, folder, fault] {
-    WriteFirmware(folder);
+    FinishFirmware(folder);
     scriptStatus_ = StatusWith(fault, *scriptStatus_) << 8;
   });
   if (fault == FaultKind::kKillDuring || fault == FaultKind::kPowerDuring) {
-    world_.Pass(4 * kSecond);
+    world_.Pass(7 * kSecond);  // a part of the image is written
     TheStage().end(fault == FaultKind::kKillDuring ? FaultKind::kKill : FaultKind::kPower);
   }
 }
@@ -116,11 +117,16 @@ void Programs::WriteSensorRecords(const std::string& folder) {
               good ? "3 records\nSDR data was successfully written!\n" : "SDR data was not written.\n");
 }
 
-void Programs::WriteFirmware(const std::string& folder) {
+void Programs::BeginFirmware(const std::string& folder) {
   const OffStage aside;
   const kv6000::Bytes image = BytesOf(disk_.Read(folder + "/kv6000rt.ima"));
   (void)world_.Request(0x34, 0x2c, kv6000::Bytes{0x00});
-  const bool flashed = !image.empty() && world_.Flash(image);
+  (void)world_.Flash(image, 1);
+}
+
+void Programs::FinishFirmware(const std::string& folder) {
+  const OffStage aside;
+  const bool flashed = world_.GoOnFlashing();
   (void)world_.Request(0x34, 0x8c, kv6000::Bytes{0x55, 0xaa, 0x00});
   disk_.Write(folder + "/x64/BmcFlash_log.txt",
               flashed ? "Update is successful. Reboot is required for changeover to new FW.\n" : "Update failed.\n");

@@ -16,8 +16,8 @@ says how it comes about, and [fault-fidelity.md](fault-fidelity.md) how a booted
 )";
 
 constexpr const char* kLegend =
-    "\n## Every step\n\n🟩 the road goes on to its end 🟨 the operator takes up to three steps more 🟧 takes "
-    "more "
+    "\n## Every step\n\n🟩 no step more than without a fault 🟨 more, and at most three in all 🟧 more than "
+    "three in all "
     "🟥 a dead end\n";
 
 // The words in lines of at most 120 characters, of which all but the first begin with `indent`.

@@ -57,8 +57,8 @@ How a booted virtual server compares: <a href="fault-fidelity.md">fault-fidelity
 )";
 
 constexpr const char* kLegendOfPage = R"(<h2 id="steps">Every step</h2>
-<p><span class=g>the road goes on to its end</span> <span class=s>the operator takes up to three steps more</span>
-<span class=l>takes more</span> <span class=d>a dead end</span></p>
+<p><span class=g>no step more than without a fault</span> <span class=s>more, and at most three in all</span>
+<span class=l>more than three in all</span> <span class=d>a dead end</span></p>
 )";
 
 // Classes of the page above.

@@ -56,20 +56,22 @@ Section Answer(const Surveyed& survey) {
     all.Add(result);
   }
   const int most = all.steps.empty() ? 0 : all.steps.rbegin()->first;
-  return {"Can this leave a server unreachable?",
-          {all.deadEnds == 0
-               ? "By none of the single faults that are played here: in all " + std::to_string(all.scenarios) +
-                     " scenarios the server ends with whole firmware at work, after at most " + std::to_string(most) +
-                     " steps of an operator who does nothing but what the tool names. In " +
-                     std::to_string(all.touched) + " of them the flash had been touched."
-               : "By some of these faults: " + std::to_string(all.deadEnds) + " of " + std::to_string(all.scenarios) +
-                     " scenarios do not end with whole firmware at work; they are the dead ends below.",
-           "The reason is the BMC's own: what is written goes to a slot that stands by, and is taken only when it is "
-           "whole. What happens while the BMC itself changes over, and an image that is whole and does not start, is "
-           "not played: see \"What is not covered\"."},
-          {},
-          {},
-          {}};
+  return {
+      "Can this leave a server unreachable?",
+      {all.deadEnds == 0
+           ? "By none of the single faults that are played here: each of the " + std::to_string(all.scenarios) +
+                 " scenarios comes to the end that was wanted, where it writes with the new firmware at work in the "
+                 "simulated BMC, after at most " +
+                 std::to_string(most) + " steps of an operator who does nothing but what the tool names. In " +
+                 std::to_string(all.touched) + " of them the flash had been touched."
+           : "By some of these faults: " + std::to_string(all.deadEnds) + " of " + std::to_string(all.scenarios) +
+                 " scenarios do not come to the end that was wanted; they are the dead ends below.",
+       "The reason is the BMC's own: what is written goes to a slot that stands by, and is taken only when it is "
+       "whole. What happens while the BMC itself changes over, and an image that is whole and does not start, is "
+       "not played: see \"What is not covered\"."},
+      {},
+      {},
+      {}};
 }
 
 Section Reading() {
@@ -159,11 +161,18 @@ Section NotCovered() {
       "What is not covered",
       {},
       {"The BMC's own changeover: it takes the firmware at once, and an image that starts is whole. A loss of power "
-       "in the middle of that, and an image that is whole and does not start, are not played.",
-       "A BMC that says what is not so: that a flash is done which is not.",
-       "More than one fault: `./dev explore --pairs 1000 --seed 7` plays such, and this file does not show them.",
-       "Faults that outlast the run: they end before the operator begins to recover.",
-       "Signals that ask the tool to end, and standard streams that cannot be written.",
+       "in the middle of that, and an image that is whole and does not start, are not played: what a BMC does then is "
+       "its own, and nobody has published it.",
+       "A BMC that says what is not so: that a flash is done which is not. No tool can tell.",
+       "More than one fault: `./dev explore --pairs 1000 --seed 7` plays such; they are too many for a table.",
+       "Faults that outlast the run, or come while the operator recovers: the machine is as good as new by then. So no "
+       "dead end can come from a part that stays broken; what the tool names for one is shown by its own tests.",
+       "Answers that are cut short, too long, empty or other words: what the plug-in takes for the BMC's own answer "
+       "there is not held against the truth, since nothing could tell it.",
+       "The flash is cut off after a third of the image, and not at each of its bytes: the BMC drops all of it alike.",
+       "Hanging commands of the plug-in's own (`shutdown`, `rm -f`, `touch`), which have no time limit: somebody ends "
+       "the tool then, which is a kill. Reads that fail in the middle of a file, and locks that fail.",
+       "Signals that ask the tool to end, and standard streams that cannot be written: the tool's own tests play them.",
        "What bounds the memory and the time of the process that unpacks a package: it is done in the simulation's "
        "own.",
        "The road with 300 records repeats itself: of its events after the 200th only every 97th is hit."},

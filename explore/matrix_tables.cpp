@@ -72,6 +72,7 @@ class Gathering {
     cell.touched |= result.flashTouched;
     cell.isDeadEnd |= !result.ends;
     cell.worstSteps = std::max(cell.worstSteps, result.steps);
+    cell.moreSteps = std::max(cell.moreSteps, result.steps - roads_.at(scenario.road)->steps);
   }
 
   std::vector<Table> tables_;
@@ -117,7 +118,7 @@ Distance DistanceOf(const Cell& cell) {
   if (cell.isDeadEnd) {
     return Distance::kNowhere;
   }
-  return cell.worstSteps == 0 ? Distance::kNone : cell.worstSteps <= kMostSteps ? Distance::kShort : Distance::kLong;
+  return cell.moreSteps == 0 ? Distance::kNone : cell.worstSteps <= kMostSteps ? Distance::kShort : Distance::kLong;
 }
 
 std::vector<Observed> KindsOfFindings(const Surveyed& survey) {

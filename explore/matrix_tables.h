@@ -24,6 +24,7 @@ struct Cell {
   bool touched = false;
   bool isDeadEnd = false;
   int worstSteps = 0;
+  int moreSteps = 0;  // than the road takes without a fault
   Scenario worst;
 };
 

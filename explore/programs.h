@@ -58,7 +58,8 @@ class Programs {
   [[nodiscard]] Output Describe(const std::string& line) const;
   void LeaveRunning(const std::string& line, Microseconds time, std::function<void()> rest);
   void WriteSensorRecords(const std::string& folder);
-  void WriteFirmware(const std::string& folder);
+  void BeginFirmware(const std::string& folder);
+  void FinishFirmware(const std::string& folder);
 
   World& world_;
   Disk& disk_;

@@ -18,7 +18,7 @@ namespace explore {
 void KeepTold(std::string_view road, const std::string& told);
 [[nodiscard]] const std::string& KeptTold(std::string_view road);
 
-// The first line that `told` has otherwise than `kept`: "facts.fit: ..., and otherwise ...". "" when none has.
+// The first line that `told` has otherwise than `kept`: "facts.fit: ..., and without faults ...". "" when none has.
 [[nodiscard]] std::string Difference(const std::string& told, const std::string& kept);
 
 }  // namespace explore
