@@ -68,11 +68,19 @@ constexpr auto kKnown = std::to_array<Known>({
      "is "
      "named, one step after the other, and replaces nothing."},
     {[](const Case& one) {
-       return (one.Takes("apply, update, apply, verify") || one.Takes("diagnose, apply, update, apply, verify")) &&
+       return (one.Takes("apply, update, apply, verify") || one.Takes("diagnose, apply, update, apply, verify") ||
+               one.Takes("diagnose, verify, apply, update, apply, verify")) &&
               one.IsHitBy({FaultKind::kHangs});
      },
      "A flash tool that was cut off at its time limit may have written all or nothing: only the BMC's answer to apply "
      "shows which. A person writes the package anew, as the text says."},
+    {[](const Case& one) {
+       return one.Takes("diagnose, apply, verify, update, apply, verify") && one.IsOn("rack") &&
+              one.IsHitBy({FaultKind::kPower}) && one.IsHitInItsFiles();
+     },
+     "The journal's line about the start of a package's script could not be written, and the power was lost later: "
+     "what "
+     "the script gave the BMC is lost with it, which nothing shows before the apply."},
     {[](const Case& one) {
        return one.Takes("diagnose, apply, update, apply, verify") && one.IsHitBy({FaultKind::kKill}) &&
               one.IsHitInItsFiles();

@@ -135,7 +135,10 @@ int Measure(int lives, Disk& disk) {
     TheStage().Begin({}, false);
     Life one(FindRoad("life-ipmitool")->machine, disk);
     for (const char* words : {"update PACKAGE", "apply --yes", "verify"}) {
-      (void)one.Run(words);
+      if (one.Run(words).exitCode != 0) {
+        Print("A life did not go well: " + std::string(words) + ".\n");
+        return kExitFindings;
+      }
       one.LetGoDown();
     }
   }
@@ -248,7 +251,8 @@ void ForgetSurroundings() {
 
 // Beyond those of the tool, one for each player that it listens to.
 bool MakeRoomForDescriptors(int jobs) {
-  const auto needed = static_cast<rlim_t>(256 + jobs);
+  constexpr rlim_t kOfTheTool = 256;
+  const rlim_t needed = kOfTheTool + static_cast<rlim_t>(jobs);
   rlimit limit{};
   getrlimit(RLIMIT_NOFILE, &limit);
   if (limit.rlim_cur >= needed) {

@@ -28,10 +28,10 @@ std::string Filled(const std::string& text, const std::string& indent) {
   std::size_t column = 0;
   for (std::string word; words >> word;) {
     if (column + 1 + word.size() > kWidth) {
-      filled += "\n" + indent + word;
+      filled.append("\n").append(indent).append(word);
       column = indent.size() + word.size();
     } else {
-      filled += (filled.empty() ? "" : " ") + word;
+      filled.append(filled.empty() ? "" : " ").append(word);
       column += 1 + word.size();
     }
   }

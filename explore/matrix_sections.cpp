@@ -78,25 +78,24 @@ Section Reading() {
   return {
       "How to read it",
       {},
-      {"A road is a subcommand, or several in a row, on one kind of machine. Its name says which: the IPMI tool "
-       "(`ipmitool`, or the maker's `ipmicmd`), `rack` for the rack model, which a script updates, and `rack-300` "
-       "with 300 sensor data records.",
-       "An event is what the tool does to its surroundings there: a BMC command, another command, a pause, a file "
-       "that is opened, written, brought to the disk (sync), renamed or deleted. Events have numbers; those that do "
-       "the same make a step, which is a row.",
-       "A fault is a column. It hits one event of the road. One that lasts (`for-good`) does so until the "
-       "operator begins to recover.",
-       "A scenario is a road with a fault at an event, such as `update-ipmitool 41:disk-full`. `./dev explore --replay "
-       "TEXT` with that in quotes shows it, event by event.",
-       "A cell has the verdicts of the runs that were hit, with how many there were. `*`: the flash was touched. The "
-       "number at its end is that of the worst event: the road, that number, a colon and the column's name make the "
-       "text that replays it.",
-       "Cut off: the run was killed or lost its power there, and has no verdict. It failed: its exit code is not 0; "
-       "it says so, and what to do.",
-       "Steps: what the operator runs until the end that was wanted, by the tool's `next_step` and by `diagnose`; "
-       "behind "
-       "an update that went well these are `apply` and `verify`.",
-       "A dead end: no step is named that leads to that end."},
+      {R"(A road is a subcommand, or several in a row, on one kind of machine. Its name says which: the IPMI tool
+(`ipmitool`, or the maker's `ipmicmd`), `rack` for the rack model, which a script updates, and `rack-300` with
+300 sensor data records.)",
+       R"(An event is what the tool does to its surroundings there: a BMC command, another command, a pause, a file that
+is opened, written, brought to the disk (sync), renamed or deleted. Events have numbers; those that do the same
+make a step, which is a row.)",
+       R"(A fault is a column. It hits one event of the road. One that lasts (`for-good`) does so until the operator
+begins to recover.)",
+       R"(A scenario is a road with a fault at an event, such as `update-ipmitool 41:disk-full`. `./dev explore --replay
+TEXT` with that in quotes shows it, event by event.)",
+       R"(A cell has the verdicts of the runs that were hit, with how many there were. `*`: the flash was touched. The
+number at its end is that of the worst event: the road, that number, a colon and the column's name make the text
+that replays it.)",
+       R"(Cut off: the run was killed or lost its power there, and has no verdict. It failed: its exit code is not 0; it
+says so, and what to do.)",
+       R"(Steps: what the operator runs until the end that was wanted, by the tool's `next_step` and by `diagnose`; behind
+an update that went well these are `apply` and `verify`.)",
+       R"(A dead end: no step is named that leads to that end.)"},
       {},
       {}};
 }
@@ -160,22 +159,21 @@ Section NotCovered() {
   return {
       "What is not covered",
       {},
-      {"The BMC's own changeover: it takes the firmware at once, and an image that starts is whole. A loss of power "
-       "in the middle of that, and an image that is whole and does not start, are not played: what a BMC does then is "
-       "its own, and nobody has published it.",
-       "A BMC that says what is not so: that a flash is done which is not. No tool can tell.",
-       "More than one fault: `./dev explore --pairs 1000 --seed 7` plays such; they are too many for a table.",
-       "Faults that outlast the run, or come while the operator recovers: the machine is as good as new by then. So no "
-       "dead end can come from a part that stays broken; what the tool names for one is shown by its own tests.",
-       "Answers that are cut short, too long, empty or other words: what the plug-in takes for the BMC's own answer "
-       "there is not held against the truth, since nothing could tell it.",
-       "The flash is cut off after a third of the image, and not at each of its bytes: the BMC drops all of it alike.",
-       "Hanging commands of the plug-in's own (`shutdown`, `rm -f`, `touch`), which have no time limit: somebody ends "
-       "the tool then, which is a kill. Reads that fail in the middle of a file, and locks that fail.",
-       "Signals that ask the tool to end, and standard streams that cannot be written: the tool's own tests play them.",
-       "What bounds the memory and the time of the process that unpacks a package: it is done in the simulation's "
-       "own.",
-       "The road with 300 records repeats itself: of its events after the 200th only every 97th is hit."},
+      {R"(The BMC's own changeover: it takes the firmware at once, and an image that starts is whole. A loss of power in
+the middle of that, and an image that is whole and does not start, are not played: what a BMC does then is its
+own, and nobody has published it.)",
+       R"(A BMC that says what is not so: that a flash is done which is not. No tool can tell.)",
+       R"(More than one fault: `./dev explore --pairs 1000 --seed 7` plays such; they are too many for a table.)",
+       R"(Faults that outlast the run, or come while the operator recovers: the machine is as good as new by then. So no
+dead end can come from a part that stays broken; what the tool names for one is shown by its own tests.)",
+       R"(Answers that are cut short, too long, empty or other words: what the plug-in takes for the BMC's own answer
+there is not held against the truth, since nothing could tell it.)",
+       R"(The flash is cut off after a third of the image, and not at each of its bytes: the BMC drops all of it alike.)",
+       R"(Hanging commands of the plug-in's own (`shutdown`, `rm -f`, `touch`), which have no time limit: somebody ends
+the tool then, which is a kill. Reads that fail in the middle of a file, and locks that fail.)",
+       R"(Signals that ask the tool to end, and standard streams that cannot be written: the tool's own tests play them.)",
+       R"(What bounds the memory and the time of the process that unpacks a package: it is done in the simulation's own.)",
+       R"(The road with 300 records repeats itself: of its events after the 200th only every 97th is hit.)"},
       {},
       {}};
 }

@@ -34,6 +34,7 @@ std::vector<Scenario> WithoutFaults(const std::string& road) {
 
 std::vector<Course> Courses(const std::vector<Scenario>& roads, Disk& disk) {
   std::vector<Course> courses;
+  courses.reserve(roads.size());
   for (const Scenario& road : roads) {
     courses.push_back({FindRoad(road.road), Play(road, disk, true)});
   }
@@ -117,10 +118,10 @@ std::size_t Chance::Below(std::size_t limit) {
   return static_cast<std::size_t>((mixed ^ (mixed >> 31U)) % limit);
 }
 
-FaultKind Pairs::AnyFaultFor(EventKind event) {
+FaultKind Pairs::AnyFaultFor(EventKind event, bool mayEndRun) {
   for (;;) {
     const FaultRow& row = AllFaults()[chance_.Below(AllFaults().size())];
-    if (CanHit(row, event)) {
+    if (CanHit(row, event) && (mayEndRun || !row.endsRun)) {
       return row.kind;
     }
   }
@@ -139,8 +140,8 @@ std::vector<Scenario> Pairs::Next(int count) {
     if (first > second) {
       std::swap(first, second);
     }
-    const FaultKind one = AnyFaultFor(course.played.kept[first].kind);
-    const FaultKind other = AnyFaultFor(course.played.kept[second].kind);
+    const FaultKind one = AnyFaultFor(course.played.kept[first].kind, false);
+    const FaultKind other = AnyFaultFor(course.played.kept[second].kind, true);
     scenarios.push_back(
         {std::string(course.road->name), {{static_cast<int>(first) + 1, one}, {static_cast<int>(second) + 1, other}}});
   }

@@ -41,7 +41,7 @@ struct Course {
 [[nodiscard]] std::vector<Result> PlayEach(const std::vector<Course>& courses, const std::vector<Scenario>& scenarios,
                                            int processes, int* same);
 
-// Scenarios with two faults each, the same for the same seed.
+// Scenarios with two faults each, the same for the same seed. Only the second one ends the run: none comes behind that.
 class Pairs {
  public:
   // `courses` must outlive this.
@@ -50,7 +50,7 @@ class Pairs {
   [[nodiscard]] std::vector<Scenario> Next(int count);
 
  private:
-  [[nodiscard]] FaultKind AnyFaultFor(EventKind event);
+  [[nodiscard]] FaultKind AnyFaultFor(EventKind event, bool mayEndRun);
 
   const std::vector<Course>& courses_;
   Chance chance_;

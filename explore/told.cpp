@@ -36,7 +36,7 @@ std::map<std::string, std::string, std::less<>>& AllKept() {
 std::string Told(Life& life, const RunEnd& run) {
   std::string told;
   for (const char* name : {"verdict", "before", "after"}) {
-    told += name + (": " + run.object.value(name, "")) + "\n";
+    told.append(name).append(": ").append(run.object.value(name, "")).append("\n");
   }
   for (const auto& [key, value] : run.object.at("facts").items()) {
     told += "facts." + key + ": " + value.dump() + "\n";
@@ -67,7 +67,7 @@ std::string Difference(const std::string& told, const std::string& kept) {
     const bool isOne = static_cast<bool>(std::getline(lines, line));
     const bool isOther = static_cast<bool>(std::getline(wanted, other));
     if (line != other) {
-      return line + ", and without faults " + other;
+      return line.append(", and without faults ").append(other);
     }
     if (!isOne && !isOther) {
       return "";

@@ -327,6 +327,16 @@ class Survey(unittest.TestCase):
             for verdict in ("not-halted", "marker-missing", "updated-after-time-out"):
                 self.assertRegex(Path(folder, "fault-matrix.md").read_text(), rf"(?m)^\| .* \| `{verdict}` \| [1-9]")
 
+    def test_takes_hardly_more_memory_the_longer_it_plays(self):
+        told = explore("--pairs", "3000", "--jobs", str(os.cpu_count())).stdout
+        first, last = (int(size) for size in re.findall(r"(?m)^memory after \d+ scenarios: (\d+) MB at most$", told))
+        self.assertLess(last, 1.5 * first)
+
+    def test_counts_whole_lives(self):
+        done = explore("--lives", "3")
+        self.assertEqual(done.returncode, 0, done.stdout)
+        self.assertRegex(done.stdout, r"^\d+ whole lives a second in one process, \d+ a second of its core\n$")
+
     def test_has_the_same_checksum_for_the_same_seed(self):
         sums = []
         for seed in ("7", "7", "8"):

@@ -44,6 +44,10 @@ TEST(KnownFindings, OneOfEachKind) {
            {"update-rack 240:no-process", "truth: update says that the flash was touched, and nothing was started"},
            {"apply-ipmitool 80:power", "recovery: it takes 4 steps: diagnose, verify, update, apply, verify"},
            {"update-ipmitool 230:hangs", "recovery: it takes 4 steps: apply, update, apply, verify"},
+           {"life-rack 310:disk-full 384:power",
+            "recovery: it takes 5 steps: diagnose, apply, verify, update, apply, verify"},
+           {"life-ipmicmd 250:hangs 377:power",
+            "recovery: it takes 5 steps: diagnose, verify, apply, update, apply, verify"},
            {"life-ipmicmd 250:hangs 344:kill", "recovery: it takes 4 steps: diagnose, apply, update, apply, verify"},
            {"apply-ipmitool 19:disk-full 50:kill",
             "recovery: it takes 4 steps: diagnose, apply, update, apply, verify"},
@@ -55,7 +59,7 @@ TEST(KnownFindings, OneOfEachKind) {
     EXPECT_NE(why, "") << example.scenario << ": " << example.finding;
     reasons.insert(why);
   }
-  EXPECT_EQ(reasons.size(), 11U);
+  EXPECT_EQ(reasons.size(), 12U);
 }
 
 // What only looks like one of them is new.
@@ -67,6 +71,9 @@ TEST(KnownFindings, TheirNeighboursAreNew) {
            {"update-ipmitool 230:hangs", "recovery: it takes 4 steps: update, update, apply, verify"},
            {"check-ipmitool 109:missing", "recovery: it takes 4 steps: update, apply, verify, check"},
            // other faults
+           {"life-rack 384:power", "recovery: it takes 5 steps: diagnose, apply, verify, update, apply, verify"},
+           {"life-ipmitool 310:disk-full 384:power",
+            "recovery: it takes 5 steps: diagnose, apply, verify, update, apply, verify"},
            {"apply-ipmitool 80:kill", "recovery: it takes 4 steps: diagnose, verify, update, apply, verify"},
            {"update-ipmitool 230:exit-1", "recovery: it takes 4 steps: apply, update, apply, verify"},
            {"apply-ipmitool 50:kill", "recovery: it takes 4 steps: diagnose, apply, update, apply, verify"},
