@@ -163,9 +163,10 @@ Section NotCovered() {
 the middle of that, and an image that is whole and does not start, are not played: what a BMC does then is its
 own, and nobody has published it.)",
        R"(A BMC that says what is not so: that a flash is done which is not. No tool can tell.)",
-       R"(More than one fault: `./dev explore --pairs 1000 --seed 7` plays such; they are too many for a table.)",
-       R"(Faults that outlast the run, or come while the operator recovers: the machine is as good as new by then. So no
-dead end can come from a part that stays broken; what the tool names for one is shown by its own tests.)",
+       R"(More than one fault: `./dev explore --pairs 1000 --seed 7` plays such, also a tool that is killed or a power that
+is lost once more while the operator recovers; they are too many for a table.)",
+       R"(Faults that outlast the run: the machine is as good as new by then. So no dead end can come from a part that
+stays broken; what the tool names for one is shown by its own tests.)",
        R"(Answers that are cut short, too long, empty or other words: what the plug-in takes for the BMC's own answer
 there is not held against the truth, since nothing could tell it.)",
        R"(The flash is cut off after a third of the image, and not at each of its bytes: the BMC drops all of it alike.)",
@@ -173,7 +174,7 @@ there is not held against the truth, since nothing could tell it.)",
 the tool then, which is a kill. Reads that fail in the middle of a file, and locks that fail.)",
        R"(Signals that ask the tool to end, and standard streams that cannot be written: the tool's own tests play them.)",
        R"(What bounds the memory and the time of the process that unpacks a package: it is done in the simulation's own.)",
-       R"(The road with 300 records repeats itself: of its events after the 200th only every 97th is hit.)"},
+       Repeated()},
       {},
       {}};
 }

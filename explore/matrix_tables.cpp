@@ -159,9 +159,8 @@ std::vector<Observed> OwnWays(const Surveyed& survey) {
 }
 
 std::string Extent(int every) {
-  return every == 1
-             ? "Every event of every road was hit, but of the road with 300 records after its 200th only every 97th."
-             : "Of every road each " + std::to_string(every) + "th event was hit, not all.";
+  return every == 1 ? "Every event of every road was hit, but for those that repeat themselves. " + Repeated()
+                    : "Of every road each " + std::to_string(every) + "th event was hit, not all.";
 }
 
 }  // namespace explore

@@ -65,7 +65,7 @@ NextStep AfterSuccess(const RunEnd& last, const std::string& wanted) {
 }  // namespace
 
 NextStep BySentence(const std::string& text, const std::string& last, const Memory& memory) {
-  NextStep next{Kind::kRun, "", Holds(text, "Wait") || Holds(text, "wait") || Holds(text, "when it is done"), text};
+  NextStep next{Kind::kRun, "", Holds(text, "Wait ") || Holds(text, " wait ") || Holds(text, "when it is done"), text};
   if (Holds(text, "Shut the machine down by hand")) {
     next.kind = Kind::kShutDown;
   } else if (memory.failedToSend && Holds(text, "start the machine anew")) {

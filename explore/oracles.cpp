@@ -34,8 +34,7 @@ void JudgeFlash(const RunEnd& run, Findings* findings) {
   }
 }
 
-void JudgeVerdict(Life& life, const RunEnd& run, const std::vector<Fault>& faults, Findings* findings) {
-  const World& world = life.TheWorld();
+void JudgeVerdict(const World& world, const RunEnd& run, const std::vector<Fault>& faults, Findings* findings) {
   const std::string verdict = run.Verdict();
   const auto& state = world.TheBmc().CurrentState();
   const std::string next = world.Kind().NewVersion();
@@ -57,8 +56,8 @@ void JudgeVerdict(Life& life, const RunEnd& run, const std::vector<Fault>& fault
   }
 }
 
-void JudgeBounds(Life& life, const RunEnd& run, Findings* findings) {
-  if (run.took > 4 * kHour + life.TheWorld().Kind().records * kLongestPerRecord) {
+void JudgeBounds(const World& world, const RunEnd& run, Findings* findings) {
+  if (run.took > 4 * kHour + world.Kind().records * kLongestPerRecord) {
     findings->push_back("bounds: " + run.words + " took " + std::to_string(run.took / kHour) + " hours");
   }
   if (run.counts.requests > kMostRequests) {
@@ -78,9 +77,9 @@ std::size_t Count(const std::string& text, const std::string& part) {
 }
 
 // Lines that are whole, a first and a last one, and an end for every command.
-void JudgeJournal(Life& life, const RunEnd& run, Findings* findings) {
+void JudgeJournal(const Disk& disk, const RunEnd& run, Findings* findings) {
   const std::string id = Text(run, "run_id");
-  const std::string journal = id.empty() ? "" : life.TheDisk().Read("/srv/orv/journal/" + id + ".jsonl");
+  const std::string journal = id.empty() ? "" : disk.Read("/srv/orv/journal/" + id + ".jsonl");
   if (journal.empty()) {
     if (!id.empty()) {
       findings->push_back("trace: " + run.words + " left no journal");
@@ -115,7 +114,8 @@ bool AnswersLie(const std::vector<Fault>& faults) {
   return AnyOf(faults, {FaultKind::kShort, FaultKind::kLong, FaultKind::kNothing, FaultKind::kGarbage});
 }
 
-void JudgeRun(Life& life, const RunEnd& run, const std::vector<Fault>& faults, Findings* findings) {
+void JudgeRun(const World& world, const Disk& disk, const RunEnd& run, const std::vector<Fault>& faults,
+              Findings* findings) {
   findings->insert(findings->end(), run.complaints.begin(), run.complaints.end());
   if (run.WasCut()) {
     return;
@@ -128,15 +128,14 @@ void JudgeRun(Life& life, const RunEnd& run, const std::vector<Fault>& faults, F
     findings->push_back("truth: " + run.words + " ended by an unexpected error: " + run.object["error"].dump());
   }
   JudgeFlash(run, findings);
-  JudgeVerdict(life, run, faults, findings);
-  JudgeBounds(life, run, findings);
+  JudgeVerdict(world, run, faults, findings);
+  JudgeBounds(world, run, findings);
   if (!TheStage().JournalIsHit()) {
-    JudgeJournal(life, run, findings);
+    JudgeJournal(disk, run, findings);
   }
 }
 
-void JudgeRemains(Life& life, Findings* findings) {
-  const Disk& disk = life.TheDisk();
+void JudgeRemains(const Disk& disk, Findings* findings) {
   for (const std::string& name : disk.AllNames("/srv/orv")) {
     const bool isTemporary = name.size() > 7 && name[name.size() - 7] == '.' &&
                              std::all_of(name.end() - 6, name.end(), [](char c) { return c >= '0' && c <= '9'; });

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "explore/disk.h"
 #include "explore/life.h"
 #include "explore/scenario.h"
 
@@ -13,11 +14,12 @@ namespace explore {
 // Whether one of the faults is an answer that is not the BMC's; it may be believed.
 [[nodiscard]] bool AnswersLie(const std::vector<Fault>& faults);
 
-// Adds to `findings` what is wrong with a run that has ended; `faults` are all of its life.
-void JudgeRun(Life& life, const RunEnd& run, const std::vector<Fault>& faults, std::vector<std::string>* findings);
+// Adds to `findings` what is wrong with a run that has ended; `faults` are those that it met, or could have.
+void JudgeRun(const World& world, const Disk& disk, const RunEnd& run, const std::vector<Fault>& faults,
+              std::vector<std::string>* findings);
 
 // The same of what the life has left, after a run that met no fault.
-void JudgeRemains(Life& life, std::vector<std::string>* findings);
+void JudgeRemains(const Disk& disk, std::vector<std::string>* findings);
 
 }  // namespace explore
 

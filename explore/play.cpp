@@ -40,8 +40,13 @@ class Performance {
   void TakeRoad();
   void Recover();
   bool Obey(const NextStep& next);
+  void Take(const std::string& words, const std::string& step, int steps);
+  void BeHit();
+  void Repair();
+  void Complain();
   void Repeat();
   [[nodiscard]] bool IsThere();
+  [[nodiscard]] bool RunsWhatWasWanted();
 
   const Scenario& scenario_;
   const Road& road_;
@@ -50,7 +55,8 @@ class Performance {
   RunEnd last_;
   std::string wanted_;
   int waits_ = 0;
-  bool isHit_ = false;  // by the faults, which excuse a few things
+  bool isOnRoad_ = false;
+  bool isHit_ = false;  // the last run, by faults, which excuse a few things
   Memory memory_;
   Played played_;
 };
@@ -62,8 +68,10 @@ Played Performance::Go() {
   }
   TakeRoad();
   Recover();
+  Complain();
   if (played_.ends) {
-    JudgeRemains(life_, &played_.findings);
+    Repeat();
+    JudgeRemains(life_.TheDisk(), &played_.findings);
   }
   for (const std::string& line : life_.ThePrograms().unknown) {
     played_.findings.push_back("order: a command that nobody knows: " + line);
@@ -75,9 +83,12 @@ Played Performance::Go() {
 }
 
 RunEnd Performance::Run(const std::string& words) {
-  TheStage().BeginRun();
+  Stage& stage = TheStage();
+  const std::size_t waiting = stage.Unmet().size();
+  stage.BeginRun();
   RunEnd end = life_.Run(words);
-  JudgeRun(life_, end, isHit_ ? scenario_.faults : std::vector<Fault>(), &played_.findings);
+  isHit_ = isOnRoad_ || stage.Unmet().size() != waiting;
+  JudgeRun(life_.TheWorld(), life_.TheDisk(), end, isHit_ ? scenario_.faults : std::vector<Fault>(), &played_.findings);
   if (!road_.writes && words == wanted_ && end.exitCode == 0) {
     JudgeTold(end);
   }
@@ -106,29 +117,45 @@ void Performance::JudgeTold(const RunEnd& run) {
 void Performance::TakeRoad() {
   Stage& stage = TheStage();
   stage.Count(true);
-  isHit_ = true;
+  isOnRoad_ = true;
   for (const std::string_view words : road_.runs) {
     wanted_ = words;
     last_ = Run(wanted_);
-    played_.flashTouched |= last_.counts.flashStarts > 0 || last_.counts.sdrUpdates > 0;
+    BeHit();
     if (last_.WasCut() || last_.exitCode != 0) {
       break;
     }
     life_.LetGoDown();
   }
-  stage.Count(false);
-  isHit_ = false;
+  isOnRoad_ = false;
   played_.events = stage.Events();
   played_.kept = stage.Kept();
+  Repair();
+}
+
+// The last run met a fault: what it ended in counts, and the operator begins anew.
+void Performance::BeHit() {
+  played_.flashTouched |= last_.counts.flashStarts > 0 || last_.counts.sdrUpdates > 0;
   played_.verdict = last_.cutBy == FaultKind::kPower ? "power-lost" : last_.WasCut() ? "killed" : last_.Verdict();
   played_.exitCode = last_.exitCode;
+  played_.steps = 0;
+  played_.way.clear();
+}
+
+// Faults that last are over.
+void Performance::Repair() {
+  TheStage().RepairFiles();
+  life_.ThePrograms().Repair();
+}
+
+void Performance::Complain() {
+  const Stage& stage = TheStage();
+  played_.eventsInAll = stage.Events();
   for (const Fault& fault : stage.Unmet()) {
     played_.complaints.push_back("Event " + std::to_string(fault.event) + " did not come; there were " +
                                  std::to_string(stage.Events()) + ".");
   }
   played_.complaints.insert(played_.complaints.end(), stage.Misfits().begin(), stage.Misfits().end());
-  stage.RepairFiles();
-  life_.ThePrograms().Repair();
 }
 
 // The version that was wanted runs, and the last run says so.
@@ -137,15 +164,23 @@ bool Performance::IsThere() {
     return last_.exitCode == 0 && last_.words == wanted_;
   }
   const bool says = last_.Verdict() == "verified" || (last_.Verdict() == "identified" && last_.words == "identify");
-  return says && life_.TheWorld().RunningVersion() == road_.machine.NewVersion();
+  return says && RunsWhatWasWanted();
+}
+
+bool Performance::RunsWhatWasWanted() {
+  return life_.TheWorld().RunningVersion() == road_.machine.NewVersion();
 }
 
 void Performance::Recover() {
   life_.LetGoDown();
+  TheStage().Say("The road ends here; the operator goes on.");
   while (!IsThere()) {
     NextStep next = AfterRun(last_, wanted_, memory_);
     if (defect_ == Defect::kRecovery) {
       next = BySentence("Ask somebody.", last_.words, {});
+    }
+    if (next.kind == NextStep::Kind::kDone && RunsWhatWasWanted()) {
+      break;
     }
     if (!Obey(next)) {
       played_.findings.push_back("recovery: after " + played_.way + " the sentence leads nowhere: " + next.text);
@@ -160,7 +195,6 @@ void Performance::Recover() {
   if (played_.steps > kMostSteps) {
     played_.findings.push_back("recovery: it takes " + std::to_string(played_.steps) + " steps: " + played_.way);
   }
-  Repeat();
 }
 
 bool Performance::Obey(const NextStep& next) {
@@ -171,36 +205,43 @@ bool Performance::Obey(const NextStep& next) {
     life_.TheWorld().Pass(kPatience);
   }
   if (next.kind == NextStep::Kind::kShutDown) {
-    played_.way += (played_.way.empty() ? "" : ", ") + std::string("shut down");
     life_.ShutDownByHand();
-    ++played_.steps;
-    last_ = Run("verify");
-    played_.way += ", verify";
+    Take("verify", "shut down, verify", 1);
     return true;
   }
   if (next.kind == NextStep::Kind::kStartAnew) {
     life_.ShutDownByHand();
-    last_ = Run(wanted_);
-    played_.way += ", start the machine anew, " + wanted_.substr(0, wanted_.find(' '));
-    played_.steps += 2;
+    Take(wanted_, "start the machine anew, " + wanted_.substr(0, wanted_.find(' ')), 2);
     return true;
   }
   if (next.kind != NextStep::Kind::kRun || next.words.empty()) {
     return false;
   }
-  last_ = Run(next.words);
+  Take(next.words, next.words.substr(0, next.words.find(' ')), next.words == "diagnose" ? 0 : 1);
+  return true;
+}
+
+// Runs what comes next, which is one step or more of the way.
+void Performance::Take(const std::string& words, const std::string& step, int steps) {
+  last_ = Run(words);
   life_.LetGoDown();
+  if (isHit_) {
+    BeHit();
+    Repair();
+    return;
+  }
   const bool onlyWaits = last_.Verdict() == "busy" || last_.Verdict() == "at-work";
   if (onlyWaits && ++waits_ <= kMostWaits) {
-    return true;
+    return;
   }
-  played_.way += (played_.way.empty() ? "" : ", ") + next.words.substr(0, next.words.find(' '));
-  played_.steps += next.words == "diagnose" ? 0 : 1;
-  return true;
+  played_.way += (played_.way.empty() ? "" : ", ") + step;
+  played_.steps += steps;
 }
 
 // The same once more changes nothing.
 void Performance::Repeat() {
+  TheStage().Count(false);
+  TheStage().Say("It is there; the same once more.");
   const std::string words = road_.writes ? "update PACKAGE" : wanted_;
   life_.TheWorld().liesAboutVersion |= defect_ == Defect::kIdempotence;
   const RunEnd again = Run(words);

@@ -1,5 +1,6 @@
-// Plays a scenario: the road with its faults, then what an operator does who reads nothing but what the tool prints
-// for programs, and obeys. What is wrong in it is a finding, each of which begins with the name of its oracle.
+// Plays a scenario: the road, then what an operator does who reads nothing but what the tool prints for programs, and
+// obeys, until a run says that what was wanted is there. Faults may hit either. What is wrong in it is a finding, each
+// of which begins with the name of its oracle.
 #ifndef EXPLORE_PLAY_H
 #define EXPLORE_PLAY_H
 
@@ -19,12 +20,13 @@ struct Played {
   std::string verdict;  // of the run in which the faults ended: the tool's word, "killed" or "power-lost"
   int exitCode = -1;
   bool flashTouched = false;  // as the BMC saw it
-  int steps = 0;              // that the operator took
+  int steps = 0;              // that the operator took after that run
   std::string way;            // those steps: "update, apply, verify"
   bool ends = false;          // in the state that was wanted
   std::vector<std::string> findings;
-  int events = 0;
+  int events = 0;  // of the road
   std::vector<Event> kept;
+  int eventsInAll = 0;                  // with those of the operator's steps
   std::vector<std::string> complaints;  // about the scenario: events that did not come, or that a fault cannot hit
 };
 

@@ -64,16 +64,21 @@ int Watch(const Scenario& first, const Showing& showing,
   return kExitFindings;
 }
 
-// Why the scenario cannot be played as it stands: an event that does not even come without its faults. "" when it can.
+// Why the scenario cannot be played as it stands: an event that comes neither on the road without faults nor behind the
+// faults before it. "" when it can.
 std::string Complaint(const Scenario& scenario, const Playing& play) {
   if (scenario.faults.empty()) {
     return "";
   }
   const Played road = play({scenario.road, {}}, true);
+  Scenario upTo{scenario.road, {}};
   for (const Fault& fault : scenario.faults) {
-    const bool comes = fault.event <= road.events;
-    if (!comes || !CanHit(RowOf(fault.kind), road.kept[static_cast<std::size_t>(fault.event) - 1].kind)) {
-      return play({scenario.road, {fault}}, false).complaints.front();
+    upTo.faults.push_back(fault);
+    const bool comes = fault.event <= road.events &&
+                       CanHit(RowOf(fault.kind), road.kept[static_cast<std::size_t>(fault.event) - 1].kind);
+    if (const auto complaints = comes ? std::vector<std::string>() : play(upTo, false).complaints;
+        !complaints.empty()) {
+      return complaints.back();
     }
   }
   return "";

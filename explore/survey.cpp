@@ -11,16 +11,17 @@ namespace explore {
 
 namespace {
 
-constexpr int kRepeating = 1000;  // a road with more events repeats itself
-constexpr int kSeenWhole = 200;
-constexpr int kSeenThen = 97;
-
 bool IsPlayed(int event, int all, int every) {
   const bool isRepeated = all > kRepeating && event > kSeenWhole && event % kSeenThen != 0;
   return !isRepeated && event % every == 0;
 }
 
 }  // namespace
+
+std::string Repeated() {
+  return "A road with more than " + std::to_string(kRepeating) + " events repeats itself: of those after its " +
+         std::to_string(kSeenWhole) + "th only every " + std::to_string(kSeenThen) + "th is hit.";
+}
 
 std::vector<Scenario> WithoutFaults(const std::string& road) {
   std::vector<Scenario> scenarios;
@@ -118,10 +119,10 @@ std::size_t Chance::Below(std::size_t limit) {
   return static_cast<std::size_t>((mixed ^ (mixed >> 31U)) % limit);
 }
 
-FaultKind Pairs::AnyFaultFor(EventKind event, bool mayEndRun) {
+FaultKind Pairs::AnyFaultFor(EventKind event) {
   for (;;) {
     const FaultRow& row = AllFaults()[chance_.Below(AllFaults().size())];
-    if (CanHit(row, event) && (mayEndRun || !row.endsRun)) {
+    if (CanHit(row, event)) {
       return row.kind;
     }
   }
@@ -140,8 +141,15 @@ std::vector<Scenario> Pairs::Next(int count) {
     if (first > second) {
       std::swap(first, second);
     }
-    const FaultKind one = AnyFaultFor(course.played.kept[first].kind, false);
-    const FaultKind other = AnyFaultFor(course.played.kept[second].kind, true);
+    const FaultKind one = AnyFaultFor(course.played.kept[first].kind);
+    FaultKind other = FaultKind::kNone;
+    if (RowOf(one).endsRun) {
+      // Then the operator's steps follow, each of which can be cut off too, and whose events are not known yet.
+      second = first + 1 + chance_.Below(static_cast<std::size_t>(course.played.eventsInAll));
+      other = chance_.Below(2) == 0 ? FaultKind::kKill : FaultKind::kPower;
+    } else {
+      other = AnyFaultFor(course.played.kept[second].kind);
+    }
     scenarios.push_back(
         {std::string(course.road->name), {{static_cast<int>(first) + 1, one}, {static_cast<int>(second) + 1, other}}});
   }

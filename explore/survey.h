@@ -21,6 +21,13 @@ class Chance {
   std::uint64_t state_;
 };
 
+inline constexpr int kRepeating = 1000;  // a road with more events repeats itself
+inline constexpr int kSeenWhole = 200;   // of such a road so many are hit,
+inline constexpr int kSeenThen = 97;     // and then each of that number
+
+// That rule as a sentence.
+[[nodiscard]] std::string Repeated();
+
 // A road as it goes when nothing fails.
 struct Course {
   const Road* road;
@@ -33,15 +40,16 @@ struct Course {
 // Plays these roads in this process and keeps their events.
 [[nodiscard]] std::vector<Course> Courses(const std::vector<Scenario>& roads, Disk& disk);
 
-// Every fault at every event that it can hit. Of the road with 300 records, whose events repeat themselves, every 97th
-// from the 200th on; with `every` above 1 only each n-th event of all roads.
+// Every fault at every event that it can hit, by the rule for roads that repeat themselves; with `every` above 1 only
+// each n-th event of all roads.
 [[nodiscard]] std::vector<Scenario> Singles(const std::vector<Course>& courses, int every);
 
 // Plays them all; one that meets the same machine as another gets that one's result. `*same` counts those.
 [[nodiscard]] std::vector<Result> PlayEach(const std::vector<Course>& courses, const std::vector<Scenario>& scenarios,
                                            int processes, int* same);
 
-// Scenarios with two faults each, the same for the same seed. Only the second one ends the run: none comes behind that.
+// Scenarios with two faults each, the same for the same seed. Where the first one ends the run, the second ends a later
+// one too.
 class Pairs {
  public:
   // `courses` must outlive this.
@@ -50,7 +58,7 @@ class Pairs {
   [[nodiscard]] std::vector<Scenario> Next(int count);
 
  private:
-  [[nodiscard]] FaultKind AnyFaultFor(EventKind event, bool mayEndRun);
+  [[nodiscard]] FaultKind AnyFaultFor(EventKind event);
 
   const std::vector<Course>& courses_;
   Chance chance_;

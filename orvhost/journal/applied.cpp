@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <set>
 
 #include "orvhost/journal/journal_folder.h"
 #include "orvhost/journal/remains.h"
@@ -14,8 +15,22 @@ namespace {
 
 enum class Unclear { kEndsSearch, kIsPassedOver };
 
+// The version of an update's package that the BMC ran already; "" for none.
+std::string FoundRunning(const RecordedRun& run) {
+  const bool runs = CommandOf(run) == "update" && run.OutcomeText("verdict") == "nothing-to-do" &&
+                    run.OutcomeText("after") == run.OutcomeText("before");
+  return runs ? run.OutcomeText("after") : "";
+}
+
+// What an update wrote and a later one found running was put into operation, also where no journal shows by what.
+bool IsFound(const RecordedRun& update, const std::set<std::string>& found) {
+  const std::string written = update.OutcomeText("after");
+  return written != update.OutcomeText("before") && found.contains(written);
+}
+
 std::optional<bool> LookBack(const std::string& folder, Unclear unclear) {
   const std::vector<std::string> runs = ListJournals(folder).runs;
+  std::set<std::string> found{};
   for (auto id = runs.rbegin(); id != runs.rend(); ++id) {
     const RecordedRun run = ReadRun(folder, *id);
     if (run.error == ENOENT) {
@@ -28,7 +43,10 @@ std::optional<bool> LookBack(const std::string& folder, Unclear unclear) {
       return true;
     }
     if (CommandOf(run) == "update" && RemainsOfFlash(run).began) {
-      return false;
+      return IsFound(run, found);
+    }
+    if (const std::string version = FoundRunning(run); !version.empty()) {
+      found.insert(version);
     }
   }
   return {};

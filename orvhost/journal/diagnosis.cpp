@@ -219,7 +219,9 @@ Diagnosis OfApply(const Situation& situation) {
 void TakeVerified(const Situation& situation, Diagnosis* diagnosis) {
   const bool isRecorded =
       situation.recordsAreReadable && refhost::StatusOfDevice(situation.records) == refhost::kUpdateVerified;
-  if (situation.verifiedAs == "verified" && isRecorded) {
+  // A "verify" that was cut off behind its record has no verdict; before an apply, nothing is verified.
+  const bool isOnlyRecorded = situation.verifiedAs.empty() && WasPutIntoOperation(situation.run);
+  if (isRecorded && (situation.verifiedAs == "verified" || isOnlyRecorded)) {
     diagnosis->verdict = "verified";
     diagnosis->bmc = "runs the firmware that was installed, as \"orvhost verify\" found";
     diagnosis->unknown = "";

@@ -25,6 +25,16 @@ class LastUpdate : public testing::Test {
                           : R"({"t":"2026-01-31T12:00:01.000000Z","s":1,"kind":"trace","level":1,)" + text + "}\n"));
   }
 
+  void UpdateEnds(int number, const std::string& text, const std::string& verdict, const std::string& before,
+                  const std::string& after) const {
+    Run(number, "update", "before",
+        text +
+            R"(})"
+            "\n"
+            R"({"t":"2026-01-31T12:00:02.000000Z","s":2,"kind":"end","outcome":{"exit_code":0,"verdict":")" +
+            verdict + R"(","before":")" + before + R"(","after":")" + after + "\"}");
+  }
+
   const refhost::TemporaryFolder folder_;
 };
 
@@ -45,6 +55,28 @@ TEST_F(LastUpdate, LeavesAMarkerWhenItWroteByTheFlashToolUntilAnApplyTakesIt) {
   EXPECT_TRUE(MarkerIsLeft(folder_.Path()));
   Run(7, "update", "before", kByScript);
   EXPECT_FALSE(MarkerIsLeft(folder_.Path()));
+}
+
+TEST_F(LastUpdate, WasAppliedWhenALaterUpdateFindsItsVersionRunning) {
+  EXPECT_EQ(WasApplied(folder_.Path()), std::nullopt);
+  UpdateEnds(1, kByTool, "updated", "01-23", "01-24");
+  EXPECT_EQ(WasApplied(folder_.Path()), false);
+  EXPECT_TRUE(ShowsUpdateNotApplied(folder_.Path()));
+  const std::string line = R"("text":"anything")";
+  UpdateEnds(2, line, "nothing-to-do", "01-23", "01-24");  // it waits
+  UpdateEnds(3, line, "nothing-to-do", "01-23", "01-23");  // another package
+  UpdateEnds(4, line, "older", "01-24", "01-24");
+  EXPECT_EQ(WasApplied(folder_.Path()), false);
+  UpdateEnds(5, line, "nothing-to-do", "01-24", "01-24");
+  EXPECT_EQ(WasApplied(folder_.Path()), true);
+  EXPECT_FALSE(ShowsUpdateNotApplied(folder_.Path()));
+  UpdateEnds(6, kByTool, "updated", "01-24", "01-24");  // the same once more
+  EXPECT_EQ(WasApplied(folder_.Path()), false);
+  UpdateEnds(7, line, "nothing-to-do", "01-24", "01-24");
+  EXPECT_EQ(WasApplied(folder_.Path()), false);
+  UpdateEnds(8, kByTool, "", "", "");  // cut off
+  UpdateEnds(9, line, "nothing-to-do", "", "");
+  EXPECT_EQ(WasApplied(folder_.Path()), false);
 }
 
 TEST_F(LastUpdate, HasSpentItsFlagWhenAScriptWroteBeforeTheMachineWasStartedAnew) {

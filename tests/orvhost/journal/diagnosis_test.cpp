@@ -285,6 +285,23 @@ TEST_F(DiagnosisOf, AnApplyCutOffWithTheFlagArmedWantsAShutdownAndNoReboot) {
   Expect("going-down", false, "Run \"orvhost update PACKAGE\" again, then \"orvhost apply\".");
 }
 
+TEST_F(DiagnosisOf, AnApplyIsDoneWhenAVerifyWasCutOffBehindItsRecord) {
+  Begin("apply");
+  Phases({"apply"});
+  Trace("Delete /opt/orv/tmp/KV6KBMC/ExistUpdate.txt");
+  situation_.machineWasRestarted = true;
+  Record(refhost::kUpdateVerified, "01-24", "01-24");
+  Expect("verified", false, "Nothing to do.");
+  Record(refhost::kUpdateWritten, "01-24", "01-24");
+  Trace("shutdown -h now");
+  End("going-down");
+  Expect("going-down", false, kVerify);
+  Record(refhost::kUpdateVerified, "01-24", "01-24");
+  Expect("verified", false, "Nothing to do.");
+  situation_.verifiedAs = "bmc-unreadable";
+  Expect("going-down", false, kVerify);
+}
+
 TEST_F(DiagnosisOf, AnApplyWithoutAMarkerOnlyRestarted) {
   Begin("apply");
   Phases({"apply"});
