@@ -6,11 +6,13 @@
 #include <algorithm>
 #include <cctype>
 #include <cerrno>
+#include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <functional>
 #include <sstream>
 #include <system_error>
+#include <thread>
 
 #include "orvhost/run/machine.h"
 #include "posix/last_error.h"
@@ -64,8 +66,59 @@ bool IsOfThisMachine(const std::string& environment) {
   return folder == kUsualMachineFolder || ValueIn(environment, kLockFolderVariable) == folder;
 }
 
+enum class Environment { kThere, kNone, kNotYet };
+
+// What the kernel's own numbers say of a process (proc(5), stat: 23 vsize, 50 env_start, 51 env_end). Neither a kernel
+// thread nor one that has ended has memory; one that is about to become another program has memory, but does not show
+// its environment for a moment.
+Environment EnvironmentOf(const fs::path& folder) {
+  const std::string stat = posix::ReadRegularFile(folder / "stat", kLongestText).value_or("");
+  constexpr int kState = 3;  // the first field behind the program's name, which may hold any character
+  constexpr int kMemory = 23;
+  constexpr int kStart = 50;
+  constexpr int kEnd = 51;
+  std::istringstream words(stat.substr(std::min(stat.size(), stat.rfind(')') + 1)));
+  std::string start;
+  std::string word;
+  for (int field = kState; field <= kEnd && words >> word; ++field) {
+    if (field == kMemory && word == "0") {
+      return Environment::kNone;
+    }
+    if (field == kStart) {
+      start = word;
+    }
+    if (field == kEnd) {
+      return word == "0" ? Environment::kNotYet : word == start ? Environment::kNone : Environment::kThere;
+    }
+  }
+  return Environment::kNone;  // it has ended meanwhile
+}
+
+// The environment of a process, waited for while the process becomes another program: that moment must not hide what a
+// run has left. Nothing, with errno set, when it cannot be read or does not show in a second.
+std::optional<std::string> ReadEnvironment(const fs::path& folder) {
+  constexpr int kTries = 1000;
+  for (int i = 0; i < kTries; ++i) {
+    auto environment = posix::ReadRegularFile(folder / "environ", kLongestText);
+    if (!environment || !environment->empty()) {
+      return environment;
+    }
+    switch (EnvironmentOf(folder)) {
+      case Environment::kNone:
+        return environment;
+      case Environment::kNotYet:
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        break;
+      case Environment::kThere:
+        break;
+    }
+  }
+  errno = EACCES;
+  return {};
+}
+
 void LookAt(const fs::path& folder, pid_t pid, const Wanted& isWanted, WorkingProcesses* processes) {
-  const auto environment = posix::ReadRegularFile(folder / "environ", kLongestText);
+  const auto environment = ReadEnvironment(folder);
   if (!environment) {
     // One that has ended meanwhile cannot be read either. Only root may look at everything that is looked at here.
     if (geteuid() == 0 && (errno == EACCES || errno == EPERM)) {

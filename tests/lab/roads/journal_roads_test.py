@@ -6,8 +6,10 @@ import unittest
 from journal_road import APPLY, CHECK_FLAG, FLAG, HALT, IN_THE_FLASH, SHUT_DOWN, UPDATE_AGAIN, WAIT, JournalRoad
 
 FLASH_TOOL = "/srv/orv/KV6KBMC/Yafuflash"
-# Of the processes that a run started, those that are left.
-LEFT = "grep -ls 'ORVHOST_RU[N]=' /proc/[0-9]*/environ"
+# Of the processes that a run started, those that are left. One that is about to become another program does not show
+# its environment for a moment, so a look that finds nothing is repeated.
+LOOK = "grep -ls 'ORVHOST_RU[N]=' /proc/[0-9]*/environ"
+LEFT = f"{{ {LOOK} || {{ sleep 0.2; {LOOK}; }}; }}"
 
 
 class Killed(JournalRoad):
