@@ -219,8 +219,11 @@ Diagnosis OfApply(const Situation& situation) {
 void TakeVerified(const Situation& situation, Diagnosis* diagnosis) {
   const bool isRecorded =
       situation.recordsAreReadable && refhost::StatusOfDevice(situation.records) == refhost::kUpdateVerified;
-  // A "verify" that was cut off behind its record has no verdict; before an apply, nothing is verified.
-  const bool isOnlyRecorded = situation.verifiedAs.empty() && WasPutIntoOperation(situation.run);
+  // A "verify" that was cut off behind its record has no verdict. What was recorded before the run, or in the boot in
+  // which it armed the BMC, says nothing of what the BMC runs since.
+  const bool isOnlyRecorded = situation.verifiedAs.empty() && situation.verifyWasCutOff &&
+                              situation.machineWasRestarted && diagnosis->verdict != "restarted-only" &&
+                              WasPutIntoOperation(situation.run);
   if (isRecorded && (situation.verifiedAs == "verified" || isOnlyRecorded)) {
     diagnosis->verdict = "verified";
     diagnosis->bmc = "runs the firmware that was installed, as \"orvhost verify\" found";

@@ -17,6 +17,7 @@ struct Situation {
   bool machineWasRestarted = false;  // since the run began
   bool scriptsFlagIsSpent = false;   // see applied.h
   std::string verifiedAs;            // verdict of the last "verify" behind it; "" for none
+  bool verifyWasCutOff = false;      // one behind it has no verdict; only the records tell what it found
   std::string unfinishedBefore;   // an earlier run that began to write the flash and that no run finished; "" for none
   std::string sameFailureBefore;  // an earlier run in which the same package failed in the same way; "" for none
   bool beforeIsUnknown = false;   // an earlier run may have, since its journal does not tell

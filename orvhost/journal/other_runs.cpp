@@ -41,8 +41,12 @@ class OtherRuns {
     if (!run || ReachedTheDevice(*run)) {
       return true;
     }
-    if (CommandOf(*run) == "verify" && run->Outcome() != nullptr) {
-      situation_->verifiedAs = run->OutcomeText("verdict");
+    if (CommandOf(*run) == "verify") {
+      if (run->Outcome() != nullptr) {
+        situation_->verifiedAs = run->OutcomeText("verdict");
+      } else {
+        situation_->verifyWasCutOff = true;
+      }
     }
     return false;
   }

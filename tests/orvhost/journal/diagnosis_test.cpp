@@ -290,6 +290,7 @@ TEST_F(DiagnosisOf, AnApplyIsDoneWhenAVerifyWasCutOffBehindItsRecord) {
   Phases({"apply"});
   Trace("Delete /opt/orv/tmp/KV6KBMC/ExistUpdate.txt");
   situation_.machineWasRestarted = true;
+  situation_.verifyWasCutOff = true;
   Record(refhost::kUpdateVerified, "01-24", "01-24");
   Expect("verified", false, "Nothing to do.");
   Record(refhost::kUpdateWritten, "01-24", "01-24");
@@ -300,6 +301,31 @@ TEST_F(DiagnosisOf, AnApplyIsDoneWhenAVerifyWasCutOffBehindItsRecord) {
   Expect("verified", false, "Nothing to do.");
   situation_.verifiedAs = "bmc-unreadable";
   Expect("going-down", false, kVerify);
+}
+
+TEST_F(DiagnosisOf, AnApplyIsNotDoneByARecordThatIsNoneOfALaterVerify) {
+  Begin("apply");
+  Phases({"apply"});
+  Trace("Delete /opt/orv/tmp/KV6KBMC/ExistUpdate.txt");
+  Trace("shutdown -h now");
+  End("going-down");
+  Record(refhost::kUpdateVerified, "01-24", "01-24");
+  situation_.machineWasRestarted = true;
+  Expect("going-down", false, kVerify);  // by another update's verify, or by one before the run
+  situation_.machineWasRestarted = false;
+  situation_.verifyWasCutOff = true;
+  Expect("going-down", false, kShutDown);  // in the boot that armed the BMC
+}
+
+TEST_F(DiagnosisOf, AReapplyWithoutAMarkerIsNotVerifiedByAnEarlierRecord) {
+  Begin("apply");
+  Phases({"apply"});
+  Trace("shutdown -r now");
+  End("restarting");
+  Record(refhost::kUpdateVerified, "01-24", "01-24");
+  situation_.machineWasRestarted = true;
+  situation_.verifyWasCutOff = true;
+  Expect("restarted-only", false, kVerify);
 }
 
 TEST_F(DiagnosisOf, AnApplyWithoutAMarkerOnlyRestarted) {
