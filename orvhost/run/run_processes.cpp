@@ -66,54 +66,38 @@ bool IsOfThisMachine(const std::string& environment) {
   return folder == kUsualMachineFolder || ValueIn(environment, kLockFolderVariable) == folder;
 }
 
-enum class Environment { kThere, kNone, kNotYet };
-
-// What the kernel's own numbers say of a process (proc(5), stat: 23 vsize, 50 env_start, 51 env_end). Neither a kernel
-// thread nor one that has ended has memory; one that is about to become another program has memory, but does not show
-// its environment for a moment.
-Environment EnvironmentOf(const fs::path& folder) {
+// Whether the kernel's own numbers say that a process has no environment (proc(5), stat). Neither a kernel thread nor
+// one that has ended has memory. One that is about to become another program has memory, and no environment yet.
+bool HasNoEnvironment(const fs::path& folder) {
+  constexpr std::size_t kMemory = 23;  // vsize
+  constexpr std::size_t kStart = 50;   // env_start
+  constexpr std::size_t kEnd = 51;     // env_end
   const std::string stat = posix::ReadRegularFile(folder / "stat", kLongestText).value_or("");
-  constexpr int kState = 3;  // the first field behind the program's name, which may hold any character
-  constexpr int kMemory = 23;
-  constexpr int kStart = 50;
-  constexpr int kEnd = 51;
-  std::istringstream words(stat.substr(std::min(stat.size(), stat.rfind(')') + 1)));
-  std::string start;
-  std::string word;
-  for (int field = kState; field <= kEnd && words >> word; ++field) {
-    if (field == kMemory && word == "0") {
-      return Environment::kNone;
-    }
-    if (field == kStart) {
-      start = word;
-    }
-    if (field == kEnd) {
-      return word == "0" ? Environment::kNotYet : word == start ? Environment::kNone : Environment::kThere;
-    }
+  // The second field, the program's name in parentheses, may hold any character.
+  std::istringstream behindName(stat.substr(std::min(stat.size(), stat.rfind(')') + 1)));
+  std::vector<std::string> fields(3);  // counted from 1, as the manual does; the first two stand before
+  for (std::string field; behindName >> field;) {
+    fields.push_back(field);
   }
-  return Environment::kNone;  // it has ended meanwhile
+  if (fields.size() <= kEnd) {
+    return true;  // it has ended meanwhile
+  }
+  return fields[kMemory] == "0" || (fields[kEnd] != "0" && fields[kEnd] == fields[kStart]);
 }
 
-// The environment of a process, waited for while the process becomes another program: that moment must not hide what a
-// run has left. Nothing, with errno set, when it cannot be read or does not show in a second.
+// The environment of a process. While the process becomes another program the kernel shows none, which must not hide
+// what a run has left, so that is waited for. Nothing, with errno set, when it cannot be read, EBUSY when it does not
+// show in a second.
 std::optional<std::string> ReadEnvironment(const fs::path& folder) {
   constexpr int kTries = 1000;
   for (int i = 0; i < kTries; ++i) {
     auto environment = posix::ReadRegularFile(folder / "environ", kLongestText);
-    if (!environment || !environment->empty()) {
+    if (!environment || !environment->empty() || HasNoEnvironment(folder)) {
       return environment;
     }
-    switch (EnvironmentOf(folder)) {
-      case Environment::kNone:
-        return environment;
-      case Environment::kNotYet:
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        break;
-      case Environment::kThere:
-        break;
-    }
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
   }
-  errno = EACCES;
+  errno = EBUSY;
   return {};
 }
 
@@ -121,7 +105,7 @@ void LookAt(const fs::path& folder, pid_t pid, const Wanted& isWanted, WorkingPr
   const auto environment = ReadEnvironment(folder);
   if (!environment) {
     // One that has ended meanwhile cannot be read either. Only root may look at everything that is looked at here.
-    if (geteuid() == 0 && (errno == EACCES || errno == EPERM)) {
+    if (errno == EBUSY || (geteuid() == 0 && (errno == EACCES || errno == EPERM))) {
       processes->unseen = "process " + std::to_string(pid) + " cannot be looked at: " + posix::LastError();
     }
     return;

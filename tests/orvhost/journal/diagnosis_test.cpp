@@ -317,7 +317,7 @@ TEST_F(DiagnosisOf, AnApplyIsNotDoneByARecordThatIsNoneOfALaterVerify) {
   Expect("going-down", false, kShutDown);  // in the boot that armed the BMC
 }
 
-TEST_F(DiagnosisOf, AReapplyWithoutAMarkerIsNotVerifiedByAnEarlierRecord) {
+TEST_F(DiagnosisOf, AnApplyThatOnlyRestartedIsNotVerifiedByAnEarlierRecord) {
   Begin("apply");
   Phases({"apply"});
   Trace("shutdown -r now");
