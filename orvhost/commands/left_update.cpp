@@ -24,8 +24,9 @@ std::optional<FailedEnd> UnrecordedUpdate(const refhost::ModuleState& records) {
 }
 
 // No update is recorded at all, although the journals have one whose firmware was not put into operation.
-std::optional<FailedEnd> ForgottenUpdate(const std::string& installPath, const refhost::ModuleState& records) {
-  if (!refhost::NamesNoUpdate(records) || !ShowsUpdateNotApplied(JournalFolder(installPath))) {
+std::optional<FailedEnd> ForgottenUpdate(const std::string& installPath, const refhost::ModuleState& records,
+                                         const std::string& running) {
+  if (!refhost::NamesNoUpdate(records) || !ShowsUpdateNotApplied(JournalFolder(installPath), running)) {
     return {};
   }
   return NotWritten(
@@ -60,15 +61,20 @@ std::optional<FailedEnd> UnfinishedUpdate(const refhost::ModuleState& records) {
                     "\"orvhost update PACKAGE\" again before anything is put into operation.");
 }
 
-std::optional<FailedEnd> RestartObstacle(const Options& options, const refhost::ModuleState& records) {
-  for (const auto& obstacle :
-       {UnfinishedUpdate(records), UnrecordedUpdate(records), ForgottenUpdate(options.installPath, records)}) {
-    if (obstacle) {
-      return obstacle;
+std::optional<FailedEnd> LeftUpdate(const Options& options, const refhost::ModuleState& records,
+                                    const std::string& running) {
+  for (const auto& left :
+       {UnfinishedUpdate(records), UnrecordedUpdate(records), ForgottenUpdate(options.installPath, records, running)}) {
+    if (left) {
+      return left;
     }
   }
-  if (!refhost::IsWritten(records)) {
-    return {};
+  return {};
+}
+
+std::optional<FailedEnd> RestartObstacle(const Options& options, const refhost::ModuleState& records) {
+  if (const auto left = LeftUpdate(options, records, ""); left || !refhost::IsWritten(records)) {
+    return left;
   }
   const auto user = UserObstacle();
   return user ? user : OverwrittenUpdate(options.installPath);

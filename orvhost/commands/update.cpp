@@ -4,6 +4,7 @@
 #include "host/Results.h"
 #include "orvhost/commands/commands.h"
 #include "orvhost/commands/dry_run.h"
+#include "orvhost/commands/left_update.h"
 #include "orvhost/commands/package_check.h"
 #include "orvhost/commands/preflight.h"
 #include "orvhost/commands/steps.h"
@@ -50,6 +51,7 @@ class UpdateRoad {
   const Run& run_;
   Outcome outcome_;
   PackageCheck check_;
+  refhost::ModuleState records_;  // as they were found
   std::unique_ptr<Session> session_;
   int result_ = 0;
   std::optional<ShutdownInhibitor> awake_;
@@ -86,7 +88,7 @@ void UpdateRoad::Take() {
 
 bool UpdateRoad::OpenPlugin() {
   EnterPhase(run_, &outcome_, "plug-in");
-  session_ = OpenSession(run_, DamagedRecordsOf(run_.options), &outcome_);
+  session_ = OpenSession(run_, DamagedRecordsOf(run_.options), &outcome_, &records_);
   return session_ != nullptr;
 }
 
@@ -121,6 +123,12 @@ bool UpdateRoad::IsDone() {
       outcome_.summary += " Version " + written + ", which was written earlier, still waits for \"orvhost apply\".";
     } else if (IsRecordedAsWritten(Version())) {
       outcome_.facts.push_back({"next_step", "Next step", "Run \"orvhost verify\", which records that it runs."});
+    } else if (const auto left = LeftUpdate(run_.options, records_, outcome_.before)) {
+      // "apply" and "verify" refuse what was left, and ask for an update.
+      outcome_.facts.push_back({"next_step", "Next step",
+                                left->cause +
+                                    " Keep the machine powered and run \"orvhost update PACKAGE --allow-reinstall\", "
+                                    "which writes the version again."});
     }
     return true;
   }

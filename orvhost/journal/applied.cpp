@@ -28,16 +28,19 @@ bool IsFound(const RecordedRun& update, const std::set<std::string>& found) {
   return written != update.OutcomeText("before") && found.contains(written);
 }
 
-std::optional<bool> LookBack(const std::string& folder, Unclear unclear) {
+// `found` are the versions that are known to have run since the last journal.
+std::optional<bool> LookBack(const std::string& folder, Unclear unclear, std::set<std::string> found) {
   const std::vector<std::string> runs = ListJournals(folder).runs;
-  std::set<std::string> found{};
   for (auto id = runs.rbegin(); id != runs.rend(); ++id) {
     const RecordedRun run = ReadRun(folder, *id);
     if (run.error == ENOENT) {
       continue;  // dropped meanwhile
     }
-    if (unclear == Unclear::kEndsSearch && (run.error != 0 || MayHaveReachedTheDevice(run))) {
-      return {};
+    if (run.error != 0 || MayHaveReachedTheDevice(run)) {
+      if (unclear == Unclear::kEndsSearch) {
+        return {};
+      }
+      found.clear();  // what ran behind it says nothing of what it wrote
     }
     if (WasPutIntoOperation(run)) {
       return true;
@@ -93,11 +96,12 @@ bool MarkerIsLeft(const std::string& folder) {
 }
 
 std::optional<bool> WasApplied(const std::string& folder) {
-  return LookBack(folder, Unclear::kEndsSearch);
+  return LookBack(folder, Unclear::kEndsSearch, {});
 }
 
-bool ShowsUpdateNotApplied(const std::string& folder) {
-  return LookBack(folder, Unclear::kIsPassedOver) == false;
+bool ShowsUpdateNotApplied(const std::string& folder, const std::string& running) {
+  const auto found = running.empty() ? std::set<std::string>() : std::set<std::string>{running};
+  return LookBack(folder, Unclear::kIsPassedOver, found) == false;
 }
 
 }  // namespace orvhost

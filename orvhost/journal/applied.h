@@ -11,8 +11,9 @@ namespace orvhost {
 // decides cannot be read.
 [[nodiscard]] std::optional<bool> WasApplied(const std::string& folder);
 
-// True when a journal shows an update that wrote, and none a later apply. Those that do not tell are passed over.
-[[nodiscard]] bool ShowsUpdateNotApplied(const std::string& folder);
+// True when a journal shows an update that wrote, and none a later apply, or a later update that found the written
+// version running, as `running` is if the BMC was asked. Those that do not tell are passed over.
+[[nodiscard]] bool ShowsUpdateNotApplied(const std::string& folder, const std::string& running = "");
 
 // True when the last update that wrote was a package's script and the machine was started anew since. A script arms the
 // BMC's reboot flag itself and leaves no update marker: the BMC took the firmware then, or has lost the flag with its

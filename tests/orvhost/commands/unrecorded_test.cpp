@@ -108,6 +108,30 @@ TEST_F(Unrecorded, AnUpdateWhoseRecordsAreGoneIsNotAppliedAndNotDenied) {
   EXPECT_EQ(RunJson("apply --yes")["verdict"], "nothing-to-do");  // it was put into operation
 }
 
+// "apply" and "verify" ask for an update then, so "update" must not end that with nothing to do and no word more.
+TEST_F(Unrecorded, AnUpdateWhoseVersionRunsNamesTheWayOutOfWhatAnEarlierOneLeft) {
+  const std::string again =
+      " Keep the machine powered and run \"orvhost update PACKAGE --allow-reinstall\", which writes the version again.";
+  const std::string reinstall = Update(good_) + " --allow-reinstall";
+  setenv("TEST_PLUGIN_VERSION", "01-24", 1);
+  EXPECT_FALSE(RunJson(Update(good_))["facts"].contains("next_step"));
+  Ask("flash-fails");
+  ASSERT_EQ(RunJson(reinstall)["exit_code"], 8);
+  Ask("");
+  EXPECT_EQ(RunJson("verify")["verdict"], "not-written");
+  json object = RunJson(Update(good_));
+  EXPECT_EQ(object["verdict"], "nothing-to-do");
+  EXPECT_EQ(object["facts"]["next_step"], "The last update failed." + again);
+  std::filesystem::remove(folder_ / "repository/state.json");
+  EXPECT_EQ(RunJson("apply --yes")["verdict"], "not-written");
+  object = RunJson(Update(good_));
+  EXPECT_EQ(object["verdict"], "nothing-to-do");
+  EXPECT_EQ(object["facts"]["next_step"],
+            "An update was begun on this machine, and the host's records of it are gone." + again);
+  EXPECT_EQ(RunJson(reinstall)["verdict"], "updated");
+  EXPECT_EQ(RunJson("apply --yes")["verdict"], "going-down");
+}
+
 TEST_F(Unrecorded, AfterAnyFailedCallAllSayTheSame) {
   for (const char* call : {"rename", "fsync", "fchmod"}) {
     int number = 1;

@@ -79,6 +79,20 @@ TEST_F(LastUpdate, WasAppliedWhenALaterUpdateFindsItsVersionRunning) {
   EXPECT_EQ(WasApplied(folder_.Path()), false);
 }
 
+TEST_F(LastUpdate, IsNotClearedByAVersionThatRunsWhereARunBetweenIsUnclear) {
+  const std::string line = R"("text":"anything")";
+  UpdateEnds(1, kByTool, "updated", "01-23", "01-24");
+  EXPECT_TRUE(ShowsUpdateNotApplied(folder_.Path()));
+  EXPECT_TRUE(ShowsUpdateNotApplied(folder_.Path(), "01-23"));
+  EXPECT_FALSE(ShowsUpdateNotApplied(folder_.Path(), "01-24"));
+  UpdateEnds(3, line, "nothing-to-do", "01-24", "01-24");
+  EXPECT_FALSE(ShowsUpdateNotApplied(folder_.Path()));
+  folder_.Write("00000002-20260131T120000Z.jsonl", "a journal that tells nothing\n");
+  EXPECT_TRUE(ShowsUpdateNotApplied(folder_.Path()));
+  EXPECT_TRUE(ShowsUpdateNotApplied(folder_.Path(), "01-24"));
+  EXPECT_EQ(WasApplied(folder_.Path()), std::nullopt);
+}
+
 TEST_F(LastUpdate, HasSpentItsFlagWhenAScriptWroteBeforeTheMachineWasStartedAnew) {
   EXPECT_FALSE(ScriptsFlagIsSpent(folder_.Path()));
   Run(1, "update", posix::BootId(), kByScript);
